@@ -1,0 +1,377 @@
+#include "common/transport.h"
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <climits>
+
+#include "common/exchange.h"
+#include "common/result.h"
+
+namespace zrp {
+namespace {
+
+static_assert(sizeof(sockaddr_un::sun_path) == kMaxSocketName + 2);
+
+// Room behind the name, as the other programs of this library allocate it.
+constexpr size_t kDefaultNameSlack = 128;
+constexpr useconds_t kTermPollMicroseconds = 100;
+
+// How long one try to connect to a daemon with a full backlog may last before an interrupt is
+// looked for.
+constexpr timeval kConnectSlice = {0, 100000};
+
+std::atomic<char*> defaultName{nullptr};
+std::atomic<uint32_t> inFlight{0};
+std::atomic<uint32_t> exchangeCount{0};
+std::atomic<uint32_t> failureCount{0};
+
+// The flag answers "was there an interrupt"; the event descriptor wakes those who wait in poll. It
+// is created once and lives as long as the process, so that a signal handler can always write it.
+std::atomic<bool> interrupted{false};
+std::atomic<int> interruptFd{-1};
+static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
+
+void prepare_interrupt() {
+    static std::once_flag once;
+    std::call_once(once, [] { interruptFd.store(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)); });
+}
+
+void clear_interrupt() {
+    prepare_interrupt();
+    uint64_t ignored = 0;
+    while (read(interruptFd.load(), &ignored, sizeof ignored) > 0) {
+    }
+    interrupted.store(false);
+}
+
+using Clock = std::chrono::steady_clock;
+
+// Waits until the socket is ready for the events. A null timeout waits for ever.
+// Returns 0, ECANCELED after an interrupt, EAGAIN when the time is over.
+int wait_ready(int fd, short events, const timeval* timeout) {
+    const bool limited = timeout != nullptr;
+    const auto deadline = Clock::now() + std::chrono::seconds(limited ? timeout->tv_sec : 0) +
+                          std::chrono::microseconds(limited ? timeout->tv_usec : 0);
+    prepare_interrupt();
+    for (;;) {
+        if (interrupted.load()) {
+            return ECANCELED;
+        }
+        int waitMs = -1;
+        if (limited) {
+            const auto left =
+                std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+            waitMs = left < 0 ? 0 : static_cast<int>(left < INT_MAX ? left : INT_MAX);
+        }
+        pollfd watched[2] = {{fd, events, 0}, {interruptFd.load(), POLLIN, 0}};
+        const int ready = poll(watched, 2, waitMs);
+        if (ready > 0 && watched[1].revents == 0) {
+            return kOk;
+        }
+        if (ready == 0) {
+            return EAGAIN;
+        }
+    }
+}
+
+// One recv that an interrupt ends. Returns its count, or -1 when it failed or timed out.
+int receive_once(int fd, void* data, size_t size, const timeval* timeout, ssize_t* count) {
+    const int rc = wait_ready(fd, POLLIN, timeout);
+    if (rc == ECANCELED) {
+        return ECANCELED;
+    }
+    *count = rc == kOk ? recv(fd, data, size, 0) : -1;
+    return kOk;
+}
+
+// Fills the body as far as the peer sends it. A failed recv counts as -1: a peer that fails before
+// its first byte ends the loop by making the total larger than any length, a later failure takes
+// one byte back and goes on.
+int receive_body(int fd, char* body, uint64_t length, const timeval* timeout) {
+    uint64_t total = 0;
+    while (total < length) {
+        ssize_t count = 0;
+        if (receive_once(fd, body + total, length - total, timeout, &count) == ECANCELED) {
+            return ECANCELED;
+        }
+        if (count == 0) {
+            break;
+        }
+        total += static_cast<uint64_t>(count);
+    }
+    return kOk;
+}
+
+int connect_to(int fd, const char* name) {
+    const size_t nameLength = strlen(name);
+    if (nameLength > kMaxSocketName) {
+        abort();
+    }
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    memcpy(address.sun_path + 1, name, nameLength);
+    const auto addressLength =
+        static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + nameLength);
+
+    const timeval forever = {};
+    setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &kConnectSlice, sizeof kConnectSlice);
+    int rc = 0;
+    do {
+        if (interrupted.load()) {
+            return ECANCELED;
+        }
+        rc = connect(fd, reinterpret_cast<const sockaddr*>(&address), addressLength) < 0 ? errno
+                                                                                         : kOk;
+    } while (rc == EAGAIN || rc == EINTR);
+    setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &forever, sizeof forever);
+    return rc;
+}
+
+int open_socket(int* fd) {
+    *fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (*fd < 0) {
+        return errno;
+    }
+    const int on = 1;
+    setsockopt(*fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    return kOk;
+}
+
+class InFlight {
+public:
+    InFlight() {
+        inFlight.fetch_add(1);
+    }
+    ~InFlight() {
+        inFlight.fetch_sub(1);
+    }
+    InFlight(const InFlight&) = delete;
+    InFlight& operator=(const InFlight&) = delete;
+};
+
+int transfer(IPCClient& client, const char* name, const ExchangeRequest& request, uint32_t* status,
+             ExchangeOutcome* outcome) {
+    int rc = request.timeoutMs == nullptr ? client.Connect(name)
+                                          : client.ConnectTimeout(name, *request.timeoutMs);
+    if (rc == kOk) {
+        rc = client.SendHeader(request.requestNumber,
+                               request.pieces[0].length + request.pieces[1].length);
+    }
+    for (const auto& piece : request.pieces) {
+        if (rc == kOk && piece.length != 0) {
+            rc = client.Send(piece.length, piece.text);
+        }
+    }
+    if (rc == kOk) {
+        rc = client.Receive(status, &outcome->replyLength, &outcome->reply);
+    }
+    return rc;
+}
+
+enum class OnStatus { kFreeReply, kKeepReply };
+
+// Counts an exchange and hands its outcome to the caller's outputs.
+int deliver(const ExchangeRequest& request, OnStatus onStatus, uint64_t* replyLength,
+            char** reply) {
+    *reply = nullptr;
+    *replyLength = 0;
+    ExchangeOutcome outcome = exchange(request);
+    if (outcome.stage == ExchangeStage::kNoAddress) {
+        return outcome.code;
+    }
+    exchangeCount.fetch_add(1, std::memory_order_relaxed);
+    if (outcome.code != kOk) {
+        failureCount.fetch_add(1, std::memory_order_relaxed);
+        if (onStatus == OnStatus::kFreeReply) {
+            free(outcome.reply);
+            return outcome.code;
+        }
+    }
+    *reply = outcome.reply;
+    *replyLength = outcome.replyLength;
+    return outcome.code;
+}
+
+} // namespace
+
+IPCClient::~IPCClient() {
+    // Descriptor 0 is never ours: a process without standard input must not lose it here.
+    if (fd != 0) {
+        close(fd);
+    }
+}
+
+int IPCClient::Connect(const char* name) {
+    const int rc = open_socket(&fd);
+    return rc == kOk ? connect_to(fd, name) : rc;
+}
+
+int IPCClient::ConnectTimeout(const char* name, int32_t timeoutMs) {
+    const int rc = open_socket(&fd);
+    if (rc != kOk) {
+        return rc;
+    }
+    const timeval timeout = {timeoutMs / 1000, (timeoutMs % 1000) * 1000};
+    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
+    return connect_to(fd, name);
+}
+
+int IPCClient::SendHeader(uint32_t requestNumber, uint64_t length) {
+    const RequestHeader header = {kMagic, requestNumber, static_cast<uint32_t>(length)};
+    return Send(sizeof header, &header);
+}
+
+int IPCClient::Send(uint64_t length, const void* data) {
+    if (wait_ready(fd, POLLOUT, nullptr) == ECANCELED) {
+        return ECANCELED;
+    }
+    // A daemon that went away must not end the process by SIGPIPE.
+    return send(fd, data, length, MSG_NOSIGNAL) == 0 ? kShortHeader : kOk;
+}
+
+int IPCClient::Receive(uint32_t* status, uint64_t* length, char** buffer) {
+    *buffer = nullptr;
+    timeval limit = {};
+    socklen_t limitSize = sizeof limit;
+    getsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, &limitSize);
+    const timeval* timeout = limit.tv_sec != 0 || limit.tv_usec != 0 ? &limit : nullptr;
+
+    ReplyHeader header = {};
+    ssize_t count = 0;
+    if (receive_once(fd, &header, sizeof header, timeout, &count) == ECANCELED) {
+        return ECANCELED;
+    }
+    if (count != sizeof header) {
+        return kShortHeader;
+    }
+    if (header.magic != kMagic) {
+        return kBadMagic;
+    }
+    std::unique_ptr<char, decltype(&free)> body(nullptr, free);
+    if (header.length != 0) {
+        body.reset(static_cast<char*>(calloc(1, header.length)));
+        if (body == nullptr) {
+            return kNoMemory;
+        }
+        if (receive_body(fd, body.get(), header.length, timeout) == ECANCELED) {
+            return ECANCELED;
+        }
+    }
+    *status = header.status;
+    *length = header.length;
+    *buffer = body.release();
+    return kOk;
+}
+
+ExchangeOutcome exchange(const ExchangeRequest& request) {
+    // Counted before the default name is read: IPCServTerm takes the name away first and then
+    // waits for the count, so a name that was read here stays until the exchange has ended.
+    const InFlight flight;
+    const char* name = request.socketName != nullptr ? request.socketName : defaultName.load();
+    ExchangeOutcome outcome;
+    if (name == nullptr) {
+        outcome.code = kInvalid;
+        outcome.stage = ExchangeStage::kNoAddress;
+        return outcome;
+    }
+    const std::unique_ptr<IPCClient> client(new (std::nothrow) IPCClient);
+    if (client == nullptr) {
+        outcome.code = kNoMemory;
+        outcome.stage = ExchangeStage::kAllocate;
+        return outcome;
+    }
+    uint32_t status = 0;
+    outcome.code = transfer(*client, name, request, &status, &outcome);
+    if (outcome.code != kOk) {
+        outcome.stage = ExchangeStage::kTransfer;
+    } else if (status != 0) {
+        outcome.code = static_cast<int>(status);
+        outcome.stage = ExchangeStage::kStatus;
+    }
+    return outcome;
+}
+
+int IPCServInit(const char* name) {
+    if (name == nullptr || *name == '\0') {
+        return kInvalid;
+    }
+    const size_t length = strlen(name);
+    char* copy = static_cast<char*>(malloc(length + kDefaultNameSlack));
+    if (copy == nullptr) {
+        return kNoMemory;
+    }
+    memcpy(copy, name, length + 1);
+    free(defaultName.exchange(copy));
+    clear_interrupt();
+    return kOk;
+}
+
+void IPCServTerm() {
+    char* name = defaultName.exchange(nullptr);
+    while (inFlight.load() != 0) {
+        usleep(kTermPollMicroseconds);
+    }
+    free(name);
+}
+
+void IPCServInterrupt() {
+    const int savedErrno = errno;
+    interrupted.store(true);
+    const uint64_t one = 1;
+    const int fd = interruptFd.load();
+    if (fd >= 0) {
+        [[maybe_unused]] const ssize_t written = write(fd, &one, sizeof one);
+    }
+    errno = savedErrno;
+}
+
+int IPCServRequest(uint32_t requestNumber, uint64_t requestLength, const char* request,
+                   uint64_t* replyLength, char** reply) {
+    return IPCServRequestEx(nullptr, requestNumber, requestLength, request, replyLength, reply);
+}
+
+int IPCServRequestEx(const char* socketName, uint32_t requestNumber, uint64_t requestLength,
+                     const char* request, uint64_t* replyLength, char** reply) {
+    return deliver({socketName, nullptr, requestNumber, {{requestLength, request}, {}}},
+                   OnStatus::kFreeReply, replyLength, reply);
+}
+
+int IPCServRequestTimeout(const char* socketName, uint32_t requestNumber, uint64_t requestLength,
+                          const char* request, uint64_t* replyLength, char** reply,
+                          int32_t timeoutMs) {
+    return deliver({socketName, &timeoutMs, requestNumber, {{requestLength, request}, {}}},
+                   OnStatus::kKeepReply, replyLength, reply);
+}
+
+int IPCServRequest2(uint32_t requestNumber, uint64_t length1, const char* part1, uint64_t length2,
+                    const char* part2, uint64_t* replyLength, char** reply) {
+    return deliver({nullptr, nullptr, requestNumber, {{length1, part1}, {length2, part2}}},
+                   OnStatus::kKeepReply, replyLength, reply);
+}
+
+int QueryZRPServer(uint32_t requestNumber, const char* request, uint64_t requestLength,
+                   char** reply, uint64_t* replyLength) {
+    return IPCServRequestEx(kMainDaemonSocket, requestNumber, requestLength, request, replyLength,
+                            reply);
+}
+
+int QueryZRP2BKS(uint32_t requestNumber, const char* request, uint64_t requestLength, char** reply,
+                 uint64_t* replyLength) {
+    return IPCServRequestEx(kStorageDaemonSocket, requestNumber, requestLength, request,
+                            replyLength, reply);
+}
+
+} // namespace zrp

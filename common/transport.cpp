@@ -224,17 +224,17 @@ int IPCClient::ConnectTimeout(const char* name, int32_t timeoutMs) {
     if (rc != kOk) {
         return rc;
     }
-    const timeval timeout = {timeoutMs / 1000, (timeoutMs % 1000) * 1000};
+    const timeval timeout = {timeoutMs / 1000, (timeoutMs % 1000) * 1000L};
     setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
     return connect_to(fd, name);
 }
 
-int IPCClient::SendHeader(uint32_t requestNumber, uint64_t length) {
+int IPCClient::SendHeader(uint32_t requestNumber, uint64_t length) const {
     const RequestHeader header = {kMagic, requestNumber, static_cast<uint32_t>(length)};
     return Send(sizeof header, &header);
 }
 
-int IPCClient::Send(uint64_t length, const void* data) {
+int IPCClient::Send(uint64_t length, const void* data) const {
     if (wait_ready(fd, POLLOUT, nullptr) == ECANCELED) {
         return ECANCELED;
     }
@@ -242,7 +242,7 @@ int IPCClient::Send(uint64_t length, const void* data) {
     return send(fd, data, length, MSG_NOSIGNAL) == 0 ? kShortHeader : kOk;
 }
 
-int IPCClient::Receive(uint32_t* status, uint64_t* length, char** buffer) {
+int IPCClient::Receive(uint32_t* status, uint64_t* length, char** buffer) const {
     *buffer = nullptr;
     timeval limit = {};
     socklen_t limitSize = sizeof limit;

@@ -62,17 +62,17 @@ struct IPCClient {
     int ConnectTimeout(const char* name, int32_t timeoutMs);
 
     // Sends the 12-byte header; only the low 32 bits of length reach the wire.
-    int SendHeader(uint32_t requestNumber, uint64_t length);
+    int SendHeader(uint32_t requestNumber, uint64_t length) const;
 
     // One send. Fails with 107 only when nothing was taken; any other failure shows itself as a
     // short receive.
-    int Send(uint64_t length, const void* data);
+    int Send(uint64_t length, const void* data) const;
 
     // Reads one reply. On success *buffer is malloc'ed with exactly *length bytes, or null when the
     // reply is empty. Bytes that a peer announced but never sent are zero.
     // Returns 0, 12 without memory, 53 for a wrong magic, 107 for a short header, ECANCELED after
     // IPCServInterrupt.
-    int Receive(uint32_t* status, uint64_t* length, char** buffer);
+    int Receive(uint32_t* status, uint64_t* length, char** buffer) const;
 };
 
 // Stores a copy of the name as the default peer. Returns 0, 22 for a null or empty name, 12 without

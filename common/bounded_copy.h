@@ -1,0 +1,26 @@
+// Copies into fixed-size character arrays that never run over and always end in a NUL.
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+
+namespace zrp {
+
+// The largest length of at most limit bytes at which the text can be cut without splitting a UTF-8
+// sequence. Text that is no UTF-8 is cut at the limit.
+size_t utf8_cut(const char* text, size_t length, size_t limit);
+
+// Copies length bytes into a buffer of capacity bytes (at least 1), cut where they do not fit.
+void copy_cut(char* destination, size_t capacity, const char* text, size_t length);
+
+template <size_t N>
+void copy_cut(char (&destination)[N], const char* text, size_t length) {
+    copy_cut(destination, N, text, length);
+}
+
+template <size_t N>
+void copy_cut(char (&destination)[N], const char* text) {
+    copy_cut(destination, N, text, strlen(text));
+}
+
+} // namespace zrp

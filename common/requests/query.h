@@ -1,0 +1,44 @@
+// The walk that all requests share: send a built document to its daemon and take the reply.
+#pragma once
+
+#include <cstdint>
+
+#include "../heap_text.h"
+#include "../transport.h"
+
+namespace zrp {
+
+// A daemon as requests address it.
+struct Peer {
+    const char* socketName; // null for the default peer of IPCServInit
+    uint32_t requestNumber;
+    int32_t timeoutMs; // receive time-out; 0 waits for ever
+};
+
+inline constexpr Peer kDefaultPeer = {nullptr, kMainDaemonRequest, 0};
+inline constexpr Peer kMainDaemon = {kMainDaemonSocket, kMainDaemonRequest, 0};
+inline constexpr Peer kStorageDaemon = {kStorageDaemonSocket, kStorageDaemonRequest, 0};
+inline constexpr Peer kStorageDiagnostics = {kStorageDaemonSocket, kStorageDiagnosticRequest, 0};
+inline constexpr Peer kManagementComponent = {kManagementSocket, kManagementRequest,
+                                              kManagementTimeoutMs};
+
+// Optional trace operations of a caller; each may be null.
+struct RequestHooks {
+    void (*dump)(const char* text, uint64_t length) = nullptr; // every request and reply
+    __attribute__((format(printf, 1, 2))) void (*log)(const char* format, ...) = nullptr;
+};
+
+// A reply and its length as the scanners take it. A reply of 2 GiB or more has a negative length,
+// which every scanner takes for an empty one.
+struct Reply {
+    HeapText text;
+    int32_t length = 0;
+};
+
+// Sends the document, which is freed in every case, and hands over the reply. hooks may be null; a
+// failure is logged as "IPCServRequest rc=%d". Returns 0, 12 for a null document, or the
+// transport's code.
+int send_query(const Peer& peer, HeapText document, uint32_t length, const RequestHooks* hooks,
+               Reply* reply);
+
+} // namespace zrp

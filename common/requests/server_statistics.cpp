@@ -1,0 +1,74 @@
+#include "common/requests/server_statistics.h"
+
+#include "common/result.h"
+#include "common/tags.h"
+#include "common/xml_reader.h"
+#include "common/xml_writer.h"
+
+namespace zrp {
+namespace {
+
+constexpr size_t kRequestRoom = 256;
+
+} // namespace
+
+char* BuildServerStatisticsRequest(int version, uint32_t* length) {
+    XmlDocument document = start_document(kRequestRoom);
+    WriteOpenGroup(document, tag::zrpConsoleRequest);
+    WriteOpenGroup(document, tag::serverStatistics);
+    WriteIntElement(document, tag::versionTag, version);
+    WriteCloseGroup(document, tag::serverStatistics);
+    WriteCloseGroup(document, tag::zrpConsoleRequest);
+    return finish_document(document, length);
+}
+
+int ScanServerStatisticsReply(char* reply, int replyLength, int* offset, char** element,
+                              int* elementLength) {
+    if (reply == nullptr || replyLength <= 0) {
+        return kInvalid;
+    }
+    if (*offset >= replyLength) {
+        return kRange;
+    }
+    char* end = reply + replyLength;
+    char* start = reply + *offset;
+    XmlElement found;
+    if (*offset == 0) {
+        const int rc = FindElement(tag::serverStatistics, start, end, &found);
+        if (rc != kOk) {
+            return rc;
+        }
+        start = found.contentStart;
+    }
+    if (start == nullptr || FindElement(tag::parm, start, end, &found) != kOk) {
+        return kInvalid;
+    }
+    *element = found.contentStart;
+    *elementLength = static_cast<int>(found.contentLength);
+    *offset = static_cast<int>(found.elementEnd + 1 - reply);
+    return kOk;
+}
+
+int QueryServerStatistics(int version, StatisticsCallback callback, const RequestHooks* hooks,
+                          void* context) {
+    uint32_t length = 0;
+    HeapText request(BuildServerStatisticsRequest(version, &length));
+    Reply reply;
+    int rc = send_query(kDefaultPeer, std::move(request), length, hooks, &reply);
+    if (rc == kOk) {
+        rc = CheckForError(static_cast<uint32_t>(reply.length), reply.text.get(), nullptr);
+    }
+    if (rc != kOk) {
+        return rc;
+    }
+    int offset = 0;
+    char* element = nullptr;
+    int elementLength = 0;
+    while (rc == kOk && ScanServerStatisticsReply(reply.text.get(), reply.length, &offset, &element,
+                                                  &elementLength) == kOk) {
+        rc = callback(context, element, elementLength);
+    }
+    return rc;
+}
+
+} // namespace zrp

@@ -1,0 +1,224 @@
+// Finders of the reply reader: elements, and plain tags.
+
+#include "common/result.h"
+#include "common/xml_reader.h"
+#include "common/xml_scan.h"
+
+namespace zrp {
+namespace {
+
+// Closes up the bytes of an element over the CDATA markers that are taken out of it. Bytes move
+// once, when a marker behind them is met, so the whole costs one pass.
+struct Compaction {
+    char* kept;    // end of what stands at its final place
+    char* pending; // start of what still has to move there
+};
+
+size_t gap_of(const Compaction& compaction) {
+    return static_cast<size_t>(compaction.pending - compaction.kept);
+}
+
+// Moves everything up to the given end into place.
+void move_up_to(Compaction& compaction, char* end) {
+    const auto size = static_cast<size_t>(end - compaction.pending);
+    if (compaction.kept != compaction.pending) {
+        memmove(compaction.kept, compaction.pending, size);
+    }
+    compaction.kept += size;
+    compaction.pending = end;
+}
+
+void take_out(Compaction& compaction, char* marker, size_t size) {
+    move_up_to(compaction, marker);
+    compaction.pending = marker + size;
+}
+
+void finish(Compaction& compaction, char* end) {
+    move_up_to(compaction, end);
+    memset(compaction.kept, ' ', gap_of(compaction));
+}
+
+// State of the walk through an element's content.
+struct BodyWalk {
+    std::string_view tag;
+    char* end;
+    char* position;
+    int64_t sameNameDepth = 0; // open elements of the same name inside
+    int64_t depth = 0;         // open elements of any name inside
+    Compaction compaction;
+};
+
+enum class Step { kOn, kMatched, kTruncated };
+
+// At "</". Every closing tag lowers the depth, whatever its name.
+Step step_closing_tag(BodyWalk& walk) {
+    walk.depth--;
+    walk.position += 2;
+    if (!starts_with(walk.position, walk.end, walk.tag)) {
+        return Step::kOn;
+    }
+    walk.position += walk.tag.size();
+    if (walk.position == walk.end) {
+        return Step::kTruncated;
+    }
+    if (*walk.position != '>') {
+        return Step::kOn;
+    }
+    return walk.sameNameDepth-- == 0 ? Step::kMatched : Step::kOn;
+}
+
+// At "<![CDATA[": what stands inside is text, not markup.
+Step step_cdata(BodyWalk& walk) {
+    char* text = walk.position + kCdataOpen.size();
+    const char* close = cdata_end(text, walk.end);
+    if (close == nullptr) {
+        return Step::kTruncated;
+    }
+    take_out(walk.compaction, walk.position, kCdataOpen.size());
+    walk.position = text + (close - text);
+    take_out(walk.compaction, walk.position, kCdataClose.size());
+    walk.position += kCdataClose.size();
+    return Step::kOn;
+}
+
+// At any other '<'. A name that is ended by '/' opens nothing, yet counts as one of the same name.
+Step step_opening_tag(BodyWalk& walk) {
+    const char* name = ++walk.position;
+    while (walk.position < walk.end && !ends_name(*walk.position)) {
+        walk.position++;
+    }
+    if (walk.position == walk.end) {
+        return Step::kTruncated;
+    }
+    walk.depth += *walk.position == '/' ? 0 : 1;
+    if (std::string_view(name, static_cast<size_t>(walk.position - name)) == walk.tag) {
+        walk.sameNameDepth++;
+    }
+    return Step::kOn;
+}
+
+Step step_body(BodyWalk& walk) {
+    if (starts_with(walk.position, walk.end, "</")) {
+        return step_closing_tag(walk);
+    }
+    if (walk.depth == 0 && starts_with(walk.position, walk.end, kCdataOpen)) {
+        return step_cdata(walk);
+    }
+    return step_opening_tag(walk);
+}
+
+// Walks from the content's first byte to the '>' of the closing tag.
+int match_content(std::string_view tag, char* content, char* end, XmlElement* element) {
+    BodyWalk walk = {tag, end, content, 0, 0, {content, content}};
+    Step step = Step::kOn;
+    char* markup = nullptr;
+    while (step == Step::kOn && (markup = next_markup(walk.position, end)) != nullptr) {
+        walk.position = markup;
+        step = step_body(walk);
+    }
+    if (step != Step::kMatched) {
+        finish(walk.compaction, end);
+        return kNotFound;
+    }
+    const size_t gap = gap_of(walk.compaction);
+    finish(walk.compaction, walk.position + 1);
+    element->contentStart = content;
+    element->contentEnd = markup - gap - 1;
+    element->contentLength = static_cast<uint32_t>(markup - gap - content);
+    element->elementEnd = walk.position - gap;
+    return kOk;
+}
+
+// Completes a match whose opening tag's name ends at tagEnd.
+int match_element(std::string_view tag, char* tagEnd, char* end, XmlElement* element) {
+    char* close = next_byte(tagEnd, end, '>');
+    if (close == nullptr) {
+        return kNotFound;
+    }
+    XmlElement match;
+    match.tagEnd = tagEnd;
+    if (close[-1] == '/') {
+        match.elementEnd = close;
+    } else if (match_content(tag, close + 1, end, &match) != kOk) {
+        return kNotFound;
+    }
+    *element = match;
+    return kOk;
+}
+
+bool is_whole_tag(std::string_view tag, const char* markup, const char* end) {
+    return starts_with(markup + 1, end, tag) && markup + 1 + tag.size() < end &&
+           markup[1 + tag.size()] == '>';
+}
+
+} // namespace
+
+int FindElement(std::string_view tag, char* start, char* end, XmlElement* element) {
+    for (char* markup = next_markup(start, end); markup != nullptr;
+         markup = next_markup(markup + 1, end)) {
+        char* name = markup + 1;
+        if (starts_with(name, end, tag) && name + tag.size() < end && ends_name(name[tag.size()])) {
+            return match_element(tag, name + tag.size(), end, element);
+        }
+    }
+    return kNotFound;
+}
+
+int NextElement(char* start, char* end, XmlElement* element, char** name, size_t* nameLength) {
+    for (char* markup = next_markup(start, end); markup != nullptr;
+         markup = next_markup(markup + 1, end)) {
+        char* first = markup + 1;
+        if (first < end && (*first == '/' || *first == '!' || *first == '?')) {
+            continue;
+        }
+        char* last = first;
+        while (last < end && !ends_name(*last)) {
+            last++;
+        }
+        const auto length = static_cast<size_t>(last - first);
+        const int rc = match_element({first, length}, last, end, element);
+        if (rc == kOk) {
+            *name = first;
+            *nameLength = length;
+        }
+        return rc;
+    }
+    return kNotFound;
+}
+
+int FindClosingTag(std::string_view tag, const char* start, const char* end, const char** found) {
+    const char* searchEnd = end;
+    while (start < searchEnd) {
+        const auto* markup =
+            static_cast<const char*>(memrchr(start, '<', static_cast<size_t>(searchEnd - start)));
+        if (markup == nullptr) {
+            break;
+        }
+        if (markup + 1 < end && markup[1] == '/' && is_whole_tag(tag, markup + 1, end)) {
+            *found = markup;
+            return kOk;
+        }
+        searchEnd = markup;
+    }
+    return kNotFound;
+}
+
+int FindPlainOpenTag(std::string_view tag, const char* start, const char* end, const char** found) {
+    const char* markup = next_markup(start, end);
+    while (markup != nullptr) {
+        const char* next = markup + 1;
+        if (starts_with(markup, end, kCdataOpen)) {
+            next = cdata_end(markup + kCdataOpen.size(), end);
+            if (next == nullptr) {
+                break;
+            }
+        } else if (is_whole_tag(tag, markup, end)) {
+            *found = markup + 1 + tag.size();
+            return kOk;
+        }
+        markup = next_markup(next, end);
+    }
+    return kNotFound;
+}
+
+} // namespace zrp

@@ -1,0 +1,275 @@
+// Getters of the reply reader: texts, numbers, attributes and the server's error.
+
+#include "common/xml_reader.h"
+
+#include <cstdlib>
+
+#include "common/bounded_copy.h"
+#include "common/result.h"
+#include "common/tags.h"
+#include "common/xml_scan.h"
+
+namespace zrp {
+namespace {
+
+constexpr int kDecimal = 10;
+constexpr int kAutomaticBase = 0;
+constexpr size_t kNumberWordSize = 80;
+
+// Names that stand only in the replies' error reports.
+constexpr std::string_view kResultOpening = "result value=";
+constexpr std::string_view kDescriptionTag = "description";
+constexpr std::string_view kWriteResultTag = "writeResult";
+constexpr std::string_view kErrorTag = "error";
+
+using NumberWord = char[kNumberWordSize];
+
+// Copies the first word of a range. Returns 0, 22 for an empty range, 2 for a word too long.
+int take_word(const char* start, const char* end, NumberWord& word, const char** next) {
+    const char* first = skip_blanks(start, end);
+    if (first >= end) {
+        return kInvalid;
+    }
+    const char* last = first;
+    while (last < end && !is_blank(*last)) {
+        last++;
+    }
+    const auto length = static_cast<size_t>(last - first);
+    if (length >= kNumberWordSize) {
+        return kNotFound;
+    }
+    copy_cut(word, first, length);
+    if (next != nullptr) {
+        *next = last;
+    }
+    return kOk;
+}
+
+// The first quote behind `NAME = `, one past it; null when the attribute is not in the range.
+const char* find_attribute_value(std::string_view name, const char* start, const char* end) {
+    for (const char* at = skip_blanks(start, end); at < end; at++) {
+        if (!starts_with(at, end, name)) {
+            continue;
+        }
+        const char* sign = skip_blanks(at + name.size(), end);
+        if (sign == end || *sign != '=') {
+            continue;
+        }
+        const char* quote = skip_blanks(sign + 1, end);
+        if (quote != end && *quote == '"') {
+            return quote + 1;
+        }
+    }
+    return nullptr;
+}
+
+const char* search_end(const XmlAttribute& attribute) {
+    return attribute.limit != nullptr ? attribute.limit : attribute.searchEnd;
+}
+
+void set_value(XmlAttribute* attribute, const char* start, const char* end) {
+    attribute->valueStart = start;
+    attribute->valueEnd = end - 1;
+    attribute->valueLength = static_cast<uint32_t>(end - start);
+}
+
+// The value of the first `<result value="...">`, as told by the text between a '<' and the first
+// double quote behind it. A quote that stands elsewhere sends the search on behind the next '>'.
+struct ResultValue {
+    bool found = false;
+    const char* start = nullptr;
+    const char* end = nullptr; // null when the value is not closed
+};
+
+ResultValue find_result_value(const char* reply, const char* end) {
+    const char* markup = nullptr;
+    const char* searched = reply; // every '<' before it is known
+    const char* quote = next_byte(reply, end, '"');
+    while (quote != nullptr) {
+        for (const char* next = next_markup(searched, quote); next != nullptr;
+             next = next_markup(searched, quote)) {
+            markup = next;
+            searched = next + 1;
+        }
+        searched = quote;
+        if (markup != nullptr &&
+            std::string_view(markup + 1, static_cast<size_t>(quote - markup - 1)) ==
+                kResultOpening) {
+            return {true, quote + 1, next_byte(quote + 1, end, '"')};
+        }
+        const char* close = next_byte(quote, end, '>');
+        quote = close == nullptr ? nullptr : next_byte(close, end, '"');
+    }
+    return {};
+}
+
+// The text between the '>' of a plain tag and the next '<'.
+std::string_view text_after(const char* tagClose, const char* end) {
+    const char* start = tagClose + 1;
+    const char* stop = next_markup(start, end);
+    return {start, static_cast<size_t>((stop == nullptr ? end : stop) - start)};
+}
+
+void set_error_text(ErrorText* errorText, std::string_view text) {
+    if (errorText != nullptr) {
+        copy_cut(*errorText, text.data(), text.size());
+    }
+}
+
+void append_error_text(ErrorText* errorText, std::string_view text) {
+    if (errorText != nullptr) {
+        const size_t used = strlen(*errorText);
+        copy_cut(*errorText + used, kErrorTextSize - used, text.data(), text.size());
+    }
+}
+
+int report_result(const ResultValue& result, const char* end, ErrorText* errorText) {
+    if (result.end == nullptr) {
+        return kNotFound;
+    }
+    const std::string_view value(result.start, static_cast<size_t>(result.end - result.start));
+    if (value == "0") {
+        return kOk;
+    }
+    set_error_text(errorText, value);
+    const char* description = nullptr;
+    if (FindPlainOpenTag(kDescriptionTag, result.end, end, &description) == kOk) {
+        append_error_text(errorText, " ");
+        append_error_text(errorText, text_after(description, end));
+    }
+    // The closing quote ends the conversion.
+    return static_cast<int>(strtol(result.start, nullptr, kDecimal));
+}
+
+int report_write_result(const char* reply, const char* end, ErrorText* errorText) {
+    const char* writeResult = nullptr;
+    if (FindPlainOpenTag(kWriteResultTag, reply, end, &writeResult) != kOk) {
+        return kOk;
+    }
+    const char* error = nullptr;
+    if (FindPlainOpenTag(kErrorTag, writeResult, end, &error) == kOk) {
+        set_error_text(errorText, text_after(error, end));
+    }
+    return kWriteError;
+}
+
+} // namespace
+
+char* XML_GetTagElement(char* reply, int32_t length, std::string_view tag,
+                        uint32_t* contentLength) {
+    *contentLength = 0;
+    XmlElement element;
+    if (reply == nullptr || length <= 0 ||
+        FindElement(tag, reply, reply + length, &element) != kOk) {
+        return nullptr;
+    }
+    *contentLength = element.contentLength;
+    return element.contentStart;
+}
+
+int GetTagString(std::string_view tag, char* reply, int32_t length, int32_t capacity,
+                 char* buffer) {
+    uint32_t contentLength = 0;
+    const char* content = XML_GetTagElement(reply, length, tag, &contentLength);
+    if (content == nullptr) {
+        return kInvalid;
+    }
+    if (int64_t{contentLength} + 1 > capacity) {
+        return kTooLong;
+    }
+    copy_cut(buffer, static_cast<size_t>(capacity), content, contentLength);
+    return kOk;
+}
+
+int GetTagInt(std::string_view tag, char* reply, int32_t length, uint32_t* value) {
+    uint32_t contentLength = 0;
+    const char* content = XML_GetTagElement(reply, length, tag, &contentLength);
+    if (content == nullptr) {
+        return kInvalid;
+    }
+    // The '<' of the closing tag ends the conversion inside the reply.
+    *value = static_cast<uint32_t>(strtol(content, nullptr, kDecimal));
+    return kOk;
+}
+
+void GetStartIndex(char* reply, int32_t length, uint32_t* startIndex) {
+    if (GetTagInt(tag::startIndex, reply, length, startIndex) != kOk) {
+        *startIndex = kEndOfList;
+    }
+}
+
+int GetRangeUInt64(const char* start, const char* end, uint64_t* value, const char** next) {
+    NumberWord word;
+    const int rc = take_word(start, end, word, next);
+    if (rc == kOk) {
+        *value = strtoull(word, nullptr, kAutomaticBase);
+    }
+    return rc;
+}
+
+int GetRangeUInt32(const char* start, const char* end, uint32_t* value, const char** next) {
+    NumberWord word;
+    const int rc = take_word(start, end, word, next);
+    if (rc == kOk) {
+        *value = static_cast<uint32_t>(strtoul(word, nullptr, kAutomaticBase));
+    }
+    return rc;
+}
+
+int GetAttribute(std::string_view name, XmlAttribute* attribute) {
+    const char* end = search_end(*attribute);
+    const char* start = find_attribute_value(name, attribute->searchStart, end);
+    const char* quote = start == nullptr ? nullptr : next_byte(start, end, '"');
+    if (quote == nullptr) {
+        return kNotFound;
+    }
+    set_value(attribute, start, quote);
+    return kOk;
+}
+
+int GetAttributeToEnd(std::string_view name, XmlAttribute* attribute) {
+    constexpr ptrdiff_t kTagClosing = 2; // the value's quote and the tag's '>'
+    const char* end = search_end(*attribute);
+    const char* start = find_attribute_value(name, attribute->searchStart, end);
+    if (start == nullptr || end - start < kTagClosing) {
+        return kNotFound;
+    }
+    set_value(attribute, start, end - kTagClosing);
+    return kOk;
+}
+
+int GetNameValueParm(char* element, char* elementEnd, char (&name)[kParmNameSize],
+                     char (&type)[kParmTypeSize], char* value, int valueMax) {
+    name[0] = '\0';
+    type[0] = '\0';
+    value[0] = '\0';
+    XmlElement found;
+    if (FindElement(tag::name, element, elementEnd, &found) != kOk) {
+        return kInvalid;
+    }
+    copy_cut(name, found.contentStart, found.contentLength);
+    if (FindElement(tag::value, element, elementEnd, &found) != kOk) {
+        return kOk;
+    }
+    if (found.contentLength > static_cast<uint32_t>(valueMax)) {
+        return kNoMemory;
+    }
+    copy_cut(value, static_cast<size_t>(valueMax) + 1, found.contentStart, found.contentLength);
+    XmlAttribute attribute;
+    attribute.searchStart = found.tagEnd;
+    attribute.searchEnd = next_byte(found.tagEnd, elementEnd, '>');
+    if (GetAttribute(tag::type, &attribute) == kOk) {
+        copy_cut(type, attribute.valueStart, attribute.valueLength);
+    }
+    return kOk;
+}
+
+int CheckForError(uint32_t length, const char* reply, ErrorText* errorText) {
+    set_error_text(errorText, "");
+    const char* end = reply + length;
+    const ResultValue result = find_result_value(reply, end);
+    return result.found ? report_result(result, end, errorText)
+                        : report_write_result(reply, end, errorText);
+}
+
+} // namespace zrp

@@ -1,0 +1,61 @@
+// The one step of every walk over a reply. Internal to the library.
+#pragma once
+
+#include <cstring>
+#include <string_view>
+
+namespace zrp {
+
+// The next byte c in [position, end), or null.
+inline const char* next_byte(const char* position, const char* end, char c) {
+    return position < end
+               ? static_cast<const char*>(memchr(position, c, static_cast<size_t>(end - position)))
+               : nullptr;
+}
+
+inline char* next_byte(char* position, const char* end, char c) {
+    return const_cast<char*>(next_byte(static_cast<const char*>(position), end, c));
+}
+
+// The next '<' in [position, end), or null.
+inline const char* next_markup(const char* position, const char* end) {
+    return next_byte(position, end, '<');
+}
+
+inline char* next_markup(char* position, const char* end) {
+    return next_byte(position, end, '<');
+}
+
+// White space as the daemons write it, whatever the locale says.
+inline bool is_blank(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+inline bool ends_name(char c) {
+    return c == '>' || c == '/' || is_blank(c);
+}
+
+inline bool starts_with(const char* position, const char* end, std::string_view text) {
+    return static_cast<size_t>(end - position) >= text.size() &&
+           memcmp(position, text.data(), text.size()) == 0;
+}
+
+inline const char* skip_blanks(const char* position, const char* end) {
+    while (position < end && is_blank(*position)) {
+        position++;
+    }
+    return position;
+}
+
+inline constexpr std::string_view kCdataOpen = "<![CDATA[";
+inline constexpr std::string_view kCdataClose = "]]>";
+
+// The "]]>" of a section whose text begins at position, or null.
+inline const char* cdata_end(const char* position, const char* end) {
+    return position < end
+               ? static_cast<const char*>(memmem(position, static_cast<size_t>(end - position),
+                                                 kCdataClose.data(), kCdataClose.size()))
+               : nullptr;
+}
+
+} // namespace zrp

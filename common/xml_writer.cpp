@@ -1,0 +1,137 @@
+#include "common/xml_writer.h"
+
+#include <cinttypes>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <unistd.h>
+
+#include "common/tags.h"
+
+namespace zrp {
+namespace {
+
+constexpr size_t kNumberText = 24; // the digits, sign and terminator of any 64-bit number
+
+__attribute__((format(printf, 2, 3))) int append(XmlDocument& document, const char* format, ...) {
+    if (document.failed) {
+        return 0;
+    }
+    const size_t room = document.capacity - document.length;
+    char* end = document.text.get() + document.length;
+    va_list arguments;
+    va_start(arguments, format);
+    const int written = vsnprintf(end, room, format, arguments);
+    va_end(arguments);
+    if (written < 0 || static_cast<size_t>(written) >= room) {
+        document.failed = true;
+        *end = '\0';
+        return 0;
+    }
+    document.length += static_cast<size_t>(written);
+    return written;
+}
+
+} // namespace
+
+XmlDocument start_document(size_t capacity) {
+    XmlDocument document;
+    document.text.reset(static_cast<char*>(malloc(capacity)));
+    document.capacity = capacity;
+    document.failed = document.text == nullptr || capacity == 0;
+    if (!document.failed) {
+        document.text.get()[0] = '\0';
+    }
+    return document;
+}
+
+char* finish_document(XmlDocument& document, uint32_t* length) {
+    if (document.failed) {
+        return nullptr;
+    }
+    *length = static_cast<uint32_t>(document.length);
+    return document.text.release();
+}
+
+int WriteHead(XmlDocument& document, const char* outer, const char* command) {
+    return append(document, "<%s pid=\"%d\"><%s>\n", outer, getpid(), command);
+}
+
+int WriteTrailer(XmlDocument& document, const char* command, const char* outer) {
+    return append(document, "\n</%s></%s>", command, outer);
+}
+
+int WriteChildless(XmlDocument& document, const char* outer, const char* command) {
+    return append(document, "<%s pid=\"%d\"><%s/></%s>", outer, getpid(), command, outer);
+}
+
+int WriteTextElement(XmlDocument& document, const char* tag, const char* text) {
+    return append(document, "<%s>%s</%s>", tag, text, tag);
+}
+
+int WriteIntElement(XmlDocument& document, const char* tag, int32_t value) {
+    return append(document, "<%s>%" PRId32 "</%s>", tag, value, tag);
+}
+
+int WriteUIntElement(XmlDocument& document, const char* tag, uint32_t value) {
+    return append(document, "<%s>%" PRIu32 "</%s>", tag, value, tag);
+}
+
+int WriteHexElement(XmlDocument& document, const char* tag, uint32_t value) {
+    return append(document, "<%s>0x%" PRIx32 "</%s>", tag, value, tag);
+}
+
+int WriteEmptyElement(XmlDocument& document, const char* tag) {
+    return append(document, "<%s/>", tag);
+}
+
+int WriteOpenGroup(XmlDocument& document, const char* tag) {
+    return append(document, "<%s>", tag);
+}
+
+int WriteCloseGroup(XmlDocument& document, const char* tag) {
+    return append(document, "</%s>", tag);
+}
+
+int WriteNumberedParameter(XmlDocument& document, const char* tag, int index, const char* text) {
+    return append(document, "<%s%d>%s</%s>\n", tag, index, text, tag);
+}
+
+int WriteParmString(XmlDocument& document, const char* name, const char* type, const char* value) {
+    return append(document, "<%s><%s>%s</%s><%s type=\"%s\">%s</%s></%s>\n", tag::parm, tag::name,
+                  name, tag::name, tag::value, type, value, tag::value, tag::parm);
+}
+
+int WriteParmTypedUInt(XmlDocument& document, const char* name, const char* type, uint32_t value) {
+    char text[kNumberText];
+    snprintf(text, sizeof text, "%" PRIu32, value);
+    return WriteParmString(document, name, type, text);
+}
+
+int WriteParmUInt(XmlDocument& document, const char* name, uint32_t value) {
+    return WriteParmTypedUInt(document, name, value_type::unsignedInt, value);
+}
+
+int WriteParmInt(XmlDocument& document, const char* name, int32_t value) {
+    char text[kNumberText];
+    snprintf(text, sizeof text, "%" PRId32, value);
+    return WriteParmString(document, name, value_type::int_, text);
+}
+
+int WriteParmBool(XmlDocument& document, const char* name, int value) {
+    return WriteParmString(document, name, value_type::boolean, value != 0 ? "1" : "0");
+}
+
+int WriteParmULong(XmlDocument& document, const char* name, uint64_t value) {
+    char text[kNumberText];
+    snprintf(text, sizeof text, "%" PRIu64, value);
+    return WriteParmString(document, name, value_type::unsignedLong, text);
+}
+
+int WriteParmLong(XmlDocument& document, const char* name, int64_t value) {
+    char text[kNumberText];
+    snprintf(text, sizeof text, "%" PRId64, value);
+    return WriteParmString(document, name, value_type::long_, text);
+}
+
+} // namespace zrp

@@ -1,0 +1,226 @@
+#include "core/lifecycle.h"
+
+#include <clocale>
+#include <cstdlib>
+#include <getopt.h>
+#include <unistd.h>
+
+#include "common/result.h"
+#include "common/transport.h"
+#include "core/key_loop.h"
+#include "core/monitor.h"
+#include "core/refresh_thread.h"
+#include "core/signals.h"
+#include "core/window.h"
+
+namespace zrp {
+namespace {
+
+constexpr int kMinLines = 25;
+constexpr int kMinColumns = 40;
+
+constexpr int kStripHeight = 3;
+constexpr int kStripRow = 2;
+constexpr int kMainRow = 5;
+constexpr int kMainHeightLess = 10; // rows of the terminal that the main window leaves
+constexpr int kWindowColumn = 1;
+constexpr int kWindowWidthLess = 2;
+
+constexpr const char* kMenuLines[] = {
+    "[F12] Exit [F2] General [F3] Volume [F4] Connection [F5] Diagnostics",
+    "[F6] Parameters [F7] Version [+/-] sec. [tab] Next Scr",
+};
+
+struct ColourPair {
+    short pair;
+    short foreground;
+    short background;
+};
+
+constexpr ColourPair kColourPairs[] = {
+    {1, COLOR_RED, COLOR_BLACK},           {2, COLOR_GREEN, COLOR_BLACK},
+    {kBoxedPair, COLOR_WHITE, COLOR_BLUE}, {4, COLOR_BLUE, COLOR_BLACK},
+    {kMenuPair, COLOR_CYAN, COLOR_BLACK},  {6, COLOR_MAGENTA, COLOR_BLACK},
+    {7, COLOR_WHITE, COLOR_BLACK},
+};
+
+constexpr option kLongOptions[] = {
+    {"?", no_argument, nullptr, 'h'},
+    {"help", no_argument, nullptr, 'h'},
+    {"d", no_argument, nullptr, 'd'},
+    {nullptr, 0, nullptr, 0},
+};
+
+void print_usage() {
+    puts("zrptop - Velmora ZRP Server Monitoring Utility");
+    puts("Shows live figures of the ZRP file server on this machine. Use it at your own risk.");
+    puts("This program is unsupported by Velmora, Inc.");
+    fflush(stdout);
+}
+
+void close_trace() {
+    if (monitorState.traceEnabled != 0) {
+        fflush(monitorState.traceFile);
+        fclose(monitorState.traceFile);
+        monitorState.traceFile = nullptr;
+        monitorState.traceEnabled = 0;
+    }
+}
+
+void open_trace() {
+    close_trace();
+    monitorState.traceFile = fopen("zrptop.log", "we");
+    monitorState.traceEnabled = monitorState.traceFile != nullptr ? 1 : 0;
+    constexpr char kRule[] =
+        "***************************************************************************************";
+    static_assert(sizeof kRule - 1 == 87);
+    trace("\n%s\n", kRule);
+}
+
+// True when the program goes on.
+bool read_options(int argc, char** argv) {
+    for (;;) {
+        const int choice = getopt_long(argc, argv, "?hHd", kLongOptions, nullptr);
+        switch (choice) {
+        case -1:
+            return true;
+        case 'H':
+        case 'h':
+        case '?':
+            print_usage();
+            return false;
+        case 'd':
+            open_trace();
+            break;
+        default:
+            break;
+        }
+    }
+}
+
+void open_terminal() {
+    // The locale of characters only: numbers keep their form whatever the user's locale writes.
+    setlocale(LC_CTYPE, "");
+    initscr();
+    curs_set(0);
+    noecho();
+    start_color();
+    for (const ColourPair& colours : kColourPairs) {
+        init_pair(colours.pair, colours.foreground, colours.background);
+    }
+    wattr_on(stdscr, COLOR_PAIR(kMenuPair), nullptr);
+    cbreak();
+    keypad(stdscr, TRUE);
+    monitorState.screenLines = getmaxy(stdscr);
+    monitorState.screenCols = getmaxx(stdscr);
+    trace("maxy=%d maxx=%d LINES=%d COLS=%d\n", monitorState.screenLines, monitorState.screenCols,
+          LINES, COLS);
+}
+
+void close_terminal() {
+    const CursesLock lock;
+    endwin();
+    curs_set(1);
+    echo();
+}
+
+void release_on_early_exit() {
+    IPCServTerm();
+    close_trace();
+}
+
+// Tells the user what the terminal lacks. True when it is large enough.
+bool terminal_is_large_enough() {
+    const char* lacking = nullptr;
+    if (monitorState.screenLines < kMinLines) {
+        lacking = "lines";
+    } else if (monitorState.screenCols < kMinColumns) {
+        lacking = "columns";
+    }
+    if (lacking == nullptr) {
+        return true;
+    }
+    close_terminal();
+    printf("\nPlease enlarge the terminal screen -- not enough %s\n", lacking);
+    fflush(stdout);
+    return false;
+}
+
+void draw_menu() {
+    const CursesLock lock;
+    int row = 0;
+    for (const char* line : kMenuLines) {
+        print_at(stdscr, row++, 0, "%s", line);
+    }
+    refresh_window(stdscr);
+}
+
+} // namespace
+
+int create_uptime_window() {
+    if (monitorState.upTimeWindow != nullptr) {
+        return kRange;
+    }
+    WINDOW* window = create_newwin(kStripHeight, COLS - kWindowWidthLess, kStripRow, kWindowColumn);
+    if (window == nullptr) {
+        return kNoMemory;
+    }
+    monitorState.upTimeWindow = window;
+    print_at(window, 1, 1, "Server Up Time:");
+    refresh_window(window);
+    return kOk;
+}
+
+int create_main_window() {
+    if (monitorState.mainWindow != nullptr) {
+        return kRange;
+    }
+    WINDOW* window =
+        create_newwin(monitorState.screenLines - kMainHeightLess,
+                      monitorState.screenCols - kWindowWidthLess, kMainRow, kWindowColumn);
+    if (window == nullptr) {
+        return kNoMemory;
+    }
+    monitorState.mainWindow = window;
+    refresh_window(window);
+    return kOk;
+}
+
+void cleanup_and_exit(int /*sig*/) {
+    // Wakes a refresh thread that waits for a mute daemon; also when no signal asked for the end.
+    request_termination();
+    stop_refresh_thread();
+    destroy_win(monitorState.mainWindow);
+    destroy_win(monitorState.upTimeWindow);
+    close_terminal();
+    IPCServTerm();
+    close_trace();
+    exit(EXIT_SUCCESS);
+}
+
+int run_monitor(int argc, char** argv) {
+    if (getuid() != 0) {
+        puts("must be root.");
+        return EXIT_FAILURE;
+    }
+    monitorState.currentScreen.store(kGeneralScreen);
+    if (!read_options(argc, argv)) {
+        return EXIT_SUCCESS;
+    }
+    install_signal_handlers();
+    IPCServInit(kMainDaemonSocket);
+    open_terminal();
+    if (!terminal_is_large_enough()) {
+        release_on_early_exit();
+        return EXIT_SUCCESS;
+    }
+    draw_menu();
+    create_uptime_window();
+    create_main_window();
+    request_first_draw();
+    start_refresh_thread();
+    keypad(stdscr, TRUE);
+    key_loop();
+}
+
+} // namespace zrp

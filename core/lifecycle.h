@@ -1,0 +1,20 @@
+// Start and end of the monitor.
+#pragma once
+
+namespace zrp {
+
+// Runs the monitor with the program's arguments. Returns only when it refuses to start: 1 when not
+// root, 0 after the usage text or on a terminal that is too small.
+int run_monitor(int argc, char** argv);
+
+// The one shutdown, on the main thread: stops the refresh thread, gives the terminal back, waits
+// for exchanges to end, closes the trace and exits with status 0. The argument is ignored. Signals
+// ask for it and the key loop calls it, so that it never runs inside ncurses or twice.
+[[noreturn]] void cleanup_and_exit(int sig);
+
+// The two permanent windows. Each returns 0, 34 when its window exists already, 12 when it cannot
+// be made.
+int create_uptime_window();
+int create_main_window();
+
+} // namespace zrp

@@ -1,0 +1,26 @@
+// The General screen: the main daemon's statistics, and the up-time strip above every screen.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include <ncurses.h>
+
+namespace zrp {
+
+inline constexpr size_t kUpTimeTextSize = 512;
+
+// Draws the frame. Returns 0, or 22 without a window.
+int drawGeneralLabels(WINDOW* window);
+
+// Lists the first eleven statistics. Returns 0 whatever the server said, or 22 without a window.
+int updateGeneralWindow(WINDOW* window);
+
+// Shows the server's up time in the strip, when there is one.
+void updateUpTimeWindow();
+
+// Writes a duration as "1 Day 2 Hours 3 Minutes 4 Seconds ": parts that are zero are left out, the
+// seconds never are.
+void format_up_time(uint32_t seconds, char (&text)[kUpTimeTextSize]);
+
+} // namespace zrp

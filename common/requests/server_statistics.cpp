@@ -1,5 +1,6 @@
 #include "common/requests/server_statistics.h"
 
+#include "common/requests/reply_list.h"
 #include "common/result.h"
 #include "common/tags.h"
 #include "common/xml_reader.h"
@@ -9,6 +10,8 @@ namespace zrp {
 namespace {
 
 constexpr size_t kRequestRoom = 256;
+
+constexpr ReplyList kStatistics = {{tag::serverStatistics}, tag::parm, kNotFound, kRange};
 
 } // namespace
 
@@ -24,29 +27,13 @@ char* BuildServerStatisticsRequest(int version, uint32_t* length) {
 
 int ScanServerStatisticsReply(char* reply, int replyLength, int* offset, char** element,
                               int* elementLength) {
-    if (reply == nullptr || replyLength <= 0) {
-        return kInvalid;
-    }
-    if (*offset >= replyLength) {
-        return kRange;
-    }
-    char* end = reply + replyLength;
-    char* start = reply + *offset;
     XmlElement found;
-    if (*offset == 0) {
-        const int rc = FindElement(tag::serverStatistics, start, end, &found);
-        if (rc != kOk) {
-            return rc;
-        }
-        start = found.contentStart;
+    const int rc = next_item(kStatistics, reply, replyLength, offset, &found);
+    if (rc == kOk) {
+        *element = found.contentStart;
+        *elementLength = static_cast<int>(found.contentLength);
     }
-    if (start == nullptr || FindElement(tag::parm, start, end, &found) != kOk) {
-        return kInvalid;
-    }
-    *element = found.contentStart;
-    *elementLength = static_cast<int>(found.contentLength);
-    *offset = static_cast<int>(found.elementEnd + 1 - reply);
-    return kOk;
+    return rc;
 }
 
 int QueryServerStatistics(int version, StatisticsCallback callback, const RequestHooks* hooks,

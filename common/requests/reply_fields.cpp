@@ -1,0 +1,57 @@
+#include "common/requests/reply_fields.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "common/bounded_copy.h"
+#include "common/requests/reply_list.h"
+#include "common/result.h"
+
+namespace zrp {
+namespace {
+
+constexpr int kDecimalBase = 10;
+constexpr int kAutomaticBase = 0;
+
+template <typename Number>
+void store(char* member, Number number) {
+    memcpy(member, &number, sizeof number);
+}
+
+} // namespace
+
+int read_field(const ReplyField& field, const XmlElement& outer, void* record) {
+    XmlElement element;
+    if (find_inside(outer, field.tag, &element) != kOk || element.contentStart == nullptr) {
+        return kInvalid;
+    }
+    char* member = static_cast<char*>(record) + field.offset;
+    // The '<' of the closing tag ends each conversion inside the reply.
+    switch (field.kind) {
+    case FieldKind::kDecimal:
+        store(member, static_cast<uint32_t>(strtol(element.contentStart, nullptr, kDecimalBase)));
+        break;
+    case FieldKind::kNumber32:
+        store(member,
+              static_cast<uint32_t>(strtoul(element.contentStart, nullptr, kAutomaticBase)));
+        break;
+    case FieldKind::kNumber64:
+        store(member, uint64_t{strtoull(element.contentStart, nullptr, kAutomaticBase)});
+        break;
+    case FieldKind::kText:
+        copy_cut(member, field.size, element.contentStart, element.contentLength);
+        break;
+    }
+    return kOk;
+}
+
+int read_fields(const ReplyField* fields, size_t count, const XmlElement& outer, void* record) {
+    for (size_t i = 0; i < count; i++) {
+        if (read_field(fields[i], outer, record) != kOk) {
+            return kInvalid;
+        }
+    }
+    return kOk;
+}
+
+} // namespace zrp

@@ -27,6 +27,9 @@ int next_item(const ReplyList& list, char* reply, int length, int* offset, XmlEl
     if (reply == nullptr || length <= 0) {
         return kInvalid;
     }
+    if (*offset < 0 || *offset >= length) {
+        return list.pastEnd;
+    }
     char* end = reply + length;
     char* start = reply + *offset;
     if (*offset == 0) {
@@ -34,8 +37,6 @@ int next_item(const ReplyList& list, char* reply, int length, int* offset, XmlEl
         if (rc != kOk) {
             return rc;
         }
-    } else if (*offset < 0 || *offset >= length) {
-        return list.pastEnd;
     }
     if (start == nullptr || FindElement(list.item, start, end, item) != kOk) {
         return kInvalid;

@@ -5,10 +5,11 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <ostream>
 #include <poll.h>
 #include <sys/ioctl.h>
-#include <sys/pidfd.h>
 #include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <thread>
@@ -53,6 +54,7 @@ std::vector<std::string> merged_environment(const std::vector<std::string>& chan
 
 std::vector<char*> pointers(std::vector<std::string>& texts) {
     std::vector<char*> result;
+    result.reserve(texts.size() + 1);
     for (std::string& text : texts) {
         result.push_back(text.data());
     }
@@ -83,7 +85,7 @@ void reset_signals() {
     }
     sigset_t none;
     sigemptyset(&none);
-    sigprocmask(SIG_SETMASK, &none, nullptr);
+    pthread_sigmask(SIG_SETMASK, &none, nullptr);
 }
 
 bool take_terminal(int terminal) {
@@ -156,6 +158,10 @@ std::string ExitStatus::text() const {
     return signal == 0 ? "exit status " + std::to_string(code) : "signal " + std::to_string(signal);
 }
 
+std::ostream& operator<<(std::ostream& out, const ExitStatus& status) {
+    return out << status.text();
+}
+
 ChildProcess::ChildProcess(const ChildOptions& options) {
     if (options.arguments.empty()) {
         fail("no program to start", EINVAL);
@@ -201,7 +207,8 @@ ChildProcess::ChildProcess(const ChildOptions& options) {
         kill_now();
         fail("cannot start " + options.arguments[0], error);
     }
-    exit_.reset(pidfd_open(pid_, 0)); // close-on-exec by itself
+    // Not through the C library, whose header for it lacks the C++ guard. Close-on-exec by itself.
+    exit_.reset(static_cast<int>(syscall(SYS_pidfd_open, pid_, 0)));
 }
 
 ChildProcess::ChildProcess(ChildProcess&& other) noexcept {

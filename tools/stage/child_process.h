@@ -8,6 +8,7 @@
 //  4. An object is used by one thread at a time.
 #pragma once
 
+#include <iosfwd>
 #include <optional>
 #include <string>
 #include <sys/types.h>
@@ -25,12 +26,13 @@ inline constexpr int kPipe = -2; // the other end is input(), output() or errors
 inline constexpr int kNull = -3; // /dev/null
 
 struct ChildOptions {
-    std::vector<std::string> arguments; // the first is looked up in PATH unless it holds a slash
+    std::vector<std::string> arguments =
+        {}; // the first is looked up in PATH unless it holds a slash
 
     // "NAME=value" is set on top of the caller's environment, "NAME" alone is taken out of it.
-    std::vector<std::string> environment;
+    std::vector<std::string> environment = {};
 
-    std::string directory; // working directory; empty: the caller's
+    std::string directory = {}; // working directory; empty: the caller's
 
     int standardInput = kInherit;
     int standardOutput = kInherit;
@@ -57,6 +59,8 @@ struct ExitStatus {
 
     [[nodiscard]] std::string text() const; // "exit status 3", "signal 9"
 };
+
+std::ostream& operator<<(std::ostream& out, const ExitStatus& status);
 
 class ChildProcess {
 public:

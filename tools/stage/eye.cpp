@@ -1,6 +1,6 @@
 #include "tools/stage/eye.h"
 
-#include <algorithm>
+#include <ostream>
 
 #include <vterm.h>
 
@@ -71,6 +71,21 @@ std::string Snapshot::text() const {
         result += cut_blanks(std::move(line)) + '\n';
     }
     return result;
+}
+
+std::ostream& operator<<(std::ostream& out, const Cell& cell) {
+    return out << '\'' << cell.text << "' " << cell.foreground << " on " << cell.background
+               << (cell.bold ? " bold" : "") << (cell.underline ? " underline" : "")
+               << (cell.blink ? " blink" : "") << (cell.reverse ? " reverse" : "");
+}
+
+std::ostream& operator<<(std::ostream& out, const Cursor& cursor) {
+    return out << "row " << cursor.row << " column " << cursor.column
+               << (cursor.visible ? "" : " invisible");
+}
+
+std::ostream& operator<<(std::ostream& out, const Snapshot& snapshot) {
+    return out << '\n' << snapshot.text();
 }
 
 struct Eye::Vterm {
@@ -190,7 +205,8 @@ int Eye::find_row(std::string_view text, int from) const {
 
 Snapshot Eye::snapshot() const {
     Snapshot snapshot{rows(), columns(), {}};
-    snapshot.cells.reserve(static_cast<size_t>(snapshot.rows * snapshot.columns));
+    snapshot.cells.reserve(static_cast<size_t>(snapshot.rows) *
+                           static_cast<size_t>(snapshot.columns));
     for (int row = 0; row < snapshot.rows; ++row) {
         for (int column = 0; column < snapshot.columns; ++column) {
             snapshot.cells.push_back(cell(row, column));

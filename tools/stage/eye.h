@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <iosfwd>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -46,12 +47,18 @@ struct Snapshot {
     bool operator==(const Snapshot&) const = default;
 
     [[nodiscard]] const Cell& at(int row, int column) const {
-        return cells.at(static_cast<size_t>(row * columns + column));
+        return cells.at(static_cast<size_t>(row) * static_cast<size_t>(columns) +
+                        static_cast<size_t>(column));
     }
 
     // All rows, each with its trailing blanks cut and a newline.
     [[nodiscard]] std::string text() const;
 };
+
+// For messages of tests.
+std::ostream& operator<<(std::ostream& out, const Cell& cell);
+std::ostream& operator<<(std::ostream& out, const Cursor& cursor);
+std::ostream& operator<<(std::ostream& out, const Snapshot& snapshot);
 
 class Eye {
 public:

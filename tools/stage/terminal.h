@@ -31,7 +31,7 @@ struct TerminalOptions {
     int rows = 25;
     int columns = 80;
     std::string term = "xterm-256color"; // TERM of the program; empty: not set at all
-    ChildOptions child;                  // LANG and the like go into child.environment
+    ChildOptions child = {};             // LANG and the like go into child.environment
 };
 
 class Terminal {

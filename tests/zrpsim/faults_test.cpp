@@ -107,8 +107,8 @@ TEST(Faults, EveryKindIsRead) {
 TEST(Faults, AnUnknownKindOrTargetIsNamed) {
     std::vector<Fault> faults;
     EXPECT_EQ(read_fault("melt", faults), "no fault named \"melt\"");
-    EXPECT_EQ(read_fault("hang:nothing", faults),
-              "no command or socket named \"nothing\" for hang");
+    EXPECT_EQ(read_fault("hang:noSuchThing", faults),
+              "no command or socket named \"noSuchThing\" for hang");
     EXPECT_EQ(read_fault("hang:", faults), "no command or socket named \"\" for hang");
     EXPECT_EQ(read_fault("refuse:serverStatistics", faults),
               "no command or socket named \"serverStatistics\" for refuse");

@@ -23,7 +23,7 @@ struct Protocol {
     const char* requestTag;
     const char* replyTag;
     bool diagnostic; // a binary message around the document, no command element in the reply
-    std::array<Family, 6> families;
+    std::array<Family, 10> families;
 };
 
 constexpr std::array kProtocols = std::to_array<Protocol>({
@@ -32,20 +32,26 @@ constexpr std::array kProtocols = std::to_array<Protocol>({
      "zrpConsoleRequest",
      "zrpConsoleReply",
      false,
-     {status_commands}},
-    {Peer::kStorageDaemon, kStorageDaemonRequest, "zrp2bks_request", "zrp2bks_reply", false, {}},
+     {status_commands, volume_commands, connection_commands, diagnostics_commands,
+      parameter_commands, server_version_commands}},
+    {Peer::kStorageDaemon,
+     kStorageDaemonRequest,
+     "zrp2bks_request",
+     "zrp2bks_reply",
+     false,
+     {storage_version_commands}},
     {Peer::kStorageDaemon,
      kStorageDiagnosticRequest,
      "zrp2bksDiagnosticRequest",
      "zrp2bksDiagnosticReply",
      true,
-     {}},
+     {storage_diagnostics_commands}},
     {Peer::kManagement,
      kManagementRequest,
      "libomw2zrpRequestTag",
      "libomw2zrpReplyTag",
      false,
-     {}},
+     {management_version_commands}},
 });
 
 const Protocol* find_protocol(uint32_t requestNumber) {

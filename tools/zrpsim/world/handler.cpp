@@ -1,5 +1,6 @@
 #include "tools/zrpsim/world/handler.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 
@@ -32,6 +33,16 @@ bool optional_number(pugi::xml_node node, const char* name, int absent, int& val
     if (number)
         value = *number;
     return number.has_value();
+}
+
+Outcome read_page(pugi::xml_node command, int usualItems, Page& page) {
+    Page wanted{};
+    if (!optional_number(command, "startIndex", 0, wanted.startIndex) || wanted.startIndex < 0)
+        return {kBadRequest, "startIndex is not a number of 0 or more"};
+    if (!optional_number(command, "maxItems", usualItems, wanted.maxItems) || wanted.maxItems < 1)
+        return {kBadRequest, "maxItems is not a number of 1 or more"};
+    page = {wanted.startIndex, std::min(wanted.maxItems, kLongestPage)};
+    return {};
 }
 
 } // namespace zrp::sim

@@ -45,6 +45,14 @@ struct CommandRow {
 
 // The commands of each family.
 std::span<const CommandRow> status_commands();
+std::span<const CommandRow> volume_commands();
+std::span<const CommandRow> connection_commands();
+std::span<const CommandRow> diagnostics_commands();
+std::span<const CommandRow> parameter_commands();
+std::span<const CommandRow> server_version_commands();
+std::span<const CommandRow> storage_version_commands();
+std::span<const CommandRow> storage_diagnostics_commands();
+std::span<const CommandRow> management_version_commands();
 
 // Readers of the request. They look at the command's descendants in document order, since builders
 // differ in how deep they nest.
@@ -56,5 +64,16 @@ std::optional<int> number_inside(pugi::xml_node node, const char* name);
 
 // A number that may be absent but not malformed.
 bool optional_number(pugi::xml_node node, const char* name, int absent, int& value);
+
+// Which part of a list is wanted.
+struct Page {
+    int startIndex;
+    int maxItems;
+};
+
+// Reads startIndex and maxItems, which may be absent but not negative. A page is never longer than
+// kLongestPage.
+inline constexpr int kLongestPage = 1000;
+Outcome read_page(pugi::xml_node command, int usualItems, Page& page);
 
 } // namespace zrp::sim

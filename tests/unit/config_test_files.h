@@ -1,11 +1,15 @@
 // Private files for the tests of the configuration library, and children that fail in their stead.
 #pragma once
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sched.h>
 #include <string>
+#include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -44,6 +48,28 @@ int in_child(Function function) {
     int status = 0;
     waitpid(child, &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// Lets every write end at the given size of a file, as a full disk does.
+inline void limit_file_size(size_t bytes) {
+    signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit = {bytes, bytes};
+    setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+inline constexpr int kNotPermitted = 77;
+
+// Gives a child its own mounts, with itself as root. False where the system does not permit it.
+inline bool enter_private_mounts() {
+    const std::string uid = "0 " + std::to_string(getuid()) + " 1";
+    const std::string gid = "0 " + std::to_string(getgid()) + " 1";
+    if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
+        return false;
+    }
+    write_file("/proc/self/setgroups", "deny");
+    write_file("/proc/self/uid_map", uid);
+    write_file("/proc/self/gid_map", gid);
+    return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
 }
 
 // A private directory with the place of a configuration file, and a umask of the test's choice.

@@ -79,8 +79,7 @@ TEST_F(LogSystemLog, ADumpGoesThereBareAndABinaryDumpNowhere) {
         operations().SetLogMode(kLogModeSyslog);
         operations().LogBDump("xyz", 3);
         operations().LogDump("<%s>", "%d");
-        const char bytes[] = {'a', '%', 's', '%', 'n', 'b'}; // without a terminator
-        operations().LogLDump(bytes, sizeof(bytes));
+        operations().LogLDump("a%s%nb and what follows", 6);
         operations().LogLDump("ab\0cd", 5);
         operations().LogLDump("ab", -1);
         operations().LogLDump(nullptr, 7);
@@ -172,6 +171,10 @@ TEST_F(LogSystemLog, TheDefaultModeLeadsBackToTheFile) {
         operations().LogPlain("after");
         EXPECT_EQ(received.next(), "");
         EXPECT_EQ(contents(), "[- TIME] before\n[- TIME] after\n");
+        operations().LogInfoSyslog("without the identity");
+        const std::string message = received.next();
+        EXPECT_EQ(message.find(identity), std::string::npos) << message;
+        EXPECT_NE(message.find("without the identity"), std::string::npos) << message;
     });
 }
 

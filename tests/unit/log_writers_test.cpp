@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "common/log/log_keywords.h"
+#include "common/result.h"
 #include "log_fixture.h"
 
 namespace zrp {
@@ -210,11 +211,13 @@ TEST_F(LogWriters, NoOperationChangesErrno) {
     operations().LogSize();
     operations().LogClose();
     operations().SetLogMode(kLogModeDefault);
-    operations().LogShutdown();
-    testing::internal::CaptureStderr();
-    operations().LogOpen(nullptr);
-    testing::internal::GetCapturedStderr();
     EXPECT_EQ(errno, ERANGE);
+    testing::internal::CaptureStderr();
+    errno = ERANGE;
+    EXPECT_EQ(operations().LogOpen((folder + "/none/log").c_str()), kNotFound);
+    operations().LogShutdown();
+    EXPECT_EQ(errno, ERANGE);
+    testing::internal::GetCapturedStderr();
 }
 
 } // namespace

@@ -1,5 +1,8 @@
 #include "library_log.h"
 
+#include <cstdio>
+
+#include "../result.h"
 #include "log_keywords.h"
 
 namespace zrp {
@@ -27,6 +30,20 @@ void start_log(const char* levelText, time_t started) {
     asctime_r(&local, text);
     log.operations.LogInfo("... libauthgate started %s", text);
     log.operations.LogInfo("... log level = %d", log.level.load());
+}
+
+int InitLibraryLog(LibraryLog* context, const char* name, const char* configPath,
+                   const char* logPath, int level) {
+    if (context == nullptr) {
+        return kInvalid;
+    }
+    const time_t started = std::time(nullptr);
+    if (context->initialised == 0) {
+        context->initialised = 1;
+        std::snprintf(context->name, sizeof(context->name), "%s", name != nullptr ? name : "");
+    }
+    context->log = attach_log(context->log, logPath, level);
+    return start_log_from_config(configPath, started);
 }
 
 } // namespace zrp

@@ -2,6 +2,7 @@
 
 #include <ctime>
 
+#include "common/result.h"
 #include "log_fixture.h"
 
 namespace zrp {
@@ -20,10 +21,37 @@ protected:
         return attached;
     }
 
-    static std::string start_text(time_t started) {
-        return std::string("[i TIME] ... libauthgate started ") + std::ctime(&started) + "\n";
+    std::string write_config(const std::string& text) const {
+        const std::string file = folder + "/config";
+        std::ofstream(file) << text;
+        return file;
     }
+
+    // Drops the complaint of a second opening without root.
+    int init(const char* name, const char* configPath, int level) {
+        testing::internal::CaptureStderr();
+        const int rc = InitLibraryLog(&library, name, configPath, path.c_str(), level);
+        testing::internal::GetCapturedStderr();
+        return rc;
+    }
+
+    LibraryLog library;
 };
+
+std::string start_text(time_t started) {
+    return std::string("[i TIME] ... libauthgate started ") + std::ctime(&started) + "\n";
+}
+
+// Tells whether the text is that of a start between two moments, and then the rest.
+testing::AssertionResult tells_start(const std::string& text, time_t earliest, time_t latest,
+                                     const std::string& rest) {
+    for (time_t t = earliest; t <= latest; ++t) {
+        if (text == start_text(t) + rest) {
+            return testing::AssertionSuccess();
+        }
+    }
+    return testing::AssertionFailure() << text;
+}
 
 TEST_F(LibraryLogTest, AttachingOpensTheLogAtTheLevel) {
     EXPECT_EQ(attach(nullptr, path.c_str(), kLogInfo), GetLogContext());
@@ -78,6 +106,66 @@ TEST_F(LibraryLogTest, AnUnknownLevelLeavesTheLevel) {
     start_log("loud", 0);
     EXPECT_EQ(GetLogContext()->level, kLogInfo);
     EXPECT_EQ(contents(), start_text(0) + "[i TIME] ... log level = 3\n");
+}
+
+TEST_F(LibraryLogTest, AComponentTakesItsLevelFromItsConfiguration) {
+    const time_t earliest = time(nullptr);
+    const std::string config = write_config("# LOG_LEVEL DUMP\nLOG_LEVEL info\n");
+    EXPECT_EQ(init("one", config.c_str(), kLogError), 0);
+    EXPECT_STREQ(library.name, "one");
+    EXPECT_EQ(library.initialised, 1);
+    EXPECT_EQ(library.log, GetLogContext());
+    EXPECT_EQ(library.log->level, kLogInfo);
+    const std::string announcement = "[L TIME] ProcessLogLevel changed to \"info\"\n";
+    const std::string text = contents();
+    ASSERT_EQ(text.compare(0, announcement.size(), announcement), 0) << text;
+    EXPECT_TRUE(tells_start(text.substr(announcement.size()), earliest, time(nullptr),
+                            "[i TIME] ... log level = 3\n"));
+}
+
+TEST_F(LibraryLogTest, AConfigurationWithoutTheKeyMeansWarning) {
+    EXPECT_EQ(init("one", write_config("log_level DUMP\n").c_str(), kLogDump), 0);
+    EXPECT_EQ(GetLogContext()->level, kLogWarning);
+    EXPECT_EQ(contents(), "[L TIME] ProcessLogLevel changed to \"warning\"\n");
+}
+
+TEST_F(LibraryLogTest, AMissingConfigurationKeepsTheLevelAndIsNotCreated) {
+    const std::string missing = folder + "/config";
+    EXPECT_EQ(init("one", missing.c_str(), kLogInfo), 0);
+    EXPECT_EQ(GetLogContext()->level, kLogInfo);
+    EXPECT_FALSE(std::filesystem::exists(missing));
+    EXPECT_EQ(contents(), "");
+}
+
+TEST_F(LibraryLogTest, AnUnknownWordInTheConfigurationLeavesTheLevel) {
+    EXPECT_EQ(init("one", write_config("LOG_LEVEL loud\n").c_str(), kLogError), 0);
+    EXPECT_EQ(GetLogContext()->level, kLogError);
+}
+
+TEST_F(LibraryLogTest, AValueOf64CharactersIsTooLongAndMeansWarning) {
+    const std::string config = write_config("LOG_LEVEL " + std::string(64, 'x') + "\n");
+    EXPECT_EQ(init("one", config.c_str(), kLogDump), kBufferTooSmall);
+    EXPECT_EQ(GetLogContext()->level, kLogWarning);
+}
+
+TEST_F(LibraryLogTest, ASecondCallKeepsNameAndLog) {
+    EXPECT_EQ(init("one", nullptr, kLogError), 0);
+    EXPECT_EQ(init("two", nullptr, kLogDump), 0);
+    EXPECT_STREQ(library.name, "one");
+    EXPECT_EQ(GetLogContext()->level, kLogError);
+}
+
+TEST_F(LibraryLogTest, ALongNameIsCut) {
+    EXPECT_EQ(init(std::string(5000, 'n').c_str(), nullptr, kLogError), 0);
+    EXPECT_EQ(library.name, std::string(4095, 'n'));
+}
+
+TEST_F(LibraryLogTest, NoContextIs22AndNoNameIsAnEmptyOne) {
+    EXPECT_EQ(InitLibraryLog(nullptr, "one", nullptr, path.c_str(), kLogInfo), kInvalid);
+    EXPECT_FALSE(std::filesystem::exists(path));
+    EXPECT_EQ(InitLibraryLog(&library, nullptr, nullptr, nullptr, kLogInfo), 0);
+    EXPECT_STREQ(library.name, "");
+    EXPECT_EQ(library.log, nullptr);
 }
 
 } // namespace

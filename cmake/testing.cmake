@@ -1,0 +1,57 @@
+# How tests are declared.
+include(GoogleTest)
+
+# zrp_test(name [PLAIN] [THREADS] sources... [LIBRARIES targets...] [PROGRAMS targets...])
+#
+# A GoogleTest program, each of whose tests runs as a process of its own.
+#   PLAIN      it touches no daemon name: no private network, no standing in line for one.
+#   THREADS    it also runs under the thread sanitizer in scripts/test (label "threads").
+#   LIBRARIES  targets to link.
+#   PROGRAMS   executables that it runs; zrptop is found through the macro ZRPTOP_PROGRAM.
+add_custom_target(thread_tests)
+
+function(zrp_test name)
+    cmake_parse_arguments(PARSE_ARGV 1 TEST "PLAIN;THREADS" "" "LIBRARIES;PROGRAMS")
+    add_executable(${name} ${TEST_UNPARSED_ARGUMENTS})
+    if(TEST_PLAIN)
+        target_link_libraries(${name} PRIVATE GTest::gtest_main ${TEST_LIBRARIES})
+    else()
+        target_link_libraries(${name} PRIVATE test_main ${TEST_LIBRARIES})
+    endif()
+    foreach(program ${TEST_PROGRAMS})
+        string(TOUPPER ${program} macro)
+        add_dependencies(${name} ${program})
+        target_compile_definitions(${name} PRIVATE ${macro}_PROGRAM="$<TARGET_FILE:${program}>")
+    endforeach()
+    set(labels "")
+    if(TEST_THREADS)
+        add_dependencies(thread_tests ${name})
+        set(labels LABELS threads)
+    endif()
+    # The time limit leaves room for standing in line where namespaces are not permitted.
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 300 ${labels})
+endfunction()
+
+# zrp_fuzz(name sources... [LIBRARIES targets...])
+#
+# A libFuzzer program. As a test (label "fuzz") it runs for a few seconds, starting from the corpus
+# in corpus/<name>, if there is one.
+set(ZRP_FUZZ_SECONDS 10 CACHE STRING "Seconds that each fuzz target runs as a test")
+
+function(zrp_fuzz name)
+    cmake_parse_arguments(PARSE_ARGV 1 FUZZ "" "" "LIBRARIES")
+    add_executable(${name} ${FUZZ_UNPARSED_ARGUMENTS})
+    target_link_libraries(${name} PRIVATE ${FUZZ_LIBRARIES})
+    target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+    # New finds go to the first folder, so that the tree stays as it is.
+    set(finds ${CMAKE_CURRENT_BINARY_DIR}/finds/${name})
+    file(MAKE_DIRECTORY ${finds})
+    set(corpus ${CMAKE_CURRENT_SOURCE_DIR}/corpus/${name})
+    if(NOT IS_DIRECTORY ${corpus})
+        set(corpus "")
+    endif()
+    add_test(NAME ${name}
+             COMMAND ${name} -max_total_time=${ZRP_FUZZ_SECONDS} -print_final_stats=1
+                     -artifact_prefix=${CMAKE_CURRENT_BINARY_DIR}/ ${finds} ${corpus})
+    set_tests_properties(${name} PROPERTIES LABELS fuzz TIMEOUT 600)
+endfunction()

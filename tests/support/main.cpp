@@ -1,0 +1,44 @@
+#include <cstdio>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/needs.h"
+
+namespace {
+
+zrp::stage::Network& network() {
+    static zrp::stage::Network entered;
+    return entered;
+}
+
+// False when no test may run.
+bool enter_network() {
+    network() = zrp::stage::enter_private_network();
+    switch (network().kind) {
+    case zrp::stage::NetworkKind::kPrivate:
+        return true;
+    case zrp::stage::NetworkKind::kShared:
+        std::printf("Using the machine's own network, one test at a time: %s.\n",
+                    network().reason.c_str());
+        return true;
+    case zrp::stage::NetworkKind::kRefused:
+        break;
+    }
+    std::printf("No test is run: %s.\n", network().reason.c_str());
+    return false;
+}
+
+} // namespace
+
+const zrp::stage::Network& zrp::test_network() {
+    return network();
+}
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    // The build asks for the names of the tests; that must not wait for anything.
+    if (!GTEST_FLAG_GET(list_tests) && !enter_network()) {
+        return 1;
+    }
+    return RUN_ALL_TESTS();
+}

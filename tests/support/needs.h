@@ -1,0 +1,27 @@
+// What a test needs of its surroundings. Where it is missing, the test is skipped and says why.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include "tools/stage/private_network.h"
+
+namespace zrp {
+
+// The network that main() has entered before the first test.
+const stage::Network& test_network();
+
+} // namespace zrp
+
+// The monitor runs as root only.
+#define ZRP_NEEDS_ROOT()                                                                           \
+    if (!zrp::test_network().root) {                                                               \
+        GTEST_SKIP() << "needs root: " << zrp::test_network().reason;                              \
+    }                                                                                              \
+    static_assert(true, "takes the semicolon")
+
+// Namespaces of its own: for mounts, and for more than one user of the names at a time.
+#define ZRP_NEEDS_NAMESPACES()                                                                     \
+    if (zrp::test_network().kind != zrp::stage::NetworkKind::kPrivate) {                           \
+        GTEST_SKIP() << "needs namespaces: " << zrp::test_network().reason;                        \
+    }                                                                                              \
+    static_assert(true, "takes the semicolon")

@@ -1,0 +1,103 @@
+// A daemon that does as it is told: raw bytes in, raw bytes out.
+//
+//     ScriptedPeer peer(kMainDaemonSocket, {{read_request(), send_bytes(reply("<a/>"))}});
+//     ... one exchange ...
+//     EXPECT_EQ(peer.requests().at(0).substr(12), "<b/>");
+//
+// It listens from its construction to its destruction. Each accepted connection follows one script,
+// the first connection the first script; later ones follow the last. At the end of its script a
+// connection is closed. Connections are served side by side, so that one may hang while another is
+// answered. All operations may be called from any thread.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "common/transport.h"
+#include "tools/stage/deadline.h"
+#include "tools/stage/descriptor.h"
+
+namespace zrp {
+
+struct PeerStep {
+    enum class Kind { kReadBytes, kReadRequest, kSend, kPause, kWaitForClose, kHang, kReset };
+    Kind kind;
+    size_t count = 0;
+    std::string bytes = {};
+    stage::milliseconds pause{0};
+};
+
+using PeerScript = std::vector<PeerStep>;
+
+PeerStep read_bytes(size_t count); // exactly so many, or up to the client's end
+PeerStep read_request();           // header, and as much text as it announces
+PeerStep send_bytes(std::string bytes);
+PeerStep pause_for(stage::milliseconds time); // so that pieces arrive one by one
+PeerStep wait_for_close();                    // reads on until the client closes
+PeerStep hang();                              // does nothing until the peer is destroyed
+PeerStep reset(); // closes with the request unread: an error instead of an end for the client
+
+// The steps that send the bytes in pieces of the given size, with a pause between them.
+PeerScript send_in_pieces(std::string_view bytes, size_t size,
+                          stage::milliseconds pauseBetween = stage::milliseconds{2});
+
+// The 12 bytes in front of a reply.
+std::string reply_header(uint32_t length, uint32_t status = 0, uint32_t magic = kMagic);
+
+// Header and text that belong together.
+std::string reply(std::string_view text, uint32_t status = 0);
+
+class ScriptedPeer {
+public:
+    ScriptedPeer(std::string_view name, std::vector<PeerScript> scripts);
+    ScriptedPeer(const ScriptedPeer&) = delete;
+    ScriptedPeer& operator=(const ScriptedPeer&) = delete;
+    ~ScriptedPeer();
+
+    // The bytes that each connection has sent so far, in the order of acceptance.
+    [[nodiscard]] std::vector<std::string> requests() const;
+
+    [[nodiscard]] size_t connections() const;
+
+    // True once so many connections have been accepted, or have followed their scripts to the end.
+    bool wait_for_connections(size_t count, stage::milliseconds patience = stage::kPatience);
+    bool wait_for_finished(size_t count, stage::milliseconds patience = stage::kPatience);
+
+private:
+    void accept_all();
+    void serve(stage::Descriptor connection, size_t index);
+    bool follow(const PeerStep& step, const stage::Descriptor& connection, size_t index);
+    bool receive(const stage::Descriptor& connection, size_t index, size_t count);
+    bool receive_request(const stage::Descriptor& connection, size_t index);
+    bool send_all(const stage::Descriptor& connection, std::string_view bytes);
+    bool wait_for(int fd, short events, int timeout = -1) const;
+
+    const std::vector<PeerScript> scripts_;
+    stage::Descriptor listener_;
+    stage::Descriptor stopReader_; // readable once the peer shall stop
+    stage::Descriptor stopWriter_;
+
+    mutable std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<std::string> requests_;
+    size_t finished_ = 0;
+
+    std::vector<std::thread> servers_; // touched by the accepting thread, then by the destructor
+    std::thread acceptor_;
+};
+
+// Holds a name without listening on it, so that connecting is refused.
+class RefusingPeer {
+public:
+    explicit RefusingPeer(std::string_view name);
+
+private:
+    stage::Descriptor socket_;
+};
+
+} // namespace zrp

@@ -1,0 +1,4 @@
+// Asio without its old names.
+#pragma once
+
+#include <asio.hpp>

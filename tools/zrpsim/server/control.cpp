@@ -1,0 +1,103 @@
+#include "tools/zrpsim/server/control.h"
+
+#include <array>
+#include <charconv>
+#include <cstdio>
+#include <istream>
+#include <sstream>
+#include <unistd.h>
+
+namespace zrp::sim {
+namespace {
+
+struct Input {
+    asio::posix::stream_descriptor descriptor;
+    std::string text;
+};
+
+std::string set_faults(Server& server, std::istringstream& words) {
+    std::vector<Fault> faults;
+    for (std::string word; words >> word;) {
+        if (word == "none")
+            continue;
+        const std::string problem = read_fault(word, faults);
+        if (!problem.empty())
+            return problem;
+    }
+    server.faults = std::move(faults);
+    listen_as_told(server);
+    return {};
+}
+
+std::string set_clock(Server& server, std::istringstream& words) {
+    std::string word;
+    words >> word;
+    SimulatedClock& clock = server.clock;
+    int64_t seconds = 0;
+    const char* end = word.data() + word.size();
+    const auto [stop, error] = std::from_chars(word.data(), end, seconds);
+    if (word == "run") {
+        clock.startMs = up_time_ms(clock);
+        clock.start = std::chrono::steady_clock::now();
+        clock.pinnedMs.reset();
+    } else if (error == std::errc() && stop == end && seconds >= 0 && seconds < INT32_MAX) {
+        clock.pinnedMs = seconds * 1000;
+    } else {
+        return "clock takes a number of seconds or \"run\"";
+    }
+    return {};
+}
+
+std::string quit(Server& server, std::istringstream&) {
+    server.io.stop();
+    return {};
+}
+
+struct ControlRow {
+    const char* name;
+    std::string (*carryOut)(Server& server, std::istringstream& words);
+};
+
+constexpr std::array kControls = std::to_array<ControlRow>({
+    {"fault", set_faults},
+    {"clock", set_clock},
+    {"quit", quit},
+});
+
+void read_line(Server& server, const std::shared_ptr<Input>& input) {
+    asio::async_read_until(
+        input->descriptor, asio::dynamic_buffer(input->text), '\n',
+        [&server, input](std::error_code error, size_t length) {
+            if (error)
+                return;
+            const std::string problem = control_line(server, input->text.substr(0, length - 1));
+            std::printf("%s%s\n", problem.empty() ? "ok" : "error: ", problem.c_str());
+            std::fflush(stdout);
+            input->text.erase(0, length);
+            read_line(server, input);
+        });
+}
+
+} // namespace
+
+std::string control_line(Server& server, const std::string& line) {
+    std::istringstream words(line);
+    std::string name;
+    words >> name;
+    try {
+        for (const ControlRow& row : kControls)
+            if (name == row.name)
+                return row.carryOut(server, words);
+    } catch (const std::exception& failure) {
+        return failure.what();
+    }
+    return "unknown command \"" + name + "\"";
+}
+
+void start_control(Server& server) {
+    auto input = std::make_shared<Input>(
+        Input{asio::posix::stream_descriptor(server.io, ::dup(STDIN_FILENO)), {}});
+    read_line(server, input);
+}
+
+} // namespace zrp::sim

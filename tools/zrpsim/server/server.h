@@ -1,0 +1,41 @@
+// The three sockets, and the sessions that come in over them. One thread serves all.
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/zrpsim/faults.h"
+#include "tools/zrpsim/server/asio.h"
+#include "tools/zrpsim/world/world.h"
+
+namespace zrp::sim {
+
+// Up time: it runs with the machine's clock unless it is pinned.
+struct SimulatedClock {
+    std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
+    int64_t startMs = 0;
+    std::optional<int64_t> pinnedMs;
+};
+
+int64_t up_time_ms(const SimulatedClock& clock);
+
+using LocalSocket = asio::local::stream_protocol;
+
+struct Server {
+    asio::io_context io{1};
+    World world;
+    SimulatedClock clock;
+    std::vector<Fault> faults;
+    bool verbose = false;
+    std::array<std::optional<LocalSocket::acceptor>, kPeers> acceptors;
+};
+
+// Opens and closes the sockets so that those listen which no fault refuses. Throws
+// std::runtime_error when a name is taken.
+void listen_as_told(Server& server);
+
+} // namespace zrp::sim

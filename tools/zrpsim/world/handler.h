@@ -1,0 +1,79 @@
+// What a daemon does with one request document: the rows of the command table and what their
+// handlers share.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include <pugixml.hpp>
+
+#include "tools/zrpsim/world/world.h"
+
+namespace zrp::sim {
+
+// Codes that replies carry in their error element.
+enum Refused : int {
+    kNoSuchObject = 2,
+    kBusy = 16,
+    kExists = 17,
+    kBadRequest = 22,
+    kNoSpace = 28,
+    kUnknownCommand = 38,
+    kBadDocument = 74,
+    kForbidden = 13,
+    kVolumeNameTooLong = -702,
+};
+
+// Outcome of a handler. Code 0 means that the request was carried out.
+struct Outcome {
+    int code = 0;
+    std::string description;
+};
+
+// Carries out the command and appends what belongs inside the reply's command element. What it
+// appended is thrown away when it refuses.
+using Handler = Outcome (*)(World& world, pugi::xml_node command, std::string& out);
+
+struct CommandRow {
+    const char* name;
+    const char* elements; // names that may stand inside the command, with a blank between two
+    Handler handler;
+};
+
+// The commands of each family.
+std::span<const CommandRow> status_commands();
+std::span<const CommandRow> volume_commands();
+std::span<const CommandRow> connection_commands();
+std::span<const CommandRow> diagnostics_commands();
+std::span<const CommandRow> parameter_commands();
+std::span<const CommandRow> server_version_commands();
+std::span<const CommandRow> storage_version_commands();
+std::span<const CommandRow> storage_diagnostics_commands();
+std::span<const CommandRow> management_version_commands();
+
+// Readers of the request. They look at the command's descendants in document order, since builders
+// differ in how deep they nest.
+pugi::xml_node find_inside(pugi::xml_node node, const char* name);
+std::string text_inside(pugi::xml_node node, const char* name); // empty when absent
+
+// Nothing when the element is absent or is not a decimal number of 32 bits.
+std::optional<int> number_inside(pugi::xml_node node, const char* name);
+
+// A number that may be absent but not malformed.
+bool optional_number(pugi::xml_node node, const char* name, int absent, int& value);
+
+// Which part of a list is wanted.
+struct Page {
+    int startIndex;
+    int maxItems;
+};
+
+// Reads startIndex and maxItems, which may be absent but not negative. A page is never longer than
+// kLongestPage.
+inline constexpr int kLongestPage = 1000;
+Outcome read_page(pugi::xml_node command, int usualItems, Page& page);
+
+} // namespace zrp::sim

@@ -16,8 +16,8 @@ namespace {
 constexpr size_t kStackSize = 0x40000;
 constexpr long kNanosecondsPerMicrosecond = 1000;
 
-// A pass that a healthy server answers is over within these turns; the rest of a longer one is slept
-// through, so that waiting for a mute daemon burns no processor.
+// A pass that a healthy server answers is over within these turns; the rest of a longer one is
+// slept through, so that waiting for a mute daemon burns no processor.
 constexpr int kSpins = 100;
 constexpr useconds_t kNapMicroseconds = 1000;
 

@@ -5,6 +5,8 @@
 #include "common/result.h"
 #include "core/monitor.h"
 #include "screens/general.h"
+#include "screens/volume.h"
+#include "screens/volume_dialog.h"
 
 namespace zrp {
 namespace {
@@ -16,7 +18,7 @@ int no_dialog(int* /*fkeyHit*/, int* /*fkey*/) {
 
 constexpr Screen kScreens[] = {
     {kGeneralScreen, "General", drawGeneralLabels, updateGeneralWindow, nullptr},
-    {kVolumeScreen, "Volume", nullptr, nullptr, no_dialog},
+    {kVolumeScreen, "Volume", drawVolumeLabels, updateVolumeWindow, SelectVolumeNumber},
     {kConnectionScreen, "Connection", nullptr, nullptr, no_dialog},
     {kDiagnosticsScreen, "Diagnostics", nullptr, nullptr, no_dialog},
     {kParametersScreen, "Parameters", nullptr, nullptr, nullptr},

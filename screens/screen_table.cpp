@@ -5,6 +5,7 @@
 #include "common/result.h"
 #include "core/monitor.h"
 #include "screens/general.h"
+#include "screens/parameters.h"
 
 namespace zrp {
 namespace {
@@ -19,7 +20,7 @@ constexpr Screen kScreens[] = {
     {kVolumeScreen, "Volume", nullptr, nullptr, no_dialog},
     {kConnectionScreen, "Connection", nullptr, nullptr, no_dialog},
     {kDiagnosticsScreen, "Diagnostics", nullptr, nullptr, no_dialog},
-    {kParametersScreen, "Parameters", nullptr, nullptr, nullptr},
+    {kParametersScreen, "Parameters", drawParameterLabels, updateParameterWindow, nullptr},
     {kVersionScreen, "Version", nullptr, nullptr, nullptr},
 };
 

@@ -4,6 +4,7 @@
 
 #include "common/result.h"
 #include "core/monitor.h"
+#include "screens/connection.h"
 #include "screens/general.h"
 #include "screens/parameters.h"
 
@@ -18,7 +19,8 @@ int no_dialog(int* /*fkeyHit*/, int* /*fkey*/) {
 constexpr Screen kScreens[] = {
     {kGeneralScreen, "General", drawGeneralLabels, updateGeneralWindow, nullptr},
     {kVolumeScreen, "Volume", nullptr, nullptr, no_dialog},
-    {kConnectionScreen, "Connection", nullptr, nullptr, no_dialog},
+    {kConnectionScreen, "Connection", drawConnectionLabels, updateConnectionWindow,
+     SelectConnectionNumber},
     {kDiagnosticsScreen, "Diagnostics", nullptr, nullptr, no_dialog},
     {kParametersScreen, "Parameters", drawParameterLabels, updateParameterWindow, nullptr},
     {kVersionScreen, "Version", nullptr, nullptr, nullptr},

@@ -12,6 +12,7 @@
 #include "core/refresh_thread.h"
 #include "core/signals.h"
 #include "core/window.h"
+#include "screens/diag_counters.h"
 
 namespace zrp {
 namespace {
@@ -194,6 +195,7 @@ void cleanup_and_exit(int /*sig*/) {
     destroy_win(monitorState.upTimeWindow);
     close_terminal();
     IPCServTerm();
+    releasehashtable();
     close_trace();
     exit(EXIT_SUCCESS);
 }
@@ -215,6 +217,7 @@ int run_monitor(int argc, char** argv) {
         return EXIT_SUCCESS;
     }
     draw_menu();
+    inithashtable();
     create_uptime_window();
     create_main_window();
     request_first_draw();

@@ -4,6 +4,7 @@
 
 #include "common/result.h"
 #include "core/monitor.h"
+#include "screens/diagnostics.h"
 #include "screens/general.h"
 
 namespace zrp {
@@ -18,7 +19,8 @@ constexpr Screen kScreens[] = {
     {kGeneralScreen, "General", drawGeneralLabels, updateGeneralWindow, nullptr},
     {kVolumeScreen, "Volume", nullptr, nullptr, no_dialog},
     {kConnectionScreen, "Connection", nullptr, nullptr, no_dialog},
-    {kDiagnosticsScreen, "Diagnostics", nullptr, nullptr, no_dialog},
+    {kDiagnosticsScreen, "Diagnostics", drawDiagnosticsLabels, updateDiagnosticsWindow,
+     SelectDiagnosticsType},
     {kParametersScreen, "Parameters", nullptr, nullptr, nullptr},
     {kVersionScreen, "Version", nullptr, nullptr, nullptr},
 };

@@ -6,6 +6,7 @@
 #include "core/monitor.h"
 #include "screens/diagnostics.h"
 #include "screens/general.h"
+#include "screens/version.h"
 
 namespace zrp {
 namespace {
@@ -22,7 +23,7 @@ constexpr Screen kScreens[] = {
     {kDiagnosticsScreen, "Diagnostics", drawDiagnosticsLabels, updateDiagnosticsWindow,
      SelectDiagnosticsType},
     {kParametersScreen, "Parameters", nullptr, nullptr, nullptr},
-    {kVersionScreen, "Version", nullptr, nullptr, nullptr},
+    {kVersionScreen, "Version", drawVersionFrame, drawVersionWindow, nullptr},
 };
 
 constexpr size_t kScreenCount = sizeof kScreens / sizeof *kScreens;

@@ -1,6 +1,7 @@
 #include "common/requests/query.h"
 
 #include "common/result.h"
+#include "common/xml_reader.h"
 
 namespace zrp {
 namespace {
@@ -37,6 +38,14 @@ int send_query(const Peer& peer, HeapText document, uint32_t length, const Reque
     reply->text = std::move(owned);
     reply->length = static_cast<int32_t>(replyLength);
     return kOk;
+}
+
+int send_checked_query(const Peer& peer, HeapText document, uint32_t length,
+                       const RequestHooks* hooks, Reply* reply) {
+    const int rc = send_query(peer, std::move(document), length, hooks, reply);
+    return rc != kOk
+               ? rc
+               : CheckForError(static_cast<uint32_t>(reply->length), reply->text.get(), nullptr);
 }
 
 } // namespace zrp

@@ -41,4 +41,8 @@ struct Reply {
 int send_query(const Peer& peer, HeapText document, uint32_t length, const RequestHooks* hooks,
                Reply* reply);
 
+// The same, and a failure that the server reports in its reply is returned too.
+int send_checked_query(const Peer& peer, HeapText document, uint32_t length,
+                       const RequestHooks* hooks, Reply* reply);
+
 } // namespace zrp

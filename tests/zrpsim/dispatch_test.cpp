@@ -1,5 +1,7 @@
 #include "tools/zrpsim/world/dispatch.h"
 
+#include <ostream>
+
 #include "tests/zrpsim/asking.h"
 #include "tools/zrpsim/world/handler.h"
 
@@ -40,6 +42,10 @@ struct Malformed {
     const char* name;
     std::string_view text;
 };
+
+void PrintTo(const Malformed& row, std::ostream* out) {
+    *out << row.name;
+}
 
 class MalformedDocument : public testing::TestWithParam<Malformed> {};
 

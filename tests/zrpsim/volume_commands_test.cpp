@@ -1,3 +1,5 @@
+#include <ostream>
+
 #include "tests/zrpsim/asking.h"
 #include "tools/zrpsim/world/handler.h"
 #include "tools/zrpsim/world/volume_figures.h"
@@ -66,6 +68,10 @@ struct Version {
     std::vector<const char*> has;
     std::vector<const char*> lacks;
 };
+
+void PrintTo(const Version& row, std::ostream* out) {
+    *out << row.number;
+}
 
 class VolumeInformationVersion : public testing::TestWithParam<Version> {};
 

@@ -94,7 +94,7 @@ TEST(Dispatch, ARefusalComesInTheEnvelopeOfItsRequestNumber) {
 
 TEST(Statistics, TheUpTimeStandsAmongAtLeastFifteenOthers) {
     World world = make_world(1, {});
-    world.upTimeMs = 90061 * 1000;
+    world.upTimeMs = int64_t{90061} * 1000;
     const std::string reply = ask(world, kStatistics);
     EXPECT_EQ(count_of(reply, "<value type=\"diffSeconds\">90061</value>"), 1U);
     EXPECT_GE(count_of(reply, "<parm>"), 16U);

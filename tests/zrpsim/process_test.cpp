@@ -73,6 +73,13 @@ Exchange ask_statistics() {
     return exchange(kMainDaemonSocket, kMainDaemonRequest, kStatistics);
 }
 
+// Leaves the reply to the caller.
+void send_statistics_request(IPCClient& client) {
+    ASSERT_EQ(client.Connect(kMainDaemonSocket), 0);
+    ASSERT_EQ(client.SendHeader(kMainDaemonRequest, kStatistics.size()), 0);
+    ASSERT_EQ(client.Send(kStatistics.size(), kStatistics.data()), 0);
+}
+
 bool is_whole(const std::string& reply) {
     return reply.starts_with("<zrpConsoleReply><serverStatistics>") &&
            reply.ends_with("</serverStatistics></zrpConsoleReply>");
@@ -99,9 +106,7 @@ TEST(Simulator, EndsCleanlyOnASignal) {
 TEST(Simulator, EndsCleanlyWhileAClientWaits) {
     ChildProcess child = started({"--fault", "hang"});
     IPCClient client;
-    ASSERT_EQ(client.Connect(kMainDaemonSocket), 0);
-    ASSERT_EQ(client.SendHeader(kMainDaemonRequest, kStatistics.size()), 0);
-    ASSERT_EQ(client.Send(kStatistics.size(), kStatistics.data()), 0);
+    send_statistics_request(client);
     child.send_signal(SIGTERM);
     EXPECT_EQ(child.wait(), (ExitStatus{0, 0}));
 }
@@ -248,9 +253,7 @@ TEST(Simulator, AClientThatLeavesEarlyHarmsNobody) {
     for (const char* fault : {"fault none", "fault drip", "fault hang"}) {
         EXPECT_EQ(told(child, fault), "ok");
         IPCClient client;
-        ASSERT_EQ(client.Connect(kMainDaemonSocket), 0);
-        ASSERT_EQ(client.SendHeader(kMainDaemonRequest, kStatistics.size()), 0);
-        ASSERT_EQ(client.Send(kStatistics.size(), kStatistics.data()), 0);
+        send_statistics_request(client);
     }
     EXPECT_EQ(told(child, "fault none"), "ok");
     EXPECT_TRUE(is_whole(ask_statistics().reply));

@@ -211,6 +211,7 @@ int run_monitor(int argc, char** argv, const ScreenSet& screens) {
     if (!read_options(argc, argv)) {
         return EXIT_SUCCESS;
     }
+    remember_terminal_modes();
     install_signal_handlers();
     IPCServInit(kMainDaemonSocket);
     open_terminal();

@@ -39,4 +39,9 @@ int send_query(const Peer& peer, HeapText document, uint32_t length, const Reque
     return kOk;
 }
 
+int check_reply(const Reply& reply, ErrorText* errorText) {
+    const uint32_t length = reply.length > 0 ? static_cast<uint32_t>(reply.length) : 0;
+    return CheckForError(length, reply.text.get(), errorText);
+}
+
 } // namespace zrp

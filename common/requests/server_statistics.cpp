@@ -43,7 +43,7 @@ int QueryServerStatistics(int version, StatisticsCallback callback, const Reques
     Reply reply;
     int rc = send_query(kDefaultPeer, std::move(request), length, hooks, &reply);
     if (rc == kOk) {
-        rc = CheckForError(static_cast<uint32_t>(reply.length), reply.text.get(), nullptr);
+        rc = check_reply(reply, nullptr);
     }
     if (rc != kOk) {
         return rc;

@@ -1,0 +1,153 @@
+#include "config_removers.h"
+
+#include <cctype>
+#include <cerrno>
+#include <cstring>
+#include <strings.h>
+#include <unistd.h>
+
+#include <climits>
+
+#include "../result.h"
+#include "config_file.h"
+
+namespace zrp {
+namespace {
+
+using TemporaryPath = char[PATH_MAX];
+
+bool begins_with(const char* text, const char* word) {
+    return strncasecmp(text, word, strlen(word)) == 0;
+}
+
+bool is_server_name(const char* text) {
+    for (const char* word : {"ZRP", "FILE", "SERVER", "NAME"}) {
+        text = skip_blanks(text);
+        if (!begins_with(text, word)) {
+            return false;
+        }
+        text += strlen(word);
+    }
+    return true;
+}
+
+bool is_entry(const char* text, const char* key, const char* value) {
+    if (!begins_with(text, key)) {
+        return false;
+    }
+    if (value == nullptr) {
+        return true;
+    }
+    text = skip_blanks(text + strlen(key));
+    return begins_with(text, value) &&
+           isspace(static_cast<unsigned char>(text[strlen(value)])) != 0;
+}
+
+bool every_percent_is_doubled(const ConfigLine& line) {
+    for (size_t i = 0; i < line.length; ++i) {
+        if (line.text[i] == '%' && line.text[++i] != '%') {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool write_line(FILE* copy, const ConfigLine& line) {
+    const bool halve = every_percent_is_doubled(line);
+    for (size_t i = 0; i < line.length; ++i) {
+        fputc(line.text[i], copy);
+        if (halve && line.text[i] == '%') {
+            ++i;
+        }
+    }
+    return fflush(copy) == 0 && ferror(copy) == 0;
+}
+
+template <typename Drop>
+bool copy_lines(FILE* original, FILE* copy, Drop drop) {
+    ConfigLine line;
+    while (next_line(original, line)) {
+        const char* text = skip_blanks(line.text);
+        if ((is_comment(text) || !drop(text)) && !write_line(copy, line)) {
+            return false;
+        }
+    }
+    return ferror(original) == 0;
+}
+
+bool name_temporary(const char* path, TemporaryPath& temporary) {
+    const int length = snprintf(temporary, sizeof temporary, "%s.tmp", path);
+    return length >= 0 && static_cast<size_t>(length) < sizeof temporary;
+}
+
+// A temporary file beside a missing configuration file comes from a rewrite that was killed between
+// deletion and renaming: it is the configuration.
+void discard_temporary(const char* temporary, const char* path, off_t staleSize) {
+    if (staleSize == 0 || access(path, F_OK) == 0) {
+        remove(temporary);
+    }
+}
+
+bool put_in_place(const char* temporary, const char* path, off_t staleSize) {
+    if (remove(path) != 0 && errno != ENOENT) {
+        take_back(temporary, staleSize);
+        return false;
+    }
+    return rename(temporary, path) == 0;
+}
+
+template <typename Drop>
+int rewrite_without(const char* path, Drop drop) {
+    TemporaryPath temporary;
+    if (!name_temporary(path, temporary)) {
+        return kNotFound;
+    }
+    ConfigFile copy = open_config(temporary);
+    if (!copy) {
+        return kNotFound;
+    }
+    const off_t staleSize = size_of(copy.get());
+    ConfigFile original = open_config(path);
+    if (!original) {
+        copy.reset();
+        discard_temporary(temporary, path, staleSize);
+        return kNotFound;
+    }
+    end_last_line(copy.get());
+    const bool copied = copy_lines(original.get(), copy.get(), drop) && fflush(copy.get()) == 0 &&
+                        fsync(fileno(copy.get())) == 0;
+    const bool closed = fclose(copy.release()) == 0;
+    original.reset();
+    if (!copied || !closed) {
+        take_back(temporary, staleSize);
+        return kNotFound;
+    }
+    if (!put_in_place(temporary, path, staleSize)) {
+        return kNotFound;
+    }
+    SetConfigFileMode(path);
+    return kOk;
+}
+
+} // namespace
+
+int RemoveZrpServerName() {
+    return remove_server_name(kServerConfigPath);
+}
+
+int remove_server_name(const char* path) {
+    if (path == nullptr) {
+        return kInvalid;
+    }
+    return rewrite_without(path, is_server_name);
+}
+
+int RemoveConfigEntry(const char* path, const char* key, const char* value) {
+    // Every line begins with an empty key.
+    if (path == nullptr || key == nullptr || *key == '\0') {
+        return kInvalid;
+    }
+    return rewrite_without(path, [=](const char* text) { return is_entry(text, key, value); });
+}
+
+} // namespace zrp

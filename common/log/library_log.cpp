@@ -1,0 +1,49 @@
+#include "library_log.h"
+
+#include <cstdio>
+
+#include "../result.h"
+#include "log_keywords.h"
+
+namespace zrp {
+
+LogContext* attach_log(LogContext* log, const char* path, int level) {
+    if (log != nullptr || path == nullptr) {
+        return log;
+    }
+    log = InitLogContext(path, kLogError);
+    log->operations.SetLogLevel(level);
+    log->operations.LogOpen(path);
+    return log;
+}
+
+void start_log(const char* levelText, time_t started) {
+    const LogContext& log = *GetLogContext();
+    if (*levelText == '\0') {
+        log.operations.SetLogLevel(kLogWarning);
+    } else {
+        ProcessLogLevel(levelText);
+    }
+    tm local = {};
+    char text[64] = "\n"; // asctime_r ends its text in a newline and wants 26 bytes
+    localtime_r(&started, &local);
+    asctime_r(&local, text);
+    log.operations.LogInfo("... libauthgate started %s", text);
+    log.operations.LogInfo("... log level = %d", log.level.load());
+}
+
+int InitLibraryLog(LibraryLog* context, const char* name, const char* configPath,
+                   const char* logPath, int level) {
+    if (context == nullptr) {
+        return kInvalid;
+    }
+    const time_t started = std::time(nullptr);
+    if (context->initialised == 0) {
+        context->initialised = 1;
+        std::snprintf(context->name, sizeof(context->name), "%s", name != nullptr ? name : "");
+    }
+    context->log = attach_log(context->log, logPath, level);
+    return start_log_from_config(configPath, started);
+}
+
+} // namespace zrp

@@ -1,0 +1,142 @@
+#include "log_keywords.h"
+
+#include <cctype>
+#include <cstring>
+#include <strings.h>
+
+#include "../result.h"
+#include "log_state.h"
+
+namespace zrp {
+namespace {
+
+constexpr int kEmptyText = 1;
+constexpr size_t kShortestMode = 6; // a cut mode keyword says at least "MODE=" and one letter
+
+enum class Action { kSetLevel, kSetMode, kNothing };
+
+// How the prefix parser takes a keyword. The exact parser takes it whole, or not at all.
+enum class Cut { kMayBeShort, kMayBeShortMode, kMayBeLonger, kPrefixParserOnly };
+
+struct Keyword {
+    const char* word;
+    Action action;
+    int value;
+    const char* announcement; // or null
+    Cut cut = Cut::kMayBeShort;
+};
+
+constexpr char kNothingText[] = "ProcessLogLevel changed to \"nothing\"";
+constexpr char kErrorText[] = "ProcessLogLevel changed to \"error\"";
+constexpr char kWarningText[] = "ProcessLogLevel changed to \"warning\"";
+constexpr char kInfoText[] = "ProcessLogLevel changed to \"info\"";
+constexpr char kDebugText[] = "ProcessLogLevel changed to \"debug\"";
+constexpr char kDumpText[] = "ProcessLogLevel changed to \"dump\"";
+constexpr char kEverythingText[] = "ProcessLogLevel changed to \"everything\"";
+constexpr char kDefaultText[] = "ProcessLogLevel switch to default mode";
+constexpr char kTruncateText[] = "ProcessLogLevel process mode change to truncate mode";
+constexpr char kBackupText[] = "ProcessLogLevel process mode change to backup mode";
+
+// The first match wins, so the order is what "D", "L" or "E" alone mean.
+constexpr Keyword kKeywords[] = {
+    {"NOTHING", Action::kSetLevel, kLogNothing, kNothingText},
+    {"LEVELNOTHING", Action::kSetLevel, kLogNothing, kNothingText},
+    {"ERROR", Action::kSetLevel, kLogError, kErrorText},
+    {"LEVELERROR", Action::kSetLevel, kLogError, kErrorText},
+    {"WARNING", Action::kSetLevel, kLogWarning, kWarningText},
+    {"LEVELWARNING", Action::kSetLevel, kLogWarning, kWarningText},
+    {"INFO", Action::kSetLevel, kLogInfo, kInfoText},
+    {"LEVELINFO", Action::kSetLevel, kLogInfo, kInfoText},
+    {"DEBUG", Action::kSetLevel, kLogDebug, kDebugText},
+    {"LEVELDEBUG", Action::kSetLevel, kLogDebug, kDebugText},
+    {"DUMP", Action::kSetLevel, kLogDump, kDumpText},
+    {"LEVELDUMP", Action::kSetLevel, kLogDump, kDumpText},
+    {"ALL", Action::kSetLevel, kLogEverything, kEverythingText},
+    {"LEVELALL", Action::kSetLevel, kLogEverything, kEverythingText},
+    {"EVERYTHING", Action::kSetLevel, kLogEverything, kEverythingText},
+    {"LEVELEVERYTHING", Action::kSetLevel, kLogEverything, kEverythingText},
+    {"DEFAULT", Action::kSetMode, kLogModeDefault, kDefaultText},
+    {"SYSLOG", Action::kSetMode, kLogModeSyslog, nullptr, Cut::kPrefixParserOnly},
+    {"LIMIT", Action::kNothing, 0, nullptr, Cut::kMayBeLonger},
+    {"LOG_MAXIMUM_FILE_SIZE", Action::kNothing, 0, nullptr, Cut::kMayBeLonger},
+    {"TIMESTAMP", Action::kNothing, 0, nullptr, Cut::kMayBeLonger},
+    {"LOG_TIMESTAMPS", Action::kNothing, 0, nullptr, Cut::kMayBeLonger},
+    {"RESET", Action::kSetMode, kLogModeReset, nullptr, Cut::kMayBeLonger},
+    {"MODE=TRUNCATE", Action::kSetMode, kLogModeTruncate, kTruncateText, Cut::kMayBeShortMode},
+    {"MODE=BACKUP", Action::kSetMode, kLogModeBackup, kBackupText, Cut::kMayBeShortMode},
+};
+
+bool matches_whole(const Keyword& keyword, const char* text) {
+    return keyword.cut != Cut::kPrefixParserOnly && strcasecmp(text, keyword.word) == 0;
+}
+
+bool matches_prefix(const Keyword& keyword, const char* text) {
+    const size_t length = std::strlen(text);
+    if (keyword.cut == Cut::kMayBeLonger) {
+        return strncasecmp(text, keyword.word, std::strlen(keyword.word)) == 0;
+    }
+    if (keyword.cut == Cut::kMayBeShortMode && length < kShortestMode) {
+        return false;
+    }
+    return strncasecmp(text, keyword.word, length) == 0;
+}
+
+void apply(const Keyword& keyword) {
+    switch (keyword.action) {
+    case Action::kSetLevel:
+        set_log_level(keyword.value);
+        break;
+    case Action::kSetMode:
+        set_log_mode(keyword.value);
+        break;
+    case Action::kNothing:
+        break;
+    }
+}
+
+// Puts the row that the text means into *found.
+template <typename Matches>
+int find_keyword(const char* text, Matches matches, const Keyword** found) {
+    if (text == nullptr) {
+        return kInvalid;
+    }
+    while (std::isspace(static_cast<unsigned char>(*text)) != 0) {
+        ++text;
+    }
+    if (*text == '\0') {
+        return kEmptyText;
+    }
+    for (const Keyword& keyword : kKeywords) {
+        if (matches(keyword, text)) {
+            *found = &keyword;
+            return kOk;
+        }
+    }
+    return kInvalid;
+}
+
+} // namespace
+
+int ProcessLogLevel(const char* text) {
+    const Keyword* keyword = nullptr;
+    const int rc = find_keyword(text, matches_whole, &keyword);
+    if (rc != kOk) {
+        return rc;
+    }
+    if (keyword->announcement != nullptr) {
+        log_announcement("%s", keyword->announcement);
+    }
+    apply(*keyword);
+    return kOk;
+}
+
+int ProcessLogLevelPrefix(const char* text) {
+    const Keyword* keyword = nullptr;
+    const int rc = find_keyword(text, matches_prefix, &keyword);
+    if (rc == kOk) {
+        apply(*keyword);
+    }
+    return rc;
+}
+
+} // namespace zrp

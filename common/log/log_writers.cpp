@@ -1,0 +1,160 @@
+// What the log writes: messages and dumps.
+#include <algorithm>
+#include <cstring>
+#include <ctime>
+#include <syslog.h>
+
+#include <climits>
+
+#include "log_state.h"
+
+namespace zrp {
+namespace {
+
+constexpr size_t kSystemMessageSize = 2048;
+constexpr int kDumpBytesPerLine = 16;
+constexpr int32_t kAlways = INT_MIN;
+
+// How an entry looks in the file: "[mark time] ", what opens it, the text, what closes it.
+struct EntryShape {
+    int32_t level;
+    char mark;
+    const char* opening = "";
+    const char* closing = "\n";
+};
+
+// By Entry.
+constexpr EntryShape kShapes[] = {
+    {kLogError, '!'},
+    {kLogWarning, 'W'},
+    {kLogInfo, 'i'},
+    {kLogDebug, 'D'},
+    {kAlways, '-'},
+    {kAlways, 'L'},
+    {kLogDump, '*', "<dump>\n", "\n</dump>\n"},
+};
+
+const EntryShape& shape_of(Entry entry) {
+    return kShapes[static_cast<size_t>(entry)];
+}
+
+bool level_reaches(Entry entry) {
+    return GetLogContext()->level >= shape_of(entry).level;
+}
+
+void put_prefix(FILE* stream, Entry entry) {
+    const time_t now = std::time(nullptr);
+    tm local = {};
+    localtime_r(&now, &local);
+    char text[128];
+    std::strftime(text, sizeof(text), "%F %T", &local);
+    std::fprintf(stream, "[%c %s] ", shape_of(entry).mark, text);
+}
+
+void put_end(FILE* stream, const char* closing) {
+    std::fputs(closing, stream);
+    std::fflush(stream);
+}
+
+// The text was a format once already. Taken as one again it turns "%%" into "%"; any other
+// conversion would ask for arguments that are not there and stays as it is.
+void put_as_format(FILE* stream, const char* text) {
+    for (; *text != '\0'; ++text) {
+        if (text[0] == '%' && text[1] == '%') {
+            ++text;
+        }
+        std::fputc(*text, stream);
+    }
+}
+
+// Each line opens with the offset of its first byte, also the line after the last full one.
+void put_hexadecimal(FILE* stream, const unsigned char* bytes, int length) {
+    std::fprintf(stream, "[%08d]  ", 0);
+    for (int i = 0; i < length; ++i) {
+        std::fprintf(stream, "%02x ", bytes[i]);
+        if (i % kDumpBytesPerLine == kDumpBytesPerLine - 1) {
+            std::fprintf(stream, "\n[%08d]  ", i + 1);
+        }
+    }
+}
+
+} // namespace
+
+void write_entry(Entry entry, const char* tag, const char* format, va_list arguments) {
+    if (!level_reaches(entry)) {
+        return;
+    }
+    LogLock log;
+    if (log->useSyslog != 0) {
+        vsyslog(LOG_DEBUG, format, arguments);
+        return;
+    }
+    if (log->stream == nullptr) {
+        return;
+    }
+    put_prefix(log->stream, entry);
+    std::fputs(shape_of(entry).opening, log->stream);
+    if (tag != nullptr) {
+        std::fprintf(log->stream, "%s: ", tag);
+    }
+    std::vfprintf(log->stream, format, arguments);
+    put_end(log->stream, shape_of(entry).closing);
+}
+
+void log_announcement(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    write_entry(Entry::kAnnouncement, nullptr, format, arguments);
+    va_end(arguments);
+}
+
+void log_info_syslog(const char* format, ...) {
+    LogLock log;
+    char text[kSystemMessageSize] = "";
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(text, sizeof(text), format, arguments);
+    va_end(arguments);
+    syslog(LOG_INFO, "[Info]%s", text);
+    if (log->stream != nullptr) {
+        put_prefix(log->stream, Entry::kPlain);
+        put_as_format(log->stream, text);
+        put_end(log->stream, "\n");
+    }
+}
+
+void log_text_dump(const void* buffer, int length) {
+    if (!level_reaches(Entry::kDump)) {
+        return;
+    }
+    const int count = buffer != nullptr ? std::max(length, 0) : 0;
+    const char* bytes = count > 0 ? static_cast<const char*>(buffer) : "";
+    LogLock log;
+    if (log->useSyslog != 0) {
+        syslog(LOG_DEBUG, "%.*s", count, bytes);
+        return;
+    }
+    if (log->stream == nullptr) {
+        return;
+    }
+    put_prefix(log->stream, Entry::kDump);
+    std::fprintf(log->stream, "<ldump len=\"%d\">\n", length);
+    std::fwrite(bytes, 1, static_cast<size_t>(count), log->stream);
+    put_end(log->stream, "\n</ldump>\n");
+}
+
+void log_binary_dump(const void* buffer, int length) {
+    if (!level_reaches(Entry::kDump) || buffer == nullptr || length == 0) {
+        return;
+    }
+    LogLock log;
+    if (log->useSyslog != 0 || log->stream == nullptr) {
+        return;
+    }
+    put_prefix(log->stream, Entry::kDump);
+    std::fprintf(log->stream, "\n<bdump len=\"%d\">\n", length);
+    put_hexadecimal(log->stream, static_cast<const unsigned char*>(buffer), length);
+    put_end(log->stream, "\n</bdump>\n");
+}
+
+} // namespace zrp

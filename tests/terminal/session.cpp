@@ -1,0 +1,63 @@
+#include "tests/terminal/session.h"
+
+namespace zrp {
+
+TerminalOptions monitor(int rows, int columns, const std::vector<std::string>& arguments) {
+    TerminalOptions options = {.rows = rows, .columns = columns};
+    options.child.arguments = {ZRPTOP_PROGRAM};
+    options.child.arguments.insert(options.child.arguments.end(), arguments.begin(),
+                                   arguments.end());
+    options.child.environment = {"LANG=C.UTF-8", "LC_ALL", "LC_CTYPE"};
+    return options;
+}
+
+TerminalOptions monitor_in(const Environment& environment) {
+    TerminalOptions options = monitor();
+    auto& all = options.child.environment;
+    all.insert(all.end(), environment.begin(), environment.end());
+    return options;
+}
+
+bool wait_for_windows(Terminal& terminal) {
+    const int lastRow = terminal.eye().rows() - 6; // the main window's lower frame
+    return terminal.wait_for_text(kStripTextRow, 2, "Server Up Time:") &&
+           terminal.wait_until([&] { return terminal.cell(lastRow, 1).text != " "; });
+}
+
+std::string parm(const std::string& name, const std::string& value, const std::string& type) {
+    return "<parm><name>" + name + "</name><value type=\"" + type + "\">" + value +
+           "</value></parm>\n";
+}
+
+std::string up_time(const std::string& seconds) {
+    return parm("serverUpTime", seconds, "diffSeconds");
+}
+
+std::string statistics(const std::string& parms) {
+    return "<zrpConsoleReply><serverStatistics>" + parms + "</serverStatistics></zrpConsoleReply>";
+}
+
+std::vector<PeerScript> answers(const std::vector<std::string>& replies) {
+    std::vector<PeerScript> scripts;
+    for (const std::string& text : replies) {
+        scripts.push_back({read_request(), send_bytes(reply(text))});
+    }
+    return scripts;
+}
+
+void expect_ended_cleanly(Terminal& terminal) {
+    const auto status = terminal.wait_for_exit();
+    ASSERT_TRUE(status.has_value()) << "still running:\n" << terminal.text();
+    EXPECT_EQ(*status, ExitStatus{}) << terminal.raw_output();
+    EXPECT_FALSE(terminal.eye().alternate_screen());
+    EXPECT_TRUE(terminal.eye().cursor().visible);
+    const auto localModes = terminal.modes().c_lflag;
+    EXPECT_TRUE((localModes & ECHO) != 0 && (localModes & ICANON) != 0);
+}
+
+void expect_clean_end(Terminal& terminal) {
+    terminal.press(Key::kF12);
+    expect_ended_cleanly(terminal);
+}
+
+} // namespace zrp

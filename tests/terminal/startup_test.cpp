@@ -1,0 +1,278 @@
+// Start-up: root, options, terminal size, menu, windows and colours.
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "tests/terminal/session.h"
+
+namespace zrp {
+namespace {
+
+namespace fs = std::filesystem;
+
+// A working directory that goes with the test.
+class Workplace {
+public:
+    Workplace() {
+        std::string pattern = (fs::temp_directory_path() / "zrptop-test-XXXXXX").string();
+        path = mkdtemp(pattern.data());
+    }
+    Workplace(const Workplace&) = delete;
+    Workplace& operator=(const Workplace&) = delete;
+    ~Workplace() {
+        fs::remove_all(path);
+    }
+
+    [[nodiscard]] std::string trace() const {
+        std::ifstream file(path / "zrptop.log");
+        std::stringstream text;
+        text << file.rdbuf();
+        return text.str();
+    }
+
+    fs::path path;
+};
+
+TerminalOptions traced_monitor(const Workplace& workplace, int rows = 25, int columns = 80) {
+    TerminalOptions options = monitor(rows, columns, {"-d"});
+    options.child.directory = workplace.path;
+    return options;
+}
+
+// The program as another user than root.
+std::vector<std::string> as_somebody(std::vector<std::string> arguments) {
+    const bool namespaces = test_network().kind == stage::NetworkKind::kPrivate;
+    std::vector<std::string> all = namespaces
+                                       ? std::vector<std::string>{"unshare", "--user"}
+                                       : std::vector<std::string>{"setpriv", "--reuid=65534"};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    return all;
+}
+
+const std::string kTraceHead = "\n" + std::string(87, '*') + "\n";
+
+TEST(StartUp, ANonRootUserAskingForHelpIsToldToBeRoot) {
+    ZRP_NEEDS_ROOT();
+    stage::ChildProcess child(
+        {.arguments = as_somebody({ZRPTOP_PROGRAM, "-h"}), .standardOutput = stage::kPipe});
+    EXPECT_EQ(child.read_all(), "must be root.\n");
+    EXPECT_EQ(child.wait(), ExitStatus{.code = 1});
+}
+
+class Usage : public testing::TestWithParam<const char*> {};
+
+TEST_P(Usage, PrintsTheBannerAndExitsWithZero) {
+    ZRP_NEEDS_ROOT();
+    stage::ChildProcess child({.arguments = {ZRPTOP_PROGRAM, GetParam()},
+                               .standardOutput = stage::kPipe,
+                               .standardErrors = stage::kNull});
+    EXPECT_EQ(child.read_line(), "zrptop - Velmora ZRP Server Monitoring Utility");
+    EXPECT_TRUE(child.read_line().has_value());
+    EXPECT_EQ(child.read_line(), "This program is unsupported by Velmora, Inc.");
+    EXPECT_EQ(child.read_all(), "");
+    EXPECT_EQ(child.wait(), ExitStatus{});
+}
+
+INSTANTIATE_TEST_SUITE_P(Options, Usage,
+                         testing::Values("-h", "-H", "-?", "--help", "--?", "-x", "--unknown"));
+
+TEST(StartUp, ATerminalOf24LinesHasNotEnoughLinesEvenIfItIsTooNarrowAsWell) {
+    ZRP_NEEDS_ROOT();
+    Terminal terminal(monitor(24, 39));
+    expect_ended_cleanly(terminal);
+    EXPECT_NE(
+        terminal.raw_output().find("\nPlease enlarge the terminal screen -- not enough lines\r\n"),
+        std::string::npos)
+        << terminal.raw_output();
+}
+
+TEST(StartUp, ATerminalOf39ColumnsHasNotEnoughColumns) {
+    ZRP_NEEDS_ROOT();
+    Terminal terminal(monitor(25, 39));
+    expect_ended_cleanly(terminal);
+    EXPECT_NE(terminal.raw_output().find(
+                  "\nPlease enlarge the terminal screen -- not enough columns\r\n"),
+              std::string::npos)
+        << terminal.raw_output();
+}
+
+TEST(StartUp, ATerminalOf25LinesAnd40ColumnsIsAccepted) {
+    ZRP_NEEDS_ROOT();
+    Terminal terminal(monitor(25, 40));
+    ASSERT_TRUE(wait_for_windows(terminal)) << terminal.text();
+    expect_clean_end(terminal);
+}
+
+TEST(StartUp, OnANarrowTerminalEachMenuLineIsCutAtItsRow) {
+    ZRP_NEEDS_ROOT();
+    Terminal terminal(monitor(25, 40));
+    ASSERT_TRUE(wait_for_windows(terminal)) << terminal.text();
+    EXPECT_EQ(terminal.row(0), "[F12] Exit [F2] General [F3] Volume [F4]");
+    EXPECT_EQ(terminal.row(1), "[F6] Parameters [F7] Version [+/-] sec.");
+    EXPECT_EQ(terminal.cell(2, 0).text, " ");
+}
+
+class Size : public testing::TestWithParam<std::pair<int, int>> {};
+
+TEST_P(Size, PlacesMenuStripAndMainWindow) {
+    ZRP_NEEDS_ROOT();
+    const auto [rows, columns] = GetParam();
+    Terminal terminal(monitor(rows, columns));
+    ASSERT_TRUE(wait_for_windows(terminal)) << terminal.text();
+    EXPECT_EQ(terminal.row(0),
+              "[F12] Exit [F2] General [F3] Volume [F4] Connection [F5] Diagnostics");
+    EXPECT_EQ(terminal.row(1), "[F6] Parameters [F7] Version [+/-] sec. [tab] Next Scr");
+
+    const int right = columns - 2;
+    EXPECT_EQ(terminal.cell(2, 1).text, kTopLeft);
+    EXPECT_EQ(terminal.cell(2, right).text, kTopRight);
+    EXPECT_EQ(terminal.cell(4, 1).text, kBottomLeft);
+    EXPECT_EQ(terminal.cell(4, right).text, kBottomRight);
+    EXPECT_EQ(terminal.eye().text_at(3, 2, 15), "Server Up Time:");
+
+    const int bottom = rows - 6;
+    EXPECT_EQ(terminal.cell(5, 1).text, kTopLeft);
+    EXPECT_EQ(terminal.cell(5, right).text, kTopRight);
+    EXPECT_EQ(terminal.cell(bottom, 1).text, kBottomLeft);
+    EXPECT_EQ(terminal.cell(bottom, right).text, kBottomRight);
+    for (int row = bottom + 1; row < rows; row++) {
+        EXPECT_EQ(terminal.row(row), "") << row;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Terminals, Size, testing::Values(std::pair{25, 80}, std::pair{40, 100}));
+
+TEST(StartUp, TheMenuIsCyanOnBlackAndTheWindowsAreWhiteOnBlue) {
+    ZRP_NEEDS_ROOT();
+    Terminal terminal(monitor());
+    ASSERT_TRUE(wait_for_windows(terminal)) << terminal.text();
+    for (const int row : {0, 1}) {
+        EXPECT_EQ(terminal.cell(row, 0).foreground, kCyan);
+        EXPECT_EQ(terminal.cell(row, 0).background, kBlack);
+    }
+    for (const auto& [row, column] :
+         {std::pair{2, 1}, {3, 2}, {3, 50}, {5, 1}, {10, 40}, {19, 78}}) {
+        EXPECT_EQ(terminal.cell(row, column).foreground, kWhite) << row << ' ' << column;
+        EXPECT_EQ(terminal.cell(row, column).background, kBlue) << row << ' ' << column;
+    }
+    EXPECT_FALSE(terminal.eye().cursor().visible);
+}
+
+TEST(StartUp, ResizingTheTerminalLaterMovesNoWindow) {
+    ZRP_NEEDS_ROOT();
+    Terminal terminal(monitor());
+    ASSERT_TRUE(wait_for_windows(terminal));
+    terminal.resize(45, 120);
+    terminal.press(Key::kF6);
+    terminal.press(Key::kF2);
+    terminal.pump(stage::milliseconds{1500});
+    EXPECT_EQ(terminal.cell(2, 78).text, kTopRight) << terminal.text();
+    EXPECT_EQ(terminal.cell(19, 78).text, kBottomRight) << terminal.text();
+    expect_clean_end(terminal);
+}
+
+TEST(Trace, BeginsWithARuleAndTheSizes) {
+    ZRP_NEEDS_ROOT();
+    const Workplace workplace;
+    Terminal terminal(traced_monitor(workplace));
+    ASSERT_TRUE(wait_for_windows(terminal));
+    EXPECT_EQ(workplace.trace(), kTraceHead + "maxy=25 maxx=80 LINES=25 COLS=80\n");
+}
+
+TEST(Trace, TheOptionGivenTwiceLeavesOneFreshTrace) {
+    ZRP_NEEDS_ROOT();
+    const Workplace workplace;
+    std::ofstream(workplace.path / "zrptop.log") << "of an earlier run\n";
+    TerminalOptions options = traced_monitor(workplace);
+    options.child.arguments.emplace_back("--d");
+    Terminal terminal(options);
+    ASSERT_TRUE(wait_for_windows(terminal));
+    EXPECT_EQ(workplace.trace(), kTraceHead + "maxy=25 maxx=80 LINES=25 COLS=80\n");
+}
+
+TEST(Trace, IsWrittenBeforeATerminalIsRefused) {
+    ZRP_NEEDS_ROOT();
+    const Workplace workplace;
+    Terminal terminal(traced_monitor(workplace, 20, 80));
+    expect_ended_cleanly(terminal);
+    EXPECT_EQ(workplace.trace(), kTraceHead + "maxy=20 maxx=80 LINES=20 COLS=80\n");
+}
+
+TEST(Trace, IsLeftOutSilentlyWhereItCannotBeOpened) {
+    ZRP_NEEDS_ROOT();
+    const Workplace workplace;
+    fs::create_directory(workplace.path / "zrptop.log");
+    Terminal terminal(traced_monitor(workplace));
+    ASSERT_TRUE(wait_for_windows(terminal)) << terminal.text();
+    expect_clean_end(terminal);
+}
+
+TEST(Trace, NamesEachKeyByItsCode) {
+    ZRP_NEEDS_ROOT();
+    const Workplace workplace;
+    Terminal terminal(traced_monitor(workplace));
+    ASSERT_TRUE(wait_for_windows(terminal));
+    for (const Key key : {Key::kF6, Key::kTab, Key::kShiftTab, Key::kUp}) {
+        terminal.press(key);
+    }
+    terminal.type("+z");
+    expect_clean_end(terminal);
+    EXPECT_EQ(workplace.trace(), kTraceHead + "maxy=25 maxx=80 LINES=25 COLS=80\n"
+                                              "main: special key=270\n"
+                                              "main: key=9\n"
+                                              "main: special key=353\n"
+                                              "main: special key=259\n"
+                                              "main: key=43\n"
+                                              "main: key=122\n"
+                                              "main: special key=276\n");
+}
+
+// Terminals and locales that users have.
+class Surroundings : public testing::TestWithParam<Environment> {};
+
+TEST_P(Surroundings, ShowTheFiguresAllTheSame) {
+    ZRP_NEEDS_ROOT();
+    const ScriptedPeer peer(kMainDaemonSocket,
+                            answers({statistics(up_time("61") + parm("load", "0.25"))}));
+    Terminal terminal(monitor_in(GetParam()));
+    EXPECT_TRUE(terminal.wait_for_text(6, kListColumn, "load: 0.25")) << terminal.text();
+    EXPECT_EQ(terminal.eye().text_at(3, kUpTimeColumn, 19), "1 Minute 1 Second  ");
+    terminal.press(Key::kF12);
+    EXPECT_EQ(terminal.wait_for_exit(), ExitStatus{});
+}
+
+INSTANTIATE_TEST_SUITE_P(Locales, Surroundings,
+                         testing::Values(Environment{"LANG"}, Environment{"LANG=C"},
+                                         Environment{"LANG=C.UTF-8"}));
+
+TEST(Surroundings, ALocaleWithADecimalCommaChangesNoFigure) {
+    ZRP_NEEDS_ROOT();
+    const Workplace workplace;
+    const std::string locale = (workplace.path / "de_DE.UTF-8").string();
+    stage::ChildProcess compiler({.arguments = {"localedef", "-i", "de_DE", "-f", "UTF-8", locale},
+                                  .standardErrors = stage::kNull});
+    if (compiler.wait() != ExitStatus{}) {
+        GTEST_SKIP() << "localedef cannot make the locale";
+    }
+    const ScriptedPeer peer(kMainDaemonSocket,
+                            answers({statistics(up_time("61") + parm("load", "0.25"))}));
+    Terminal terminal(monitor_in({"LOCPATH=" + workplace.path.string(), "LC_ALL=de_DE.UTF-8"}));
+    EXPECT_TRUE(terminal.wait_for_text(6, kListColumn, "load: 0.25")) << terminal.text();
+    expect_clean_end(terminal);
+}
+
+TEST(StartUp, ATerminalWithoutColoursWorksAllTheSame) {
+    ZRP_NEEDS_ROOT();
+    const ScriptedPeer peer(kMainDaemonSocket, answers({statistics(parm("requests", "7"))}));
+    TerminalOptions options = monitor();
+    options.term = "vt100";
+    Terminal terminal(options);
+    ASSERT_TRUE(terminal.wait_for_text(6, kListColumn, "requests: 7")) << terminal.text();
+    EXPECT_EQ(terminal.cell(6, kListColumn).background, stage::kDefaultColor);
+    terminal.press(Key::kF1); // a vt100 has no F12
+    EXPECT_EQ(terminal.wait_for_exit(), ExitStatus{}) << terminal.text();
+}
+
+} // namespace
+} // namespace zrp

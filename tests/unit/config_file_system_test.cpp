@@ -1,0 +1,205 @@
+#include <cerrno>
+
+#include "common/config/file_system.h"
+#include "common/result.h"
+#include "config_test_files.h"
+
+namespace zrp {
+namespace {
+
+class FileSystemTest : public test::ConfigTest {
+protected:
+    void SetUp() override {
+        test::ConfigTest::SetUp();
+        umask(0);
+        test::write_file(in("file"), "x");
+    }
+};
+
+struct MatchCase {
+    const char* a;
+    const char* b;
+    int match;
+};
+
+} // namespace
+
+TEST_F(FileSystemTest, ADirectoryOnAnOrdinaryFileSystemIsAccepted) {
+    EXPECT_EQ(CheckDirectoryFileSystem(directory.c_str()), kOk);
+    EXPECT_EQ(CheckDirectoryFileSystem("/proc"), kOk);
+}
+
+TEST_F(FileSystemTest, AFileIsNoDirectory) {
+    EXPECT_EQ(CheckDirectoryFileSystem(in("file").c_str()), kInvalid);
+}
+
+TEST_F(FileSystemTest, AMissingDirectoryCannotBeChecked) {
+    EXPECT_EQ(CheckDirectoryFileSystem(in("missing").c_str()), -1);
+    EXPECT_EQ(CheckDirectoryFileSystem(nullptr), kInvalid);
+}
+
+TEST_F(FileSystemTest, OneFileSystemTypeIsRefused) {
+    EXPECT_EQ(check_file_system_type(0x12A783C), kInvalid);
+    EXPECT_EQ(check_file_system_type(0x12A783D), kOk);
+    EXPECT_EQ(check_file_system_type(0), kOk);
+}
+
+TEST_F(FileSystemTest, ACanonicalPathIsAccepted) {
+    EXPECT_EQ(IsCanonicalPath(directory.c_str()), kOk);
+    EXPECT_EQ(IsCanonicalPath(in("file").c_str()), kOk);
+    EXPECT_EQ(IsCanonicalPath("/"), kOk);
+}
+
+TEST_F(FileSystemTest, APathThatIsNotCanonicalIsTold) {
+    ASSERT_EQ(symlink(directory.c_str(), in("link").c_str()), 0);
+    for (const std::string& other :
+         {in(""), in("."), in("../"), directory + "//file", in("link"), in("link/file")}) {
+        EXPECT_EQ(IsCanonicalPath(other.c_str()), 40) << other;
+    }
+}
+
+TEST_F(FileSystemTest, AMissingPathGivesTheErrorOfStat) {
+    EXPECT_EQ(IsCanonicalPath(in("missing").c_str()), ENOENT);
+    EXPECT_EQ(IsCanonicalPath(in("file/x").c_str()), ENOTDIR);
+    EXPECT_EQ(IsCanonicalPath(nullptr), kInvalid);
+}
+
+TEST_F(FileSystemTest, EveryMissingDirectoryIsCreatedWithTheMode) {
+    EXPECT_EQ(MakeDirPath(in("a/b/c").c_str(), 0750), 0);
+    EXPECT_EQ(test::mode_of(in("a")), 0750U);
+    EXPECT_EQ(test::mode_of(in("a/b")), 0750U);
+    EXPECT_EQ(test::mode_of(in("a/b/c")), 0750U);
+}
+
+TEST_F(FileSystemTest, AModeOfZeroMeansAllRights) {
+    EXPECT_EQ(MakeDirPath(in("a").c_str(), 0), 0);
+    EXPECT_EQ(test::mode_of(in("a")), 0777U);
+}
+
+TEST_F(FileSystemTest, APresentDirectoryKeepsItsMode) {
+    EXPECT_EQ(MakeDirPath(in("a").c_str(), 0700), 0);
+    EXPECT_EQ(MakeDirPath(in("a").c_str(), 0755), 0);
+    EXPECT_EQ(test::mode_of(in("a")), 0700U);
+}
+
+TEST_F(FileSystemTest, SlashesAtTheEndAndDoubledOnesAreSkipped) {
+    EXPECT_EQ(MakeDirPath(in("a//b/").c_str(), 0755), 0);
+    EXPECT_TRUE(test::exists(in("a/b")));
+    EXPECT_EQ(MakeDirPath("/", 0755), 0);
+    EXPECT_EQ(MakeDirPath("//", 0755), 0);
+}
+
+TEST_F(FileSystemTest, ARelativePathIsCreatedBelowTheWorkingDirectory) {
+    const int rc = test::in_child(
+        [this] { return chdir(directory.c_str()) == 0 && MakeDirPath("a/b", 0755) == 0 ? 0 : 1; });
+    EXPECT_EQ(rc, 0);
+    EXPECT_TRUE(test::exists(in("a/b")));
+}
+
+TEST_F(FileSystemTest, AFileInTheWayIsTold) {
+    EXPECT_EQ(MakeDirPath(in("file/a").c_str(), 0755), -1);
+    EXPECT_EQ(errno, ENOTDIR) << "within the path";
+    EXPECT_EQ(MakeDirPath(in("file").c_str(), 0755), -1);
+    EXPECT_EQ(errno, EEXIST) << "at its end";
+    EXPECT_EQ(MakeDirPath(in("file/").c_str(), 0755), -1);
+    EXPECT_EQ(errno, EEXIST) << "at its end, before a slash";
+}
+
+TEST_F(FileSystemTest, ADanglingLinkInTheWayGivesTheErrorOfStat) {
+    ASSERT_EQ(symlink("nowhere", in("link").c_str()), 0);
+    EXPECT_EQ(MakeDirPath(in("link/a").c_str(), 0755), -1);
+    EXPECT_EQ(errno, ENOENT);
+}
+
+TEST_F(FileSystemTest, APathThatCannotBeCreatedGivesTheErrorOfTheSystem) {
+    EXPECT_EQ(MakeDirPath("", 0755), -1);
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(MakeDirPath(in(std::string(300, 'x')).c_str(), 0755), -1);
+    EXPECT_EQ(errno, ENAMETOOLONG);
+    EXPECT_EQ(MakeDirPath(nullptr, 0755), -1);
+    EXPECT_EQ(errno, EINVAL);
+}
+
+TEST_F(FileSystemTest, DirectoriesOfToolsHaveTheirMode) {
+    EXPECT_EQ(MakeDirectories(in("a/b").c_str()), kOk);
+    EXPECT_EQ(test::mode_of(in("a")), 0744U);
+    EXPECT_EQ(test::mode_of(in("a/b")), 0744U);
+    EXPECT_EQ(MakeDirectories(in("file/a").c_str()), ENOTDIR);
+}
+
+TEST_F(FileSystemTest, AFileAndItsLinkAreCreated) {
+    umask(077);
+    EXPECT_EQ(CreateFileAndLink(in("a/b").c_str(), in("a/b/target").c_str(), in("link").c_str(),
+                                "content\n"),
+              kOk);
+    EXPECT_EQ(test::read_file(in("link")), "content\n");
+    EXPECT_EQ(test::mode_of(in("a/b/target")), 0644U);
+    EXPECT_EQ(std::filesystem::read_symlink(in("link")), in("a/b/target"));
+}
+
+TEST_F(FileSystemTest, APresentFileKeepsItsContentAndMode) {
+    chmod(in("file").c_str(), 0600);
+    EXPECT_EQ(CreateFileAndLink(directory.c_str(), in("file").c_str(), in("link").c_str(), "new"),
+              kOk);
+    EXPECT_EQ(test::read_file(in("file")), "x");
+    EXPECT_EQ(test::mode_of(in("file")), 0600U);
+    EXPECT_TRUE(test::exists(in("link")));
+}
+
+TEST_F(FileSystemTest, APresentLinkStaysEvenWhenItPointsNowhere) {
+    ASSERT_EQ(symlink("nowhere", in("link").c_str()), 0);
+    EXPECT_EQ(CreateFileAndLink(directory.c_str(), in("new").c_str(), in("link").c_str(), nullptr),
+              kOk);
+    EXPECT_EQ(std::filesystem::read_symlink(in("link")), "nowhere");
+    EXPECT_EQ(test::read_file(in("new")), "");
+}
+
+TEST_F(FileSystemTest, ADirectoryThatCannotBeCreatedShowsWithTheFile) {
+    EXPECT_EQ(
+        CreateFileAndLink(in("file/a").c_str(), in("file/a/t").c_str(), in("link").c_str(), "x"),
+        ENOTDIR);
+    EXPECT_FALSE(test::exists(in("link")));
+}
+
+TEST_F(FileSystemTest, ALinkThatCannotBeCreatedGivesTheErrorOfTheSystem) {
+    EXPECT_EQ(CreateFileAndLink(directory.c_str(), in("file").c_str(), in("no/link").c_str(), "x"),
+              ENOENT);
+}
+
+TEST_F(FileSystemTest, AFullDiskLeavesNeitherFileNorLink) {
+    const int rc = test::in_child([this] {
+        test::limit_file_size(4);
+        return CreateFileAndLink(directory.c_str(), in("new").c_str(), in("link").c_str(),
+                                 "content");
+    });
+    EXPECT_EQ(rc, EFBIG);
+    EXPECT_FALSE(test::exists(in("new")));
+    EXPECT_FALSE(test::exists(in("link")));
+}
+
+TEST_F(FileSystemTest, NullPathsAreInvalid) {
+    const char* some = directory.c_str();
+    EXPECT_EQ(CreateFileAndLink(nullptr, some, some, "x"), kInvalid);
+    EXPECT_EQ(CreateFileAndLink(some, nullptr, some, "x"), kInvalid);
+    EXPECT_EQ(CreateFileAndLink(some, some, nullptr, "x"), kInvalid);
+}
+
+TEST(PathsMatch, EqualPathsAndAncestorsMatch) {
+    const MatchCase cases[] = {
+        {"/a/b", "/a/b", 1},    {"/a/b", "/a/b/", 1}, {"/a/b", "/a/b/c", 1}, {"/a/b", "/a/bc", 0},
+        {"/a/b", "/a/c", 0},    {"/", "/x", 0},       {"/", "/", 1},         {"a", "A", 0},
+        {"/a/b/", "/a/b/c", 0}, {"", "", 1},          {"", "/x", 1},         {"", "x", 0},
+    };
+    for (const MatchCase& c : cases) {
+        EXPECT_EQ(PathsMatch(c.a, c.b), c.match) << c.a << " " << c.b;
+        EXPECT_EQ(PathsMatch(c.b, c.a), c.match) << c.b << " " << c.a;
+    }
+}
+
+TEST(PathsMatch, NullMatchesNothing) {
+    EXPECT_EQ(PathsMatch(nullptr, "/a"), 0);
+    EXPECT_EQ(PathsMatch("/a", nullptr), 0);
+    EXPECT_EQ(PathsMatch(nullptr, nullptr), 0);
+}
+
+} // namespace zrp

@@ -12,6 +12,7 @@
 #include "core/refresh_thread.h"
 #include "core/signals.h"
 #include "core/window.h"
+#include "screens/parameters.h"
 
 namespace zrp {
 namespace {
@@ -203,6 +204,7 @@ int run_monitor(int argc, char** argv) {
         puts("must be root.");
         return EXIT_FAILURE;
     }
+    clear_parameter_table();
     monitorState.currentScreen.store(kGeneralScreen);
     if (!read_options(argc, argv)) {
         return EXIT_SUCCESS;

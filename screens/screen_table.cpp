@@ -4,22 +4,22 @@
 
 #include "common/result.h"
 #include "core/monitor.h"
+#include "screens/connection.h"
 #include "screens/general.h"
+#include "screens/parameters.h"
+#include "screens/volume.h"
+#include "screens/volume_dialog.h"
 
 namespace zrp {
 namespace {
 
-// A dialog that has nothing to choose from: the screen shown before stays.
-int no_dialog(int* /*fkeyHit*/, int* /*fkey*/) {
-    return kInvalid;
-}
-
 constexpr Screen kScreens[] = {
     {kGeneralScreen, "General", drawGeneralLabels, updateGeneralWindow, nullptr},
-    {kVolumeScreen, "Volume", nullptr, nullptr, no_dialog},
-    {kConnectionScreen, "Connection", nullptr, nullptr, no_dialog},
-    {kDiagnosticsScreen, "Diagnostics", nullptr, nullptr, no_dialog},
-    {kParametersScreen, "Parameters", nullptr, nullptr, nullptr},
+    {kVolumeScreen, "Volume", drawVolumeLabels, updateVolumeWindow, SelectVolumeNumber},
+    {kConnectionScreen, "Connection", drawConnectionLabels, updateConnectionWindow,
+     SelectConnectionNumber},
+    {kDiagnosticsScreen, "Diagnostics", nullptr, nullptr, nullptr},
+    {kParametersScreen, "Parameters", drawParameterLabels, updateParameterWindow, nullptr},
     {kVersionScreen, "Version", nullptr, nullptr, nullptr},
 };
 

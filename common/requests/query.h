@@ -46,4 +46,8 @@ int send_query(const Peer& peer, HeapText document, uint32_t length, const Reque
 // null or a buffer for the server's words.
 int check_reply(const Reply& reply, ErrorText* errorText);
 
+// The same, and a failure that the server reports in its reply is returned too.
+int send_checked_query(const Peer& peer, HeapText document, uint32_t length,
+                       const RequestHooks* hooks, Reply* reply);
+
 } // namespace zrp

@@ -235,11 +235,23 @@ int IPCClient::SendHeader(uint32_t requestNumber, uint64_t length) const {
 }
 
 int IPCClient::Send(uint64_t length, const void* data) const {
-    if (wait_ready(fd, POLLOUT, nullptr) == ECANCELED) {
-        return ECANCELED;
-    }
-    // A daemon that went away must not end the process by SIGPIPE.
-    return send(fd, data, length, MSG_NOSIGNAL) == 0 ? kShortHeader : kOk;
+    const char* rest = static_cast<const char*>(data);
+    ssize_t taken = 0;
+    do {
+        if (wait_ready(fd, POLLOUT, nullptr) == ECANCELED) {
+            return ECANCELED;
+        }
+        // A daemon that went away must not end the process by SIGPIPE.
+        taken = send(fd, rest, length, MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (taken == 0) {
+            return kShortHeader;
+        }
+        if (taken > 0) {
+            rest += taken;
+            length -= static_cast<uint64_t>(taken);
+        }
+    } while (length != 0 && (taken > 0 || errno == EAGAIN));
+    return kOk;
 }
 
 int IPCClient::Receive(uint32_t* status, uint64_t* length, char** buffer) const {

@@ -64,8 +64,8 @@ struct IPCClient {
     // Sends the 12-byte header; only the low 32 bits of length reach the wire.
     int SendHeader(uint32_t requestNumber, uint64_t length) const;
 
-    // One send. Fails with 107 only when nothing was taken; any other failure shows itself as a
-    // short receive.
+    // Sends as one blocking send would, in steps that IPCServInterrupt can end. Fails with 107 only
+    // when a step took nothing; any other failure shows itself as a short receive.
     int Send(uint64_t length, const void* data) const;
 
     // Reads one reply. On success *buffer is malloc'ed with exactly *length bytes, or null when the

@@ -75,8 +75,8 @@ struct IPCClient {
     int Receive(uint32_t* status, uint64_t* length, char** buffer) const;
 };
 
-// Stores a copy of the name as the default peer. Returns 0, 22 for a null or empty name, 12 without
-// memory.
+// Stores a copy of the name as the default peer; with an earlier one, IPCServTerm comes first.
+// Returns 0, 22 for a null or empty name, 12 without memory.
 int IPCServInit(const char* name);
 
 // Waits until no exchange is in flight, then forgets the default peer.

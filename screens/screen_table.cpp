@@ -7,6 +7,8 @@
 #include "screens/connection.h"
 #include "screens/general.h"
 #include "screens/parameters.h"
+#include "screens/volume.h"
+#include "screens/volume_dialog.h"
 
 namespace zrp {
 namespace {
@@ -18,7 +20,7 @@ int no_dialog(int* /*fkeyHit*/, int* /*fkey*/) {
 
 constexpr Screen kScreens[] = {
     {kGeneralScreen, "General", drawGeneralLabels, updateGeneralWindow, nullptr},
-    {kVolumeScreen, "Volume", nullptr, nullptr, no_dialog},
+    {kVolumeScreen, "Volume", drawVolumeLabels, updateVolumeWindow, SelectVolumeNumber},
     {kConnectionScreen, "Connection", drawConnectionLabels, updateConnectionWindow,
      SelectConnectionNumber},
     {kDiagnosticsScreen, "Diagnostics", nullptr, nullptr, no_dialog},

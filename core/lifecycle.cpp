@@ -13,6 +13,7 @@
 #include "core/signals.h"
 #include "core/window.h"
 #include "screens/diag_counters.h"
+#include "screens/parameters.h"
 
 namespace zrp {
 namespace {
@@ -205,6 +206,7 @@ int run_monitor(int argc, char** argv) {
         puts("must be root.");
         return EXIT_FAILURE;
     }
+    clear_parameter_table();
     monitorState.currentScreen.store(kGeneralScreen);
     if (!read_options(argc, argv)) {
         return EXIT_SUCCESS;

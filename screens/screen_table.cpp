@@ -2,27 +2,26 @@
 
 #include <cstddef>
 
-#include "common/result.h"
 #include "core/monitor.h"
+#include "screens/connection.h"
 #include "screens/diagnostics.h"
 #include "screens/general.h"
+#include "screens/parameters.h"
 #include "screens/version.h"
+#include "screens/volume.h"
+#include "screens/volume_dialog.h"
 
 namespace zrp {
 namespace {
 
-// A dialog that has nothing to choose from: the screen shown before stays.
-int no_dialog(int* /*fkeyHit*/, int* /*fkey*/) {
-    return kInvalid;
-}
-
 constexpr Screen kScreens[] = {
     {kGeneralScreen, "General", drawGeneralLabels, updateGeneralWindow, nullptr},
-    {kVolumeScreen, "Volume", nullptr, nullptr, no_dialog},
-    {kConnectionScreen, "Connection", nullptr, nullptr, no_dialog},
+    {kVolumeScreen, "Volume", drawVolumeLabels, updateVolumeWindow, SelectVolumeNumber},
+    {kConnectionScreen, "Connection", drawConnectionLabels, updateConnectionWindow,
+     SelectConnectionNumber},
     {kDiagnosticsScreen, "Diagnostics", drawDiagnosticsLabels, updateDiagnosticsWindow,
      SelectDiagnosticsType},
-    {kParametersScreen, "Parameters", nullptr, nullptr, nullptr},
+    {kParametersScreen, "Parameters", drawParameterLabels, updateParameterWindow, nullptr},
     {kVersionScreen, "Version", drawVersionFrame, drawVersionWindow, nullptr},
 };
 

@@ -40,12 +40,15 @@ int send_query(const Peer& peer, HeapText document, uint32_t length, const Reque
     return kOk;
 }
 
+int check_reply(const Reply& reply, ErrorText* errorText) {
+    const uint32_t length = reply.length > 0 ? static_cast<uint32_t>(reply.length) : 0;
+    return CheckForError(length, reply.text.get(), errorText);
+}
+
 int send_checked_query(const Peer& peer, HeapText document, uint32_t length,
                        const RequestHooks* hooks, Reply* reply) {
     const int rc = send_query(peer, std::move(document), length, hooks, reply);
-    return rc != kOk
-               ? rc
-               : CheckForError(static_cast<uint32_t>(reply->length), reply->text.get(), nullptr);
+    return rc != kOk ? rc : check_reply(*reply, nullptr);
 }
 
 } // namespace zrp

@@ -10,10 +10,9 @@
 #include "core/key_loop.h"
 #include "core/monitor.h"
 #include "core/refresh_thread.h"
+#include "core/screen.h"
 #include "core/signals.h"
 #include "core/window.h"
-#include "screens/diag_counters.h"
-#include "screens/parameters.h"
 
 namespace zrp {
 namespace {
@@ -189,28 +188,31 @@ int create_main_window() {
 }
 
 void cleanup_and_exit(int /*sig*/) {
-    // Wakes a refresh thread that waits for a mute daemon; also when no signal asked for the end.
     request_termination();
+    // Once more for the transport: a signal before IPCServInit had no exchange to break off.
+    IPCServInterrupt();
     stop_refresh_thread();
     destroy_win(monitorState.mainWindow);
     destroy_win(monitorState.upTimeWindow);
     close_terminal();
     IPCServTerm();
-    releasehashtable();
+    screen_set().release();
     close_trace();
     exit(EXIT_SUCCESS);
 }
 
-int run_monitor(int argc, char** argv) {
+int run_monitor(int argc, char** argv, const ScreenSet& screens) {
     if (getuid() != 0) {
         puts("must be root.");
         return EXIT_FAILURE;
     }
-    clear_parameter_table();
+    use_screens(screens);
+    screens.clear();
     monitorState.currentScreen.store(kGeneralScreen);
     if (!read_options(argc, argv)) {
         return EXIT_SUCCESS;
     }
+    remember_terminal_modes();
     install_signal_handlers();
     IPCServInit(kMainDaemonSocket);
     open_terminal();
@@ -219,7 +221,7 @@ int run_monitor(int argc, char** argv) {
         return EXIT_SUCCESS;
     }
     draw_menu();
-    inithashtable();
+    screens.prepare();
     create_uptime_window();
     create_main_window();
     request_first_draw();

@@ -5,10 +5,9 @@
 #include <unistd.h>
 
 #include "core/monitor.h"
+#include "core/screen.h"
 #include "core/signals.h"
 #include "core/window.h"
-#include "screens/general.h"
-#include "screens/screen_table.h"
 
 namespace zrp {
 namespace {
@@ -63,7 +62,7 @@ bool stop_requested() {
 void* refresh_thread(void* /*unused*/) {
     while (!stop_requested()) {
         monitorState.refreshBusy.store(1);
-        updateUpTimeWindow();
+        screen_set().updateStrip();
         if (monitorState.refreshPaused.load() == 0) {
             draw_screen();
         }

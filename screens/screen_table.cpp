@@ -1,9 +1,8 @@
 #include "screens/screen_table.h"
 
-#include <cstddef>
-
 #include "core/monitor.h"
 #include "screens/connection.h"
+#include "screens/diag_counters.h"
 #include "screens/diagnostics.h"
 #include "screens/general.h"
 #include "screens/parameters.h"
@@ -25,29 +24,12 @@ constexpr Screen kScreens[] = {
     {kVersionScreen, "Version", drawVersionFrame, drawVersionWindow, nullptr},
 };
 
-constexpr size_t kScreenCount = sizeof kScreens / sizeof *kScreens;
-
-const Screen* neighbour(const Screen* screen, size_t steps) {
-    return &kScreens[(static_cast<size_t>(screen - kScreens) + steps) % kScreenCount];
-}
-
 } // namespace
 
-const Screen* find_screen(int id) {
-    for (const Screen& screen : kScreens) {
-        if (screen.id == id) {
-            return &screen;
-        }
-    }
-    return nullptr;
-}
-
-const Screen* next_screen(const Screen* screen) {
-    return neighbour(screen, 1);
-}
-
-const Screen* previous_screen(const Screen* screen) {
-    return neighbour(screen, kScreenCount - 1);
-}
+constexpr ScreenSet kMonitorScreens = {
+    kScreens,           sizeof kScreens / sizeof *kScreens,
+    updateUpTimeWindow, clear_parameter_table,
+    inithashtable,      releasehashtable,
+};
 
 } // namespace zrp

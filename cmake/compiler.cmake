@@ -12,6 +12,11 @@ if(ZRP_SANITIZE)
     add_link_options(-fsanitize=${ZRP_SANITIZE})
 endif()
 
+# The fuzzers find their way by the coverage of all code, not of their own alone.
+if(ZRP_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 if(ZRP_COVERAGE)
     add_compile_options(--coverage -fprofile-update=atomic)
     add_link_options(--coverage)

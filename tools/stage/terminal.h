@@ -63,6 +63,11 @@ public:
     // Reads output for a whole period: for "nothing happens" tests and to let two threads meet.
     void pump(milliseconds period);
 
+    // False once the program has closed its side, mostly by its end.
+    [[nodiscard]] bool is_open() const {
+        return open_;
+    }
+
     [[nodiscard]] const Eye& eye() const {
         return eye_;
     }

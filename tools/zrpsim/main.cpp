@@ -78,18 +78,24 @@ int serve(const Options& options) {
     return 0;
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
     Options options;
     CLI::App app{"zrpsim: a simulated ZRP file server", "zrpsim"};
     declare(app, options);
     try {
         app.parse(argc, argv);
-        std::signal(SIGPIPE, SIG_IGN);
-        return options.listFaults ? list_faults() : serve(options);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 1;
+    }
+    return options.listFaults ? list_faults() : serve(options);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    std::signal(SIGPIPE, SIG_IGN);
+    try {
+        return run(argc, argv);
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "zrpsim: %s\n", failure.what());
         return 1;

@@ -20,7 +20,7 @@ std::string set_faults(Server& server, std::istringstream& words) {
     for (std::string word; words >> word;) {
         if (word == "none")
             continue;
-        const std::string problem = read_fault(word, faults);
+        std::string problem = read_fault(word, faults);
         if (!problem.empty())
             return problem;
     }

@@ -59,7 +59,7 @@ void append_common(const World& world, const Connection& connection, std::string
 
 Outcome list_connections(World& world, pugi::xml_node command, std::string& out) {
     Page page{};
-    const Outcome outcome = read_page(command, kConnectionsOfAPage, page);
+    Outcome outcome = read_page(command, kConnectionsOfAPage, page);
     if (outcome.code != 0)
         return outcome;
     auto at = connections_from(world, page.startIndex);

@@ -29,7 +29,7 @@ void append_counter(std::string& out, const char* tag, const char* name, int32_t
 Outcome diagnostics(World& world, pugi::xml_node command, std::string& out) {
     int level = 0;
     int reset = 0;
-    const Outcome outcome = read_level(command, "diagLevel", level, reset);
+    Outcome outcome = read_level(command, "diagLevel", level, reset);
     if (outcome.code != 0)
         return outcome;
     const auto rows = server_counters();
@@ -61,7 +61,7 @@ void append_words(const std::vector<std::string>& words, std::string& out) {
 Outcome storage_diagnostics(World& world, pugi::xml_node command, std::string& out) {
     int level = 0;
     int reset = 0;
-    const Outcome outcome = read_level(command, "level", level, reset);
+    Outcome outcome = read_level(command, "level", level, reset);
     if (outcome.code != 0)
         return outcome;
     std::vector<std::string> words;

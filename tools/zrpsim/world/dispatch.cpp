@@ -23,7 +23,7 @@ struct Protocol {
     const char* requestTag;
     const char* replyTag;
     bool diagnostic; // a binary message around the document, no command element in the reply
-    std::array<Family, 10> families;
+    std::array<Family, 11> families;
 };
 
 constexpr std::array kProtocols = std::to_array<Protocol>({
@@ -33,13 +33,14 @@ constexpr std::array kProtocols = std::to_array<Protocol>({
      "zrpConsoleReply",
      false,
      {status_commands, volume_commands, connection_commands, diagnostics_commands,
-      parameter_commands, server_version_commands}},
+      parameter_commands, server_version_commands, volume_management_commands, shadow_commands,
+      connection_management_commands, file_commands, server_management_commands}},
     {Peer::kStorageDaemon,
      kStorageDaemonRequest,
      "zrp2bks_request",
      "zrp2bks_reply",
      false,
-     {storage_version_commands}},
+     {storage_version_commands, storage_commands}},
     {Peer::kStorageDaemon,
      kStorageDiagnosticRequest,
      "zrp2bksDiagnosticRequest",
@@ -108,7 +109,7 @@ std::string without_indexes(std::string_view text) {
 
 Outcome parse(const Protocol& protocol, std::string_view request, pugi::xml_document& document) {
     if (protocol.diagnostic) {
-        const Outcome outcome = unwrap(request);
+        Outcome outcome = unwrap(request);
         if (outcome.code != 0)
             return outcome;
     }
@@ -198,7 +199,7 @@ Answer answer_request(World& world, Peer peer, uint32_t requestNumber, std::stri
         return answer;
     }
     open_element(answer.text, protocol->replyTag);
-    const Outcome outcome = carry_out(world, *protocol, request, answer.command, answer.text);
+    Outcome outcome = carry_out(world, *protocol, request, answer.command, answer.text);
     close_element(answer.text, protocol->replyTag);
     if (outcome.code != 0)
         answer.text = refusal_text(requestNumber, outcome.code, outcome.description);

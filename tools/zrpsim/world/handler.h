@@ -17,13 +17,13 @@ namespace zrp::sim {
 // Codes that replies carry in their error element.
 enum Refused : int {
     kNoSuchObject = 2,
-    kBusy = 16,
+    kNotMounted = 6,
+    kForbidden = 13,
     kExists = 17,
     kBadRequest = 22,
     kNoSpace = 28,
     kUnknownCommand = 38,
     kBadDocument = 74,
-    kForbidden = 13,
     kVolumeNameTooLong = -702,
 };
 
@@ -49,7 +49,13 @@ std::span<const CommandRow> volume_commands();
 std::span<const CommandRow> connection_commands();
 std::span<const CommandRow> diagnostics_commands();
 std::span<const CommandRow> parameter_commands();
+std::span<const CommandRow> volume_management_commands();
+std::span<const CommandRow> shadow_commands();
+std::span<const CommandRow> connection_management_commands();
+std::span<const CommandRow> file_commands();
+std::span<const CommandRow> server_management_commands();
 std::span<const CommandRow> server_version_commands();
+std::span<const CommandRow> storage_commands();
 std::span<const CommandRow> storage_version_commands();
 std::span<const CommandRow> storage_diagnostics_commands();
 std::span<const CommandRow> management_version_commands();

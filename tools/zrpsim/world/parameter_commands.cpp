@@ -59,7 +59,7 @@ Outcome set(World& world, pugi::xml_node command, std::string& out) {
     if (parameter == nullptr)
         return {kNoSuchObject, std::string("no such parameter: ") + nameNode.text().get()};
     if (const pugi::xml_node value = command.child("string")) {
-        const Outcome outcome = check_value(*parameter, value.text().get());
+        Outcome outcome = check_value(*parameter, value.text().get());
         if (outcome.code != 0)
             return outcome;
         parameter->value = value.text().get();

@@ -42,8 +42,14 @@ constexpr std::array kFiles = {
     "plans/übersicht.md", "media/intro.webm", "home/desktop.ini", "archive/2025.tar",
 };
 
+// Volumes that the storage daemon keeps out of the file service.
+bool is_excluded_at_start(int number) {
+    return number % 9 == 7;
+}
+
+// Some others only wait to be mounted.
 bool is_dismounted_at_start(int number) {
-    return number != 0 && number % 9 == 7;
+    return is_excluded_at_start(number) || number % 13 == 12;
 }
 
 std::string volume_name(int number) {
@@ -102,6 +108,7 @@ void make_volumes(World& world, int count) {
             volume.status |= kBks;
             volume.mountPoint = "/media/bks/" + volume.name;
         }
+        volume.excluded = is_excluded_at_start(number);
         if (is_dismounted_at_start(number))
             volume.status &= ~(kOnline | kMounted);
         if (number % 8 == 3) {

@@ -78,8 +78,6 @@ void make_settings(World& world) {
         world.filters.push_back({name, value, value});
     world.serverOffsets.assign(server_counters().size(), 0);
     world.storageOffsets.assign(storage_counters().size(), 0);
-    for (Volume& volume : world.volumes)
-        volume.excluded = volume.number % 9 == 7 && (volume.status & kBks) != 0;
 }
 
 } // namespace zrp::sim

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <array>
 
-#include "tools/zrpsim/world/handler.h"
+#include "tools/zrpsim/world/volume_changes.h"
 #include "tools/zrpsim/world/volume_figures.h"
 #include "tools/zrpsim/world/xml_text.h"
 
@@ -24,10 +24,6 @@ struct FigureElement {
     unsigned versions;
     uint64_t (*value)(const World& world, const Volume& volume); // null: the figure of that name
 };
-
-bool is_mounted(const Volume& volume) {
-    return (volume.status & kMounted) != 0;
-}
 
 uint64_t last_modified(const World& world, const Volume& volume) {
     if (!is_mounted(volume))
@@ -137,7 +133,7 @@ void append_entry(const Volume& volume, std::string& out) {
 // The next page begins at the number in startIndex; the last page has none.
 Outcome list_volumes(World& world, pugi::xml_node command, std::string& out) {
     Page page{};
-    const Outcome outcome = read_page(command, kVolumesOfAPage, page);
+    Outcome outcome = read_page(command, kVolumesOfAPage, page);
     if (outcome.code != 0)
         return outcome;
     auto at = std::lower_bound(world.volumes.begin(), world.volumes.end(), page.startIndex,

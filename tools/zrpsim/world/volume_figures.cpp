@@ -33,8 +33,8 @@ constexpr std::array kFigures = std::to_array<FigureRow>({
 } // namespace
 
 uint64_t volume_figure(const World& world, const Volume& volume, std::string_view tag) {
-    const auto row = std::find_if(kFigures.begin(), kFigures.end(),
-                                  [&](const FigureRow& one) { return tag == one.tag; });
+    const auto* row = std::find_if(kFigures.begin(), kFigures.end(),
+                                   [&](const FigureRow& one) { return tag == one.tag; });
     if (row == kFigures.end())
         throw std::logic_error("no figure " + std::string(tag));
     if ((volume.status & kMounted) == 0)

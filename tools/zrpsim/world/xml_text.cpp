@@ -50,19 +50,19 @@ void hex_element(std::string& out, std::string_view tag, uint32_t value) {
 }
 
 void attribute_element(std::string& out, std::string_view tag, std::string_view attribute,
-                       std::string_view value, std::string_view text) {
+                       std::string_view setting, std::string_view text) {
     out.append("<").append(tag).append(" ").append(attribute).append("=\"");
-    append_escaped(out, value);
+    append_escaped(out, setting);
     out.append("\">");
     append_escaped(out, text);
     close_element(out, tag);
 }
 
 void typed_parm(std::string& out, std::string_view name, std::string_view type,
-                std::string_view value) {
+                std::string_view text) {
     open_element(out, "parm");
     text_element(out, "name", name);
-    attribute_element(out, "value", "type", type, value);
+    attribute_element(out, "value", "type", type, text);
     close_element(out, "parm");
     out += '\n';
 }

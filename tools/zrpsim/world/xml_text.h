@@ -17,11 +17,11 @@ void hex_element(std::string& out, std::string_view tag, uint32_t value);
 
 // An element with one attribute and a text.
 void attribute_element(std::string& out, std::string_view tag, std::string_view attribute,
-                       std::string_view value, std::string_view text);
+                       std::string_view setting, std::string_view text);
 
 // A named value with its type, on a line of its own.
 void typed_parm(std::string& out, std::string_view name, std::string_view type,
-                std::string_view value);
+                std::string_view text);
 
 void number_element(std::string& out, std::string_view tag, std::integral auto value) {
     text_element(out, tag, std::to_string(value));

@@ -1,0 +1,95 @@
+# shellcheck shell=bash disable=SC2034
+# Shared by the scripts: where things are, packages, quiet steps. It needs bash and coreutils, and
+# apt where packages are missing.
+
+cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
+
+# What the demo needs, and what the tests need on top of it.
+demo_packages=(cmake ninja-build g++ pkg-config libncurses-dev libvterm-dev libpugixml-dev
+               libasio-dev libcli11-dev)
+test_packages=("${demo_packages[@]}" clang clang-format clang-tidy libclang-rt-dev libgtest-dev
+               libbenchmark-dev gcovr)
+
+say() {
+    printf '== %s\n' "$*" >&2
+}
+
+die() {
+    printf '%s: %s\n' "${0##*/}" "$*" >&2
+    exit 1
+}
+
+# quietly LOG COMMAND...: the command's output goes to the log, and is shown when it fails.
+quietly() {
+    local log=$1
+    shift
+    mkdir -p "$(dirname "$log")"
+    if ! "$@" >"$log" 2>&1 </dev/null; then
+        cat "$log" >&2
+        die "failed: $* (log: $log)"
+    fi
+}
+
+is_installed() {
+    [[ $(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
+}
+
+# as_root_apt ARGUMENT...: apt-get as root, without questions.
+as_root_apt() {
+    local root=()
+    if ((EUID != 0)); then
+        root=(sudo)
+        [[ -t 0 ]] || root+=(-n) # nobody there to give a password
+    fi
+    quietly build/apt.log "${root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get -q -y -o DPkg::Lock::Timeout=300 "$@"
+}
+
+install_missing() {
+    local package missing=()
+    if ! command -v dpkg-query >/dev/null; then
+        say "not a Debian system; needed are: $*"
+        return
+    fi
+    for package in "$@"; do
+        is_installed "$package" || missing+=("$package")
+    done
+    ((${#missing[@]})) || return 0
+    if ((EUID != 0)) && ! command -v sudo >/dev/null; then
+        die "packages are missing, and installing them needs root or sudo: ${missing[*]}"
+    fi
+    say "installing packages: ${missing[*]}"
+    as_root_apt update
+    as_root_apt install --no-install-recommends "${missing[@]}"
+}
+
+# As many compilers at once as processors and memory allow, a gigabyte for each.
+count_jobs() {
+    local jobs key kilobytes rest
+    jobs=$(nproc)
+    while read -r key kilobytes rest; do
+        if [[ $key == MemAvailable: ]] && ((kilobytes / 1000000 < jobs)); then
+            jobs=$((kilobytes / 1000000))
+        fi
+    done </proc/meminfo
+    echo $((jobs > 0 ? jobs : 1))
+}
+
+# The sanitizers of these compilers lose their way when the kernel scatters addresses wider than they
+# know: a prefix for the commands that run what they have made.
+fixed_addresses=()
+if [[ $(cat /proc/sys/vm/mmap_rnd_bits 2>/dev/null) != 28 ]] && setarch -R true 2>/dev/null; then
+    fixed_addresses=(setarch -R)
+fi
+
+# build PRESET [TARGET...]
+build() {
+    local preset=$1 targets=()
+    shift
+    if (($#)); then
+        targets=(--target "$@")
+    fi
+    say "building $preset (log: build/$preset.log)"
+    quietly "build/$preset-configure.log" cmake --preset "$preset"
+    quietly "build/$preset.log" "${fixed_addresses[@]}" cmake --build --preset "$preset" -j "$(count_jobs)" "${targets[@]}"
+}

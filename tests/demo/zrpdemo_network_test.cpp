@@ -1,0 +1,56 @@
+#include "common/transport.h"
+#include "tests/support/needs.h"
+#include "tests/support/scripted_peer.h"
+#include "tools/stage/child_process.h"
+
+namespace zrp {
+namespace {
+
+using stage::ChildProcess;
+using stage::ExitStatus;
+
+constexpr stage::milliseconds kWalkPatience{60000};
+
+struct Result {
+    std::string said;
+    std::optional<ExitStatus> status;
+};
+
+Result run(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {"sh", "-c", "exec \"$@\" 2>&1", "sh"});
+    ChildProcess demo({.arguments = std::move(arguments),
+                       .standardInput = stage::kNull,
+                       .standardOutput = stage::kPipe});
+    Result result;
+    result.said = demo.read_all(kWalkPatience);
+    result.status = demo.wait();
+    return result;
+}
+
+TEST(DemoNetwork, WithoutNamespacesRootSeesItAllTheSame) {
+    ZRP_NEEDS_NAMESPACES();
+    const Result demo = run({WITHOUT_NAMESPACES_PROGRAM, ZRPDEMO_PROGRAM});
+    EXPECT_EQ(demo.status, ExitStatus{}) << demo.said;
+    EXPECT_TRUE(demo.said.starts_with("--- General (80x25)\n")) << demo.said;
+}
+
+TEST(DemoNetwork, WithoutNamespacesARunningServerIsNotTouched) {
+    ZRP_NEEDS_NAMESPACES();
+    const ScriptedPeer server(kStorageDaemonSocket, {{read_request()}});
+    const Result demo = run({WITHOUT_NAMESPACES_PROGRAM, ZRPDEMO_PROGRAM});
+    EXPECT_EQ(demo.status, (ExitStatus{1, 0}));
+    EXPECT_NE(demo.said.find("a running server is not touched"), std::string::npos) << demo.said;
+    EXPECT_EQ(server.connections(), 0U);
+}
+
+TEST(DemoNetwork, WithoutNamespacesAnOrdinaryUserIsToldWhy) {
+    ZRP_NEEDS_NAMESPACES();
+    // A user namespace without a mapping: the user is nobody there.
+    const Result demo = run({"unshare", "-U", WITHOUT_NAMESPACES_PROGRAM, ZRPDEMO_PROGRAM});
+    EXPECT_EQ(demo.status, (ExitStatus{1, 0}));
+    EXPECT_NE(demo.said.find("zrptop runs as root only"), std::string::npos) << demo.said;
+    EXPECT_NE(demo.said.find("Try again as root"), std::string::npos) << demo.said;
+}
+
+} // namespace
+} // namespace zrp

@@ -1,0 +1,191 @@
+#include <algorithm>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "tools/stage/terminal.h"
+
+namespace zrp {
+namespace {
+
+using stage::ChildOptions;
+using stage::ChildProcess;
+using stage::ExitStatus;
+using stage::Key;
+using stage::Terminal;
+
+constexpr stage::milliseconds kWalkPatience{60000};
+
+bool is_number(const std::string& text) {
+    return std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+// The parent of a process, from the field behind its name and state; the name may hold anything.
+pid_t parent_of(const std::filesystem::path& process) {
+    std::ifstream file(process / "stat");
+    std::string line;
+    std::getline(file, line);
+    const size_t name = line.rfind(')');
+    return name == std::string::npos ? -1 : std::stoi(line.substr(name + 4));
+}
+
+std::vector<pid_t> children_of(pid_t parent) {
+    std::vector<pid_t> children;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+        const std::string name = entry.path().filename();
+        if (is_number(name) && parent_of(entry.path()) == parent) {
+            children.push_back(std::stoi(name));
+        }
+    }
+    return children;
+}
+
+// Whether they have ended, be it that nobody has asked for their status yet: whoever inherits them
+// may take its time.
+bool are_gone(const std::vector<pid_t>& processes) {
+    return std::all_of(processes.begin(), processes.end(), [](pid_t pid) {
+        std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+        std::string line;
+        return !std::getline(file, line) || line.find(") Z ") != std::string::npos;
+    });
+}
+
+class Demo : public testing::Test {
+protected:
+    void SetUp() override {
+        ChildProcess namespaces(
+            {.arguments = {"unshare", "-Urnm", "true"}, .standardErrors = stage::kNull});
+        if (geteuid() != 0 && namespaces.wait() != ExitStatus{}) {
+            GTEST_SKIP() << "needs root or namespaces";
+        }
+    }
+};
+
+// The demonstration with its output and errors in one pipe and nothing to read.
+struct Piped {
+    explicit Piped(std::vector<std::string> arguments = {}) {
+        arguments.insert(arguments.begin(),
+                         {"sh", "-c", "exec \"$@\" 2>&1", "sh", ZRPDEMO_PROGRAM});
+        ChildProcess demo({.arguments = std::move(arguments),
+                           .standardInput = stage::kNull,
+                           .standardOutput = stage::kPipe});
+        said = demo.read_all(kWalkPatience);
+        status = demo.wait();
+    }
+
+    [[nodiscard]] bool has(const std::string& text) const {
+        return said.find(text) != std::string::npos;
+    }
+
+    std::string said;
+    std::optional<ExitStatus> status;
+};
+
+// The demonstration on a terminal, up to its first up time.
+struct Live {
+    Live() : terminal({.child = {.arguments = {ZRPDEMO_PROGRAM}}}) {
+        cameUp = terminal.wait_until(
+            [&] { return terminal.row(3).find(" Second") != std::string::npos; });
+        processes = children_of(terminal.child().pid());
+    }
+
+    Terminal terminal;
+    bool cameUp = false;
+    std::vector<pid_t> processes; // of the demonstration
+};
+
+TEST_F(Demo, WithoutATerminalPrintsTheScreenAsText) {
+    const Piped demo;
+    ASSERT_EQ(demo.status, ExitStatus{}) << demo.said;
+    EXPECT_TRUE(demo.said.starts_with("--- General (80x25)\n[F12] Exit [F2] General")) << demo.said;
+    EXPECT_TRUE(demo.has("Server Up Time:")) << demo.said;
+    EXPECT_TRUE(demo.has(" Second")) << demo.said;
+    EXPECT_FALSE(demo.has("\x1b")) << demo.said;
+    EXPECT_FALSE(demo.has(" \n")) << demo.said;
+}
+
+TEST_F(Demo, WithoutATerminalTakesItsSize) {
+    const Piped demo({"--size", "100x40"});
+    ASSERT_EQ(demo.status, ExitStatus{}) << demo.said;
+    EXPECT_TRUE(demo.has("--- General (100x40)\n")) << demo.said;
+}
+
+TEST_F(Demo, AWrongSizeIsExplained) {
+    for (const char* size : {"100", "0x25", "80x", "80x25x1", "80x5000"}) {
+        const Piped demo({"--size", size});
+        EXPECT_EQ(demo.status, (ExitStatus{1, 0})) << size;
+        EXPECT_TRUE(demo.has(std::string("not a size: ") + size)) << demo.said;
+    }
+}
+
+TEST_F(Demo, AServerThatDoesNotStartIsExplained) {
+    const Piped demo({"--", "--no-such-option"});
+    EXPECT_EQ(demo.status, (ExitStatus{1, 0}));
+    EXPECT_TRUE(demo.has("the simulated server ended with exit status 1:\n")) << demo.said;
+    EXPECT_TRUE(demo.has("--no-such-option")) << demo.said;
+}
+
+TEST_F(Demo, AMonitorThatDoesNotComeUpIsExplained) {
+    const Piped demo({"--zrptop", "false"});
+    EXPECT_EQ(demo.status, (ExitStatus{1, 0}));
+    EXPECT_TRUE(demo.has("the General screen did not come up (it ended with exit status 1)"))
+        << demo.said;
+}
+
+TEST_F(Demo, ATerminalThatIsTooSmallIsExplained) {
+    const Piped demo({"--size", "80x24"});
+    EXPECT_EQ(demo.status, (ExitStatus{1, 0}));
+    EXPECT_TRUE(demo.has("not enough lines")) << demo.said;
+}
+
+TEST_F(Demo, WithATerminalTheMonitorRunsOnIt) {
+    Live live;
+    ASSERT_TRUE(live.cameUp) << live.terminal.text();
+    EXPECT_EQ(live.processes.size(), 2U); // server and monitor
+    live.terminal.press(Key::kF12);
+    EXPECT_EQ(live.terminal.wait_for_exit(), ExitStatus{}) << live.terminal.text();
+    EXPECT_FALSE(live.terminal.eye().alternate_screen());
+    EXPECT_TRUE(are_gone(live.processes));
+}
+
+TEST_F(Demo, CtrlCEndsItInOrder) {
+    Live live;
+    ASSERT_TRUE(live.cameUp) << live.terminal.text();
+    live.terminal.type("\x03");
+    EXPECT_EQ(live.terminal.wait_for_exit(), ExitStatus{}) << live.terminal.text();
+    EXPECT_FALSE(live.terminal.eye().alternate_screen());
+    EXPECT_TRUE(are_gone(live.processes));
+}
+
+TEST_F(Demo, ASignalIsPassedOnToTheMonitor) {
+    for (const int signal : {SIGTERM, SIGHUP, SIGINT}) {
+        Live live;
+        ASSERT_TRUE(live.cameUp) << live.terminal.text();
+        live.terminal.child().send_signal(signal);
+        EXPECT_EQ(live.terminal.wait_for_exit(), ExitStatus{}) << live.terminal.text();
+        EXPECT_FALSE(live.terminal.eye().alternate_screen());
+        EXPECT_TRUE(are_gone(live.processes));
+    }
+}
+
+TEST_F(Demo, TheTerminalGoingAwayEndsIt) {
+    Live live;
+    ASSERT_TRUE(live.cameUp) << live.terminal.text();
+    live.terminal.hang_up();
+    EXPECT_TRUE(live.terminal.wait_for_exit());
+    EXPECT_TRUE(are_gone(live.processes));
+}
+
+TEST_F(Demo, KillingItLeavesNothingRunning) {
+    Live live;
+    ASSERT_TRUE(live.cameUp) << live.terminal.text();
+    ASSERT_EQ(live.processes.size(), 2U);
+    live.terminal.child().send_signal(SIGKILL);
+    EXPECT_TRUE(live.terminal.wait_until([&] { return are_gone(live.processes); }));
+}
+
+} // namespace
+} // namespace zrp

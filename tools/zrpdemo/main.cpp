@@ -1,0 +1,104 @@
+// zrpdemo: the monitor on a simulated server, in a network of its own.
+#include <cstdio>
+#include <exception>
+#include <fcntl.h>
+#include <stdexcept>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+
+#include "tools/stage/private_network.h"
+#include "tools/zrpdemo/live.h"
+#include "tools/zrpdemo/server.h"
+#include "tools/zrpdemo/walk.h"
+
+namespace {
+
+using namespace zrp;
+
+struct Options {
+    std::string monitor = ZRPTOP_PROGRAM;
+    std::string server = ZRPSIM_PROGRAM;
+    std::vector<std::string> serverArguments;
+    demo::Size size;
+};
+
+// Takes "100x40".
+std::string read_size(const std::string& text, demo::Size& size) {
+    constexpr int kMost = 1000;
+    char more = 0;
+    const int fields = std::sscanf(text.c_str(), "%4dx%4d%c", &size.columns, &size.lines, &more);
+    const bool good = fields == 2 && size.columns > 0 && size.columns <= kMost && size.lines > 0 &&
+                      size.lines <= kMost;
+    return good ? "" : "not a size: " + text;
+}
+
+void declare(CLI::App& app, Options& options) {
+    app.add_option("--size")
+        ->description("Size of the terminal that is used where there is none")
+        ->type_name("COLUMNSxLINES")
+        ->default_str("80x25")
+        ->check([&](const std::string& text) { return read_size(text, options.size); });
+    app.add_option("--zrptop", options.monitor, "The monitor")->type_name("PROGRAM");
+    app.add_option("--zrpsim", options.server, "The simulated server")->type_name("PROGRAM");
+    app.add_option("ARGUMENT", options.serverArguments,
+                   "Given to the simulated server; options behind \"--\"");
+}
+
+// Where a standard stream is closed, a descriptor opened later would be taken for it.
+void open_standard_streams() {
+    int fd = 0;
+    do {
+        fd = open("/dev/null", O_RDWR | O_CLOEXEC);
+    } while (fd >= 0 && fd <= STDERR_FILENO);
+    close(fd);
+}
+
+void enter_network() {
+    const stage::Network network = stage::enter_private_network();
+    if (network.kind == stage::NetworkKind::kRefused) {
+        throw std::runtime_error(network.reason);
+    }
+    if (!network.root) {
+        throw std::runtime_error("zrptop runs as root only, and this user cannot be root in a "
+                                 "namespace of its own: " +
+                                 network.reason + ". Try again as root");
+    }
+}
+
+int run(const Options& options) {
+    enter_network();
+    const demo::Server server(options.server, options.serverArguments);
+    const bool onTerminal = isatty(STDIN_FILENO) == 1 && isatty(STDOUT_FILENO) == 1;
+    const stage::ExitStatus status = onTerminal ? demo::run_live(options.monitor)
+                                                : demo::run_walk(options.monitor, options.size);
+    return status.shell_status();
+}
+
+int parse_and_run(int argc, char** argv) {
+    Options options;
+    CLI::App app{
+        "zrpdemo: zrptop on a simulated server. With a terminal it runs there; without one "
+        "its screen is printed as text.",
+        "zrpdemo"};
+    declare(app, options);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : 1;
+    }
+    return run(options);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    open_standard_streams();
+    try {
+        return parse_and_run(argc, argv);
+    } catch (const std::exception& failure) {
+        std::fflush(stdout);
+        std::fprintf(stderr, "zrpdemo: %s\n", failure.what());
+        return 1;
+    }
+}

@@ -8,8 +8,8 @@
 #include "core/line_editor.h"
 #include "core/monitor.h"
 #include "core/refresh_thread.h"
+#include "core/screen.h"
 #include "core/window.h"
-#include "screens/screen_table.h"
 
 namespace zrp {
 namespace {

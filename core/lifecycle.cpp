@@ -10,6 +10,7 @@
 #include "core/key_loop.h"
 #include "core/monitor.h"
 #include "core/refresh_thread.h"
+#include "core/screen.h"
 #include "core/signals.h"
 #include "core/window.h"
 
@@ -194,15 +195,18 @@ void cleanup_and_exit(int /*sig*/) {
     destroy_win(monitorState.upTimeWindow);
     close_terminal();
     IPCServTerm();
+    screen_set().release();
     close_trace();
     exit(EXIT_SUCCESS);
 }
 
-int run_monitor(int argc, char** argv) {
+int run_monitor(int argc, char** argv, const ScreenSet& screens) {
     if (getuid() != 0) {
         puts("must be root.");
         return EXIT_FAILURE;
     }
+    use_screens(screens);
+    screens.clear();
     monitorState.currentScreen.store(kGeneralScreen);
     if (!read_options(argc, argv)) {
         return EXIT_SUCCESS;
@@ -215,6 +219,7 @@ int run_monitor(int argc, char** argv) {
         return EXIT_SUCCESS;
     }
     draw_menu();
+    screens.prepare();
     create_uptime_window();
     create_main_window();
     request_first_draw();

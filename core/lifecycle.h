@@ -1,11 +1,13 @@
 // Start and end of the monitor.
 #pragma once
 
+#include "core/screen.h"
+
 namespace zrp {
 
-// Runs the monitor with the program's arguments. Returns only when it refuses to start: 1 when not
-// root, 0 after the usage text or on a terminal that is too small.
-int run_monitor(int argc, char** argv);
+// Runs the monitor with the program's arguments on the given screens. Returns only when it refuses
+// to start: 1 when not root, 0 after the usage text or on a terminal that is too small.
+int run_monitor(int argc, char** argv, const ScreenSet& screens);
 
 // The one shutdown, on the main thread: stops the refresh thread, gives the terminal back, waits
 // for exchanges to end, closes the trace and exits with status 0. The argument is ignored. Signals

@@ -5,10 +5,9 @@
 #include <unistd.h>
 
 #include "core/monitor.h"
+#include "core/screen.h"
 #include "core/signals.h"
 #include "core/window.h"
-#include "screens/general.h"
-#include "screens/screen_table.h"
 
 namespace zrp {
 namespace {
@@ -16,23 +15,19 @@ namespace {
 constexpr size_t kStackSize = 0x40000;
 constexpr long kNanosecondsPerMicrosecond = 1000;
 
-// A pass that needs no server takes about this many turns; a longer one is slept through.
+// A pass that a healthy server answers is over within these turns; the rest of a longer one is
+// slept through, so that waiting for a mute daemon burns no processor.
 constexpr int kSpins = 100;
-
-void begin_pass() {
-    monitorState.refreshBusy.store(1);
-}
-
-void end_pass() {
-    monitorState.refreshBusy.store(0);
-    monitorState.refreshBusy.notify_all();
-}
+constexpr useconds_t kNapMicroseconds = 1000;
 
 void wait_for_pass_end() {
-    for (int spin = 0; spin < kSpins && monitorState.refreshBusy.load() != 0; spin++) {
-        sched_yield();
+    for (int spin = 0; monitorState.refreshBusy.load() != 0; spin++) {
+        if (spin < kSpins) {
+            sched_yield();
+        } else {
+            usleep(kNapMicroseconds);
+        }
     }
-    monitorState.refreshBusy.wait(1);
 }
 
 void draw_screen() {
@@ -66,12 +61,12 @@ bool stop_requested() {
 
 void* refresh_thread(void* /*unused*/) {
     while (!stop_requested()) {
-        begin_pass();
-        updateUpTimeWindow();
+        monitorState.refreshBusy.store(1);
+        screen_set().updateStrip();
         if (monitorState.refreshPaused.load() == 0) {
             draw_screen();
         }
-        end_pass();
+        monitorState.refreshBusy.store(0);
         if (!stop_requested()) {
             wait_for_interval();
         }

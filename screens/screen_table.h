@@ -1,15 +1,10 @@
-// The six screens in the order of Tab.
+// The six screens of the monitor.
 #pragma once
 
-#include "screens/screen.h"
+#include "core/screen.h"
 
 namespace zrp {
 
-// The screen of that identifier, or null.
-const Screen* find_screen(int id);
-
-// The neighbours in the order of Tab, round the ends.
-const Screen* next_screen(const Screen* screen);
-const Screen* previous_screen(const Screen* screen);
+extern const ScreenSet kMonitorScreens;
 
 } // namespace zrp

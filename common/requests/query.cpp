@@ -1,6 +1,7 @@
 #include "common/requests/query.h"
 
 #include "common/result.h"
+#include "common/xml_reader.h"
 
 namespace zrp {
 namespace {
@@ -37,6 +38,17 @@ int send_query(const Peer& peer, HeapText document, uint32_t length, const Reque
     reply->text = std::move(owned);
     reply->length = static_cast<int32_t>(replyLength);
     return kOk;
+}
+
+int check_reply(const Reply& reply, ErrorText* errorText) {
+    const uint32_t length = reply.length > 0 ? static_cast<uint32_t>(reply.length) : 0;
+    return CheckForError(length, reply.text.get(), errorText);
+}
+
+int send_checked_query(const Peer& peer, HeapText document, uint32_t length,
+                       const RequestHooks* hooks, Reply* reply) {
+    const int rc = send_query(peer, std::move(document), length, hooks, reply);
+    return rc != kOk ? rc : check_reply(*reply, nullptr);
 }
 
 } // namespace zrp

@@ -5,6 +5,7 @@
 
 #include "../heap_text.h"
 #include "../transport.h"
+#include "../xml_reader.h"
 
 namespace zrp {
 
@@ -29,7 +30,7 @@ struct RequestHooks {
 };
 
 // A reply and its length as the scanners take it. A reply of 2 GiB or more has a negative length,
-// which every scanner takes for an empty one.
+// which every scanner takes for an empty one: nothing of it is looked at.
 struct Reply {
     HeapText text;
     int32_t length = 0;
@@ -40,5 +41,13 @@ struct Reply {
 // transport's code.
 int send_query(const Peer& peer, HeapText document, uint32_t length, const RequestHooks* hooks,
                Reply* reply);
+
+// The failure that the server reports in the reply: CheckForError (xml_reader.h), with errorText
+// null or a buffer for the server's words.
+int check_reply(const Reply& reply, ErrorText* errorText);
+
+// The same, and a failure that the server reports in its reply is returned too.
+int send_checked_query(const Peer& peer, HeapText document, uint32_t length,
+                       const RequestHooks* hooks, Reply* reply);
 
 } // namespace zrp

@@ -41,10 +41,7 @@ int QueryServerStatistics(int version, StatisticsCallback callback, const Reques
     uint32_t length = 0;
     HeapText request(BuildServerStatisticsRequest(version, &length));
     Reply reply;
-    int rc = send_query(kDefaultPeer, std::move(request), length, hooks, &reply);
-    if (rc == kOk) {
-        rc = CheckForError(static_cast<uint32_t>(reply.length), reply.text.get(), nullptr);
-    }
+    int rc = send_checked_query(kDefaultPeer, std::move(request), length, hooks, &reply);
     if (rc != kOk) {
         return rc;
     }

@@ -64,6 +64,10 @@ PeerStep send_bytes(std::string bytes) {
     return {PeerStep::Kind::kSend, 0, std::move(bytes)};
 }
 
+PeerStep reply_to(std::function<std::string(const std::string& request)> choose) {
+    return {.kind = PeerStep::Kind::kReplyTo, .choose = std::move(choose)};
+}
+
 PeerStep pause_for(milliseconds time) {
     return {PeerStep::Kind::kPause, 0, {}, time};
 }
@@ -192,6 +196,8 @@ bool ScriptedPeer::follow(const PeerStep& step, const Descriptor& connection, si
         return receive_request(connection, index);
     case PeerStep::Kind::kSend:
         return send_all(connection, step.bytes);
+    case PeerStep::Kind::kReplyTo:
+        return send_all(connection, step.choose(requests()[index].substr(sizeof(RequestHeader))));
     case PeerStep::Kind::kPause:
         wait_for(-1, 0, static_cast<int>(step.pause.count()));
         return true;

@@ -12,6 +12,7 @@
 
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -25,11 +26,21 @@
 namespace zrp {
 
 struct PeerStep {
-    enum class Kind { kReadBytes, kReadRequest, kSend, kPause, kWaitForClose, kHang, kReset };
+    enum class Kind {
+        kReadBytes,
+        kReadRequest,
+        kSend,
+        kReplyTo,
+        kPause,
+        kWaitForClose,
+        kHang,
+        kReset
+    };
     Kind kind;
     size_t count = 0;
     std::string bytes = {};
     stage::milliseconds pause{0};
+    std::function<std::string(const std::string& request)> choose = {};
 };
 
 using PeerScript = std::vector<PeerStep>;
@@ -37,6 +48,9 @@ using PeerScript = std::vector<PeerStep>;
 PeerStep read_bytes(size_t count); // exactly so many, or up to the client's end
 PeerStep read_request();           // header, and as much text as it announces
 PeerStep send_bytes(std::string bytes);
+// The bytes that are chosen for the request read so far, given without its header. The choice is
+// made on the connection's own thread.
+PeerStep reply_to(std::function<std::string(const std::string& request)> choose);
 PeerStep pause_for(stage::milliseconds time); // so that pieces arrive one by one
 PeerStep wait_for_close();                    // reads on until the client closes
 PeerStep hang();                              // does nothing until the peer is destroyed

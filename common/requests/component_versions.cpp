@@ -1,0 +1,60 @@
+#include "common/requests/component_versions.h"
+
+#include "common/requests/query.h"
+#include "common/result.h"
+#include "common/tags.h"
+#include "common/xml_reader.h"
+#include "common/xml_writer.h"
+
+namespace zrp {
+namespace {
+
+constexpr size_t kRequestRoom = 256;
+
+struct Component {
+    Peer peer;
+    const char* outer;         // element of its requests
+    bool emptyReplyIsAnAnswer; // with an empty version
+};
+
+constexpr Component kEngine = {kDefaultPeer, tag::zrpConsoleRequest, true};
+constexpr Component kBks = {kStorageDaemon, command::zrp2bks_request, false};
+constexpr Component kOmw = {kManagementComponent, tag::libomw2zrpRequestTag, true};
+
+HeapText build_request(const Component& component, uint32_t* length) {
+    XmlDocument document = start_document(kRequestRoom);
+    WriteHead(document, component.outer, tag::versionTag);
+    WriteTrailer(document, tag::versionTag, component.outer);
+    return HeapText(finish_document(document, length));
+}
+
+int get_version(const Component& component, VersionText& text) {
+    text[0] = '\0';
+    uint32_t length = 0;
+    HeapText request = build_request(component, &length);
+    Reply reply;
+    int rc = send_query(component.peer, std::move(request), length, nullptr, &reply);
+    if (rc != kOk || (reply.length == 0 && component.emptyReplyIsAnAnswer)) {
+        return rc;
+    }
+    rc = CheckForError(static_cast<uint32_t>(reply.length), reply.text.get(), nullptr);
+    return rc != kOk ? rc
+                     : GetTagString(tag::versionTag, reply.text.get(), reply.length,
+                                    kVersionTextSize, text);
+}
+
+} // namespace
+
+int getServerVersion(VersionText& text) {
+    return get_version(kEngine, text);
+}
+
+int getBksVersion(VersionText& text) {
+    return get_version(kBks, text);
+}
+
+int getOmwVersion(VersionText& text) {
+    return get_version(kOmw, text);
+}
+
+} // namespace zrp

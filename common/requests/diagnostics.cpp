@@ -1,0 +1,104 @@
+#include "common/requests/diagnostics.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "common/bounded_copy.h"
+#include "common/result.h"
+#include "common/xml_reader.h"
+#include "common/xml_writer.h"
+
+namespace zrp {
+namespace {
+
+constexpr size_t kRequestRoom = 1024;
+constexpr int kDecimal = 10;
+
+struct MessageHead {
+    uint32_t kind = 24;
+    uint32_t version = 1;
+    uint32_t textSize = 0; // with its NUL
+};
+
+constexpr uint32_t kMessageExtra = 32; // bytes of a message beside its document's characters
+static_assert(sizeof(MessageHead) == 12);
+
+char* build(const DiagnosticsDaemon& daemon, uint32_t* length, int level, int resetAll) {
+    XmlDocument document = start_document(kRequestRoom);
+    WriteHead(document, daemon.outer, daemon.command);
+    WriteIntElement(document, daemon.level, level);
+    if (resetAll != 0) {
+        WriteIntElement(document, tag::resetAll, 1);
+    }
+    WriteTrailer(document, daemon.command, daemon.outer);
+    return finish_document(document, length);
+}
+
+// The attribute stands in the opening tag; a self-closing element is all opening tag.
+int read_value(const XmlElement& counter, int32_t* value) {
+    XmlAttribute attribute;
+    attribute.searchStart = counter.tagEnd;
+    attribute.searchEnd =
+        counter.contentStart != nullptr ? counter.contentStart - 1 : counter.elementEnd;
+    if (GetAttribute(tag::value, &attribute) != kOk) {
+        return kInvalid;
+    }
+    // The closing quote ends the conversion.
+    *value = static_cast<int32_t>(strtol(attribute.valueStart, nullptr, kDecimal));
+    return kOk;
+}
+
+} // namespace
+
+char* BuildDiagnosticsRequest(uint32_t* length, int level, int resetAll) {
+    return build(kServerDiagnostics, length, level, resetAll);
+}
+
+char* BuildZrp2bksDiagnosticRequest(uint32_t* length, int level, int resetAll) {
+    return build(kBksDiagnostics, length, level, resetAll);
+}
+
+char* WrapDiagnosticRequest(const char* document, uint32_t length, uint32_t* messageLength) {
+    const size_t size = size_t{length} + kMessageExtra;
+    HeapText message(static_cast<char*>(calloc(size, 1)));
+    if (message == nullptr) {
+        return nullptr;
+    }
+    MessageHead head;
+    head.textSize = length + 1;
+    memcpy(message.get(), &head, sizeof head);
+    memcpy(message.get() + sizeof head, document, length);
+    *messageLength = static_cast<uint32_t>(size);
+    return message.release();
+}
+
+int ScanDiagnosticsReply(char* reply, int replyLength, int* cursor, DiagnosticName& name,
+                         int32_t* value) {
+    return ScanDiagnostics(kServerDiagnostics, reply, replyLength, cursor, name, value);
+}
+
+int ScanZrp2bksDiagnosticReply(char* reply, int replyLength, int* cursor, DiagnosticName& name,
+                               int32_t* value) {
+    return ScanDiagnostics(kBksDiagnostics, reply, replyLength, cursor, name, value);
+}
+
+int ScanDiagnostics(const DiagnosticsDaemon& daemon, char* reply, int replyLength, int* cursor,
+                    DiagnosticName& name, int32_t* value) {
+    XmlElement counter;
+    const int rc = next_item(daemon.counters, reply, replyLength, cursor, &counter);
+    if (rc != kOk) {
+        return rc;
+    }
+    copy_cut(name, counter.contentStart, counter.contentLength);
+    return read_value(counter, value);
+}
+
+HeapText BuildDiagnosticsMessage(const DiagnosticsDaemon& daemon, uint32_t* length) {
+    HeapText document(build(daemon, length, kDiagnosticsLevel, 0));
+    if (document == nullptr || !daemon.wrapped) {
+        return document;
+    }
+    return HeapText(WrapDiagnosticRequest(document.get(), *length, length));
+}
+
+} // namespace zrp

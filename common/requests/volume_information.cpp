@@ -1,0 +1,113 @@
+#include "common/requests/volume_information.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "common/requests/reply_list.h"
+#include "common/requests/volume_information_layouts.h"
+#include "common/result.h"
+#include "common/tags.h"
+#include "common/xml_writer.h"
+
+namespace zrp {
+namespace {
+
+// Enough for the longest name that is let through.
+constexpr size_t kRequestRoom = 1024;
+
+constexpr ReplyList kVolumes = {
+    {tag::zrpConsoleReply, tag::volumeInformation}, tag::volume, kInvalid, kInvalid};
+
+struct FoundVersion {
+    int32_t version;
+};
+
+constexpr ReplyField kVersion = ZRP_FIELD(tag::versionTag, kDecimal, FoundVersion, version);
+
+bool name_fits(const XmlElement& volume) {
+    XmlElement name;
+    return find_inside(volume, tag::name, &name) == kOk && name.contentLength < kVolumeNameSize;
+}
+
+int32_t number_at(const void* record, size_t offset) {
+    int32_t number = 0;
+    memcpy(&number, static_cast<const char*>(record) + offset, sizeof number);
+    return number;
+}
+
+// Reads a text and lets the record's own pointer point at it.
+int read_pointed_text(const ReplyField& field, size_t pointer, const XmlElement& volume,
+                      void* record) {
+    const int rc = read_field(field, volume, record);
+    if (rc == kOk) {
+        char* const text = static_cast<char*>(record) + field.offset;
+        memcpy(static_cast<char*>(record) + pointer, &text, sizeof text);
+    }
+    return rc;
+}
+
+// The record is zero-filled before.
+int fill(const VolumeLayout& layout, const XmlElement& volume, void* record) {
+    int rc = read_fields(layout.head.data(), layout.head.size(), volume, record);
+    if (rc == kOk && !layout.pool.empty() && number_at(record, layout.mountPointType) != 0) {
+        rc = read_fields(layout.pool.data(), layout.pool.size(), volume, record);
+    }
+    if (rc == kOk) {
+        rc = read_pointed_text(layout.mountPointText, layout.mountPoint, volume, record);
+    }
+    if (rc != kOk) {
+        return rc;
+    }
+    // Most volumes have no shadow.
+    (void)read_pointed_text(layout.shadowText, layout.shadowMountPoint, volume, record);
+    return read_fields(layout.tail.data(), layout.tail.size(), volume, record);
+}
+
+} // namespace
+
+char* BuildVolumeInformationRequest(const char* volumeName, uint32_t* length, int versionTag) {
+    if (strlen(volumeName) > kMaxVolumeName) {
+        return nullptr;
+    }
+    XmlDocument document = start_document(kRequestRoom);
+    WriteHead(document, tag::zrpConsoleRequest, tag::volumeInformation);
+    WriteOpenGroup(document, tag::volume);
+    WriteTextElement(document, tag::name, volumeName);
+    WriteIntElement(document, tag::versionTag, versionTag);
+    WriteCloseGroup(document, tag::volume);
+    WriteTrailer(document, tag::volumeInformation, tag::zrpConsoleRequest);
+    return finish_document(document, length);
+}
+
+int ScanVolumeInformationReply(char* reply, int replyLength, int* offset, int* versionTag,
+                               VolumeRecord* record) {
+    XmlElement volume;
+    int next = *offset;
+    int rc = next_item(kVolumes, reply, replyLength, &next, &volume);
+    FoundVersion found = {};
+    if (rc != kOk || read_field(kVersion, volume, &found) != kOk) {
+        return kInvalid;
+    }
+    *versionTag = found.version;
+    if (found.version > kMaxVolumeInformationVersion) {
+        return kRange;
+    }
+    const VolumeLayout* layout = find_volume_layout(found.version);
+    if (layout == nullptr || !name_fits(volume)) {
+        return kInvalid;
+    }
+    VolumeRecord filled(calloc(1, layout->size));
+    if (filled == nullptr) {
+        return kNoMemory;
+    }
+    rc = fill(*layout, volume, filled.get());
+    if (rc == kOk) {
+        *offset = next;
+    }
+    if (rc == kOk || layout->keepsPartial) {
+        *record = std::move(filled);
+    }
+    return rc;
+}
+
+} // namespace zrp

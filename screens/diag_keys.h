@@ -1,0 +1,36 @@
+// The counters of both daemons by name.
+//
+// A name is spelled once: the groups take it through its constant, so that what a group looks up is
+// always a counter that its table holds. Some counters are stored and shown in no group.
+#pragma once
+
+namespace zrp {
+
+#define ZRP_DIAG_KEY(name, text) inline constexpr const char* name = text;
+
+namespace server_key {
+#include "screens/diag_keys_server.inc"
+}
+
+namespace bks_key {
+#include "screens/diag_keys_bks.inc"
+}
+
+#undef ZRP_DIAG_KEY
+
+#define ZRP_DIAG_KEY(name, text) text,
+
+// In the order in which the tables are filled.
+inline constexpr const char* serverDiagKeys[] = {
+#include "screens/diag_keys_server.inc"
+};
+inline constexpr const char* bksDiagKeys[] = {
+#include "screens/diag_keys_bks.inc"
+};
+
+#undef ZRP_DIAG_KEY
+
+static_assert(sizeof serverDiagKeys / sizeof *serverDiagKeys == 53);
+static_assert(sizeof bksDiagKeys / sizeof *bksDiagKeys == 41);
+
+} // namespace zrp

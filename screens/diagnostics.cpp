@@ -1,0 +1,177 @@
+#include "screens/diagnostics.h"
+
+#include "common/requests/diagnostics.h"
+#include "common/result.h"
+#include "core/monitor.h"
+#include "core/window.h"
+#include "screens/diag_counters.h"
+#include "screens/diag_groups.h"
+#include "screens/dialog.h"
+
+namespace zrp {
+
+int32_t currentDiagType = kNoDiagType;
+int32_t diagValueColumn = 1;
+
+namespace {
+
+constexpr int kTitleRow = 1;
+constexpr int kTitleColumn = 5;
+constexpr int kLabelColumn = 1;
+constexpr int kColumnLeftOfValues = 38;
+
+// A group that was never filled: its rows hold only the colon.
+constexpr int32_t kColonGroup = 9;
+constexpr int kColonFirstRow = 1;
+constexpr int kColonLastRow = 4;
+
+constexpr const char* kDialogTag = "SelectDiagnosticsType";
+constexpr int kDialogHeight = 14;
+constexpr int kMenuFirstRow = 2;
+constexpr int kMenuColumn = 10;
+constexpr DialogPrompt kPrompt = {kDialogTag, 11, "Enter selection ? "};
+constexpr int32_t kEndOfTypes = 19;
+
+constexpr const char* kMenuLines[] = {
+    "1 - Directory Cache             11 zrp2bks Manage I/F",
+    "2 - Communications              12 zrp2bks Requests",
+    "3 - IPC                         13 zrp2bks IPC",
+    "4 - Error counters              14 zrp2bks KVQ events",
+    "5 - Trustees                    15 zrp2bks Volumes",
+    "6 - BKS Events                  16 zrp2bks User/Directory quotas",
+    "7 - Deleted files               17 zrp2bks Deleted files",
+    "8 - User/Directory quotas       18 zrp2bks Trustees",
+};
+
+// Where a group's counters come from.
+struct Source {
+    const DiagnosticsDaemon& daemon;
+    const std::unique_ptr<DiagHashTable>& table;
+    int exchangeFailure; // result of a failed exchange; 0 for the transport's own code
+};
+
+constexpr Source kServerSource = {kServerDiagnostics, serverDiagTable, kInvalid};
+constexpr Source kBksSource = {kBksDiagnostics, bksDiagTable, 0};
+
+const Source& source_of(int32_t type) {
+    return type < kFirstBksGroup ? kServerSource : kBksSource;
+}
+
+int fetch_counters(const Source& source, Reply* reply) {
+    uint32_t length = 0;
+    HeapText request = BuildDiagnosticsMessage(source.daemon, &length);
+    if (request == nullptr) {
+        return kNoMemory;
+    }
+    const int rc = send_query(source.daemon.peer, std::move(request), length, nullptr, reply);
+    return rc != kOk && source.exchangeFailure != 0 ? source.exchangeFailure : rc;
+}
+
+// Counters that the reply does not name keep their values.
+void store_counters(const Source& source, const Reply& reply) {
+    int cursor = 0;
+    DiagnosticName name;
+    int32_t value = 0;
+    while (ScanDiagnostics(source.daemon, reply.text.get(), reply.length, &cursor, name, &value) ==
+           kOk) {
+        DiagCounter* counter = hashtable_lookup(source.table.get(), name);
+        if (counter == nullptr) {
+            trace("find %s --- NOT FOUND\n", name);
+            continue;
+        }
+        counter->value = value;
+        trace("find %s --- value set = %d\n", name, value);
+    }
+}
+
+void draw_values(WINDOW* window, const Source& source, const DiagGroup& group) {
+    int row = kFirstDiagRow;
+    for (const DiagRow* shown = group.rows; shown->label != nullptr; shown++) {
+        const DiagCounter* counter = hashtable_lookup(source.table.get(), shown->key);
+        print_at(window, row++, diagValueColumn + 1, "%d", counter == nullptr ? 0 : counter->value);
+    }
+}
+
+void draw_labels(WINDOW* window, const DiagGroup& group) {
+    print_at(window, kTitleRow, kTitleColumn, "%s", group.title);
+    int row = kFirstDiagRow;
+    for (const DiagRow* shown = group.rows; shown->label != nullptr; shown++) {
+        print_at(window, row++, kLabelColumn, "%*s", shown->labelWidth, shown->label);
+    }
+}
+
+void draw_colons(WINDOW* window) {
+    for (int row = kColonFirstRow; row <= kColonLastRow; row++) {
+        print_at(window, row, kLabelColumn, ":");
+    }
+}
+
+void draw_menu(WINDOW* window) {
+    print_at(window, kTitleRow, kTitleColumn, "View Diagnostics");
+    int row = kMenuFirstRow;
+    for (const char* line : kMenuLines) {
+        print_at(window, row++, kMenuColumn, "%s", line);
+    }
+}
+
+} // namespace
+
+int SelectDiagnosticsType(int* fkeyHit, int* fkey) {
+    const DialogWindow dialog(kDialogHeight);
+    if (dialog.get() == nullptr) {
+        return kInvalid;
+    }
+    draw_menu(dialog.get());
+    DialogInput input;
+    const int rc = ask_user(dialog.get(), kPrompt, input, fkeyHit, fkey);
+    if (rc != kOk || *fkeyHit != 0) {
+        return rc;
+    }
+    if (is_quit(input)) {
+        return kInvalid;
+    }
+    currentDiagType = typed_number(input);
+    return currentDiagType < kEndOfTypes ? kOk : kInvalid;
+}
+
+int drawDiagnosticsLabels(WINDOW* window) {
+    if (window == nullptr) {
+        return kRange;
+    }
+    const CursesLock lock;
+    draw_frame(window);
+    diagValueColumn = kColumnLeftOfValues;
+    const DiagGroup* group = find_diag_group(currentDiagType);
+    if (group != nullptr) {
+        draw_labels(window, *group);
+    } else if (currentDiagType == kColonGroup) {
+        draw_colons(window);
+    }
+    refresh_window(window);
+    return kOk;
+}
+
+int updateDiagnosticsWindow(WINDOW* window) {
+    if (currentDiagType == kNoDiagType) {
+        return kOk;
+    }
+    if (window == nullptr) {
+        return kRange;
+    }
+    const Source& source = source_of(currentDiagType);
+    Reply reply;
+    const int rc = fetch_counters(source, &reply);
+    if (rc != kOk || reply.length == 0) {
+        return rc;
+    }
+    store_counters(source, reply);
+    const CursesLock lock;
+    const DiagGroup* group = find_diag_group(currentDiagType);
+    if (group != nullptr) {
+        draw_values(window, source, *group);
+    }
+    refresh_window(window);
+    return kOk;
+}
+
+} // namespace zrp

@@ -1,0 +1,66 @@
+#include "screens/dialog.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include <climits>
+
+#include "common/result.h"
+#include "core/line_editor.h"
+#include "core/monitor.h"
+#include "core/window.h"
+
+namespace zrp {
+namespace {
+
+constexpr int kFirstRow = 5;
+constexpr int kFirstColumn = 1;
+constexpr int kWidthLess = 2;
+
+constexpr int kPromptColumn = 1;
+
+} // namespace
+
+DialogWindow::DialogWindow(int height)
+    : window(create_newwin(height, COLS - kWidthLess, kFirstRow, kFirstColumn)) {
+    if (window != nullptr) {
+        const CursesLock lock;
+        keypad(window, TRUE);
+        wrefresh(window);
+    }
+}
+
+DialogWindow::~DialogWindow() {
+    destroy_win(window);
+}
+
+void clear_dialog(WINDOW* window) {
+    const CursesLock lock;
+    werase(window);
+    draw_frame(window);
+    refresh_window(window);
+}
+
+int ask_user(WINDOW* window, const DialogPrompt& prompt, DialogInput& input, int* fkeyHit,
+             int* fkey) {
+    print_at(window, prompt.row, kPromptColumn, "%s", prompt.text);
+    refresh_window(window);
+    input[0] = '\0';
+    const int rc = zrptop_wgetnstr(window, input, kDialogInputMax, fkeyHit, fkey);
+    if (rc == kOk && *fkeyHit != 0) {
+        trace("%s: fkey detected fkey=%d\n", prompt.traceTag, *fkey);
+    }
+    return rc;
+}
+
+bool is_quit(const char* input) {
+    return input[0] == '\0' || input[0] == 'q' || input[0] == 'Q';
+}
+
+int typed_number(const char* input) {
+    constexpr int kDecimal = 10;
+    return static_cast<int>(
+        std::clamp(strtol(input, nullptr, kDecimal), long{INT_MIN}, long{INT_MAX}));
+}
+
+} // namespace zrp

@@ -1,0 +1,128 @@
+#include "screens/parameters.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <strings.h>
+
+#include "common/result.h"
+#include "core/window.h"
+
+namespace zrp {
+namespace {
+
+constexpr size_t kTableSize = 256;
+constexpr int kShownItems = 18; // an item behind these gets no place
+constexpr int kFirstRow = 1;
+constexpr int kColumn = 1;
+constexpr int kNoRow = -1;
+constexpr const char* kSeparator = " = ";
+
+constexpr const char* kHiddenParameters[] = {
+    "MAX_FILE_DESCRIPTOR_NUMBER",
+    "ZRP_FILE_SERVER_NAME",
+    "ALLOW_UTF8",
+    "ALLOW_CIFS_MIXED_MODE_PATHS",
+    "ENABLE_ZRP_RANGE_CHECKING",
+    "ALLOW_CLEAR_TEXT_BINDERY_PASSWORDS",
+    "SHADOW_VOLUME",
+};
+
+using ParameterItemPtr = std::unique_ptr<ParameterItem, FreeDeleter>;
+
+// Filled from the front. Touched by the refresh thread only, once that runs.
+ParameterItemPtr parameterTable[kTableSize];
+
+bool is_hidden(const char* name) {
+    for (const char* hidden : kHiddenParameters) {
+        if (strcasecmp(hidden, name) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// The next item of the reply that can be shown; null with the reason when there is none.
+ParameterItemPtr next_parameter(const Reply& reply, int* offset, int* reason) {
+    for (;;) {
+        ParameterItemPtr item(static_cast<ParameterItem*>(calloc(1, sizeof(ParameterItem))));
+        *reason = item == nullptr
+                      ? kNoMemory
+                      : ScanSetReply(reply.text.get(), reply.length, offset, &item->name, nullptr);
+        if (*reason != kOk) {
+            return nullptr;
+        }
+        if (!is_hidden(item->name)) {
+            item->row = kNoRow;
+            return item;
+        }
+    }
+}
+
+void draw_label(WINDOW* window, int row, ParameterItem* item) {
+    item->row = row;
+    item->column = static_cast<int>(strlen(item->name) + strlen(kSeparator)) + kColumn;
+    print_at(window, row, kColumn, "%s%s", item->name, kSeparator);
+}
+
+} // namespace
+
+void clear_parameter_table() {
+    for (ParameterItemPtr& item : parameterTable) {
+        item.reset();
+    }
+}
+
+int loadParameterList() {
+    Reply reply;
+    clear_parameter_table();
+    int rc = QuerySettings(nullptr, &reply);
+    if (rc != kOk) {
+        return rc;
+    }
+    int offset = 0;
+    for (ParameterItemPtr& slot : parameterTable) {
+        slot = next_parameter(reply, &offset, &rc);
+        if (slot == nullptr) {
+            break;
+        }
+    }
+    return parameterTable[0] != nullptr ? kOk : rc;
+}
+
+int fetchParameterValue(ParameterItem* item) {
+    Reply reply;
+    const int rc = QuerySettings(item->name, &reply);
+    if (rc != kOk) {
+        return rc;
+    }
+    int offset = 0;
+    return ScanSetReply(reply.text.get(), reply.length, &offset, nullptr, &item->value);
+}
+
+int drawParameterLabels(WINDOW* window) {
+    if (window == nullptr) {
+        return kRange;
+    }
+    draw_frame(window);
+    loadParameterList();
+    for (int i = 0; i < kShownItems && parameterTable[i] != nullptr; i++) {
+        draw_label(window, kFirstRow + i, parameterTable[i].get());
+    }
+    refresh_window(window);
+    return kOk;
+}
+
+int updateParameterWindow(WINDOW* window) {
+    if (window == nullptr) {
+        return kRange;
+    }
+    for (const ParameterItemPtr& item : parameterTable) {
+        if (item != nullptr && item->row >= 0 && fetchParameterValue(item.get()) == kOk) {
+            print_at(window, item->row, item->column, "%s", item->value);
+        }
+    }
+    refresh_window(window);
+    return kOk;
+}
+
+} // namespace zrp

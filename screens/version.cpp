@@ -1,0 +1,127 @@
+#include "screens/version.h"
+
+#include <cstring>
+#include <sys/stat.h>
+
+#include "common/bounded_copy.h"
+#include "common/requests/component_versions.h"
+#include "common/result.h"
+#include "core/window.h"
+#include "screens/version_files.h"
+
+namespace zrp {
+namespace {
+
+// The version line that a search of this program's file finds; shown from behind the marker on.
+constexpr char kOwnVersionLine[] = "VeRsIoN = 2026-04-22_10:36:02_i386build22-.2048";
+
+constexpr int kTitleRow = 1;
+constexpr int kFirstRow = 2;
+constexpr int kColumn = 5;
+constexpr int kIndentedColumn = 10;
+constexpr int kLabelWidth = 14;
+
+int getOwnVersion(VersionText& text) {
+    copy_cut(text, kOwnVersionLine + version_markers().component.length);
+    return kOk;
+}
+
+struct ComponentRow {
+    const char* label;
+    int (*ask)(VersionText& text) = nullptr; // null where nobody runs to be asked
+    const char* file = nullptr;              // searched when asking fails
+    const char* fileElse = nullptr;          // instead of the file, when that is not there
+    VersionMarker VersionMarkers::*marker = &VersionMarkers::component;
+    int emptyRowsAfter = 0; // when the row is shown
+};
+
+constexpr ComponentRow kComponents[] = {
+    {"[libzrpengine]", getServerVersion, "/usr/lib/pqs-modules/libzrpengine.so",
+     "/opt/velmora/Dirkeep/lib/pqs-modules/libzrpengine.so", &VersionMarkers::engine},
+    {"[zrp2bks]", getBksVersion, "/opt/velmora/zrpserv/sbin/zrp2bks"},
+    {"[libomw2zrp]", getOmwVersion, "/opt/velmora/lib/libomw2zrp.so"},
+    {"[zrptop]", getOwnVersion},
+    {.label = "[zrpshell]", .file = "/opt/velmora/zrpserv/sbin/zrpshell"},
+    {.label = "[zrpcon]", .file = "/opt/velmora/zrpserv/sbin/zrpcon", .emptyRowsAfter = 1},
+};
+
+int probe_file(const ComponentRow& component, VersionText& text) {
+    if (component.file == nullptr) {
+        return kNotFound;
+    }
+    struct stat64 status = {};
+    const bool useElse = component.fileElse != nullptr && stat64(component.file, &status) != 0;
+    const VersionMarker& marker = version_markers().*component.marker;
+    return probeVersionString(useElse ? component.fileElse : component.file, marker.length,
+                              marker.text, text);
+}
+
+bool find_version(const ComponentRow& component, VersionText& text) {
+    return (component.ask != nullptr && component.ask(text) == kOk) ||
+           probe_file(component, text) == kOk;
+}
+
+void drop_line_feed(VersionText& text) {
+    const size_t length = strlen(text);
+    if (length > 0 && text[length - 1] == '\n') {
+        text[length - 1] = '\0';
+    }
+}
+
+// Each draws from the row on and returns the row below.
+
+int draw_components(WINDOW* window, int row, VersionText& text) {
+    for (const ComponentRow& component : kComponents) {
+        if (find_version(component, text)) {
+            drop_line_feed(text);
+            print_at(window, row, kColumn, "%*s %s", kLabelWidth, component.label, text);
+            row += 1 + component.emptyRowsAfter;
+        }
+    }
+    return row;
+}
+
+int draw_release(WINDOW* window, int row, VersionText& text) {
+    if (getReleaseLines(&text) != kOk) {
+        return row;
+    }
+    print_at(window, row++, kColumn, "HLX Version");
+    for (const char* line = text; *line != '\0'; line += strlen(line) + 1) {
+        print_at(window, row++, kIndentedColumn, "%s", line);
+    }
+    return row + 1;
+}
+
+void draw_platform(WINDOW* window, int row, VersionText& text) {
+    if (getPlatform(&text) == kOk) {
+        drop_line_feed(text);
+        print_at(window, row, kColumn, "Platform");
+        print_at(window, row + 1, kIndentedColumn, "%s", text);
+    }
+}
+
+} // namespace
+
+int drawVersionFrame(WINDOW* window) {
+    if (window == nullptr) {
+        return kRange;
+    }
+    draw_frame(window);
+    refresh_window(window);
+    return kOk;
+}
+
+int drawVersionWindow(WINDOW* window) {
+    if (window == nullptr) {
+        return kRange;
+    }
+    VersionText text;
+    print_at(window, kTitleRow, kColumn, "ZRP Server Components");
+    int row = draw_components(window, kFirstRow, text);
+    row = draw_release(window, row, text);
+    draw_platform(window, row, text);
+    refresh_window(window);
+    return kOk;
+}
+
+} // namespace zrp

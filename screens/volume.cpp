@@ -1,0 +1,156 @@
+#include "screens/volume.h"
+
+#include <iterator>
+
+#include "common/genericCode.h"
+#include "common/requests/query.h"
+#include "common/requests/volume_information.h"
+#include "common/requests/volume_status.h"
+#include "common/result.h"
+#include "common/xml_reader.h"
+#include "core/monitor.h"
+#include "core/window.h"
+#include "screens/trace_text.h"
+#include "screens/volume_dialog.h"
+
+namespace zrp {
+namespace {
+
+constexpr const char* kTraceTag = "updateVolumeWindow";
+
+constexpr int kTitleRow = 1;
+constexpr int kTitleColumn = 5;
+constexpr int kLabelColumn = 8;
+constexpr int kValueColumn = kLabelColumn + 21;
+
+enum Row : int {
+    kStatusRow = 2,
+    kMountPointRow,
+    kShadowRow,
+    kCapacityRow,
+    kFilesRow,
+    kFoldersRow,
+    kTrusteesRow,
+};
+
+struct Label {
+    int row;
+    const char* text;
+};
+
+constexpr Label kLabels[] = {
+    {kStatusRow, "            Status:"},   {kMountPointRow, "       Mount point:"},
+    {kShadowRow, "Shadow Mount point:"},   {kCapacityRow, "          Capacity:"},
+    {kFilesRow, "      Cached files:"},    {kFoldersRow, "    Cached folders:"},
+    {kTrusteesRow, "     trustee count:"},
+};
+
+constexpr int kShadowVersion = 2; // the version that shows its shadow mount point
+
+// The template parameters below are the records of the versions, which name equal things equally.
+
+template <typename Record>
+void draw_state(WINDOW* window, int version, const void* block) {
+    const auto& record = *static_cast<const Record*>(block);
+    char status[kVolumeStatusTextSize];
+    formatVolumeStatus(record.status, status);
+    print_at(window, kStatusRow, kValueColumn, "%s", status);
+    print_at(window, kMountPointRow, kValueColumn, "%s", record.mountPoint);
+    const bool hasShadow = version == kShadowVersion && record.shadowMountPoint != nullptr;
+    print_at(window, kShadowRow, kValueColumn, "%s", hasShadow ? record.shadowMountPoint : "n/a");
+}
+
+void draw_count(WINDOW* window, Row row, uint64_t count) {
+    print_at(window, row, kValueColumn, "%lu", static_cast<unsigned long>(count));
+}
+
+template <typename Record>
+void draw_volume(WINDOW* window, int version, const void* block) {
+    const auto& record = *static_cast<const Record*>(block);
+    draw_state<Record>(window, version, block);
+    SizeText capacity;
+    cvtSizeToString(record.clustersPerVolume, uint64_t{record.sectorPerCluster} * record.sectorSize,
+                    capacity);
+    print_at(window, kCapacityRow, kValueColumn, "%s", capacity);
+    draw_count(window, kFilesRow, record.dcCacheFiles);
+    draw_count(window, kFoldersRow, record.dcCachedSubdirs);
+    draw_count(window, kTrusteesRow, record.dcTrusteeCount);
+}
+
+using DrawRecord = void (*)(WINDOW* window, int version, const void* block);
+
+// Indexed by the version less one. Version 3 knows no figures; version 6 begins as version 5.
+constexpr DrawRecord kDrawRecord[] = {
+    draw_volume<VolumeInformationV1>, draw_volume<VolumeInformationV1>,
+    draw_state<VolumeInformationV3>,  draw_volume<VolumeInformationV4>,
+    draw_volume<VolumeInformation>,   draw_volume<VolumeInformation>,
+};
+
+static_assert(std::size(kDrawRecord) == kMaxVolumeInformationVersion);
+
+int query_volume(const char* name, Reply* reply) {
+    trace("%s: call BuildVolumeInformationRequest\n", kTraceTag);
+    uint32_t length = 0;
+    HeapText request(BuildVolumeInformationRequest(name, &length, kVolumeInformationVersion));
+    if (request == nullptr) {
+        return kNoMemory;
+    }
+    trace("%s: call QueryZRPServer\n", kTraceTag);
+    trace_text(kTraceTag, "request", request.get(), static_cast<int32_t>(length));
+    const int rc = send_query(kMainDaemon, std::move(request), length, nullptr, reply);
+    if (rc != kOk) {
+        trace("%s: QueryZRPServer rc=%d\n", kTraceTag, rc);
+        return rc;
+    }
+    trace_text(kTraceTag, "reply", reply->text.get(), reply->length);
+    return kOk;
+}
+
+int scan_volume(const Reply& reply, int* version, VolumeRecord* record) {
+    int offset = 0;
+    int rc = CheckForError(static_cast<uint32_t>(reply.length), reply.text.get(), nullptr);
+    if (rc == kOk) {
+        rc = ScanVolumeInformationReply(reply.text.get(), reply.length, &offset, version, record);
+    }
+    if (rc != kOk) {
+        trace("%s: CheckForError rc=%d\n", kTraceTag, rc);
+    }
+    return rc;
+}
+
+} // namespace
+
+int drawVolumeLabels(WINDOW* window) {
+    if (window == nullptr) {
+        return kRange;
+    }
+    draw_frame(window);
+    print_at(window, kTitleRow, kTitleColumn, "Volume: %s", selected_volume_name());
+    for (const Label& label : kLabels) {
+        print_at(window, label.row, kLabelColumn, "%s", label.text);
+    }
+    refresh_window(window);
+    return kOk;
+}
+
+int updateVolumeWindow(WINDOW* window) {
+    if (window == nullptr) {
+        return kRange;
+    }
+    Reply reply;
+    int rc = query_volume(selected_volume_name(), &reply);
+    if (rc != kOk) {
+        return rc;
+    }
+    int version = 0;
+    VolumeRecord record;
+    rc = scan_volume(reply, &version, &record);
+    if (rc != kOk) {
+        return rc;
+    }
+    kDrawRecord[version - 1](window, version, record.get());
+    refresh_window(window);
+    return kOk;
+}
+
+} // namespace zrp

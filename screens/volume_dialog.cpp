@@ -1,0 +1,241 @@
+#include "screens/volume_dialog.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include "common/bounded_copy.h"
+#include "common/requests/query.h"
+#include "common/requests/volume_list.h"
+#include "common/result.h"
+#include "common/xml_reader.h"
+#include "core/monitor.h"
+#include "core/window.h"
+#include "screens/dialog.h"
+#include "screens/trace_text.h"
+
+namespace zrp {
+
+VolumeEntry volumeList[kVolumeSlots];
+int32_t volumeCount;
+int32_t selectedVolume;
+
+namespace {
+
+constexpr const char* kListTag = "do_list_volumes";
+constexpr const char* kDialogTag = "SelectVolumeNumber";
+
+constexpr int kDialogHeight = 13;
+constexpr DialogPrompt kPrompt = {kDialogTag, 9,
+                                  "Enter volume number [ q (quit) +(next page) - (top)] ? "};
+
+constexpr int kFirstRow = 1;
+constexpr int kColumns[] = {1, 25, 50};
+constexpr int kColumnCount = 3;
+
+// Later pages run on below the prompt as far as the window goes.
+constexpr int kFirstPageRows = 8;
+constexpr int kLaterPageRows = 16;
+
+bool has_slot(int number) {
+    return number >= 0 && number < kVolumeSlots;
+}
+
+bool is_listed(int number) {
+    return has_slot(number) && volumeList[number].name[0] != '\0';
+}
+
+void empty_volume_list() {
+    std::fill(std::begin(volumeList), std::end(volumeList), VolumeEntry{-1, ""});
+    volumeCount = 0;
+}
+
+// Stores a mounted volume. Returns the count stored.
+int store_volume(const ListedName& name, uint32_t status, int32_t number) {
+    if ((status & kVolumeMounted) == 0) {
+        trace("%s: v=%s stat=%x id=%d NOT MOUNTED\n", kListTag, name, status, number);
+        return 0;
+    }
+    if (!has_slot(number)) {
+        return 0;
+    }
+    volumeList[number].id = number;
+    copy_cut(volumeList[number].name, name);
+    return 1;
+}
+
+// Stores the mounted volumes of a page. Returns the count stored.
+int store_page(const Reply& reply) {
+    char* const text = reply.text.get();
+    ListedName name;
+    uint32_t status = 0;
+    int32_t number = 0;
+    int stored = 0;
+    int offset = 0;
+    for (;;) {
+        trace("%s: ScanListVolumesReply() offset=%d ans=0x%p\n", kListTag, offset,
+              static_cast<void*>(text));
+        trace_text(kListTag, "reply+offset", text + offset, reply.length - offset);
+        const int rc = ScanListVolumesReply(text, reply.length, &offset, &name, &status, &number);
+        if (rc != kOk) {
+            trace("%s: ScanListVolumesReply() rc=%d\n", kListTag, rc);
+            trace("%s: ans=0x%p rc=%d\n", kListTag, static_cast<void*>(text), rc);
+            return stored;
+        }
+        trace("%s: ScanListVolumesReply() v=%s stat=%x id=%d\n", kListTag, name, status, number);
+        stored += store_volume(name, status, number);
+    }
+}
+
+int request_page(int startIndex, Reply* reply) {
+    trace("%s: BuildListVolumesRequest(%d)\n", kListTag, startIndex);
+    uint32_t length = 0;
+    HeapText request(BuildListVolumesRequest(startIndex, &length));
+    if (request == nullptr) {
+        trace("%s: BuildListVolumesRequest(%d) ENOMEM\n", kListTag, startIndex);
+        return kNoMemory;
+    }
+    const int rc = send_query(kMainDaemon, std::move(request), length, nullptr, reply);
+    if (rc != kOk) {
+        trace("%s: QueryZRPServer() rc=%d\n", kListTag, rc);
+    }
+    return rc;
+}
+
+// Stores the volumes of a reply. Returns the index of the next page, 0 when there is none.
+int take_page(const Reply& reply, int* stored) {
+    const int rc = CheckForError(static_cast<uint32_t>(reply.length), reply.text.get(), nullptr);
+    if (rc != kOk) {
+        trace("%s: CheckForError() rc=%d\n", kListTag, rc);
+        return 0;
+    }
+    int nextIndex = 0;
+    ScanStartIndex(reply.text.get(), reply.length, &nextIndex);
+    trace("%s: startingIndex=%d szReply=%d\n", kListTag, nextIndex, reply.length);
+    trace_text(kListTag, "reply", reply.text.get(), reply.length);
+    *stored += store_page(reply);
+    return nextIndex == kNoNextPage ? 0 : nextIndex;
+}
+
+// The page of the list that the dialog shows.
+struct ShownPage {
+    WINDOW* window;
+    int start;    // volume number that it was drawn from
+    int lastDraw; // what display_volume_list returned
+};
+
+void draw_page(ShownPage* page, int start, int rows) {
+    page->start = start;
+    page->lastDraw = display_volume_list(page->window, start, rows);
+}
+
+void go_to_top(ShownPage* page) {
+    if (page->start != 0) {
+        draw_page(page, 0, kLaterPageRows);
+    }
+}
+
+// The next page begins at the number that equals the count drawn, as users of the dialog know it;
+// behind the end the pages begin again.
+void go_to_next_page(ShownPage* page) {
+    if (page->lastDraw != 0) {
+        draw_page(page, std::max(page->lastDraw, 0), kLaterPageRows);
+    }
+}
+
+// True when the line names a listed volume. The number is kept even when it does not.
+bool select_volume(const DialogInput& input) {
+    selectedVolume = typed_number(input);
+    if (!is_listed(selectedVolume)) {
+        return false;
+    }
+    trace("%s: select %s id=%d\n", kDialogTag, volumeList[selectedVolume].name, selectedVolume);
+    return true;
+}
+
+int choose_volume(WINDOW* window, int* fkeyFlag, int* fkey) {
+    ShownPage page = {window, 0, 0};
+    draw_page(&page, 0, kFirstPageRows);
+    *fkeyFlag = 0;
+    for (;;) {
+        DialogInput input;
+        const int rc = ask_user(window, kPrompt, input, fkeyFlag, fkey);
+        if (rc != kOk || *fkeyFlag != 0) {
+            return rc;
+        }
+        trace("%s: wgetnstr() str=%s\n", kDialogTag, input);
+        if (input[0] == '-') {
+            go_to_top(&page);
+        } else if (input[0] == '+') {
+            go_to_next_page(&page);
+        } else if (is_quit(input)) {
+            return kInvalid;
+        } else if (select_volume(input)) {
+            return kOk;
+        }
+    }
+}
+
+} // namespace
+
+const char* selected_volume_name() {
+    return has_slot(selectedVolume) ? volumeList[selectedVolume].name : "";
+}
+
+int do_list_volumes() {
+    empty_volume_list();
+    int stored = 0;
+    int startIndex = 0;
+    for (int page = 0; page == 0 || (startIndex != 0 && page < kMaxVolumePages); page++) {
+        Reply reply;
+        const int rc = request_page(startIndex, &reply);
+        if (rc != kOk) {
+            empty_volume_list();
+            return rc;
+        }
+        startIndex = take_page(reply, &stored);
+    }
+    volumeCount = stored;
+    trace("%s: volumeCount=%d\n", kListTag, volumeCount);
+    return kOk;
+}
+
+int display_volume_list(WINDOW* window, int startIndex, int rows) {
+    clear_dialog(window);
+    const int capacity = rows * kColumnCount;
+    int drawn = 0;
+    for (int number = std::max(startIndex, 0); number < kVolumeSlots; number++) {
+        if (!is_listed(number)) {
+            continue;
+        }
+        if (drawn == capacity) {
+            refresh_window(window);
+            return drawn;
+        }
+        print_at(window, kFirstRow + drawn / kColumnCount, kColumns[drawn % kColumnCount], "%d. %s",
+                 number, volumeList[number].name);
+        drawn++;
+    }
+    refresh_window(window);
+    return -1;
+}
+
+int SelectVolumeNumber(int* fkeyFlag, int* fkey) {
+    trace("%s: call do_list_volumes()\n", kDialogTag);
+    const int rc = do_list_volumes();
+    if (rc != kOk) {
+        trace("%s: do_list_volumes() rc=%d\n", kDialogTag, rc);
+        return rc;
+    }
+    if (volumeCount == 0) {
+        trace("%s: do_list_volumes() volumeCount == 0\n", kDialogTag);
+        return kInvalid;
+    }
+    const DialogWindow dialog(kDialogHeight);
+    if (dialog.get() == nullptr) {
+        trace("%s: create_newwin() failed err=%d\n", kDialogTag, errno);
+        return kInvalid;
+    }
+    return choose_volume(dialog.get(), fkeyFlag, fkey);
+}
+
+} // namespace zrp

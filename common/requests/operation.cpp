@@ -13,23 +13,21 @@
 namespace zrp {
 namespace {
 
-void dump(const LogContext* log, const char* text, uint64_t length) {
-    if (log != nullptr) {
-        log->operations.LogLDump(text, length > INT_MAX ? INT_MAX : static_cast<int>(length));
-    }
-}
-
-int report_missing_document(int reason, const LogContext* log) {
-    if (reason == kInvalid) {
-        return kInvalid;
-    }
-    if (log != nullptr) {
-        log->operations.LogError("failed to allocate request buffer ENOMEM");
-    }
-    return kNoMemory;
+// There is one log, so that the hook finds it without an argument.
+void dump_to_log(const char* text, uint64_t length) {
+    GetLogContext()->operations.LogLDump(text,
+                                         length > INT_MAX ? INT_MAX : static_cast<int>(length));
 }
 
 } // namespace
+
+RequestHooks log_hooks(const LogContext* log) {
+    return log == nullptr ? RequestHooks{} : RequestHooks{dump_to_log, log->operations.LogError};
+}
+
+int reason_for_no_document() {
+    return errno == kInvalid ? kInvalid : kNoMemory;
+}
 
 int check_volume_name(const char* volumeName, const LogContext* log) {
     if (volumeName == nullptr) {
@@ -47,24 +45,17 @@ int check_volume_name(const char* volumeName, const LogContext* log) {
 int run_operation(const Peer& peer, HeapText document, uint32_t length, ErrorText* errorText,
                   const LogContext* log, Reply* reply) {
     if (document == nullptr) {
-        return report_missing_document(errno, log);
-    }
-    dump(log, document.get(), length);
-    uint64_t replyLength = 0;
-    char* text = nullptr;
-    const int rc = IPCServRequestEx(peer.socketName, peer.requestNumber, length, document.get(),
-                                    &replyLength, &text);
-    HeapText owned(text);
-    if (rc != kOk) {
-        if (log != nullptr) {
-            log->operations.LogError("IPCServRequest rc=%d", rc);
+        const int rc = reason_for_no_document();
+        if (rc == kNoMemory && log != nullptr) {
+            log->operations.LogError("failed to allocate request buffer ENOMEM");
         }
         return rc;
     }
-    dump(log, text, replyLength);
-    reply->text = std::move(owned);
-    reply->length = static_cast<int32_t>(replyLength);
-    return CheckForError(static_cast<uint32_t>(replyLength), reply->text.get(), errorText);
+    const RequestHooks hooks = log_hooks(log);
+    const int rc = send_query(peer, std::move(document), length, &hooks, reply);
+    return rc != kOk
+               ? rc
+               : CheckForError(static_cast<uint32_t>(reply->length), reply->text.get(), errorText);
 }
 
 int run_operation(HeapText document, uint32_t length, ErrorText* errorText, const LogContext* log,

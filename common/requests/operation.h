@@ -30,6 +30,14 @@ namespace zrp {
 // The longest volume name that management operations take.
 inline constexpr int kMaxVolumeName = 15;
 
+// What a request shows the log: dumps of request and reply, and a failed exchange. Nothing without
+// a log.
+RequestHooks log_hooks(const LogContext* log);
+
+// Why the builder of the calling thread's last document returned null: 22 when it refused an
+// argument, else 12.
+int reason_for_no_document();
+
 // Returns 0; 22 for null; -702 for a name of more than kMaxVolumeName bytes, which is logged as
 // "Supported Volume name max length 15".
 int check_volume_name(const char* volumeName, const LogContext* log);

@@ -188,8 +188,9 @@ int create_main_window() {
 }
 
 void cleanup_and_exit(int /*sig*/) {
-    // Wakes a refresh thread that waits for a mute daemon; also when no signal asked for the end.
     request_termination();
+    // Once more for the transport: a signal before IPCServInit had no exchange to break off.
+    IPCServInterrupt();
     stop_refresh_thread();
     destroy_win(monitorState.mainWindow);
     destroy_win(monitorState.upTimeWindow);
@@ -211,6 +212,7 @@ int run_monitor(int argc, char** argv, const ScreenSet& screens) {
     if (!read_options(argc, argv)) {
         return EXIT_SUCCESS;
     }
+    remember_terminal_modes();
     install_signal_handlers();
     IPCServInit(kMainDaemonSocket);
     open_terminal();

@@ -37,7 +37,7 @@ int get_version(const Component& component, VersionText& text) {
     if (rc != kOk || (reply.length == 0 && component.emptyReplyIsAnAnswer)) {
         return rc;
     }
-    rc = CheckForError(static_cast<uint32_t>(reply.length), reply.text.get(), nullptr);
+    rc = check_reply(reply, nullptr);
     return rc != kOk ? rc
                      : GetTagString(tag::versionTag, reply.text.get(), reply.length,
                                     kVersionTextSize, text);

@@ -16,8 +16,7 @@ struct VolumeArray {
 int fetch_page(int startIndex, const RequestHooks* hooks, Reply* reply, int* nextIndex) {
     uint32_t length = 0;
     HeapText request(BuildListVolumesRequest(startIndex, &length));
-    const int rc =
-        send_checked_query(kDefaultPeer, std::move(request), length, hooks, reply);
+    const int rc = send_checked_query(kDefaultPeer, std::move(request), length, hooks, reply);
     if (rc == kOk) {
         ScanStartIndex(reply->text.get(), reply->length, nextIndex);
     }

@@ -27,6 +27,10 @@ namespace command { // commands of the storage daemon
 #include "tags_commands.inc"
 }
 
+namespace control { // words outside the vocabulary
+#include "tags_control.inc"
+}
+
 #undef ZRP_TAG
 
 #define ZRP_TAG(name, text) text,

@@ -1,5 +1,6 @@
 #include "common/xml_writer.h"
 
+#include <cerrno>
 #include <cinttypes>
 #include <cstdarg>
 #include <cstdio>
@@ -32,7 +33,29 @@ __attribute__((format(printf, 2, 3))) int append(XmlDocument& document, const ch
     return written;
 }
 
+bool accept(XmlDocument& document, const char* text) {
+    if (!is_sendable(text)) {
+        document.failed = true;
+        document.refused = true;
+    }
+    return !document.failed;
+}
+
 } // namespace
+
+bool is_sendable(const char* text) {
+    constexpr unsigned char kFirstPrintable = 0x20;
+    if (text == nullptr) {
+        return false;
+    }
+    for (; *text != '\0'; text++) {
+        const bool isControl = static_cast<unsigned char>(*text) < kFirstPrintable;
+        if (*text == '<' || (isControl && *text != '\t' && *text != '\n' && *text != '\r')) {
+            return false;
+        }
+    }
+    return true;
+}
 
 XmlDocument start_document(size_t capacity) {
     XmlDocument document;
@@ -47,6 +70,7 @@ XmlDocument start_document(size_t capacity) {
 
 char* finish_document(XmlDocument& document, uint32_t* length) {
     if (document.failed) {
+        errno = document.refused ? EINVAL : ENOMEM;
         return nullptr;
     }
     *length = static_cast<uint32_t>(document.length);
@@ -66,7 +90,7 @@ int WriteChildless(XmlDocument& document, const char* outer, const char* command
 }
 
 int WriteTextElement(XmlDocument& document, const char* tag, const char* text) {
-    return append(document, "<%s>%s</%s>", tag, text, tag);
+    return accept(document, text) ? append(document, "<%s>%s</%s>", tag, text, tag) : 0;
 }
 
 int WriteIntElement(XmlDocument& document, const char* tag, int32_t value) {
@@ -94,10 +118,13 @@ int WriteCloseGroup(XmlDocument& document, const char* tag) {
 }
 
 int WriteNumberedParameter(XmlDocument& document, const char* tag, int index, const char* text) {
-    return append(document, "<%s%d>%s</%s>\n", tag, index, text, tag);
+    return accept(document, text) ? append(document, "<%s%d>%s</%s>\n", tag, index, text, tag) : 0;
 }
 
 int WriteParmString(XmlDocument& document, const char* name, const char* type, const char* value) {
+    if (!accept(document, name) || !accept(document, value)) {
+        return 0;
+    }
     return append(document, "<%s><%s>%s</%s><%s type=\"%s\">%s</%s></%s>\n", tag::parm, tag::name,
                   name, tag::name, tag::value, type, value, tag::value, tag::parm);
 }

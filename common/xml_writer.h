@@ -12,6 +12,11 @@
 // Every write is bounded by the room: a document that does not fit, or that got no memory, finishes
 // as null. Each writer returns the number of characters that it appended, 0 when they did not fit.
 // The writers use only their arguments, getpid() and the tags; any thread may call them.
+//
+// A text from outside can never break a document: one that is_sendable refuses is not written, and
+// its document finishes as null with errno EINVAL. Nothing is escaped, since a name that came in a
+// reply is sent back in the form that the server gave it, its entities included; whoever has plain
+// text with markup characters passes it through XmlEscape first.
 #pragma once
 
 #include <cstddef>
@@ -22,17 +27,23 @@
 namespace zrp {
 
 struct XmlDocument {
-    HeapText text;       // NUL-terminated; null without memory
-    size_t capacity = 0; // bytes, the terminator included
-    size_t length = 0;   // characters written so far
-    bool failed = false; // no memory, or something did not fit: nothing more is written
+    HeapText text;        // NUL-terminated; null without memory
+    size_t capacity = 0;  // bytes, the terminator included
+    size_t length = 0;    // characters written so far
+    bool failed = false;  // refused, no memory, or did not fit: nothing more is written
+    bool refused = false; // a text was not sendable
 };
+
+// Whether a text may stand in a document: it is not null and holds neither '<' nor a control
+// character other than tab, line feed and carriage return.
+bool is_sendable(const char* text);
 
 // Allocates the room for a document, its terminator included.
 XmlDocument start_document(size_t capacity);
 
 // Gives up the text, malloc'ed, and its length without the terminator. Null, with the length
-// untouched, when anything failed on the way.
+// untouched, when anything failed on the way; errno is then EINVAL (22) for a refused text, else
+// ENOMEM (12).
 char* finish_document(XmlDocument& document, uint32_t* length);
 
 // <OUTER pid="N"><COMMAND> and a newline, with this process's id.
@@ -44,8 +55,7 @@ int WriteTrailer(XmlDocument& document, const char* command, const char* outer);
 // <OUTER pid="N"><COMMAND/></OUTER>, a whole document.
 int WriteChildless(XmlDocument& document, const char* outer, const char* command);
 
-// <TAG>text</TAG>. The text is written as it stands: a name that came in a reply is sent back in
-// the form that the server gave it.
+// <TAG>text</TAG>. The text is written as it stands.
 int WriteTextElement(XmlDocument& document, const char* tag, const char* text);
 int WriteIntElement(XmlDocument& document, const char* tag, int32_t value);
 int WriteUIntElement(XmlDocument& document, const char* tag, uint32_t value);

@@ -17,7 +17,7 @@ namespace zrp {
 inline constexpr int kVolumeInformationVersion = 5;    // what the monitor asks for
 inline constexpr int kMaxVolumeInformationVersion = 6; // the highest that is understood
 
-inline constexpr size_t kMaxVolumeName = 16; // characters of a name that can be asked for
+inline constexpr size_t kMaxAskedVolumeName = 16; // characters of a name that can be asked for
 
 inline constexpr size_t kVolumeNameSize = 32;
 inline constexpr size_t kPoolNameSize = 256;

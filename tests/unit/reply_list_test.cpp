@@ -48,6 +48,16 @@ TEST(NextItem, TheEndOfTheReplyHasItsOwnCode) {
     EXPECT_EQ(walked.rc, kRange);
 }
 
+TEST(NextItem, TheLastItemMayBeFollowedByTheListsOwnCode) {
+    constexpr ReplyList kCoded = {{"reply", "list"}, "item", kMissing, kPastEnd, 79};
+    const Walk walked = walk(kCoded, "<reply><list><item>1</item></list></reply>");
+    EXPECT_EQ(walked.contents, (Contents{"1"}));
+    EXPECT_EQ(walked.rc, 79);
+    EXPECT_EQ(walk(kCoded, "<reply><list/></reply>").rc, 79);
+    EXPECT_EQ(walk(kCoded, "<reply/>").rc, kMissing);
+    EXPECT_EQ(walk(kCoded, "").rc, kInvalid);
+}
+
 TEST(NextItem, AnOffsetOutsideTheReplyIsPastItsEnd) {
     const ExactBlock reply("<reply><list><item/></list></reply>");
     for (const int place : {reply.length(), reply.length() + 1, INT32_MAX, -1, INT32_MIN}) {

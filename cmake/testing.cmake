@@ -9,6 +9,7 @@ include(GoogleTest)
 #   LIBRARIES  targets to link.
 #   PROGRAMS   executables that it runs; zrptop is found through the macro ZRPTOP_PROGRAM.
 add_custom_target(thread_tests)
+add_custom_target(fuzz_tests)
 
 function(zrp_test name)
     cmake_parse_arguments(PARSE_ARGV 1 TEST "PLAIN;THREADS" "" "LIBRARIES;PROGRAMS")
@@ -37,7 +38,7 @@ endfunction()
 # A libFuzzer program. As a test (label "fuzz") it runs for a few seconds, starting from the corpus
 # in corpus/<folder>, or corpus/<name> when none is given, if there is one. scripts/fuzz runs it for
 # longer.
-set(ZRP_FUZZ_SECONDS 10 CACHE STRING "Seconds that each fuzz target runs as a test")
+set(ZRP_FUZZ_SECONDS 5 CACHE STRING "Seconds that each fuzz target runs as a test")
 
 function(zrp_fuzz name)
     cmake_parse_arguments(PARSE_ARGV 1 FUZZ "" "CORPUS" "LIBRARIES")
@@ -47,6 +48,7 @@ function(zrp_fuzz name)
     add_executable(${name} ${FUZZ_UNPARSED_ARGUMENTS})
     target_link_libraries(${name} PRIVATE ${FUZZ_LIBRARIES})
     target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+    add_dependencies(fuzz_tests ${name})
     # New finds go to the first folder, so that the tree stays as it is.
     set(finds ${CMAKE_CURRENT_BINARY_DIR}/finds/${name})
     file(MAKE_DIRECTORY ${finds})

@@ -14,6 +14,7 @@
 #include "common/tags.h"
 #include "common/xml_reader.h"
 #include "tests/support/exact_block.h"
+#include "tests/support/management_driver.h"
 #include "tests/support/reference_finder.h"
 
 namespace zrp {
@@ -285,6 +286,7 @@ const std::vector<ReaderDriver>& reader_drivers() {
         {"escapes", drive_escapes},
         {"server_statistics", drive_server_statistics},
         {"list_and_fields", drive_list_and_fields},
+        {"management_replies", drive_management_replies},
     };
     return drivers;
 }

@@ -60,7 +60,7 @@ void write_dismount(XmlDocument& document, const VolumeWord& word) {
 char* build_volumes(const char* command, const char* volumes, WriteVolume writeVolume,
                     uint32_t* length) {
     size_t count = 0;
-    if (count_volume_words(volumes, &count, nullptr) != kOk) {
+    if (volumes == nullptr || count_volume_words(volumes, &count, nullptr) != kOk) {
         errno = EINVAL;
         return nullptr;
     }

@@ -11,6 +11,7 @@
 #include "common/tags.h"
 #include "common/xml_reader.h"
 #include "tests/support/exact_block.h"
+#include "tests/support/management_driver.h"
 #include "tests/support/reference_finder.h"
 #include "tests/support/require.h"
 #include "tests/support/scanner_drivers.h"
@@ -212,6 +213,7 @@ const std::vector<ReaderDriver>& reader_drivers() {
         {"connection_information", drive_connection_information},
         {"diagnostics", drive_diagnostics},
         {"server_settings", drive_server_settings},
+        {"management_replies", drive_management_replies},
     };
     return drivers;
 }

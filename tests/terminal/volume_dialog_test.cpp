@@ -222,9 +222,9 @@ TEST(VolumeDialog, TheText7abcSelects7) {
     EXPECT_TRUE(stage.terminal.wait_for_text(kTitleRow, kTitleColumn, "Volume: SEVEN"));
 }
 
-class QuitLine : public testing::TestWithParam<const char*> {};
+class VolumeQuitLine : public testing::TestWithParam<const char*> {};
 
-TEST_P(QuitLine, LeavesTheScreenShownBefore) {
+TEST_P(VolumeQuitLine, LeavesTheScreenShownBefore) {
     ZRP_NEEDS_ROOT();
     VolumeStage stage({volume_list(listed(0, "SYS"))});
     ASSERT_TRUE(stage.open_dialog());
@@ -236,7 +236,7 @@ TEST_P(QuitLine, LeavesTheScreenShownBefore) {
     EXPECT_TRUE(stage.daemon->requests("volumeInformation").empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Lines, QuitLine, testing::Values("q", "Q", "", "quit"));
+INSTANTIATE_TEST_SUITE_P(Lines, VolumeQuitLine, testing::Values("q", "Q", "", "quit"));
 
 struct KeyCase {
     const char* name;

@@ -1,7 +1,5 @@
 #include "common/requests/connection_management.h"
 
-#include <set>
-
 #include "catalogue_fixture.h"
 #include "common/requests/connection_list.h"
 
@@ -235,9 +233,8 @@ TEST_F(ConnectionsOfTheServer, StationsAreCleared) {
 
 TEST_F(ConnectionsOfTheServer, ThoseWithoutALoginAreCleared) {
     auto before = connections();
-    EXPECT_EQ(std::erase_if(before, [](const auto& one) { return one.second == "NOT LOGGED IN"; }) >
-                  0,
-              true);
+    EXPECT_GT(std::erase_if(before, [](const auto& one) { return one.second == "NOT LOGGED IN"; }),
+              0U);
     EXPECT_EQ(ClearNotLoggedInConnections(&errorText, nullptr), kOk) << errorText;
     EXPECT_EQ(connections(), before);
 }

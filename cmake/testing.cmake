@@ -9,7 +9,6 @@ include(GoogleTest)
 #   LIBRARIES  targets to link.
 #   PROGRAMS   executables that it runs; zrptop is found through the macro ZRPTOP_PROGRAM.
 add_custom_target(thread_tests)
-add_custom_target(fuzz_tests)
 
 function(zrp_test name)
     cmake_parse_arguments(PARSE_ARGV 1 TEST "PLAIN;THREADS" "" "LIBRARIES;PROGRAMS")
@@ -48,7 +47,6 @@ function(zrp_fuzz name)
     add_executable(${name} ${FUZZ_UNPARSED_ARGUMENTS})
     target_link_libraries(${name} PRIVATE ${FUZZ_LIBRARIES})
     target_link_options(${name} PRIVATE -fsanitize=fuzzer)
-    add_dependencies(fuzz_tests ${name})
     # New finds go to the first folder, so that the tree stays as it is.
     set(finds ${CMAKE_CURRENT_BINARY_DIR}/finds/${name})
     file(MAKE_DIRECTORY ${finds})

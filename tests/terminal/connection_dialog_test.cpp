@@ -157,9 +157,9 @@ TEST(ConnectionDialog, FitsTheSmallestTerminal) {
 }
 
 // Lines that end the dialog without a choice.
-class QuitLine : public testing::TestWithParam<const char*> {};
+class ConnectionQuitLine : public testing::TestWithParam<const char*> {};
 
-TEST_P(QuitLine, KeepsTheScreenShownBefore) {
+TEST_P(ConnectionQuitLine, KeepsTheScreenShownBefore) {
     ZRP_NEEDS_ROOT();
     CommandAnswers daemon;
     daemon.answer("serverStatistics", {statistics(parm("figure", "111"))});
@@ -174,7 +174,7 @@ TEST_P(QuitLine, KeepsTheScreenShownBefore) {
     expect_clean_end(dialog.terminal);
 }
 
-INSTANTIATE_TEST_SUITE_P(Lines, QuitLine, testing::Values("", "q", "Q", "quit", " -1"));
+INSTANTIATE_TEST_SUITE_P(Lines, ConnectionQuitLine, testing::Values("", "q", "Q", "quit", " -1"));
 
 TEST(ConnectionDialog, AListThatFailsEndsTheDialog) {
     ZRP_NEEDS_ROOT();

@@ -278,11 +278,21 @@ TEST(Parameters, ANameIsSentBackAsTheServerWroteIt) {
 
 TEST(Parameters, AValueIsNoFormatAndCannotSteerTheTerminal) {
     ZRP_NEEDS_ROOT();
-    Settings settings(list_of({"F\x1b[31mORM"}),
-                      {{"F\x1b[31mORM", value_of("100%n %s\x1b[2J\t\x07\xc2\x9b\xff.")}});
+    Settings settings(list_of({"%s\x7f\xff"}),
+                      {{"%s\x7f\xff", value_of("100%n %s\x1b[2J\t\x07\xc2\x9b\xff.")}});
     const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
     Terminal terminal(monitor());
-    EXPECT_TRUE(open_parameters(terminal, "F?[31mORM = 100%n %s?[2J????. ")) << terminal.text();
+    EXPECT_TRUE(open_parameters(terminal, "%s?? = 100%n %s?[2J????. ")) << terminal.text();
+}
+
+TEST(Parameters, ANameWithAControlCharacterIsShownHarmlessAndNotAskedFor) {
+    ZRP_NEEDS_ROOT();
+    Settings settings(list_of({"F\x1b[31mORM", "NEXT"}), {{"NEXT", value_of("1")}});
+    const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
+    Terminal terminal(monitor());
+    ASSERT_TRUE(open_parameters(terminal, "F?[31mORM =  ")) << terminal.text();
+    ASSERT_TRUE(terminal.wait_for_text(kFirstRow + 1, kColumn, "NEXT = 1 "));
+    EXPECT_EQ(settings.requests().at(1).find("ORM"), std::string::npos);
 }
 
 TEST(Parameters, LongNamesAndValuesAreCutAtTheFrame) {

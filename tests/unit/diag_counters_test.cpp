@@ -77,8 +77,8 @@ TEST(DiagHash, MixesEachByteIntoTheSeed) {
     EXPECT_EQ(diag_hash("a", 0x7fffffff, 1159241),
               (1159241U ^ (1159241U * 32 + 1159241U / 4 + 97U)) & 0x7fffffffU);
     uint32_t hash = 1159241;
-    for (const unsigned char c : std::string("open\xff\x80")) {
-        hash ^= hash * 32 + hash / 4 + c;
+    for (const char c : std::string("open\xff\x80")) {
+        hash ^= hash * 32 + hash / 4 + static_cast<unsigned char>(c);
     }
     EXPECT_EQ(diag_hash("open\xff\x80", 509, 1159241), (hash & 0x7fffffffU) % 509);
 }

@@ -2,53 +2,25 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 
-#include "common/requests/reply_fields.h"
-#include "common/requests/reply_list.h"
-#include "common/requests/server_statistics.h"
+#include "common/result.h"
 #include "common/tags.h"
 #include "common/xml_reader.h"
 #include "tests/support/exact_block.h"
 #include "tests/support/management_driver.h"
 #include "tests/support/reference_finder.h"
+#include "tests/support/require.h"
+#include "tests/support/scanner_drivers.h"
 
 namespace zrp {
 namespace {
 
 constexpr std::string_view kTags[] = {
     "a", "name", "value", "parm", "startIndex", "serverStatistics", "description", "volume", ""};
-
-void require(bool holds, const char* what) {
-    if (!holds) {
-        fprintf(stderr, "does not hold: %s\n", what);
-        abort();
-    }
-}
-
-#define REQUIRE(condition) require(condition, #condition)
-
-void require_view(const ExactBlock& reply, const char* start, size_t size) {
-    REQUIRE(start >= reply.begin() && start <= reply.end());
-    REQUIRE(size <= static_cast<size_t>(reply.end() - start));
-}
-
-void require_element(const ExactBlock& reply, const XmlElement& element) {
-    require_view(reply, element.tagEnd, 1);
-    require_view(reply, element.elementEnd, 1);
-    REQUIRE(*element.elementEnd == '>');
-    if (element.contentStart == nullptr) {
-        REQUIRE(element.contentEnd == nullptr && element.contentLength == 0);
-        return;
-    }
-    require_view(reply, element.contentStart, element.contentLength);
-    REQUIRE(element.contentEnd + 1 == element.contentStart + element.contentLength);
-    REQUIRE(element.contentEnd < element.elementEnd);
-}
 
 void compare_with_reference(std::string_view tag, std::string_view input) {
     const ExactBlock reply(input);
@@ -220,57 +192,6 @@ void drive_escapes(std::string_view input) {
     }
 }
 
-void drive_server_statistics(std::string_view input) {
-    const ExactBlock reply(input);
-    int offset = 0;
-    int before = 0;
-    char* element = nullptr;
-    int elementLength = 0;
-    while (ScanServerStatisticsReply(reply.begin(), reply.length(), &offset, &element,
-                                     &elementLength) == kOk) {
-        REQUIRE(offset > before && offset <= reply.length());
-        before = offset;
-        if (element == nullptr) {
-            REQUIRE(elementLength == 0);
-        } else {
-            require_view(reply, element, static_cast<size_t>(elementLength));
-        }
-    }
-}
-
-struct SampleRecord {
-    int32_t signedNumber;
-    uint32_t number32;
-    uint64_t number64;
-    char text[5];
-    char guard;
-};
-
-constexpr ReplyField kSampleFields[] = {
-    ZRP_FIELD("startIndex", kDecimal, SampleRecord, signedNumber),
-    ZRP_FIELD("a", kNumber32, SampleRecord, number32),
-    ZRP_FIELD("value", kNumber64, SampleRecord, number64),
-    ZRP_FIELD("name", kText, SampleRecord, text),
-};
-
-void drive_list_and_fields(std::string_view input) {
-    constexpr ReplyList kList = {{"zrpConsoleReply", "listVolumes"}, "volume", kInvalid, kRange};
-    const ExactBlock reply(input);
-    XmlElement item;
-    int offset = 0;
-    while (next_item(kList, reply.begin(), reply.length(), &offset, &item) == kOk) {
-        require_element(reply, item);
-        SampleRecord record = {};
-        record.guard = '#';
-        read_fields(kSampleFields, item, &record);
-        for (const ReplyField& field : kSampleFields) {
-            read_field(field, item, &record);
-        }
-        REQUIRE(record.guard == '#');
-        REQUIRE(memchr(record.text, '\0', sizeof record.text) != nullptr);
-    }
-}
-
 } // namespace
 
 const std::vector<ReaderDriver>& reader_drivers() {
@@ -286,6 +207,12 @@ const std::vector<ReaderDriver>& reader_drivers() {
         {"escapes", drive_escapes},
         {"server_statistics", drive_server_statistics},
         {"list_and_fields", drive_list_and_fields},
+        {"volume_list", drive_volume_list},
+        {"volume_information", drive_volume_information},
+        {"connection_list", drive_connection_list},
+        {"connection_information", drive_connection_information},
+        {"diagnostics", drive_diagnostics},
+        {"server_settings", drive_server_settings},
         {"management_replies", drive_management_replies},
     };
     return drivers;

@@ -142,10 +142,10 @@ TEST(VolumeDialog, PlusPagesThrough25VolumesAndWrapsToTheTop) {
     EXPECT_EQ(entry(stage, 7, 2), "23. V23");
     stage.terminal.type("+\r");
     ASSERT_TRUE(wait_for_entry(stage, 0, 0, "24. V24")) << stage.terminal.text();
-    EXPECT_EQ(entry(stage, 0, 1), "");
+    EXPECT_TRUE(wait_for_entry(stage, 0, 1, ""));
     stage.terminal.type("+\r");
     ASSERT_TRUE(wait_for_entry(stage, 0, 0, "0. V0")) << stage.terminal.text();
-    EXPECT_EQ(entry(stage, 7, 2), "23. V23");
+    EXPECT_TRUE(wait_for_entry(stage, 7, 2, "23. V23")) << stage.terminal.text();
 }
 
 // The prompt covers most of the ninth row; the rows below it show up to the frame.
@@ -157,7 +157,7 @@ TEST(VolumeDialog, LaterPagesRunOnBelowThePromptToTheFrame) {
     stage.terminal.type("+\r");
     ASSERT_TRUE(wait_for_entry(stage, 10, 2, "56. V56")) << stage.terminal.text();
     EXPECT_EQ(entry(stage, 0, 0), "24. V24");
-    EXPECT_EQ(stage.terminal.eye().text_at(kPromptRow, kPromptColumn, 55), kVolumePrompt);
+    EXPECT_TRUE(stage.terminal.wait_for_text(kPromptRow, kPromptColumn, kVolumePrompt));
     EXPECT_EQ(stage.terminal.cell(kDialogBottom, 10).text, "\u2500");
     // 48 were drawn, though fewer are seen.
     stage.terminal.type("+\r");
@@ -166,11 +166,11 @@ TEST(VolumeDialog, LaterPagesRunOnBelowThePromptToTheFrame) {
 
 TEST(VolumeDialog, TheNextPageStartsAtTheNumberOfEntriesDrawn) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed_volumes(50, 5))});
+    VolumeStage stage({volume_list(listed_volumes(50, 3))});
     ASSERT_TRUE(stage.open_dialog());
-    EXPECT_EQ(entry(stage, 7, 2), "115. V115"); // the 24th
+    EXPECT_EQ(entry(stage, 7, 2), "69. V69"); // the 24th
     stage.terminal.type("+\r");
-    EXPECT_TRUE(wait_for_entry(stage, 0, 0, "25. V25")) << stage.terminal.text();
+    EXPECT_TRUE(wait_for_entry(stage, 0, 0, "24. V24")) << stage.terminal.text();
 }
 
 TEST(VolumeDialog, MinusOnTheTopPageChangesNothing) {
@@ -222,9 +222,9 @@ TEST(VolumeDialog, TheText7abcSelects7) {
     EXPECT_TRUE(stage.terminal.wait_for_text(kTitleRow, kTitleColumn, "Volume: SEVEN"));
 }
 
-class QuitLine : public testing::TestWithParam<const char*> {};
+class VolumeQuitLine : public testing::TestWithParam<const char*> {};
 
-TEST_P(QuitLine, LeavesTheScreenShownBefore) {
+TEST_P(VolumeQuitLine, LeavesTheScreenShownBefore) {
     ZRP_NEEDS_ROOT();
     VolumeStage stage({volume_list(listed(0, "SYS"))});
     ASSERT_TRUE(stage.open_dialog());
@@ -236,7 +236,7 @@ TEST_P(QuitLine, LeavesTheScreenShownBefore) {
     EXPECT_TRUE(stage.daemon->requests("volumeInformation").empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Lines, QuitLine, testing::Values("q", "Q", "", "quit"));
+INSTANTIATE_TEST_SUITE_P(Lines, VolumeQuitLine, testing::Values("q", "Q", "", "quit"));
 
 struct KeyCase {
     const char* name;

@@ -67,25 +67,25 @@ char* BuildClearNotLoggedInRequest(uint32_t* length) {
 }
 
 int ScanClearConnectionReply(char* reply, int replyLength) {
-    return scan_command(kClear, reply, replyLength, nullptr);
+    return scan_command(kClear, reply, replyLength);
 }
 
 int ClearConnection(Stations stations, ErrorText* errorText, const LogContext* log) {
     uint32_t length = 0;
     HeapText request(BuildClearConnectionRequest(stations, &length));
-    return run_command(kClear, std::move(request), length, nullptr, errorText, log);
+    return run_command(kClear, std::move(request), length, errorText, log);
 }
 
 int ClearAllConnections(Stations exceptions, ErrorText* errorText, const LogContext* log) {
     uint32_t length = 0;
     HeapText request(BuildClearAllConnectionsRequest(exceptions, &length));
-    return run_command(kClear, std::move(request), length, nullptr, errorText, log);
+    return run_command(kClear, std::move(request), length, errorText, log);
 }
 
 int ClearNotLoggedInConnections(ErrorText* errorText, const LogContext* log) {
     uint32_t length = 0;
     HeapText request(BuildClearNotLoggedInRequest(&length));
-    return run_command(kClear, std::move(request), length, nullptr, errorText, log);
+    return run_command(kClear, std::move(request), length, errorText, log);
 }
 
 char* BuildBroadcastMessageRequest(const char* message, Stations stations, uint32_t* length) {
@@ -106,13 +106,13 @@ char* BuildBroadcastMessageRequest(const char* message, Stations stations, uint3
 }
 
 int ScanBroadcastMessageReply(char* reply, int replyLength) {
-    return scan_command(kBroadcast, reply, replyLength, nullptr);
+    return scan_command(kBroadcast, reply, replyLength);
 }
 
 int BroadcastMessage(const char* message, ErrorText* errorText, const LogContext* log) {
     uint32_t length = 0;
     HeapText request(BuildBroadcastMessageRequest(message, {}, &length));
-    return run_command(kBroadcast, std::move(request), length, nullptr, errorText, log);
+    return run_command(kBroadcast, std::move(request), length, errorText, log);
 }
 
 int BroadcastMessageToStations(const char* message, Stations stations, ErrorText* errorText,
@@ -122,7 +122,7 @@ int BroadcastMessageToStations(const char* message, Stations stations, ErrorText
     }
     uint32_t length = 0;
     HeapText request(BuildBroadcastMessageRequest(message, stations, &length));
-    return run_command(kBroadcast, std::move(request), length, nullptr, errorText, log);
+    return run_command(kBroadcast, std::move(request), length, errorText, log);
 }
 
 } // namespace zrp

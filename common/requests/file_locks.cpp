@@ -33,11 +33,11 @@ char* BuildListFileLocksByFileRequest(const char* fileName, uint32_t* length) {
 }
 
 int ScanListFileLocksByFileReply(char* reply, int replyLength, int* offset, FileLock* lock) {
-    return scan_next(kLocks, reply, replyLength, offset, lock);
+    return scan_next(kLocks, reply, replyLength, offset, *lock);
 }
 
 int ScanActualLockCount(char* reply, int replyLength, int32_t* count) {
-    return scan_command(kList, reply, replyLength, count);
+    return scan_command(kList, reply, replyLength, *count);
 }
 
 int ListFileLocksByFile(const char* fileName, FileLockCallback callback, void* context,
@@ -60,7 +60,7 @@ char* BuildCloseConnectionLocksRequest(int32_t stationNumber, uint32_t* length) 
 
 int ScanCloseConnectionLocksReply(char* reply, int replyLength, const LogContext* log) {
     log_reply_start(reply, replyLength, log);
-    return scan_command(kClose, reply, replyLength, nullptr);
+    return scan_command(kClose, reply, replyLength);
 }
 
 int CloseConnectionLocks(int32_t stationNumber, ErrorText* errorText, const LogContext* log) {

@@ -1,8 +1,6 @@
 #include "common/requests/management_command.h"
 
-#include <algorithm>
 #include <cstring>
-#include <utility>
 
 #include "common/requests/reply_list.h"
 #include "common/result.h"
@@ -40,14 +38,6 @@ void write_child(XmlDocument& document, const RequestChild& child) {
     case RequestChild::Kind::kNothing:
         break;
     }
-}
-
-// So that a record is filled whole or not at all.
-bool has_all(std::span<const ReplyField> fields, const XmlElement& outer) {
-    XmlElement element;
-    return std::all_of(fields.begin(), fields.end(), [&](const ReplyField& field) {
-        return find_inside(outer, field.tag, &element) == kOk && element.contentStart != nullptr;
-    });
 }
 
 } // namespace
@@ -95,31 +85,24 @@ size_t request_room(size_t textCount, size_t textLength) {
     return kRequestRoom - textCount + textLength;
 }
 
-int scan_command(const ManagementCommand& command, char* reply, int replyLength, void* record) {
+int read_command(const ManagementCommand& command, char* reply, int replyLength, void* record) {
     XmlElement element;
     int rc = find_command(reply, replyLength, command.command, &element);
     if (rc == kOk && command.group != nullptr) {
         const XmlElement outer = element;
         rc = find_inside(outer, command.group, &element);
     }
-    if (rc != kOk || !has_all(command.replyFields, element)) {
+    if (rc != kOk) {
         return kInvalid;
     }
     return read_fields(command.replyFields.data(), command.replyFields.size(), element, record);
 }
 
-int scan_next(const ManagementList& list, char* reply, int replyLength, int* offset, void* record) {
+int read_next(const ManagementList& list, char* reply, int replyLength, int* next, void* record) {
     XmlElement item;
-    int next = *offset;
-    const int rc = next_item(list.place, reply, replyLength, &next, &item);
-    if (rc != kOk) {
-        return rc;
-    }
-    if (!has_all(list.itemFields, item)) {
-        return kInvalid;
-    }
-    *offset = next;
-    return read_fields(list.itemFields.data(), list.itemFields.size(), item, record);
+    const int rc = next_item(list.place, reply, replyLength, next, &item);
+    return rc == kOk ? read_fields(list.itemFields.data(), list.itemFields.size(), item, record)
+                     : rc;
 }
 
 void log_reply_start(char* reply, int replyLength, const LogContext* log) {
@@ -130,13 +113,6 @@ void log_reply_start(char* reply, int replyLength, const LogContext* log) {
     if (!found && log != nullptr) {
         log->operations.LogError("error from reply start");
     }
-}
-
-int run_command(const ManagementCommand& command, HeapText document, uint32_t length, void* record,
-                ErrorText* errorText, const LogContext* log) {
-    Reply reply;
-    const int rc = run_operation(std::move(document), length, errorText, log, &reply);
-    return rc == kOk ? scan_command(command, reply.text.get(), reply.length, record) : rc;
 }
 
 } // namespace zrp

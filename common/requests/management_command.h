@@ -2,9 +2,11 @@
 // elements of the reply are read. Internal to the library.
 #pragma once
 
+#include <cstring>
 #include <initializer_list>
 #include <span>
 #include <type_traits>
+#include <utility>
 
 #include "../result.h"
 #include "../tags.h"
@@ -46,15 +48,37 @@ char* build_command(const ManagementCommand& command, std::initializer_list<Requ
 size_t request_room(size_t textCount, size_t textLength);
 
 // Reads the record of a reply. Returns 0, or 22 for an empty reply (also a negative length) and
-// when an element is missing; the record is then as it was.
-int scan_command(const ManagementCommand& command, char* reply, int replyLength, void* record);
+// when an element is missing; the record may then be filled in part.
+int read_command(const ManagementCommand& command, char* reply, int replyLength, void* record);
+
+// The same for a command whose reply holds nothing to read.
+inline int scan_command(const ManagementCommand& command, char* reply, int replyLength) {
+    return read_command(command, reply, replyLength, nullptr);
+}
+
+// The same, with the record as it was when anything is missing. It is read once only: an element
+// whose CDATA markers were taken out does not read the same a second time.
+template <typename Record>
+int scan_command(const ManagementCommand& command, char* reply, int replyLength, Record& record) {
+    Record filled = {};
+    const int rc = read_command(command, reply, replyLength, &filled);
+    if (rc == kOk) {
+        memcpy(&record, &filled, sizeof record);
+    }
+    return rc;
+}
 
 // Logs "error from reply start" as an error when the reply does not hold the server's envelope.
 void log_reply_start(char* reply, int replyLength, const LogContext* log);
 
 // run_operation with a document of build_command, and scan_command on its reply.
-int run_command(const ManagementCommand& command, HeapText document, uint32_t length, void* record,
-                ErrorText* errorText, const LogContext* log);
+template <typename... Record>
+int run_command(const ManagementCommand& command, HeapText document, uint32_t length,
+                ErrorText* errorText, const LogContext* log, Record&... record) {
+    Reply reply;
+    const int rc = run_operation(std::move(document), length, errorText, log, &reply);
+    return rc == kOk ? scan_command(command, reply.text.get(), reply.length, record...) : rc;
+}
 
 // A list of records in a reply. Its place ends with kRange, so that the end of the list is told
 // from an item that is malformed.
@@ -67,9 +91,23 @@ constexpr ReplyList management_list(const char* command, const char* item) {
     return {{tag::zrpConsoleReply, command}, item, kInvalid, kRange, kRange};
 }
 
-// Reads the next record. *offset is 0 before the first call. Returns 0, 34 when none is left, or 22
-// as scan_command; a failure leaves both outputs as they were.
-int scan_next(const ManagementList& list, char* reply, int replyLength, int* offset, void* record);
+// Reads the next record, from *next on, which is 0 before the first call. Returns 0, 34 when none
+// is left, or 22 as read_command; a failure may leave the record filled in part.
+int read_next(const ManagementList& list, char* reply, int replyLength, int* next, void* record);
+
+// The same, with both outputs as they were when anything is missing.
+template <typename Record>
+int scan_next(const ManagementList& list, char* reply, int replyLength, int* offset,
+              Record& record) {
+    Record filled = {};
+    int next = *offset;
+    const int rc = read_next(list, reply, replyLength, &next, &filled);
+    if (rc == kOk) {
+        memcpy(&record, &filled, sizeof record);
+        *offset = next;
+    }
+    return rc;
+}
 
 // Gives every record that scan reads to the callback. Returns 0 after the last one, 22 for a
 // malformed list, or what the callback returned to stop. *count becomes the number of records read.

@@ -121,7 +121,7 @@ int ScanOpenFileName(const OpenFilesConnection& connection, int* offset,
 
 int ScanOpenFilesPage(char* reply, int replyLength, OpenFilesPage* page) {
     FoundPage found = {};
-    const int rc = scan_command(kIteration, reply, replyLength, &found);
+    const int rc = scan_command(kIteration, reply, replyLength, found);
     if (rc != kOk) {
         return rc;
     }
@@ -130,7 +130,7 @@ int ScanOpenFilesPage(char* reply, int replyLength, OpenFilesPage* page) {
         constexpr ManagementCommand kWhere = {
             tag::listOpenFilesByConnection, tag::iterationInfo, {&kNextIndex, 1}};
         // Without an index nothing follows, whatever the flag says.
-        (void)scan_command(kWhere, reply, replyLength, &next);
+        (void)scan_command(kWhere, reply, replyLength, next);
     }
     *page = {found.connectionCount, next};
     return kOk;

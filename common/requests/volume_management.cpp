@@ -48,7 +48,7 @@ int CreateVolume(const char* volumeName, const char* mountPoint, int32_t attribu
     uint32_t length = 0;
     HeapText request(
         BuildCreateVolumeRequest(volumeName, mountPoint, attributes, volumeNumber, &length));
-    return run_command(kCreate, std::move(request), length, created, errorText, log);
+    return run_command(kCreate, std::move(request), length, errorText, log, created);
 }
 
 char* BuildRemoveVolumeRequest(const char* volumeName, const char* options, uint32_t* length) {
@@ -76,7 +76,7 @@ int RemoveVolumeWithOptions(const char* volumeName, const char* options,
     }
     uint32_t length = 0;
     HeapText request(BuildRemoveVolumeRequest(volumeName, options, &length));
-    return run_command(kRemove, std::move(request), length, removed, errorText, log);
+    return run_command(kRemove, std::move(request), length, errorText, log, removed);
 }
 
 char* BuildModifyVolumeRequest(const char* volumeName, uint32_t grant, uint32_t revoke,
@@ -88,7 +88,7 @@ char* BuildModifyVolumeRequest(const char* volumeName, uint32_t grant, uint32_t 
 }
 
 int ScanModifyVolumeReply(char* reply, int replyLength, ModifiedVolume* volume) {
-    return scan_command(kModify, reply, replyLength, volume);
+    return scan_command(kModify, reply, replyLength, *volume);
 }
 
 int ModifyVolume(const char* volumeName, uint32_t grant, uint32_t revoke, ModifiedVolume* volume,
@@ -99,7 +99,7 @@ int ModifyVolume(const char* volumeName, uint32_t grant, uint32_t revoke, Modifi
     }
     uint32_t length = 0;
     HeapText request(BuildModifyVolumeRequest(volumeName, grant, revoke, &length));
-    return run_command(kModify, std::move(request), length, volume, errorText, log);
+    return run_command(kModify, std::move(request), length, errorText, log, *volume);
 }
 
 char* BuildPurgeVolumeRequest(const char* volumeName, uint32_t* length) {

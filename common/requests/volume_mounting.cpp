@@ -125,7 +125,7 @@ char* BuildMountVolumesRequest(const char* volumes, uint32_t* length) {
 }
 
 int ScanMountVolumesReply(char* reply, int replyLength, int* offset, MountedVolume* volume) {
-    return scan_next(kMount, reply, replyLength, offset, volume);
+    return scan_next(kMount, reply, replyLength, offset, *volume);
 }
 
 int MountVolumes(const char* volumes, MountCallback callback, void* context, ErrorText* errorText,
@@ -150,7 +150,7 @@ char* BuildDismountVolumesRequest(const char* volumes, uint32_t* length) {
 }
 
 int ScanDismountVolumesReply(char* reply, int replyLength, int* offset, DismountedVolume* volume) {
-    return scan_next(kDismount, reply, replyLength, offset, volume);
+    return scan_next(kDismount, reply, replyLength, offset, *volume);
 }
 
 int DismountVolumes(const char* volumes, DismountCallback callback, void* context,

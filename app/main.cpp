@@ -1,4 +1,4 @@
-#include "core/lifecycle.h"
+#include "core/startup.h"
 #include "screens/screen_table.h"
 
 int main(int argc, char** argv) {

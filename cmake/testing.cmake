@@ -32,21 +32,25 @@ function(zrp_test name)
     gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 300 ${labels})
 endfunction()
 
-# zrp_fuzz(name sources... [LIBRARIES targets...])
+# zrp_fuzz(name sources... [CORPUS folder] [LIBRARIES targets...])
 #
 # A libFuzzer program. As a test (label "fuzz") it runs for a few seconds, starting from the corpus
-# in corpus/<name>, if there is one.
-set(ZRP_FUZZ_SECONDS 10 CACHE STRING "Seconds that each fuzz target runs as a test")
+# in corpus/<folder>, or corpus/<name> when none is given, if there is one. scripts/fuzz runs it for
+# longer.
+set(ZRP_FUZZ_SECONDS 5 CACHE STRING "Seconds that each fuzz target runs as a test")
 
 function(zrp_fuzz name)
-    cmake_parse_arguments(PARSE_ARGV 1 FUZZ "" "" "LIBRARIES")
+    cmake_parse_arguments(PARSE_ARGV 1 FUZZ "" "CORPUS" "LIBRARIES")
+    if(NOT FUZZ_CORPUS)
+        set(FUZZ_CORPUS ${name})
+    endif()
     add_executable(${name} ${FUZZ_UNPARSED_ARGUMENTS})
     target_link_libraries(${name} PRIVATE ${FUZZ_LIBRARIES})
     target_link_options(${name} PRIVATE -fsanitize=fuzzer)
     # New finds go to the first folder, so that the tree stays as it is.
     set(finds ${CMAKE_CURRENT_BINARY_DIR}/finds/${name})
     file(MAKE_DIRECTORY ${finds})
-    set(corpus ${CMAKE_CURRENT_SOURCE_DIR}/corpus/${name})
+    set(corpus ${CMAKE_CURRENT_SOURCE_DIR}/corpus/${FUZZ_CORPUS})
     if(NOT IS_DIRECTORY ${corpus})
         set(corpus "")
     endif()

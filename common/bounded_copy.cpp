@@ -3,10 +3,26 @@
 namespace zrp {
 namespace {
 
-constexpr size_t kLongestSequence = 4;
+constexpr unsigned kContinuationMark = 0x80; // of the top two bits
+constexpr unsigned kLeadOfTwo = 0xC0;
+constexpr unsigned kLeadOfThree = 0xE0;
+constexpr unsigned kLeadOfFour = 0xF0;
+constexpr unsigned kNoLead = 0xF8;
 
-bool is_continuation(char byte) {
-    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+unsigned byte_at(const char* text, size_t place) {
+    return static_cast<unsigned char>(text[place]);
+}
+
+bool is_continuation(unsigned byte) {
+    return (byte & kLeadOfTwo) == kContinuationMark;
+}
+
+// How many bytes the sequence has that begins with this byte.
+size_t sequence_length(unsigned lead) {
+    if (lead < kLeadOfTwo || lead >= kNoLead) {
+        return 1;
+    }
+    return lead >= kLeadOfFour ? 4 : lead >= kLeadOfThree ? 3 : 2;
 }
 
 } // namespace
@@ -15,11 +31,11 @@ size_t utf8_cut(const char* text, size_t length, size_t limit) {
     if (length <= limit) {
         return length;
     }
-    size_t cut = limit;
-    while (cut > 0 && limit - cut < kLongestSequence && is_continuation(text[cut])) {
-        cut--;
+    size_t lead = limit;
+    while (lead > 0 && is_continuation(byte_at(text, lead))) {
+        lead--;
     }
-    return is_continuation(text[cut]) ? limit : cut;
+    return lead + sequence_length(byte_at(text, lead)) > limit ? lead : limit;
 }
 
 void copy_cut(char* destination, size_t capacity, const char* text, size_t length) {

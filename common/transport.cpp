@@ -49,12 +49,25 @@ void prepare_interrupt() {
     std::call_once(once, [] { interruptFd.store(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)); });
 }
 
+void wake_waiting() {
+    const uint64_t one = 1;
+    const int fd = interruptFd.load();
+    if (fd >= 0) {
+        [[maybe_unused]] const ssize_t written = write(fd, &one, sizeof one);
+    }
+}
+
+// An interrupt that comes meanwhile is kept: its flag stands, and its wake-up is made again in case
+// it was taken for an old one.
 void clear_interrupt() {
     prepare_interrupt();
+    interrupted.store(false);
     uint64_t ignored = 0;
     while (read(interruptFd.load(), &ignored, sizeof ignored) > 0) {
     }
-    interrupted.store(false);
+    if (interrupted.load()) {
+        wake_waiting();
+    }
 }
 
 using Clock = std::chrono::steady_clock;
@@ -78,8 +91,8 @@ int wait_ready(int fd, short events, const timeval* timeout) {
         }
         pollfd watched[2] = {{fd, events, 0}, {interruptFd.load(), POLLIN, 0}};
         const int ready = poll(watched, 2, waitMs);
-        if (ready > 0 && watched[1].revents == 0) {
-            return kOk;
+        if (ready > 0) {
+            return watched[1].revents != 0 ? ECANCELED : kOk;
         }
         if (ready == 0) {
             return EAGAIN;
@@ -235,11 +248,23 @@ int IPCClient::SendHeader(uint32_t requestNumber, uint64_t length) const {
 }
 
 int IPCClient::Send(uint64_t length, const void* data) const {
-    if (wait_ready(fd, POLLOUT, nullptr) == ECANCELED) {
-        return ECANCELED;
-    }
-    // A daemon that went away must not end the process by SIGPIPE.
-    return send(fd, data, length, MSG_NOSIGNAL) == 0 ? kShortHeader : kOk;
+    const char* rest = static_cast<const char*>(data);
+    ssize_t taken = 0;
+    do {
+        if (wait_ready(fd, POLLOUT, nullptr) == ECANCELED) {
+            return ECANCELED;
+        }
+        // A daemon that went away must not end the process by SIGPIPE.
+        taken = send(fd, rest, length, MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (taken == 0) {
+            return kShortHeader;
+        }
+        if (taken > 0) {
+            rest += taken;
+            length -= static_cast<uint64_t>(taken);
+        }
+    } while (length != 0 && (taken > 0 || errno == EAGAIN));
+    return kOk;
 }
 
 int IPCClient::Receive(uint32_t* status, uint64_t* length, char** buffer) const {
@@ -314,8 +339,11 @@ int IPCServInit(const char* name) {
         return kNoMemory;
     }
     memcpy(copy, name, length + 1);
-    free(defaultName.exchange(copy));
+    if (defaultName.load() != nullptr) {
+        IPCServTerm(); // an exchange in flight may still be reading the earlier name
+    }
     clear_interrupt();
+    free(defaultName.exchange(copy));
     return kOk;
 }
 
@@ -330,11 +358,7 @@ void IPCServTerm() {
 void IPCServInterrupt() {
     const int savedErrno = errno;
     interrupted.store(true);
-    const uint64_t one = 1;
-    const int fd = interruptFd.load();
-    if (fd >= 0) {
-        [[maybe_unused]] const ssize_t written = write(fd, &one, sizeof one);
-    }
+    wake_waiting();
     errno = savedErrno;
 }
 

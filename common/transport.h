@@ -64,8 +64,8 @@ struct IPCClient {
     // Sends the 12-byte header; only the low 32 bits of length reach the wire.
     int SendHeader(uint32_t requestNumber, uint64_t length) const;
 
-    // One send. Fails with 107 only when nothing was taken; any other failure shows itself as a
-    // short receive.
+    // Sends as one blocking send would, in steps that IPCServInterrupt can end. Fails with 107 only
+    // when a step took nothing; any other failure shows itself as a short receive.
     int Send(uint64_t length, const void* data) const;
 
     // Reads one reply. On success *buffer is malloc'ed with exactly *length bytes, or null when the
@@ -75,8 +75,8 @@ struct IPCClient {
     int Receive(uint32_t* status, uint64_t* length, char** buffer) const;
 };
 
-// Stores a copy of the name as the default peer. Returns 0, 22 for a null or empty name, 12 without
-// memory.
+// Stores a copy of the name as the default peer; with an earlier one, IPCServTerm comes first.
+// Returns 0, 22 for a null or empty name, 12 without memory.
 int IPCServInit(const char* name);
 
 // Waits until no exchange is in flight, then forgets the default peer.

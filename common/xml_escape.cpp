@@ -38,9 +38,9 @@ const Entity* entity_at(const char* position, const char* end) {
 } // namespace
 
 int XmlEscape(const char* text, int length, char* buffer, int* capacity) {
-    const int room = *capacity - kLongestEntity;
     int written = 0;
-    for (int i = 0; i < length && written <= room; i++) {
+    const int last = *capacity >= kLongestEntity ? *capacity - kLongestEntity : -1;
+    for (int i = 0; i < length && written <= last; i++) {
         const std::string_view piece = escape_of(text[i]);
         memcpy(buffer + written, piece.data(), piece.size());
         written += static_cast<int>(piece.size());

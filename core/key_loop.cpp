@@ -4,11 +4,11 @@
 
 #include "common/result.h"
 #include "core/input.h"
-#include "core/lifecycle.h"
 #include "core/line_editor.h"
 #include "core/monitor.h"
 #include "core/refresh_thread.h"
 #include "core/screen.h"
+#include "core/shutdown.h"
 #include "core/window.h"
 
 namespace zrp {

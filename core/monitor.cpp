@@ -17,4 +17,23 @@ void trace(const char* format, ...) {
     fflush(monitorState.traceFile);
 }
 
+void open_trace() {
+    close_trace();
+    monitorState.traceFile = fopen("zrptop.log", "we");
+    monitorState.traceEnabled = monitorState.traceFile != nullptr ? 1 : 0;
+    constexpr char kRule[] =
+        "***************************************************************************************";
+    static_assert(sizeof kRule - 1 == 87);
+    trace("\n%s\n", kRule);
+}
+
+void close_trace() {
+    if (monitorState.traceEnabled != 0) {
+        fflush(monitorState.traceFile);
+        fclose(monitorState.traceFile);
+        monitorState.traceFile = nullptr;
+        monitorState.traceEnabled = 0;
+    }
+}
+
 } // namespace zrp

@@ -46,6 +46,13 @@ struct MonitorState {
 
 extern MonitorState monitorState;
 
+// Opens the debug trace "zrptop.log" in the working directory, emptied. Without it the program goes
+// on silently; one that is open already is closed first.
+void open_trace();
+
+// Closes the trace, if there is one.
+void close_trace();
+
 // Writes one event to the debug trace and flushes it; does nothing without a trace.
 __attribute__((format(printf, 1, 2))) void trace(const char* format, ...);
 

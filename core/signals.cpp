@@ -3,15 +3,22 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
+#include <cstdlib>
 #include <sys/eventfd.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include "common/transport.h"
+#include "core/monitor.h"
 
 namespace zrp {
 namespace {
 
 constexpr int kTerminationSignals[] = {SIGALRM, SIGHUP, SIGINT, SIGPIPE, SIGQUIT, SIGTERM};
+
+// Of the timer behind the last resort. No user sends it, so it cannot come too early.
+const int kLastResortSignal = SIGRTMIN;
+constexpr int kLastResortSeconds = 5; // beyond the refresh interval
 
 std::atomic<bool> terminationRequest{false};
 std::atomic<bool> stopRequest{false};
@@ -21,6 +28,35 @@ static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<int>::is_alw
 void wake() {
     const uint64_t one = 1;
     [[maybe_unused]] const ssize_t written = write(wakeFd.load(), &one, sizeof one);
+}
+
+timer_t lastResortTimer{};
+bool hasLastResort = false;
+
+termios shellModes{};
+bool hasShellModes = false;
+
+void let_output_flow() {
+    termios modes = {};
+    if (hasShellModes && tcgetattr(STDIN_FILENO, &modes) == 0) {
+        modes.c_iflag &= ~static_cast<tcflag_t>(IXON);
+        tcsetattr(STDIN_FILENO, TCSANOW, &modes);
+    }
+}
+
+void arm_last_resort() {
+    if (hasLastResort) {
+        itimerspec delay = {};
+        delay.it_value.tv_sec = monitorState.refreshInterval.load() + kLastResortSeconds;
+        timer_settime(lastResortTimer, 0, &delay, nullptr);
+    }
+}
+
+void on_last_resort(int /*signal*/) {
+    if (hasShellModes) {
+        tcsetattr(STDIN_FILENO, TCSANOW, &shellModes);
+    }
+    _exit(EXIT_SUCCESS);
 }
 
 void on_termination(int /*signal*/) {
@@ -52,6 +88,11 @@ void install(int signal, void (*handler)(int)) {
 
 void install_signal_handlers() {
     wakeFd.store(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    install(kLastResortSignal, on_last_resort);
+    sigevent event = {};
+    event.sigev_notify = SIGEV_SIGNAL;
+    event.sigev_signo = kLastResortSignal;
+    hasLastResort = timer_create(CLOCK_MONOTONIC, &event, &lastResortTimer) == 0;
     for (const int signal : kTerminationSignals) {
         install(signal, on_termination);
     }
@@ -59,14 +100,22 @@ void install_signal_handlers() {
     install(SIGWINCH, on_resize);
 }
 
+void remember_terminal_modes() {
+    hasShellModes = tcgetattr(STDIN_FILENO, &shellModes) == 0;
+}
+
 bool termination_requested() {
     return terminationRequest.load();
 }
 
 void request_termination() {
-    terminationRequest.store(true);
+    if (terminationRequest.exchange(true)) {
+        return;
+    }
     IPCServInterrupt();
     wake();
+    let_output_flow();
+    arm_last_resort();
 }
 
 bool take_stop_request() {

@@ -12,10 +12,20 @@ namespace zrp {
 // Installs the handlers. ncurses finds its own signals taken and leaves them alone.
 void install_signal_handlers();
 
+// Remembers the terminal's modes as the user's shell left them, for the last resort. Call it before
+// ncurses changes them.
+void remember_terminal_modes();
+
 // True once a signal, a lost terminal or the user asked for the end.
 bool termination_requested();
 
-// Asks for the end and breaks off exchanges that wait for a daemon. May be called from a handler.
+// Asks for the end, breaks off exchanges that wait for a daemon and lets a stopped terminal
+// (Ctrl-S) take output again. May be called from a handler.
+//
+// A terminal that takes no output for another reason (a connection that hangs) holds whoever draws,
+// and nobody could end the program any more. As a last resort it ends a few seconds after the
+// longest regular shutdown: with status 0 and the terminal's modes restored, without the screen
+// that cannot be written.
 void request_termination();
 
 // True once for each request of the terminal to stop (Ctrl-Z).

@@ -20,8 +20,9 @@ Link& bucket_of(DiagHashTable* table, const char* name) {
 // The link that holds the counter of that name, or the empty one at the end of the chain.
 Link& find_link(Link& bucket, const char* name) {
     Link* link = &bucket;
-    while (*link != nullptr && strcmp((*link)->name, name) != 0) {
-        link = &(*link)->next;
+    for (DiagCounter* counter = link->get(); counter != nullptr && strcmp(counter->name, name) != 0;
+         counter = link->get()) {
+        link = &counter->next;
     }
     return *link;
 }

@@ -50,6 +50,9 @@ struct Source {
     int exchangeFailure; // result of a failed exchange; 0 for the transport's own code
 };
 
+// The group whose labels stand in the window. Refresh thread only.
+int32_t labelledType = kNoDiagType;
+
 constexpr Source kServerSource = {kServerDiagnostics, serverDiagTable, kInvalid};
 constexpr Source kBksSource = {kBksDiagnostics, bksDiagTable, 0};
 
@@ -106,6 +109,16 @@ void draw_colons(WINDOW* window) {
     }
 }
 
+// A number that the dialog rejects is in force all the same, while the labels of the group before
+// it still stand.
+void drop_labels_of_other_group(WINDOW* window) {
+    if (labelledType != kNoDiagType && labelledType != currentDiagType) {
+        const CursesLock lock;
+        werase(window);
+        drawDiagnosticsLabels(window);
+    }
+}
+
 void draw_menu(WINDOW* window) {
     print_at(window, kTitleRow, kTitleColumn, "View Diagnostics");
     int row = kMenuFirstRow;
@@ -141,6 +154,7 @@ int drawDiagnosticsLabels(WINDOW* window) {
     const CursesLock lock;
     draw_frame(window);
     diagValueColumn = kColumnLeftOfValues;
+    labelledType = currentDiagType;
     const DiagGroup* group = find_diag_group(currentDiagType);
     if (group != nullptr) {
         draw_labels(window, *group);
@@ -158,6 +172,7 @@ int updateDiagnosticsWindow(WINDOW* window) {
     if (window == nullptr) {
         return kRange;
     }
+    drop_labels_of_other_group(window);
     const Source& source = source_of(currentDiagType);
     Reply reply;
     const int rc = fetch_counters(source, &reply);

@@ -1,7 +1,9 @@
 #include "screens/parameters.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <strings.h>
 
 #include "common/result.h"
@@ -33,12 +35,8 @@ using ParameterItemPtr = std::unique_ptr<ParameterItem, FreeDeleter>;
 ParameterItemPtr parameterTable[kTableSize];
 
 bool is_hidden(const char* name) {
-    for (const char* hidden : kHiddenParameters) {
-        if (strcasecmp(hidden, name) == 0) {
-            return true;
-        }
-    }
-    return false;
+    return std::any_of(std::begin(kHiddenParameters), std::end(kHiddenParameters),
+                       [&](const char* hidden) { return strcasecmp(hidden, name) == 0; });
 }
 
 // The next item of the reply that can be shown; null with the reason when there is none.

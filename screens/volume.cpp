@@ -108,7 +108,7 @@ int query_volume(const char* name, Reply* reply) {
 
 int scan_volume(const Reply& reply, int* version, VolumeRecord* record) {
     int offset = 0;
-    int rc = CheckForError(static_cast<uint32_t>(reply.length), reply.text.get(), nullptr);
+    int rc = check_reply(reply, nullptr);
     if (rc == kOk) {
         rc = ScanVolumeInformationReply(reply.text.get(), reply.length, &offset, version, record);
     }

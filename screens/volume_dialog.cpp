@@ -103,7 +103,7 @@ int request_page(int startIndex, Reply* reply) {
 
 // Stores the volumes of a reply. Returns the index of the next page, 0 when there is none.
 int take_page(const Reply& reply, int* stored) {
-    const int rc = CheckForError(static_cast<uint32_t>(reply.length), reply.text.get(), nullptr);
+    const int rc = check_reply(reply, nullptr);
     if (rc != kOk) {
         trace("%s: CheckForError() rc=%d\n", kListTag, rc);
         return 0;

@@ -33,14 +33,11 @@ int get_version(const Component& component, VersionText& text) {
     uint32_t length = 0;
     HeapText request = build_request(component, &length);
     Reply reply;
-    int rc = send_query(component.peer, std::move(request), length, nullptr, &reply);
+    const int rc = send_checked_query(component.peer, std::move(request), length, nullptr, &reply);
     if (rc != kOk || (reply.length == 0 && component.emptyReplyIsAnAnswer)) {
         return rc;
     }
-    rc = CheckForError(static_cast<uint32_t>(reply.length), reply.text.get(), nullptr);
-    return rc != kOk ? rc
-                     : GetTagString(tag::versionTag, reply.text.get(), reply.length,
-                                    kVersionTextSize, text);
+    return GetTagString(tag::versionTag, reply.text.get(), reply.length, kVersionTextSize, text);
 }
 
 } // namespace

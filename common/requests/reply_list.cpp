@@ -39,7 +39,7 @@ int next_item(const ReplyList& list, char* reply, int length, int* offset, XmlEl
         }
     }
     if (start == nullptr || FindElement(list.item, start, end, item) != kOk) {
-        return kInvalid;
+        return list.noneLeft;
     }
     *offset = static_cast<int>(item->elementEnd + 1 - reply);
     return kOk;

@@ -13,13 +13,13 @@ inline constexpr int kMaxListPath = 3;
 struct ReplyList {
     const char* path[kMaxListPath]; // null behind the last
     const char* item;
-    int missing = kInvalid; // result when an element of the path is missing
-    int pastEnd = kRange;   // result when the offset is at or behind the end of the reply
+    int missing = kInvalid;  // result when an element of the path is missing
+    int pastEnd = kRange;    // result when the offset is at or behind the end of the reply
+    int noneLeft = kInvalid; // result when no item is left
 };
 
 // The next item of the reply. *offset is 0 before the first call and becomes the place behind the
-// item. Returns 0; 22 for an empty reply (also a negative length) or when no item is left; or one
-// of the list's own codes.
+// item. Returns 0; 22 for an empty reply (also a negative length); or one of the list's own codes.
 int next_item(const ReplyList& list, char* reply, int length, int* offset, XmlElement* item);
 
 // Looks for an element inside another; a self-closing one holds nothing. Returns 0, or 2.

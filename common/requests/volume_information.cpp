@@ -66,7 +66,7 @@ int fill(const VolumeLayout& layout, const XmlElement& volume, void* record) {
 } // namespace
 
 char* BuildVolumeInformationRequest(const char* volumeName, uint32_t* length, int versionTag) {
-    if (strlen(volumeName) > kMaxVolumeName) {
+    if (strlen(volumeName) > kMaxAskedVolumeName) {
         return nullptr;
     }
     XmlDocument document = start_document(kRequestRoom);

@@ -10,7 +10,7 @@ namespace {
 struct StatusWord {
     uint32_t bit;
     std::string_view set;
-    std::string_view clear = "";
+    std::string_view clear = {};
 };
 
 // In the order of the text.

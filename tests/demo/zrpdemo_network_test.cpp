@@ -9,7 +9,7 @@ namespace {
 using stage::ChildProcess;
 using stage::ExitStatus;
 
-constexpr stage::milliseconds kWalkPatience{60000};
+constexpr stage::milliseconds kWalkPatience{240000};
 
 struct Result {
     std::string said;
@@ -32,6 +32,7 @@ TEST(DemoNetwork, WithoutNamespacesRootSeesItAllTheSame) {
     const Result demo = run({WITHOUT_NAMESPACES_PROGRAM, ZRPDEMO_PROGRAM});
     EXPECT_EQ(demo.status, ExitStatus{}) << demo.said;
     EXPECT_TRUE(demo.said.starts_with("--- General (80x25)\n")) << demo.said;
+    EXPECT_NE(demo.said.find("--- Version (80x25)\n"), std::string::npos) << demo.said;
 }
 
 TEST(DemoNetwork, WithoutNamespacesARunningServerIsNotTouched) {

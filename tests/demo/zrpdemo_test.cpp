@@ -4,20 +4,14 @@
 #include <fstream>
 #include <unistd.h>
 
-#include <gtest/gtest.h>
-
+#include "tests/demo/piped.h"
 #include "tools/stage/terminal.h"
 
 namespace zrp {
 namespace {
 
-using stage::ChildOptions;
-using stage::ChildProcess;
-using stage::ExitStatus;
 using stage::Key;
 using stage::Terminal;
-
-constexpr stage::milliseconds kWalkPatience{60000};
 
 bool is_number(const std::string& text) {
     return std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
@@ -53,37 +47,6 @@ bool are_gone(const std::vector<pid_t>& processes) {
     });
 }
 
-class Demo : public testing::Test {
-protected:
-    void SetUp() override {
-        ChildProcess namespaces(
-            {.arguments = {"unshare", "-Urnm", "true"}, .standardErrors = stage::kNull});
-        if (geteuid() != 0 && namespaces.wait() != ExitStatus{}) {
-            GTEST_SKIP() << "needs root or namespaces";
-        }
-    }
-};
-
-// The demonstration with its output and errors in one pipe and nothing to read.
-struct Piped {
-    explicit Piped(std::vector<std::string> arguments = {}) {
-        arguments.insert(arguments.begin(),
-                         {"sh", "-c", "exec \"$@\" 2>&1", "sh", ZRPDEMO_PROGRAM});
-        ChildProcess demo({.arguments = std::move(arguments),
-                           .standardInput = stage::kNull,
-                           .standardOutput = stage::kPipe});
-        said = demo.read_all(kWalkPatience);
-        status = demo.wait();
-    }
-
-    [[nodiscard]] bool has(const std::string& text) const {
-        return said.find(text) != std::string::npos;
-    }
-
-    std::string said;
-    std::optional<ExitStatus> status;
-};
-
 // The demonstration on a terminal, up to its first up time.
 struct Live {
     Live() : terminal({.child = {.arguments = {ZRPDEMO_PROGRAM}}}) {
@@ -97,14 +60,47 @@ struct Live {
     std::vector<pid_t> processes; // of the demonstration
 };
 
-TEST_F(Demo, WithoutATerminalPrintsTheScreenAsText) {
+// What is between a caption and the next.
+std::string scene(const std::string& said, const std::string& caption) {
+    const size_t start = said.find("--- " + caption + " (80x25)\n");
+    return start == std::string::npos ? "" : said.substr(start, said.find("\n--- ", start) - start);
+}
+
+struct ExpectedScene {
+    const char* caption;
+    std::vector<const char*> texts;
+};
+
+TEST_F(Demo, WithoutATerminalPrintsScreensAndDialogsAsText) {
     const Piped demo;
     ASSERT_EQ(demo.status, ExitStatus{}) << demo.said;
     EXPECT_TRUE(demo.said.starts_with("--- General (80x25)\n[F12] Exit [F2] General")) << demo.said;
-    EXPECT_TRUE(demo.has("Server Up Time:")) << demo.said;
-    EXPECT_TRUE(demo.has(" Second")) << demo.said;
+    const ExpectedScene scenes[] = {
+        {"General", {"zrpRequests: ", "fileLockCount: "}},
+        {"Volume dialog", {"0. SYS", "Enter volume number ["}},
+        {"Volume", {"Volume: SYS", "trustee count:  "}},
+        {"Connection dialog", {"1. ", "Enter connection number ["}},
+        {"Connection", {"Connection:  (3) ", "Open files:  "}},
+        {"Diagnostics dialog", {"1 - Directory Cache", "Enter selection ?"}},
+        {"Diagnostics", {"ZRP Server IPC/RPC", "ipcListener errors: "}},
+        {"Parameters", {"MAXIMUM_CACHED_FILES_PER_VOLUME = "}},
+        {"Version", {"[libzrpengine] ", "[zrptop] "}},
+    };
+    for (const ExpectedScene& expected : scenes) {
+        const std::string shown = scene(demo.said, expected.caption);
+        EXPECT_NE(shown.find("Server Up Time: 3 Days"), std::string::npos) << expected.caption;
+        for (const char* text : expected.texts) {
+            EXPECT_NE(shown.find(text), std::string::npos) << expected.caption << ": " << text;
+        }
+    }
     EXPECT_FALSE(demo.has("\x1b")) << demo.said;
     EXPECT_FALSE(demo.has(" \n")) << demo.said;
+}
+
+TEST_F(Demo, TheSmallestWorldWithAStandingClockIsShown) {
+    const Piped demo({"--", "--clock", "7", "--volumes", "1", "--connections", "0"});
+    EXPECT_EQ(demo.status, ExitStatus{}) << demo.said;
+    EXPECT_TRUE(demo.has("--- Version (80x25)\n")) << demo.said;
 }
 
 TEST_F(Demo, WithoutATerminalTakesItsSize) {
@@ -131,7 +127,7 @@ TEST_F(Demo, AServerThatDoesNotStartIsExplained) {
 TEST_F(Demo, AMonitorThatDoesNotComeUpIsExplained) {
     const Piped demo({"--zrptop", "false"});
     EXPECT_EQ(demo.status, (ExitStatus{1, 0}));
-    EXPECT_TRUE(demo.has("the General screen did not come up (it ended with exit status 1)"))
+    EXPECT_TRUE(demo.has("the scene \"General\" did not come up (it ended with exit status 1)"))
         << demo.said;
 }
 

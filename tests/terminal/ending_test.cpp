@@ -17,6 +17,7 @@ constexpr int kSignals[] = {SIGALRM, SIGHUP, SIGINT, SIGPIPE, SIGQUIT, SIGTERM};
 constexpr milliseconds kEndPatience{3000 + 5000};
 
 const std::string kFigures = statistics(parm("figure", "1") + up_time("9"));
+const std::string kOtherFigures = statistics(parm("figure", "2") + up_time("10"));
 const std::vector<PeerScript> kMute = {{read_request(), hang()}};
 
 void expect_end_in_time(Terminal& terminal) {
@@ -132,6 +133,32 @@ TEST(Ending, WaitingForAMuteDaemonBurnsNoProcessor) {
         return time.tv_sec * 1000 + time.tv_usec / 1000;
     };
     EXPECT_LT(milliseconds_of(used.ru_utime) + milliseconds_of(used.ru_stime), 1500);
+}
+
+TEST(Ending, ASignalEndsTheProgramOnATerminalThatIsStopped) {
+    ZRP_NEEDS_ROOT();
+    const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures, kFigures, kOtherFigures}));
+    Terminal terminal(monitor());
+    ASSERT_TRUE(terminal.wait_for("figure: 1"));
+    terminal.type("\x13"); // Ctrl-S
+    terminal.pump(milliseconds{2500});
+    terminal.child().send_signal(SIGTERM);
+    expect_end_in_time(terminal);
+}
+
+// A terminal whose other end reads nothing: its screen cannot be restored, its modes can.
+TEST(Ending, ASignalEndsTheProgramOnATerminalThatTakesNoOutput) {
+    ZRP_NEEDS_ROOT();
+    const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
+    Terminal terminal(monitor());
+    ASSERT_TRUE(terminal.wait_for("figure: 1"));
+    for (int i = 0; i < 200; i++) { // each draws the whole screen anew, and nobody reads it
+        terminal.press(i % 2 == 0 ? Key::kF6 : Key::kF2);
+    }
+    EXPECT_FALSE(terminal.child().wait(milliseconds{1500}).has_value());
+    terminal.child().send_signal(SIGTERM);
+    EXPECT_EQ(terminal.child().wait(), ExitStatus{});
+    EXPECT_NE(terminal.modes().c_lflag & ICANON, 0U);
 }
 
 TEST(Ending, ADaemonThatGoesAwayDoesNotEndTheProgram) {

@@ -6,37 +6,12 @@
 
 #include "common/result.h"
 #include "log_fixture.h"
-
-// The linker sends every calloc of this program through __wrap_calloc.
-extern "C" {
-[[gnu::weak]] void* __real_calloc(size_t count, size_t size);
-void* __wrap_calloc(size_t count, size_t size);
-}
-
-namespace {
-
-size_t failingSize = 0;
-
-} // namespace
-
-void* __wrap_calloc(size_t count, size_t size) {
-    return failingSize != 0 && count * size == failingSize ? nullptr : __real_calloc(count, size);
-}
+#include "tests/support/failing_allocation.h"
 
 namespace zrp {
 namespace {
 
 using LogContextTest = LogTest;
-
-// Makes the allocations of one size fail.
-struct FailingAllocation {
-    explicit FailingAllocation(size_t size) {
-        failingSize = size;
-    }
-    ~FailingAllocation() {
-        failingSize = 0;
-    }
-};
 
 TEST(LogOperationTable, SlotsStandInTheirOrder) {
     constexpr size_t kSlots[] = {

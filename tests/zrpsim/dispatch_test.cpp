@@ -1,5 +1,7 @@
 #include "tools/zrpsim/world/dispatch.h"
 
+#include <ostream>
+
 #include "tests/zrpsim/asking.h"
 #include "tools/zrpsim/world/handler.h"
 
@@ -40,6 +42,10 @@ struct Malformed {
     const char* name;
     std::string_view text;
 };
+
+void PrintTo(const Malformed& row, std::ostream* out) {
+    *out << row.name;
+}
 
 class MalformedDocument : public testing::TestWithParam<Malformed> {};
 
@@ -88,7 +94,7 @@ TEST(Dispatch, ARefusalComesInTheEnvelopeOfItsRequestNumber) {
 
 TEST(Statistics, TheUpTimeStandsAmongAtLeastFifteenOthers) {
     World world = make_world(1, {});
-    world.upTimeMs = 90061 * 1000;
+    world.upTimeMs = int64_t{90061} * 1000;
     const std::string reply = ask(world, kStatistics);
     EXPECT_EQ(count_of(reply, "<value type=\"diffSeconds\">90061</value>"), 1U);
     EXPECT_GE(count_of(reply, "<parm>"), 16U);

@@ -9,6 +9,8 @@
 
 #include "tools/stage/private_network.h"
 #include "tools/zrpdemo/live.h"
+#include "tools/zrpdemo/pictures.h"
+#include "tools/zrpdemo/product.h"
 #include "tools/zrpdemo/server.h"
 #include "tools/zrpdemo/walk.h"
 
@@ -16,15 +18,21 @@ namespace {
 
 using namespace zrp;
 
+struct Size {
+    int columns = 80;
+    int lines = 25;
+};
+
 struct Options {
     std::string monitor = ZRPTOP_PROGRAM;
     std::string server = ZRPSIM_PROGRAM;
     std::vector<std::string> serverArguments;
-    demo::Size size;
+    Size size;
+    std::string pictures; // folder, or empty
 };
 
 // Takes "100x40".
-std::string read_size(const std::string& text, demo::Size& size) {
+std::string read_size(const std::string& text, Size& size) {
     constexpr int kMost = 1000;
     char more = 0;
     const int fields = std::sscanf(text.c_str(), "%4dx%4d%c", &size.columns, &size.lines, &more);
@@ -34,15 +42,19 @@ std::string read_size(const std::string& text, demo::Size& size) {
 }
 
 void declare(CLI::App& app, Options& options) {
-    app.add_option("--size")
-        ->description("Size of the terminal that is used where there is none")
+    auto* size = app.add_option("--size");
+    size->description("Size of the terminal that is used where there is none")
         ->type_name("COLUMNSxLINES")
         ->default_str("80x25")
         ->check([&](const std::string& text) { return read_size(text, options.size); });
     app.add_option("--zrptop", options.monitor, "The monitor")->type_name("PROGRAM");
     app.add_option("--zrpsim", options.server, "The simulated server")->type_name("PROGRAM");
-    app.add_option("ARGUMENT", options.serverArguments,
-                   "Given to the simulated server; options behind \"--\"");
+    auto* arguments = app.add_option("ARGUMENT", options.serverArguments,
+                                     "Given to the simulated server; options behind \"--\"");
+    app.add_option("--pictures", options.pictures, "Draw the screens and dialogs into this folder")
+        ->type_name("FOLDER")
+        ->excludes(size)
+        ->excludes(arguments);
 }
 
 // Where a standard stream is closed, a descriptor opened later would be taken for it.
@@ -54,7 +66,8 @@ void open_standard_streams() {
     close(fd);
 }
 
-void enter_network() {
+// Returns why the network is not private, or an empty text.
+std::string enter_network() {
     const stage::Network network = stage::enter_private_network();
     if (network.kind == stage::NetworkKind::kRefused) {
         throw std::runtime_error(network.reason);
@@ -64,22 +77,43 @@ void enter_network() {
                                  "namespace of its own: " +
                                  network.reason + ". Try again as root");
     }
+    return network.reason;
+}
+
+void print_as_text(const demo::Scene& scene, const stage::Snapshot& shown) {
+    std::printf("--- %s (%dx%d)\n%s", scene.caption, shown.columns, shown.rows,
+                shown.text().c_str());
+}
+
+stage::ExitStatus show_as_text(const Options& options) {
+    stage::TerminalOptions monitor = demo::walk_terminal(options.monitor);
+    monitor.rows = options.size.lines;
+    monitor.columns = options.size.columns;
+    return demo::run_walk(monitor, print_as_text);
+}
+
+stage::ExitStatus show(const Options& options, const std::string& noProduct) {
+    if (!options.pictures.empty()) {
+        return demo::draw_pictures({options.monitor, options.pictures, noProduct});
+    }
+    const bool onTerminal = isatty(STDIN_FILENO) == 1 && isatty(STDOUT_FILENO) == 1;
+    return onTerminal ? demo::run_live(options.monitor) : show_as_text(options);
 }
 
 int run(const Options& options) {
-    enter_network();
-    const demo::Server server(options.server, options.serverArguments);
-    const bool onTerminal = isatty(STDIN_FILENO) == 1 && isatty(STDOUT_FILENO) == 1;
-    const stage::ExitStatus status = onTerminal ? demo::run_live(options.monitor)
-                                                : demo::run_walk(options.monitor, options.size);
-    return status.shell_status();
+    const std::string notPrivate = enter_network();
+    const std::string noProduct = notPrivate.empty() ? demo::install_product() : notPrivate;
+    const demo::Server server(options.server, options.pictures.empty()
+                                                  ? options.serverArguments
+                                                  : demo::picture_server_arguments());
+    return show(options, noProduct).shell_status();
 }
 
 int parse_and_run(int argc, char** argv) {
     Options options;
     CLI::App app{
         "zrpdemo: zrptop on a simulated server. With a terminal it runs there; without one "
-        "its screen is printed as text.",
+        "its screens and dialogs are printed as text.",
         "zrpdemo"};
     declare(app, options);
     try {

@@ -1,66 +1,72 @@
 #include "tools/zrpdemo/walk.h"
 
-#include <cstdio>
 #include <stdexcept>
-
-#include "tools/stage/terminal.h"
 
 namespace zrp::demo {
 namespace {
 
 using stage::Eye;
 using stage::Key;
+using stage::key_bytes;
 using stage::Terminal;
 
 constexpr int kStripRow = 3; // the up-time strip: its label, and the value behind it
 constexpr int kStripColumn = 2;
 constexpr std::string_view kStripLabel = "Server Up Time:";
 
-constexpr int kFirstMainRow = 6; // inside the frame of the main window
-constexpr int kPasses = 2;       // changes of the up time before a scene counts as settled
+constexpr int kMainRow = 5; // where the main window and the dialogs begin
 constexpr stage::milliseconds kScenePatience{30000};
 
-struct Scene {
-    const char* caption;
-    std::string_view keys; // that lead here from the scene before
-    bool (*isShown)(const Eye& eye);
+// Volume 0 is mounted in every world, whatever its size.
+const Scene kScenes[] = {
+    {"general", "General", "", ": "},
+    {"volume-dialog", "Volume dialog", key_bytes(Key::kF3), "Enter volume number ["},
+    {"volume", "Volume", "0\r", "Volume:"},
+    {"connection-dialog", "Connection dialog", key_bytes(Key::kF4), "Enter connection number ["},
+    {"connection", "Connection", "3\r", "Connection:"},
+    {"diagnostics-dialog", "Diagnostics dialog", key_bytes(Key::kF5), "Enter selection ?"},
+    {"diagnostics", "Diagnostics", "3\r", "ZRP Server IPC/RPC"},
+    {"parameters", "Parameters", key_bytes(Key::kF6), " = "},
+    {"version", "Version", key_bytes(Key::kF7), "ZRP Server Components"},
 };
 
-// The list of statistics: a name, a colon, a value.
-bool shows_general(const Eye& eye) {
-    return eye.text_at(kFirstMainRow, 0).find(": ") != std::string::npos;
-}
-
-constexpr Scene kScenes[] = {
-    {"General", "", shows_general},
-};
-
-// The up time's text, or nothing while there is none.
-std::string up_time(const Eye& eye) {
+bool shows_up_time(const Eye& eye) {
     const std::string strip = eye.text_at(kStripRow, kStripColumn);
-    if (!strip.starts_with(kStripLabel)) {
-        return "";
-    }
-    const std::string value = strip.substr(kStripLabel.size());
-    const size_t first = value.find_first_of("0123456789");
-    return first == std::string::npos ? "" : value.substr(first);
+    return strip.starts_with(kStripLabel) && strip.find_first_of("0123456789") != std::string::npos;
 }
 
-// True once the scene is shown and the up time has moved on a few times since.
-bool settles(Terminal& terminal, const Scene& scene) {
-    std::string last;
-    int changes = 0;
-    const auto hasSettled = [&] {
-        const std::string now = up_time(terminal.eye());
-        if (!now.empty() && scene.isShown(terminal.eye())) {
-            changes += !last.empty() && now != last ? 1 : 0;
-            last = now;
-        }
-        return changes >= kPasses;
-    };
-    terminal.wait_until([&] { return hasSettled() || !terminal.is_open(); }, kScenePatience);
-    return changes >= kPasses;
+// Every pass of the refresh thread begins in the strip, and leaves the cursor there until it draws
+// elsewhere. So once the scene's text stands, a cursor in the strip tells that the pass which drew
+// it is over. A dialog's text is its prompt, which is drawn last.
+bool is_complete(const Scene& scene, const Eye& eye) {
+    return eye.cursor().row == kStripRow && shows_up_time(eye) &&
+           eye.find_row(scene.text, kMainRow) >= 0;
 }
+
+// Looks after every byte of the monitor's output: the cursor's stay in the strip may be so short
+// that its coming and going are read at once.
+class Onlooker {
+public:
+    explicit Onlooker(const Terminal& terminal)
+        : terminal_(terminal), eye_(terminal.eye().rows(), terminal.eye().columns()) {}
+
+    // Looks at what has come since; stops at the first byte with which the scene is complete.
+    bool sees(const Scene& scene) {
+        const std::string_view output = terminal_.raw_output();
+        while (seen_ < output.size()) {
+            eye_.feed(output.substr(seen_++, 1));
+            if (is_complete(scene, eye_)) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+private:
+    const Terminal& terminal_;
+    Eye eye_;
+    size_t seen_ = 0;
+};
 
 [[noreturn]] void fail(Terminal& terminal, const std::string& what) {
     // It may have closed its terminal a moment before its end.
@@ -69,22 +75,34 @@ bool settles(Terminal& terminal, const Scene& scene) {
                              "; its screen:\n" + terminal.text());
 }
 
-void show(const Scene& scene, const Terminal& terminal) {
-    const Eye& eye = terminal.eye();
-    std::printf("--- %s (%dx%d)\n%s", scene.caption, eye.columns(), eye.rows(), eye.text().c_str());
+void go_to(const Scene& scene, Terminal& terminal, Onlooker& onlooker) {
+    terminal.type(scene.keys);
+    bool isComplete = false;
+    const auto look = [&] {
+        isComplete = onlooker.sees(scene);
+        return isComplete || !terminal.is_open();
+    };
+    terminal.wait_until(look, kScenePatience);
+    if (!isComplete) {
+        fail(terminal, std::string("the scene \"") + scene.caption + "\" did not come up");
+    }
 }
 
 } // namespace
 
-stage::ExitStatus run_walk(const std::string& monitor, const Size& size) {
-    Terminal terminal(
-        {.rows = size.lines, .columns = size.columns, .child = {.arguments = {monitor}}});
+stage::TerminalOptions walk_terminal(const std::string& monitor) {
+    stage::TerminalOptions options;
+    options.child.arguments = {monitor};
+    options.child.environment = {"LANG=C.UTF-8", "LC_ALL", "LC_CTYPE"};
+    return options;
+}
+
+stage::ExitStatus run_walk(const stage::TerminalOptions& monitor, const Audience& show) {
+    Terminal terminal(monitor);
+    Onlooker onlooker(terminal);
     for (const Scene& scene : kScenes) {
-        terminal.type(scene.keys);
-        if (!settles(terminal, scene)) {
-            fail(terminal, std::string("the ") + scene.caption + " screen did not come up");
-        }
-        show(scene, terminal);
+        go_to(scene, terminal, onlooker);
+        show(scene, terminal.eye().snapshot());
     }
     terminal.press(Key::kF12);
     const auto status = terminal.wait_for_exit();

@@ -1,20 +1,29 @@
-// The monitor shown as text: a walk through its screens in a pseudo-terminal.
+// A walk through the monitor's screens and dialogs in a pseudo-terminal.
 #pragma once
 
+#include <functional>
 #include <string>
+#include <string_view>
 
-#include "tools/stage/child_process.h"
+#include "tools/stage/terminal.h"
 
 namespace zrp::demo {
 
-struct Size {
-    int columns = 80;
-    int lines = 25;
+struct Scene {
+    const char* name; // fit for a file
+    const char* caption;
+    std::string_view keys; // that lead here from the scene before
+    std::string_view text; // by which the scene is known, somewhere below the up-time strip
 };
 
-// Starts the monitor, prints each scene to standard output, and ends it with F12. Throws
-// std::runtime_error, with what is on the screen, when a scene does not come up or the monitor does
-// not end.
-stage::ExitStatus run_walk(const std::string& monitor, const Size& size);
+// Called with each scene and what is on the terminal then.
+using Audience = std::function<void(const Scene& scene, const stage::Snapshot& shown)>;
+
+// The monitor on a terminal of 80x25, with the locale that the terminal speaks.
+stage::TerminalOptions walk_terminal(const std::string& monitor);
+
+// Starts the monitor, shows each scene, and ends it with F12. Throws std::runtime_error, with what
+// is on the screen, when a scene does not come up or the monitor does not end.
+stage::ExitStatus run_walk(const stage::TerminalOptions& monitor, const Audience& show);
 
 } // namespace zrp::demo

@@ -13,7 +13,6 @@ constexpr int kVolumesOfAPage = 50;
 constexpr int kNewestVersion = 6;
 
 // Sets of reply versions, bit n for version n + 1.
-constexpr unsigned kAll = 0x3F;
 constexpr unsigned kFull = 0x3B;     // all but version 3
 constexpr unsigned kExtended = 0x38; // 4 and later
 constexpr unsigned kWide = 0x30;     // 5 and later: numbers of 64 bits

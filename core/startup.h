@@ -1,4 +1,4 @@
-// Start and end of the monitor.
+// The start of the monitor.
 #pragma once
 
 #include "core/screen.h"
@@ -8,11 +8,6 @@ namespace zrp {
 // Runs the monitor with the program's arguments on the given screens. Returns only when it refuses
 // to start: 1 when not root, 0 after the usage text or on a terminal that is too small.
 int run_monitor(int argc, char** argv, const ScreenSet& screens);
-
-// The one shutdown, on the main thread: stops the refresh thread, gives the terminal back, waits
-// for exchanges to end, closes the trace and exits with status 0. The argument is ignored. Signals
-// ask for it and the key loop calls it, so that it never runs inside ncurses or twice.
-[[noreturn]] void cleanup_and_exit(int sig);
 
 // The two permanent windows. Each returns 0, 34 when its window exists already, 12 when it cannot
 // be made.

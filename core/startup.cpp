@@ -1,6 +1,5 @@
-#include "core/lifecycle.h"
+#include "core/startup.h"
 
-#include <clocale>
 #include <cstdlib>
 #include <getopt.h>
 #include <unistd.h>
@@ -12,6 +11,7 @@
 #include "core/refresh_thread.h"
 #include "core/screen.h"
 #include "core/signals.h"
+#include "core/terminal.h"
 #include "core/window.h"
 
 namespace zrp {
@@ -32,19 +32,6 @@ constexpr const char* kMenuLines[] = {
     "[F6] Parameters [F7] Version [+/-] sec. [tab] Next Scr",
 };
 
-struct ColourPair {
-    short pair;
-    short foreground;
-    short background;
-};
-
-constexpr ColourPair kColourPairs[] = {
-    {1, COLOR_RED, COLOR_BLACK},           {2, COLOR_GREEN, COLOR_BLACK},
-    {kBoxedPair, COLOR_WHITE, COLOR_BLUE}, {4, COLOR_BLUE, COLOR_BLACK},
-    {kMenuPair, COLOR_CYAN, COLOR_BLACK},  {6, COLOR_MAGENTA, COLOR_BLACK},
-    {7, COLOR_WHITE, COLOR_BLACK},
-};
-
 constexpr option kLongOptions[] = {
     {"?", no_argument, nullptr, 'h'},
     {"help", no_argument, nullptr, 'h'},
@@ -57,25 +44,6 @@ void print_usage() {
     puts("Shows live figures of the ZRP file server on this machine. Use it at your own risk.");
     puts("This program is unsupported by Velmora, Inc.");
     fflush(stdout);
-}
-
-void close_trace() {
-    if (monitorState.traceEnabled != 0) {
-        fflush(monitorState.traceFile);
-        fclose(monitorState.traceFile);
-        monitorState.traceFile = nullptr;
-        monitorState.traceEnabled = 0;
-    }
-}
-
-void open_trace() {
-    close_trace();
-    monitorState.traceFile = fopen("zrptop.log", "we");
-    monitorState.traceEnabled = monitorState.traceFile != nullptr ? 1 : 0;
-    constexpr char kRule[] =
-        "***************************************************************************************";
-    static_assert(sizeof kRule - 1 == 87);
-    trace("\n%s\n", kRule);
 }
 
 // True when the program goes on.
@@ -97,32 +65,6 @@ bool read_options(int argc, char** argv) {
             break;
         }
     }
-}
-
-void open_terminal() {
-    // The locale of characters only: numbers keep their form whatever the user's locale writes.
-    setlocale(LC_CTYPE, "");
-    initscr();
-    curs_set(0);
-    noecho();
-    start_color();
-    for (const ColourPair& colours : kColourPairs) {
-        init_pair(colours.pair, colours.foreground, colours.background);
-    }
-    wattr_on(stdscr, COLOR_PAIR(kMenuPair), nullptr);
-    cbreak();
-    keypad(stdscr, TRUE);
-    monitorState.screenLines = getmaxy(stdscr);
-    monitorState.screenCols = getmaxx(stdscr);
-    trace("maxy=%d maxx=%d LINES=%d COLS=%d\n", monitorState.screenLines, monitorState.screenCols,
-          LINES, COLS);
-}
-
-void close_terminal() {
-    const CursesLock lock;
-    endwin();
-    curs_set(1);
-    echo();
 }
 
 void release_on_early_exit() {
@@ -187,19 +129,6 @@ int create_main_window() {
     return kOk;
 }
 
-void cleanup_and_exit(int /*sig*/) {
-    // Wakes a refresh thread that waits for a mute daemon; also when no signal asked for the end.
-    request_termination();
-    stop_refresh_thread();
-    destroy_win(monitorState.mainWindow);
-    destroy_win(monitorState.upTimeWindow);
-    close_terminal();
-    IPCServTerm();
-    screen_set().release();
-    close_trace();
-    exit(EXIT_SUCCESS);
-}
-
 int run_monitor(int argc, char** argv, const ScreenSet& screens) {
     if (getuid() != 0) {
         puts("must be root.");
@@ -211,6 +140,7 @@ int run_monitor(int argc, char** argv, const ScreenSet& screens) {
     if (!read_options(argc, argv)) {
         return EXIT_SUCCESS;
     }
+    remember_terminal_modes();
     install_signal_handlers();
     IPCServInit(kMainDaemonSocket);
     open_terminal();

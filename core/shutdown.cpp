@@ -1,0 +1,29 @@
+#include "core/shutdown.h"
+
+#include <cstdlib>
+
+#include "common/transport.h"
+#include "core/monitor.h"
+#include "core/refresh_thread.h"
+#include "core/screen.h"
+#include "core/signals.h"
+#include "core/terminal.h"
+#include "core/window.h"
+
+namespace zrp {
+
+void cleanup_and_exit(int /*sig*/) {
+    request_termination();
+    // Once more for the transport: a signal before IPCServInit had no exchange to break off.
+    IPCServInterrupt();
+    stop_refresh_thread();
+    destroy_win(monitorState.mainWindow);
+    destroy_win(monitorState.upTimeWindow);
+    close_terminal();
+    IPCServTerm();
+    screen_set().release();
+    close_trace();
+    exit(EXIT_SUCCESS);
+}
+
+} // namespace zrp

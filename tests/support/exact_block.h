@@ -1,0 +1,53 @@
+// A text in a heap block of exactly its size, so that the address sanitizer sees any byte that is
+// read or written outside it. There is no terminating NUL.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+#include "common/heap_text.h"
+
+namespace zrp {
+
+class ExactBlock {
+public:
+    explicit ExactBlock(std::string_view text)
+        : block_(static_cast<char*>(std::malloc(text.size()))), size_(text.size()) {
+        if (size_ != 0) {
+            std::memcpy(block_.get(), text.data(), size_);
+        }
+    }
+
+    [[nodiscard]] char* begin() const {
+        return block_.get();
+    }
+
+    [[nodiscard]] char* end() const {
+        return block_.get() + size_;
+    }
+
+    [[nodiscard]] int32_t length() const {
+        return static_cast<int32_t>(size_);
+    }
+
+    // What stands in the block now.
+    [[nodiscard]] std::string_view text() const {
+        return {block_.get(), size_};
+    }
+
+private:
+    HeapText block_;
+    size_t size_;
+};
+
+// Gives every prefix of the text to the callback, the empty one and the whole text among them.
+template <typename Callback>
+void for_each_truncated_prefix(std::string_view text, Callback callback) {
+    for (size_t size = 0; size <= text.size(); size++) {
+        callback(text.substr(0, size));
+    }
+}
+
+} // namespace zrp

@@ -1,0 +1,39 @@
+// What drivers check. A failure ends the process, so that a fuzzer keeps the input.
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "common/xml_reader.h"
+#include "tests/support/exact_block.h"
+
+#define REQUIRE(condition) ::zrp::require(condition, #condition)
+
+namespace zrp {
+
+inline void require(bool holds, const char* what) {
+    if (!holds) {
+        fprintf(stderr, "does not hold: %s\n", what);
+        abort();
+    }
+}
+
+inline void require_view(const ExactBlock& reply, const char* start, size_t size) {
+    REQUIRE(start >= reply.begin() && start <= reply.end());
+    REQUIRE(size <= static_cast<size_t>(reply.end() - start));
+}
+
+inline void require_element(const ExactBlock& reply, const XmlElement& element) {
+    require_view(reply, element.tagEnd, 1);
+    require_view(reply, element.elementEnd, 1);
+    REQUIRE(*element.elementEnd == '>');
+    if (element.contentStart == nullptr) {
+        REQUIRE(element.contentEnd == nullptr && element.contentLength == 0);
+        return;
+    }
+    require_view(reply, element.contentStart, element.contentLength);
+    REQUIRE(element.contentEnd + 1 == element.contentStart + element.contentLength);
+    REQUIRE(element.contentEnd < element.elementEnd);
+}
+
+} // namespace zrp

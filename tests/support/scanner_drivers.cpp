@@ -1,0 +1,177 @@
+// The scanners of the request families, for reader_drivers().
+
+#include "tests/support/scanner_drivers.h"
+
+#include <cstring>
+
+#include "common/requests/connection_information.h"
+#include "common/requests/connection_list.h"
+#include "common/requests/diagnostics.h"
+#include "common/requests/reply_fields.h"
+#include "common/requests/reply_list.h"
+#include "common/requests/server_settings.h"
+#include "common/requests/server_statistics.h"
+#include "common/requests/volume_information.h"
+#include "common/requests/volume_list.h"
+#include "tests/support/exact_block.h"
+#include "tests/support/require.h"
+
+namespace zrp {
+namespace {
+
+template <size_t N>
+bool is_terminated(const char (&text)[N]) {
+    return memchr(text, '\0', N) != nullptr;
+}
+
+// Calls scan(offset) until it fails. Each success must move the offset on, within the reply.
+template <typename Scan>
+void scan_to_the_end(const ExactBlock& reply, Scan scan) {
+    int before = 0;
+    int offset = 0;
+    while (scan(&offset) == kOk) {
+        REQUIRE(offset > before && offset <= reply.length());
+        before = offset;
+    }
+}
+
+struct SampleRecord {
+    int32_t signedNumber;
+    uint32_t number32;
+    uint64_t number64;
+    char text[5];
+    char guard;
+};
+
+constexpr ReplyField kSampleFields[] = {
+    ZRP_FIELD("startIndex", kDecimal, SampleRecord, signedNumber),
+    ZRP_FIELD("a", kNumber32, SampleRecord, number32),
+    ZRP_FIELD("value", kNumber64, SampleRecord, number64),
+    ZRP_FIELD("name", kText, SampleRecord, text),
+};
+
+constexpr ReplyList kSampleList = {{"zrpConsoleReply", "listVolumes"}, "volume", kInvalid, kRange};
+
+} // namespace
+
+void drive_list_and_fields(std::string_view input) {
+    const ExactBlock reply(input);
+    scan_to_the_end(reply, [&](int* offset) {
+        XmlElement item;
+        const int rc = next_item(kSampleList, reply.begin(), reply.length(), offset, &item);
+        if (rc != kOk) {
+            return rc;
+        }
+        require_element(reply, item);
+        SampleRecord record = {};
+        record.guard = '#';
+        read_fields(kSampleFields, item, &record);
+        for (const ReplyField& field : kSampleFields) {
+            read_field(field, item, &record);
+        }
+        REQUIRE(record.guard == '#');
+        REQUIRE(is_terminated(record.text));
+        return rc;
+    });
+}
+
+void drive_server_statistics(std::string_view input) {
+    const ExactBlock reply(input);
+    scan_to_the_end(reply, [&](int* offset) {
+        char* element = nullptr;
+        int length = 0;
+        const int rc =
+            ScanServerStatisticsReply(reply.begin(), reply.length(), offset, &element, &length);
+        REQUIRE(element != nullptr || length == 0);
+        if (element != nullptr) {
+            require_view(reply, element, static_cast<size_t>(length));
+        }
+        return rc;
+    });
+}
+
+void drive_volume_list(std::string_view input) {
+    const ExactBlock reply(input);
+    scan_to_the_end(reply, [&](int* offset) {
+        ListedName name = "";
+        uint32_t status = 0;
+        int32_t number = 0;
+        const int rc =
+            ScanListVolumesReply(reply.begin(), reply.length(), offset, &name, &status, &number);
+        REQUIRE(is_terminated(name));
+        return rc;
+    });
+    const ExactBlock again(input);
+    scan_to_the_end(again, [&](int* offset) {
+        return ScanListVolumesReply(again.begin(), again.length(), offset, nullptr, nullptr,
+                                    nullptr);
+    });
+    int startIndex = 0;
+    ScanStartIndex(again.begin(), again.length(), &startIndex);
+}
+
+void drive_volume_information(std::string_view input) {
+    const ExactBlock reply(input);
+    scan_to_the_end(reply, [&](int* offset) {
+        int version = 0;
+        VolumeRecord record;
+        const int rc =
+            ScanVolumeInformationReply(reply.begin(), reply.length(), offset, &version, &record);
+        REQUIRE(rc != kOk || record != nullptr);
+        return rc;
+    });
+}
+
+void drive_connection_list(std::string_view input) {
+    const ExactBlock reply(input);
+    scan_to_the_end(reply, [&](int* offset) {
+        ConnectionEntry entry = {};
+        const int rc = ScanListConnectionsReply(reply.begin(), reply.length(), offset, &entry);
+        REQUIRE(is_terminated(entry.name) && is_terminated(entry.mfa));
+        REQUIRE(is_terminated(entry.licensedState) && is_terminated(entry.encrypted));
+        return rc;
+    });
+}
+
+void drive_connection_information(std::string_view input) {
+    const ExactBlock reply(input);
+    ConnectionInformationPtr record;
+    if (ScanConnectionInformationReply(reply.begin(), reply.length(), &record) != kOk) {
+        return;
+    }
+    for (const NameList& list : {record->openFiles, record->securityEquals}) {
+        const char* name = list.names;
+        for (uint32_t i = 0; i < list.count; i++) {
+            name += strlen(name) + 1; // under the address sanitizer this sees a missing NUL
+        }
+    }
+}
+
+void drive_diagnostics(std::string_view input) {
+    for (const auto scan : {ScanDiagnosticsReply, ScanZrp2bksDiagnosticReply}) {
+        const ExactBlock reply(input);
+        scan_to_the_end(reply, [&](int* cursor) {
+            DiagnosticName name = "";
+            int32_t value = 0;
+            const int rc = scan(reply.begin(), reply.length(), cursor, name, &value);
+            REQUIRE(is_terminated(name));
+            return rc;
+        });
+    }
+}
+
+void drive_server_settings(std::string_view input) {
+    for (const bool withNames : {true, false}) {
+        const ExactBlock reply(input);
+        scan_to_the_end(reply, [&](int* offset) {
+            SettingText name = "";
+            SettingText value = "";
+            const int rc = ScanSetReply(reply.begin(), reply.length(), offset,
+                                        withNames ? &name : nullptr, &value);
+            REQUIRE(is_terminated(name) && is_terminated(value));
+            return rc;
+        });
+    }
+}
+
+} // namespace zrp

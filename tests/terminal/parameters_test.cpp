@@ -1,0 +1,428 @@
+// The Parameters screen.
+
+#include <algorithm>
+#include <map>
+#include <mutex>
+
+#include "tests/terminal/session.h"
+#include "tests/terminal/simulator.h"
+
+namespace zrp {
+namespace {
+
+constexpr int kFirstRow = kMainTop + 1;
+constexpr int kColumn = 2;
+constexpr int kShownItems = 18;
+
+using Names = std::vector<std::string>;
+
+std::string set_reply(const std::string& content) {
+    return "<zrpConsoleReply><set>" + content + "</set></zrpConsoleReply>";
+}
+
+std::string list_of(const Names& names) {
+    std::string content;
+    for (const std::string& name : names) {
+        content += "<name value=\"not this\">" + name + "</name>\n";
+    }
+    return set_reply(content);
+}
+
+std::string value_of(const std::string& text) {
+    return set_reply("<name>X</name><string>" + text + "</string>");
+}
+
+std::string between(const std::string& text, const std::string& before, const std::string& after) {
+    const size_t start = text.find(before) + before.size();
+    return text.substr(start, text.find(after, start) - start);
+}
+
+// A main daemon with settings and nothing else. Any thread may change it.
+class Settings {
+public:
+    Settings(const std::string& list, std::map<std::string, std::string> values)
+        : list_(list), values_(std::move(values)) {}
+
+    void set(const std::string& name, const std::string& answer) {
+        const std::lock_guard lock(mutex_);
+        values_[name] = answer;
+    }
+
+    void set_list(const std::string& list) {
+        const std::lock_guard lock(mutex_);
+        list_ = list;
+    }
+
+    [[nodiscard]] Names requests() const {
+        const std::lock_guard lock(mutex_);
+        return requests_;
+    }
+
+    // How often a name was asked for.
+    [[nodiscard]] long count(const std::string& name) const {
+        const std::lock_guard lock(mutex_);
+        return std::count_if(requests_.begin(), requests_.end(), [&](const std::string& request) {
+            return request.find("<name>" + name + "</name>") != std::string::npos;
+        });
+    }
+
+    [[nodiscard]] PeerScript script() {
+        return {read_request(),
+                reply_to([this](const std::string& text) { return reply(answer(text)); })};
+    }
+
+private:
+    std::string answer(const std::string& request) {
+        const std::lock_guard lock(mutex_);
+        if (request.find("<set>") == std::string::npos) {
+            return statistics("");
+        }
+        requests_.push_back(request);
+        if (request.find("<browse>1</browse>") != std::string::npos) {
+            return list_;
+        }
+        return values_[between(request, "<name>", "</name>")];
+    }
+
+    mutable std::mutex mutex_;
+    std::string list_;
+    std::map<std::string, std::string> values_;
+    Names requests_;
+};
+
+// Numbered settings, the value of each as long as its number says nothing else.
+Names numbered(int count) {
+    Names names;
+    for (int i = 1; i <= count; i++) {
+        names.push_back("PARAMETER_" + std::to_string(i));
+    }
+    return names;
+}
+
+std::map<std::string, std::string> values_for(const Names& names) {
+    std::map<std::string, std::string> values;
+    for (const std::string& name : names) {
+        values[name] = value_of("v" + between(name, "_", " "));
+    }
+    return values;
+}
+
+bool open_parameters(Terminal& terminal, const std::string& firstLine) {
+    if (!wait_for_windows(terminal)) {
+        return false;
+    }
+    terminal.press(Key::kF6);
+    return terminal.wait_for_text(kFirstRow, kColumn, firstLine);
+}
+
+// What stands inside the main window's frame at a row.
+std::string inside(const Terminal& terminal, int row) {
+    const std::string all = terminal.eye().text_at(row, kColumn, terminal.eye().columns() - 4);
+    const size_t last = all.find_last_not_of(' ');
+    return last == std::string::npos ? "" : all.substr(0, last + 1);
+}
+
+TEST(Parameters, ShowsEachNameWithItsValue) {
+    ZRP_NEEDS_ROOT();
+    Settings settings(list_of({"LOG_LEVEL", "SERVER_CONTACT"}),
+                      {{"LOG_LEVEL", value_of("WARNING")}, {"SERVER_CONTACT", value_of("a b")}});
+    const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
+    Terminal terminal(monitor());
+    ASSERT_TRUE(open_parameters(terminal, "LOG_LEVEL = WARNING ")) << terminal.text();
+    ASSERT_TRUE(terminal.wait_for_text(kFirstRow + 1, kColumn, "SERVER_CONTACT = a b "));
+    EXPECT_EQ(inside(terminal, kFirstRow + 2), "");
+    EXPECT_EQ(terminal.cell(kFirstRow, kColumn),
+              (stage::Cell{.text = "L", .foreground = kWhite, .background = kBlue}));
+    expect_clean_end(terminal);
+}
+
+TEST(Parameters, AsksForTheListOnceAndForEachValueOnEveryPass) {
+    ZRP_NEEDS_ROOT();
+    Settings settings(list_of({"A", "B"}), {{"A", value_of("1")}, {"B", value_of("2")}});
+    const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
+    Terminal terminal(monitor());
+    ASSERT_TRUE(open_parameters(terminal, "A = 1"));
+    ASSERT_TRUE(terminal.wait_until([&] { return settings.requests().size() >= 5; }));
+    const Names requests = settings.requests();
+    const std::string head =
+        "<zrpConsoleRequest pid=\"" + std::to_string(terminal.child().pid()) + "\"><set>\n";
+    const std::string version = "<versionTag>1</versionTag><attributes>1</attributes>";
+    const std::string trailer = "\n</set></zrpConsoleRequest>";
+    EXPECT_EQ(requests[0], head + version + "<browse>1</browse>" + trailer);
+    for (size_t i = 1; i < 5; i++) {
+        EXPECT_EQ(requests[i],
+                  head + version + "<name>" + (i % 2 == 1 ? "A" : "B") + "</name>" + trailer);
+    }
+}
+
+TEST(Parameters, AParameterNamedAllowUtf8InAnyLetterCaseIsNotShown) {
+    ZRP_NEEDS_ROOT();
+    Settings settings(list_of({"Allow_Utf8", "ALLOW_UTF8", "allow_utf8", "ALLOW_UTF8_NAMES"}),
+                      {{"ALLOW_UTF8_NAMES", value_of("1")}});
+    const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
+    Terminal terminal(monitor());
+    ASSERT_TRUE(open_parameters(terminal, "ALLOW_UTF8_NAMES = 1")) << terminal.text();
+    EXPECT_EQ(inside(terminal, kFirstRow + 1), "");
+    EXPECT_EQ(settings.count("Allow_Utf8"), 0);
+}
+
+TEST(Parameters, SevenParametersAreNeverShown) {
+    ZRP_NEEDS_ROOT();
+    Settings settings(list_of({"FIRST", "Max_File_Descriptor_Number", "MAX_FILE_DESCRIPTOR_NUMBER",
+                               "ZRP_FILE_SERVER_NAME", "ALLOW_UTF8", "ALLOW_CIFS_MIXED_MODE_PATHS",
+                               "ENABLE_ZRP_RANGE_CHECKING", "ALLOW_CLEAR_TEXT_BINDERY_PASSWORDS",
+                               "SHADOW_VOLUME", "LAST"}),
+                      {{"FIRST", value_of("1")}, {"LAST", value_of("2")}});
+    const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
+    Terminal terminal(monitor());
+    ASSERT_TRUE(open_parameters(terminal, "FIRST = 1")) << terminal.text();
+    EXPECT_TRUE(terminal.wait_for_text(kFirstRow + 1, kColumn, "LAST = 2 ")) << terminal.text();
+    EXPECT_EQ(inside(terminal, kFirstRow + 2), "");
+}
+
+TEST(Parameters, WithTwentyVisibleParametersTheFirstEighteenAreShown) {
+    ZRP_NEEDS_ROOT();
+    const Names names = numbered(20);
+    Settings settings(list_of(names), values_for(names));
+    const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
+    Terminal terminal(monitor(40, 100));
+    ASSERT_TRUE(open_parameters(terminal, "PARAMETER_1 = v1")) << terminal.text();
+    ASSERT_TRUE(terminal.wait_for_text(kFirstRow + 17, kColumn, "PARAMETER_18 = v18"));
+    for (int i = 1; i <= kShownItems; i++) {
+        const std::string number = std::to_string(i);
+        EXPECT_EQ(inside(terminal, kFirstRow + i - 1), "PARAMETER_" + number + " = v" + number);
+    }
+    EXPECT_EQ(inside(terminal, kFirstRow + kShownItems), "");
+    EXPECT_EQ(settings.count("PARAMETER_19"), 0);
+}
+
+TEST(Parameters, OnTheSmallestTerminalTheRowsInsideTheFrameAreShown) {
+    ZRP_NEEDS_ROOT();
+    const Names names = numbered(20);
+    Settings settings(list_of(names), values_for(names));
+    const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
+    Terminal terminal(monitor(25, 40));
+    ASSERT_TRUE(open_parameters(terminal, "PARAMETER_1 = v1")) << terminal.text();
+    ASSERT_TRUE(terminal.wait_for_text(18, kColumn, "PARAMETER_13 = v13"));
+    ASSERT_TRUE(terminal.wait_until([&] { return settings.count("PARAMETER_18") >= 2; }));
+    EXPECT_EQ(terminal.cell(19, 1).text, kBottomLeft);
+    EXPECT_EQ(terminal.row(20), "");
+}
+
+TEST(Parameters, MoreParametersThanTheTableHoldsAreLeftOut) {
+    ZRP_NEEDS_ROOT();
+    const Names names = numbered(1000);
+    Settings settings(list_of(names), values_for(names));
+    const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
+    Terminal terminal(monitor());
+    ASSERT_TRUE(open_parameters(terminal, "PARAMETER_1 = v1")) << terminal.text();
+    expect_clean_end(terminal);
+}
+
+TEST(Parameters, AValueShorterThanThePreviousOneLeavesTheOldCharactersBehind) {
+    ZRP_NEEDS_ROOT();
+    Settings settings(list_of({"LEVEL"}), {{"LEVEL", value_of("12345")}});
+    const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
+    Terminal terminal(monitor());
+    ASSERT_TRUE(open_parameters(terminal, "LEVEL = 12345 ")) << terminal.text();
+    settings.set("LEVEL", value_of("9"));
+    EXPECT_TRUE(terminal.wait_for_text(kFirstRow, kColumn, "LEVEL = 92345 ")) << terminal.text();
+}
+
+TEST(Parameters, AReplyWithoutSetElementGivesAnEmptyScreen) {
+    ZRP_NEEDS_ROOT();
+    Settings settings("<zrpConsoleReply><name>LOST</name></zrpConsoleReply>", {});
+    const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
+    Terminal terminal(monitor());
+    ASSERT_TRUE(wait_for_windows(terminal));
+    terminal.press(Key::kF6);
+    ASSERT_TRUE(terminal.wait_until([&] { return !settings.requests().empty(); }));
+    terminal.pump(stage::milliseconds{1500});
+    EXPECT_EQ(terminal.cell(kMainTop, 1).text, kTopLeft);
+    for (int row = kFirstRow; row < 19; row++) {
+        EXPECT_EQ(inside(terminal, row), "") << terminal.text();
+    }
+    EXPECT_EQ(settings.requests().size(), 1U);
+}
+
+TEST(Parameters, TheListIsFetchedAnewWheneverTheScreenIsEntered) {
+    ZRP_NEEDS_ROOT();
+    Settings settings(list_of({"OLD", "OLDER"}),
+                      {{"OLD", value_of("1")}, {"OLDER", value_of("2")}, {"NEW", value_of("3")}});
+    const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
+    Terminal terminal(monitor());
+    ASSERT_TRUE(open_parameters(terminal, "OLD = 1"));
+    settings.set_list(list_of({"NEW"}));
+    terminal.press(Key::kF2);
+    ASSERT_TRUE(terminal.wait_until([&] { return inside(terminal, kFirstRow).empty(); }));
+    terminal.press(Key::kF6);
+    ASSERT_TRUE(terminal.wait_for_text(kFirstRow, kColumn, "NEW = 3 ")) << terminal.text();
+    EXPECT_EQ(inside(terminal, kFirstRow + 1), "");
+    settings.set_list("<zrpConsoleReply><result value=\"-5\"/></zrpConsoleReply>");
+    terminal.press(Key::kF2);
+    ASSERT_TRUE(terminal.wait_until([&] { return inside(terminal, kFirstRow).empty(); }));
+    const long asked = settings.count("NEW");
+    terminal.press(Key::kF6);
+    terminal.pump(stage::milliseconds{2500});
+    EXPECT_EQ(inside(terminal, kFirstRow), "") << "a failed load leaves the table empty";
+    EXPECT_EQ(settings.count("NEW"), asked);
+}
+
+TEST(Parameters, ANameIsSentBackAsTheServerWroteIt) {
+    ZRP_NEEDS_ROOT();
+    Settings settings(list_of({"A &amp; B"}), {{"A &amp; B", value_of("1")}});
+    const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
+    Terminal terminal(monitor());
+    EXPECT_TRUE(open_parameters(terminal, "A &amp; B = 1")) << terminal.text();
+}
+
+TEST(Parameters, AValueIsNoFormatAndCannotSteerTheTerminal) {
+    ZRP_NEEDS_ROOT();
+    Settings settings(list_of({"%s\x7f\xff"}),
+                      {{"%s\x7f\xff", value_of("100%n %s\x1b[2J\t\x07\xc2\x9b\xff.")}});
+    const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
+    Terminal terminal(monitor());
+    EXPECT_TRUE(open_parameters(terminal, "%s?? = 100%n %s?[2J????. ")) << terminal.text();
+}
+
+TEST(Parameters, ANameWithAControlCharacterIsShownHarmlessAndNotAskedFor) {
+    ZRP_NEEDS_ROOT();
+    Settings settings(list_of({"F\x1b[31mORM", "NEXT"}), {{"NEXT", value_of("1")}});
+    const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
+    Terminal terminal(monitor());
+    ASSERT_TRUE(open_parameters(terminal, "F?[31mORM =  ")) << terminal.text();
+    ASSERT_TRUE(terminal.wait_for_text(kFirstRow + 1, kColumn, "NEXT = 1 "));
+    EXPECT_EQ(settings.requests().at(1).find("ORM"), std::string::npos);
+}
+
+TEST(Parameters, LongNamesAndValuesAreCutAtTheFrame) {
+    ZRP_NEEDS_ROOT();
+    const std::string longName(100, 'N');
+    const std::string endless(900, 'E');
+    const std::string refused(1100, 'R');
+    Settings settings(list_of({longName, "VALUE", endless, refused, "LAST"}),
+                      {{longName, value_of("hidden")},
+                       {"VALUE", value_of(std::string(9000, 'v'))},
+                       {endless, value_of("hidden")},
+                       {"LAST", value_of("1")}});
+    const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
+    Terminal terminal(monitor());
+    ASSERT_TRUE(open_parameters(terminal, std::string(76, 'N') + kVertical)) << terminal.text();
+    ASSERT_TRUE(terminal.wait_for_text(kFirstRow + 4, kColumn, "LAST = 1 ")) << terminal.text();
+    EXPECT_EQ(inside(terminal, kFirstRow + 1), "VALUE = " + std::string(68, 'v'));
+    EXPECT_EQ(terminal.cell(kFirstRow + 1, 78).text, kVertical);
+    EXPECT_EQ(inside(terminal, kFirstRow + 2), std::string(76, 'E'));
+    EXPECT_EQ(inside(terminal, kFirstRow + 3), std::string(76, 'R'));
+    EXPECT_EQ(terminal.cell(kFirstRow + 2, 1).text, kVertical);
+}
+
+// Answers to a value's request that bring none.
+struct BadValue {
+    const char* name;
+    std::string answer;
+};
+
+class ParameterValueFault : public testing::TestWithParam<BadValue> {};
+
+TEST_P(ParameterValueFault, LeavesTheOldValueAndTheOthersCurrent) {
+    ZRP_NEEDS_ROOT();
+    Settings settings(list_of({"BAD", "GOOD"}), {{"BAD", value_of("11")}, {"GOOD", value_of("1")}});
+    const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
+    Terminal terminal(monitor());
+    ASSERT_TRUE(open_parameters(terminal, "BAD = 11")) << terminal.text();
+    settings.set("BAD", GetParam().answer);
+    settings.set("GOOD", value_of("2"));
+    ASSERT_TRUE(terminal.wait_for_text(kFirstRow + 1, kColumn, "GOOD = 2"));
+    EXPECT_EQ(inside(terminal, kFirstRow), "BAD = 11");
+    settings.set("BAD", value_of("33"));
+    EXPECT_TRUE(terminal.wait_for_text(kFirstRow, kColumn, "BAD = 33 "));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Answers, ParameterValueFault,
+    testing::Values(BadValue{"Empty", ""}, BadValue{"NoSet", "<zrpConsoleReply/>"},
+                    BadValue{"NoString", set_reply("<name>BAD</name>")},
+                    BadValue{"Unclosed", "<zrpConsoleReply><set><string>99"},
+                    BadValue{"ErrorElement", "<result value=\"-5\"/>" + value_of("99")},
+                    BadValue{"WriteError", "<writeResult>" + value_of("99")}),
+    [](const auto& answer) { return std::string(answer.param.name); });
+
+TEST(Parameters, AnEmptyValueLeavesTheOldCharacters) {
+    ZRP_NEEDS_ROOT();
+    Settings settings(list_of({"A", "B"}), {{"A", value_of("77")}, {"B", value_of("1")}});
+    const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
+    Terminal terminal(monitor());
+    ASSERT_TRUE(open_parameters(terminal, "A = 77"));
+    settings.set("A", set_reply("<string/>"));
+    settings.set("B", value_of("2"));
+    ASSERT_TRUE(terminal.wait_for_text(kFirstRow + 1, kColumn, "B = 2"));
+    EXPECT_EQ(inside(terminal, kFirstRow), "A = 77");
+}
+
+// The simulated server, whose 28 parameters hold the seven hidden ones.
+struct Size {
+    int rows;
+    int columns;
+    int lastRow; // that shows a parameter
+    const char* lastText;
+};
+
+class ParametersOnTheSimulator : public testing::TestWithParam<Size> {};
+
+TEST_P(ParametersOnTheSimulator, FillTheScreen) {
+    ZRP_NEEDS_ROOT();
+    const Simulator server;
+    Terminal terminal(monitor(GetParam().rows, GetParam().columns));
+    ASSERT_TRUE(open_parameters(terminal, "MAXIMUM_CACHED_FILES_PER_VOLUME = 256000 "))
+        << terminal.text();
+    EXPECT_TRUE(terminal.wait_for_text(GetParam().lastRow, kColumn, GetParam().lastText))
+        << terminal.text();
+    EXPECT_EQ(terminal.eye().find_row("SHADOW_VOLUME"), -1);
+    expect_clean_end(terminal);
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, ParametersOnTheSimulator,
+                         testing::Values(Size{25, 80, 18, "LOG_CACHE_STATISTICS = 0 "},
+                                         Size{40, 100, 23, "VOLUME_MOUNT_TIMEOUT = 60 "}),
+                         [](const auto& size) {
+                             return std::to_string(size.param.rows) + "x" +
+                                    std::to_string(size.param.columns);
+                         });
+
+class ParametersFault : public testing::TestWithParam<const char*> {};
+
+TEST_P(ParametersFault, LeavesTheOldValues) {
+    ZRP_NEEDS_ROOT();
+    Simulator server;
+    Terminal terminal(monitor());
+    ASSERT_TRUE(open_parameters(terminal, "MAXIMUM_CACHED_FILES_PER_VOLUME = 256000 "));
+    ASSERT_TRUE(terminal.wait_for_text(18, kColumn, "LOG_CACHE_STATISTICS = 0 "));
+    const auto shown = [&] {
+        std::string text;
+        for (int row = kMainTop; row < 20; row++) {
+            text += terminal.row(row) + "\n";
+        }
+        return text;
+    };
+    const std::string before = shown();
+    server.tell("fault " + std::string(GetParam()) + ":set");
+    terminal.pump(stage::milliseconds{2500});
+    EXPECT_EQ(shown(), before);
+    expect_clean_end(terminal);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, ParametersFault, testing::ValuesIn(kReplyFaults), name_of_fault);
+
+TEST(Parameters, WithoutADaemonTheScreenKeepsItsFrame) {
+    ZRP_NEEDS_ROOT();
+    Terminal terminal(monitor());
+    ASSERT_TRUE(wait_for_windows(terminal));
+    terminal.press(Key::kF6);
+    terminal.pump(stage::milliseconds{1500});
+    EXPECT_EQ(terminal.cell(kMainTop, 1).text, kTopLeft);
+    EXPECT_EQ(inside(terminal, kFirstRow), "");
+    expect_clean_end(terminal);
+}
+
+} // namespace
+} // namespace zrp

@@ -1,0 +1,73 @@
+// The simulated server as the monitor's peer.
+//
+//     Simulator server({"--clock", "1000"});
+//     Terminal terminal(monitor());
+//     ...
+//     server.tell("fault hang:set");
+#pragma once
+
+#include <algorithm>
+#include <stdexcept>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tools/stage/child_process.h"
+
+namespace zrp {
+
+// What the simulated server can do to a reply; "refuse" is none, it concerns a whole socket.
+inline constexpr const char* kReplyFaults[] = {
+    "hang",          "drip",      "drip-header", "short-header", "wrong-magic",
+    "swapped-magic", "status",    "early-close", "zero-length",  "huge-length",
+    "garbage",       "truncated", "error-reply", "unclosed",
+};
+
+// As the name of a test.
+inline std::string name_of_fault(const testing::TestParamInfo<const char*>& fault) {
+    std::string name(fault.param);
+    std::replace(name.begin(), name.end(), '-', '_');
+    return name;
+}
+
+// Answers from its construction on, until it is destroyed.
+class Simulator {
+public:
+    explicit Simulator(const std::vector<std::string>& arguments = {})
+        : process_(options(arguments)) {
+        expect_line("ready");
+    }
+
+    // Carries out one line of the server's control input.
+    void tell(const std::string& line) {
+        const std::string bytes = line + "\n";
+        if (write(process_.input().get(), bytes.data(), bytes.size()) !=
+            static_cast<ssize_t>(bytes.size())) {
+            throw std::runtime_error("the simulated server takes no input");
+        }
+        expect_line("ok");
+    }
+
+private:
+    static stage::ChildOptions options(const std::vector<std::string>& arguments) {
+        stage::ChildOptions options;
+        options.arguments = {ZRPSIM_PROGRAM, "--control"};
+        options.arguments.insert(options.arguments.end(), arguments.begin(), arguments.end());
+        options.standardInput = stage::kPipe;
+        options.standardOutput = stage::kPipe;
+        return options;
+    }
+
+    void expect_line(const std::string& expected) {
+        const std::string line = process_.read_line().value_or("nothing");
+        if (line != expected) {
+            throw std::runtime_error("the simulated server says: " + line);
+        }
+    }
+
+    stage::ChildProcess process_;
+};
+
+} // namespace zrp

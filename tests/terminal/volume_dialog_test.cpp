@@ -1,0 +1,381 @@
+// The dialog that chooses a volume.
+
+#include <csignal>
+
+#include "tests/terminal/volume_world.h"
+
+namespace zrp {
+namespace {
+
+constexpr int kFrameColumn = 78;
+
+// The entry at a place of the list, with the blanks up to the next column.
+std::string entry(const VolumeStage& stage, int row, int column) {
+    std::string text = stage.terminal.eye().text_at(kFirstListRow + row, kListColumns[column], 20);
+    text.erase(text.find_last_not_of(' ') + 1);
+    return text;
+}
+
+bool wait_for_entry(VolumeStage& stage, int row, int column, const std::string& text) {
+    return stage.terminal.wait_until([&] { return entry(stage, row, column) == text; });
+}
+
+TEST(VolumeDialog, ListsMountedVolumesInThreeColumns) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed(0, "SYS") + listed(2, "DATA") + listed(7, "OFF", "0x1") +
+                                   listed(13, "HOME", "2") + listed(255, "LAST"))});
+    ASSERT_TRUE(stage.open_dialog()) << stage.terminal.text();
+    EXPECT_EQ(entry(stage, 0, 0), "0. SYS");
+    EXPECT_EQ(entry(stage, 0, 1), "2. DATA");
+    EXPECT_EQ(entry(stage, 0, 2), "13. HOME");
+    EXPECT_EQ(entry(stage, 1, 0), "255. LAST");
+    EXPECT_EQ(entry(stage, 1, 1), "");
+    EXPECT_EQ(stage.terminal.cell(kDialogTop, 1).text, kTopLeft);
+    EXPECT_EQ(stage.terminal.cell(kDialogBottom, kFrameColumn).text, kBottomRight);
+    EXPECT_EQ(stage.terminal.cell(kFirstListRow, kListColumns[0]),
+              (stage::Cell{.text = "0", .foreground = kWhite, .background = kBlue}));
+}
+
+TEST(VolumeDialog, AsksForTheListWithoutAProcessId) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed_volumes(2), "2"), volume_list(listed(2, "V2"))});
+    ASSERT_TRUE(stage.open_dialog());
+    EXPECT_EQ(stage.daemon->requests("listVolumes"),
+              (std::vector<std::string>{
+                  "<zrpConsoleRequest><listVolumes></listVolumes></zrpConsoleRequest>",
+                  "<zrpConsoleRequest><listVolumes><startIndex>2</startIndex></listVolumes>"
+                  "</zrpConsoleRequest>"}));
+    EXPECT_EQ(entry(stage, 0, 2), "2. V2");
+}
+
+TEST(VolumeDialog, AServerWithoutAMountedVolumeOpensNoDialog) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed(1, "OFF", "0x1"))});
+    ASSERT_TRUE(stage.terminal.wait_for("figure: 1"));
+    const stage::Snapshot before = stage.terminal.eye().snapshot();
+    stage.terminal.press(Key::kF3);
+    ASSERT_TRUE(
+        stage.terminal.wait_until([&] { return !stage.daemon->requests("listVolumes").empty(); }));
+    stage.terminal.pump(stage::milliseconds{300});
+    EXPECT_EQ(stage.terminal.eye().snapshot(), before) << stage.terminal.text();
+}
+
+TEST(VolumeDialog, NoVolumesAfterTabOnGeneralLeaveGeneralShown) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list("")});
+    ASSERT_TRUE(stage.terminal.wait_for("figure: 1"));
+    stage.terminal.press(Key::kTab);
+    ASSERT_TRUE(
+        stage.terminal.wait_until([&] { return !stage.daemon->requests("listVolumes").empty(); }));
+    stage.daemon->answer("serverStatistics", {statistics(parm("figure", "2"))});
+    EXPECT_TRUE(stage.terminal.wait_for("figure: 2")) << stage.terminal.text();
+}
+
+struct NextIndex {
+    const char* name;
+    const char* text;
+};
+
+class LastPage : public testing::TestWithParam<NextIndex> {};
+
+TEST_P(LastPage, EndsThePaging) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed(0, "SYS"), GetParam().text)});
+    ASSERT_TRUE(stage.open_dialog());
+    EXPECT_EQ(stage.daemon->requests("listVolumes").size(), 1U);
+}
+
+INSTANTIATE_TEST_SUITE_P(StartIndex, LastPage,
+                         testing::Values(NextIndex{"Missing", ""}, NextIndex{"Zero", "0"}),
+                         [](const auto& index) { return std::string(index.param.name); });
+
+TEST(VolumeDialog, AServerErrorOnTheSecondPageKeepsTheVolumesOfTheFirst) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed(0, "SYS"), "1"), server_error(-601)});
+    ASSERT_TRUE(stage.open_dialog());
+    EXPECT_EQ(stage.daemon->requests("listVolumes").size(), 2U);
+    EXPECT_EQ(entry(stage, 0, 0), "0. SYS");
+}
+
+TEST(VolumeDialog, AFailedExchangeOnTheSecondPageOpensNoDialog) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed(0, "SYS"), "1")});
+    stage.daemon->answer_raw("listVolumes",
+                             {reply(volume_list(listed(0, "SYS"), "1")), reply("", 5)});
+    ASSERT_TRUE(wait_for_windows(stage.terminal));
+    stage.terminal.press(Key::kF3);
+    ASSERT_TRUE(stage.terminal.wait_until(
+        [&] { return stage.daemon->requests("listVolumes").size() == 2; }));
+    stage.terminal.pump(stage::milliseconds{300});
+    EXPECT_EQ(stage.terminal.eye().find_row("Enter volume"), -1) << stage.terminal.text();
+}
+
+TEST(VolumeDialog, VolumeNumbersWithoutAPlaceInTheTableAreIgnored) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed(256, "A") + listed(-1, "B") + listed(2147483647, "C") +
+                                   listed(-2147483648, "D") + listed(5, "GOOD"))});
+    ASSERT_TRUE(stage.open_dialog());
+    EXPECT_EQ(entry(stage, 0, 0), "5. GOOD");
+    EXPECT_EQ(entry(stage, 0, 1), "");
+}
+
+TEST(VolumeDialog, ANameTooLongForTheTableIsCutBetweenCharacters) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed(0, std::string(62, 'x') + "\u00fcyz"))});
+    ASSERT_TRUE(stage.open_dialog());
+    EXPECT_EQ(stage.terminal.eye().text_at(kFirstListRow, kListColumns[0], 70),
+              "0. " + std::string(62, 'x') + "     ");
+}
+
+TEST(VolumeDialog, ControlCharactersOfANameDoNotReachTheTerminal) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed(0, "A\x1b[2J\nB"))});
+    ASSERT_TRUE(stage.open_dialog());
+    EXPECT_EQ(entry(stage, 0, 0), "0. A?[2J?B");
+}
+
+TEST(VolumeDialog, PlusPagesThrough25VolumesAndWrapsToTheTop) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed_volumes(25))});
+    ASSERT_TRUE(stage.open_dialog());
+    EXPECT_EQ(entry(stage, 0, 0), "0. V0");
+    EXPECT_EQ(entry(stage, 7, 2), "23. V23");
+    stage.terminal.type("+\r");
+    ASSERT_TRUE(wait_for_entry(stage, 0, 0, "24. V24")) << stage.terminal.text();
+    EXPECT_TRUE(wait_for_entry(stage, 0, 1, ""));
+    stage.terminal.type("+\r");
+    ASSERT_TRUE(wait_for_entry(stage, 0, 0, "0. V0")) << stage.terminal.text();
+    EXPECT_TRUE(wait_for_entry(stage, 7, 2, "23. V23")) << stage.terminal.text();
+}
+
+// The prompt covers most of the ninth row; the rows below it show up to the frame.
+TEST(VolumeDialog, LaterPagesRunOnBelowThePromptToTheFrame) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed_volumes(100))});
+    ASSERT_TRUE(stage.open_dialog());
+    EXPECT_EQ(entry(stage, 9, 0), "");
+    stage.terminal.type("+\r");
+    ASSERT_TRUE(wait_for_entry(stage, 10, 2, "56. V56")) << stage.terminal.text();
+    EXPECT_EQ(entry(stage, 0, 0), "24. V24");
+    EXPECT_TRUE(stage.terminal.wait_for_text(kPromptRow, kPromptColumn, kVolumePrompt));
+    EXPECT_EQ(stage.terminal.cell(kDialogBottom, 10).text, "\u2500");
+    // 48 were drawn, though fewer are seen.
+    stage.terminal.type("+\r");
+    EXPECT_TRUE(wait_for_entry(stage, 0, 0, "48. V48")) << stage.terminal.text();
+}
+
+TEST(VolumeDialog, TheNextPageStartsAtTheNumberOfEntriesDrawn) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed_volumes(50, 3))});
+    ASSERT_TRUE(stage.open_dialog());
+    EXPECT_EQ(entry(stage, 7, 2), "69. V69"); // the 24th
+    stage.terminal.type("+\r");
+    EXPECT_TRUE(wait_for_entry(stage, 0, 0, "24. V24")) << stage.terminal.text();
+}
+
+TEST(VolumeDialog, MinusOnTheTopPageChangesNothing) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed_volumes(40))});
+    ASSERT_TRUE(stage.open_dialog());
+    stage.terminal.type("-\r9999\r");
+    ASSERT_TRUE(stage.terminal.wait_for_text(kPromptRow, kInputColumn, "9999"));
+    EXPECT_EQ(entry(stage, 0, 0), "0. V0");
+    EXPECT_EQ(entry(stage, 9, 0), ""); // a page drawn anew would go on here
+}
+
+TEST(VolumeDialog, MinusGoesBackToTheTopWithALongPage) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed_volumes(40))});
+    ASSERT_TRUE(stage.open_dialog());
+    stage.terminal.type("+\r");
+    ASSERT_TRUE(wait_for_entry(stage, 0, 0, "24. V24"));
+    stage.terminal.type("-\r");
+    ASSERT_TRUE(wait_for_entry(stage, 0, 0, "0. V0"));
+    EXPECT_TRUE(wait_for_entry(stage, 9, 0, "27. V27")) << stage.terminal.text();
+}
+
+class RefusedNumber : public testing::TestWithParam<const char*> {};
+
+// The listed number that follows is taken: the dialog was still there.
+TEST_P(RefusedNumber, PromptsAgain) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed(7, "SEVEN") + listed(8, "OFF", "0x1"))});
+    stage.daemon->answer("volumeInformation", {volume_information({})});
+    ASSERT_TRUE(stage.open_dialog());
+    stage.terminal.type(std::string(GetParam()) + "\r");
+    stage.terminal.pump(stage::milliseconds{300});
+    EXPECT_EQ(stage.terminal.eye().text_at(kPromptRow, kPromptColumn, 55), kVolumePrompt);
+    EXPECT_EQ(stage.terminal.cell(kDialogBottom, 1).text, kBottomLeft);
+    stage.terminal.type("7\r");
+    EXPECT_TRUE(stage.terminal.wait_for_text(kTitleRow, kTitleColumn, "Volume: SEVEN"))
+        << stage.terminal.text();
+}
+
+INSTANTIATE_TEST_SUITE_P(Lines, RefusedNumber,
+                         testing::Values("300", "256", "8", "0", "x", " -1", " -249", "4294967303",
+                                         "99999999999999999999999999999999"));
+
+TEST(VolumeDialog, TheText7abcSelects7) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed(7, "SEVEN"))});
+    ASSERT_TRUE(stage.choose("7abc", {}));
+    EXPECT_TRUE(stage.terminal.wait_for_text(kTitleRow, kTitleColumn, "Volume: SEVEN"));
+}
+
+class VolumeQuitLine : public testing::TestWithParam<const char*> {};
+
+TEST_P(VolumeQuitLine, LeavesTheScreenShownBefore) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed(0, "SYS"))});
+    ASSERT_TRUE(stage.open_dialog());
+    stage.terminal.type(std::string(GetParam()) + "\r");
+    EXPECT_TRUE(stage.terminal.wait_for("figure: 1")) << stage.terminal.text();
+    EXPECT_EQ(stage.terminal.eye().find_row("Enter volume"), -1);
+    EXPECT_EQ(stage.terminal.cell(19, 1).text, kBottomLeft); // the main window's frame
+    EXPECT_EQ(stage.terminal.cell(kDialogBottom, 10).text, " ");
+    EXPECT_TRUE(stage.daemon->requests("volumeInformation").empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Lines, VolumeQuitLine, testing::Values("q", "Q", "", "quit"));
+
+struct KeyCase {
+    const char* name;
+    Key key;
+    const char* shown; // afterwards, on the screen that the key leads to
+};
+
+class VolumeDialogKey : public testing::TestWithParam<KeyCase> {};
+
+// The digits before the key are dropped with the dialog.
+TEST_P(VolumeDialogKey, EndsTheDialogAndIsActedOn) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed(0, "SYS") + listed(12, "TWELVE"))});
+    ASSERT_TRUE(stage.open_dialog());
+    stage.terminal.type("12");
+    ASSERT_TRUE(stage.terminal.wait_for_text(kPromptRow, kInputColumn, "12"));
+    stage.terminal.press(GetParam().key);
+    EXPECT_TRUE(stage.terminal.wait_for(GetParam().shown)) << stage.terminal.text();
+    EXPECT_TRUE(stage.daemon->requests("volumeInformation").empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Keys, VolumeDialogKey,
+                         testing::Values(KeyCase{"F1", Key::kF1, "figure: 1"},
+                                         KeyCase{"F2", Key::kF2, "figure: 1"},
+                                         KeyCase{"Home", Key::kHome, "figure: 1"},
+                                         KeyCase{"ShiftTab", Key::kShiftTab, "figure: 1"},
+                                         KeyCase{"Left", Key::kLeft, "figure: 1"},
+                                         KeyCase{"PageUp", Key::kPageUp, "figure: 1"},
+                                         KeyCase{"Up", Key::kUp, "figure: 1"},
+                                         KeyCase{"Down", Key::kDown, "figure: 1"}),
+                         [](const auto& key) { return std::string(key.param.name); });
+
+TEST(VolumeDialog, F3OpensItAgainWithTheListOfTheMoment) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed(0, "OLD")), volume_list(listed(0, "NEW"))});
+    ASSERT_TRUE(stage.open_dialog());
+    EXPECT_EQ(entry(stage, 0, 0), "0. OLD");
+    stage.terminal.press(Key::kF3);
+    EXPECT_TRUE(wait_for_entry(stage, 0, 0, "0. NEW")) << stage.terminal.text();
+}
+
+TEST(VolumeDialog, F12EndsTheProgram) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed(0, "SYS"))});
+    ASSERT_TRUE(stage.open_dialog());
+    expect_clean_end(stage.terminal);
+}
+
+TEST(VolumeDialog, ASignalEndsTheProgram) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed(0, "SYS"))});
+    ASSERT_TRUE(stage.open_dialog());
+    stage.terminal.child().send_signal(SIGTERM);
+    expect_ended_cleanly(stage.terminal);
+}
+
+TEST(VolumeDialog, ASignalEndsAListThatHasNoEnd) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed(0, "SYS"))});
+    ASSERT_TRUE(wait_for_windows(stage.terminal));
+    stage.daemon->answer("listVolumes", {volume_list("", "1")});
+    stage.terminal.press(Key::kF3);
+    ASSERT_TRUE(stage.terminal.wait_until(
+        [&] { return stage.daemon->requests("listVolumes").size() > 5; }));
+    stage.terminal.child().send_signal(SIGTERM);
+    expect_ended_cleanly(stage.terminal);
+}
+
+TEST(VolumeDialog, StaysInsideItsFrameOnTheSmallestTerminal) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed_volumes(100))}, 25, 40);
+    ASSERT_TRUE(wait_for_windows(stage.terminal));
+    stage.terminal.press(Key::kF3);
+    ASSERT_TRUE(stage.terminal.wait_for_text(kPromptRow, kPromptColumn, "Enter volume number"));
+    stage.terminal.type("+\r");
+    ASSERT_TRUE(wait_for_entry(stage, 0, 0, "24. V24")) << stage.terminal.text();
+    stage.terminal.type("12345678901234567890");
+    ASSERT_TRUE(stage.terminal.wait_for("67890"));
+    for (int row = kDialogTop + 1; row < kDialogBottom; row++) {
+        EXPECT_EQ(stage.terminal.cell(row, 1).text, kVertical) << row;
+        EXPECT_EQ(stage.terminal.cell(row, 38).text, kVertical) << row;
+        EXPECT_EQ(stage.terminal.cell(row, 0).text, " ") << row;
+        EXPECT_EQ(stage.terminal.cell(row, 39).text, " ") << row;
+    }
+    EXPECT_EQ(stage.terminal.cell(kDialogBottom, 38).text, kBottomRight);
+}
+
+TEST(VolumeDialog, SpansAWideTerminal) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed_volumes(25))}, 40, 100);
+    ASSERT_TRUE(stage.open_dialog());
+    EXPECT_EQ(stage.terminal.cell(kDialogTop, 98).text, kTopRight);
+    EXPECT_EQ(stage.terminal.cell(kDialogBottom, 98).text, kBottomRight);
+    stage.terminal.type("q\r");
+    EXPECT_TRUE(stage.terminal.wait_for("figure: 1"));
+    EXPECT_EQ(stage.terminal.cell(kDialogBottom, 98).text, kVertical); // of the main window
+}
+
+// What a server can do wrong. The dialog does not open and the screen stays.
+struct Fault {
+    const char* name;
+    std::string bytes;
+};
+
+std::ostream& operator<<(std::ostream& out, const Fault& fault) {
+    return out << fault.name;
+}
+
+class VolumeListFault : public testing::TestWithParam<Fault> {};
+
+TEST_P(VolumeListFault, OpensNoDialogAndTheNextAttemptDoes) {
+    ZRP_NEEDS_ROOT();
+    const std::string good = volume_list(listed(0, "SYS"));
+    VolumeStage stage({good});
+    stage.daemon->answer_raw("listVolumes", {GetParam().bytes, reply(good)});
+    ASSERT_TRUE(stage.terminal.wait_for("figure: 1"));
+    const stage::Snapshot before = stage.terminal.eye().snapshot();
+    stage.terminal.press(Key::kF3);
+    ASSERT_TRUE(stage.terminal.wait_until(
+        [&] { return stage.daemon->requests("listVolumes").size() == 1; }));
+    stage.terminal.pump(stage::milliseconds{200});
+    EXPECT_EQ(stage.terminal.eye().snapshot(), before) << stage.terminal.text();
+    stage.terminal.press(Key::kF3);
+    EXPECT_TRUE(stage.terminal.wait_for_text(kPromptRow, kPromptColumn, kVolumePrompt));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, VolumeListFault,
+    testing::Values(Fault{"WrongMagic", reply_header(4, 0, 0x12345678) + "text"},
+                    Fault{"ShortHeader", reply_header(4).substr(0, 8)}, Fault{"NoReply", ""},
+                    Fault{"EarlyClose", reply_header(5000) + "<zrpConsoleReply><listVolumes>"},
+                    Fault{"ZeroLength", reply_header(0)},
+                    Fault{"ErrorStatus", reply(volume_list(listed(0, "SYS")), 5)},
+                    Fault{"ErrorElement", reply(server_error(-5) + volume_list(listed(0, "SYS")))},
+                    Fault{"WriteError", reply("<writeResult>" + volume_list(listed(0, "SYS")))},
+                    Fault{"UnclosedElement",
+                          reply("<zrpConsoleReply><listVolumes>" + listed(0, "SYS"))},
+                    Fault{"Noise", reply(std::string("\x00\x1b[2J<\xff<<\"", 10))}),
+    [](const auto& fault) { return std::string(fault.param.name); });
+
+} // namespace
+} // namespace zrp

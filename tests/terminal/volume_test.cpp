@@ -1,0 +1,487 @@
+// The Volume screen: labels, values, and what it keeps when the server fails.
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "tests/terminal/volume_world.h"
+
+namespace zrp {
+namespace {
+
+const std::string kList = volume_list(listed(0, "SYS") + listed(3, "DATA"));
+
+std::string value(const VolumeStage& stage, int row, int count) {
+    return stage.terminal.eye().text_at(row, kValueColumn, count);
+}
+
+bool wait_for_value(VolumeStage& stage, int row, const std::string& text) {
+    return stage.terminal.wait_for_text(row, kValueColumn, text);
+}
+
+// Waits until the volume has been asked for that often from now on.
+bool wait_for_updates(VolumeStage& stage, size_t count) {
+    const size_t before = stage.daemon->requests("volumeInformation").size();
+    return stage.terminal.wait_until(
+        [&] { return stage.daemon->requests("volumeInformation").size() >= before + count; });
+}
+
+TEST(Volume, DrawsTitleAndLabelsWithTheirColonsInOneColumn) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({kList});
+    ASSERT_TRUE(stage.choose("3", {.name = "DATA"}));
+    ASSERT_TRUE(wait_for_value(stage, kTrusteesRow, "333"));
+    const char* const rows[] = {
+        "    Volume: DATA     ",        "                   Status:  ",
+        "              Mount point:  ", "       Shadow Mount point:  ",
+        "                 Capacity:  ", "             Cached files:  ",
+        "           Cached folders:  ", "            trustee count:  ",
+        "                            ",
+    };
+    int row = kTitleRow;
+    for (const std::string text : rows) {
+        EXPECT_EQ(stage.terminal.eye().text_at(row, 2, static_cast<int>(text.size())), text);
+        row++;
+    }
+    EXPECT_EQ(stage.terminal.cell(kTitleRow, kTitleColumn),
+              (stage::Cell{.text = "V", .foreground = kWhite, .background = kBlue}));
+}
+
+TEST(Volume, DrawsTheValuesBehindTheLabels) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({kList});
+    ASSERT_TRUE(stage.choose("0", {.status = "0x40000003", .shadow = "<shadow>/s</shadow>"}));
+    ASSERT_TRUE(wait_for_value(stage, kTrusteesRow, "333 ")) << stage.terminal.text();
+    EXPECT_EQ(value(stage, kStatusRow, 24), "online mounted BKS      ");
+    EXPECT_EQ(value(stage, kMountPointRow, 10), "/mnt/sys  ");
+    EXPECT_EQ(value(stage, kShadowRow, 5), "n/a  ");
+    EXPECT_EQ(value(stage, kCapacityRow, 6), "8 MB  ");
+    EXPECT_EQ(value(stage, kFilesRow, 5), "111  ");
+    EXPECT_EQ(value(stage, kFoldersRow, 5), "222  ");
+}
+
+TEST(Volume, AsksForTheVolumeByNameInVersion5) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({kList});
+    ASSERT_TRUE(stage.choose("3", {}));
+    ASSERT_TRUE(wait_for_updates(stage, 1));
+    EXPECT_EQ(stage.daemon->requests("volumeInformation").at(0),
+              "<zrpConsoleRequest pid=\"" + std::to_string(stage.terminal.child().pid()) +
+                  "\"><volumeInformation>\n<volume><name>DATA</name><versionTag>5</versionTag>"
+                  "</volume>\n</volumeInformation></zrpConsoleRequest>");
+}
+
+struct StatusCase {
+    const char* name;
+    const char* status;
+    const char* words;
+};
+
+class VolumeStatus : public testing::TestWithParam<StatusCase> {};
+
+TEST_P(VolumeStatus, ShowsItsWords) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({kList});
+    ASSERT_TRUE(stage.choose("0", {.status = GetParam().status}));
+    ASSERT_TRUE(wait_for_value(stage, kTrusteesRow, "333"));
+    EXPECT_EQ(value(stage, kStatusRow, 40).substr(0, strlen(GetParam().words) + 3),
+              std::string(GetParam().words) + "   ");
+}
+
+INSTANTIATE_TEST_SUITE_P(Bits, VolumeStatus,
+                         testing::Values(StatusCase{"Zero", "0", "dismounted "},
+                                         StatusCase{"Mounted", "0x3", "online mounted "},
+                                         StatusCase{"HiddenBks", "0xC0000000",
+                                                    "dismounted hidden BKS "}),
+                         [](const auto& status) { return std::string(status.param.name); });
+
+TEST(Volume, AStatusLongerThanTheRowIsCutAtTheFrame) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({kList});
+    ASSERT_TRUE(stage.choose("0", {.status = "0xFFFFFFFF"}));
+    ASSERT_TRUE(wait_for_value(stage, kTrusteesRow, "333"));
+    EXPECT_EQ(value(stage, kStatusRow, 48), "online activating mounted \"being mounted\" \"read ");
+    EXPECT_EQ(stage.terminal.cell(kStatusRow, 78).text, kVertical);
+    EXPECT_EQ(stage.terminal.cell(kMountPointRow, 1).text, kVertical);
+}
+
+TEST(Volume, AVolumeNameOf16CharactersIsAskedFor) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed(1, "ABCDEFGHIJKLMNOP"))});
+    ASSERT_TRUE(stage.choose("1", {}));
+    EXPECT_TRUE(wait_for_value(stage, kTrusteesRow, "333")) << stage.terminal.text();
+}
+
+TEST(Volume, AVolumeNameOf17CharactersIsSelectedButNeverAskedFor) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({volume_list(listed(1, "ABCDEFGHIJKLMNOPQ"))});
+    ASSERT_TRUE(stage.choose("1", {}));
+    EXPECT_TRUE(stage.terminal.wait_for_text(kTitleRow, kTitleColumn, "Volume: ABCDEFGHIJKLMNOPQ"));
+    stage.terminal.pump(stage::milliseconds{1500});
+    EXPECT_TRUE(stage.daemon->requests("volumeInformation").empty());
+    EXPECT_EQ(value(stage, kStatusRow, 10), std::string(10, ' '));
+}
+
+TEST(Volume, ValuesShorterThanBeforeLeaveOldCharactersBehind) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({kList});
+    ASSERT_TRUE(stage.choose(
+        "0", {.mountPoint = "<mountPoint>/a/long/path</mountPoint>", .files = "12345"}));
+    ASSERT_TRUE(wait_for_value(stage, kFilesRow, "12345"));
+    stage.daemon->answer(
+        "volumeInformation",
+        {volume_information(
+            {.status = "0", .mountPoint = "<mountPoint>/b</mountPoint>", .files = "9"})});
+    ASSERT_TRUE(wait_for_value(stage, kFilesRow, "92345 ")) << stage.terminal.text();
+    EXPECT_EQ(value(stage, kMountPointRow, 12), "/b/long/path");
+    EXPECT_EQ(value(stage, kStatusRow, 16), "dismounted ted  "); // over "online mounted "
+}
+
+TEST(Volume, AnEmptyValueLeavesTheOldOne) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({kList});
+    ASSERT_TRUE(stage.choose("0", {}));
+    ASSERT_TRUE(wait_for_value(stage, kMountPointRow, "/mnt/sys"));
+    stage.daemon->answer(
+        "volumeInformation",
+        {volume_information({.mountPoint = "<mountPoint></mountPoint>", .files = "777"})});
+    ASSERT_TRUE(wait_for_value(stage, kFilesRow, "777"));
+    EXPECT_EQ(value(stage, kMountPointRow, 8), "/mnt/sys");
+}
+
+TEST(Volume, TextsOfTheServerAreShownAsTheyAre) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({kList});
+    ASSERT_TRUE(
+        stage.choose("0", {.mountPoint = "<mountPoint>/%s%n/Gr\u00fc\u00dfe\x1b[2J</mountPoint>"}));
+    EXPECT_TRUE(wait_for_value(stage, kMountPointRow, "/%s%n/Gr\u00fc\u00dfe?[2J "))
+        << stage.terminal.text();
+}
+
+TEST(Volume, TheLargestFiguresFit) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({kList});
+    ASSERT_TRUE(stage.choose("0", {.clusters = "0x7FFFFFFFFFFFF",
+                                   .files = "0xFFFFFFFFFFFFFFFF",
+                                   .folders = "010",
+                                   .trustees = "4294967296"}));
+    ASSERT_TRUE(wait_for_value(stage, kTrusteesRow, "4294967296 "));
+    EXPECT_EQ(value(stage, kCapacityRow, 10), "7.99 EB   ");
+    EXPECT_EQ(value(stage, kFilesRow, 21), "18446744073709551615 ");
+    EXPECT_EQ(value(stage, kFoldersRow, 3), "8  ");
+}
+
+// The layouts of the other versions hold the figures elsewhere, or not at all.
+TEST(Volume, AnAnswerInVersion2ShowsItsShadowMountPoint) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({kList});
+    ASSERT_TRUE(stage.choose("0", {.version = 2, .shadow = "<shadow>/mnt/shadow</shadow>"}));
+    ASSERT_TRUE(wait_for_value(stage, kTrusteesRow, "333 ")) << stage.terminal.text();
+    EXPECT_EQ(value(stage, kShadowRow, 12), "/mnt/shadow ");
+    EXPECT_EQ(value(stage, kCapacityRow, 5), "8 MB ");
+    EXPECT_EQ(value(stage, kFilesRow, 4), "111 ");
+}
+
+TEST(Volume, AnAnswerInVersion2WithoutAShadowShowsNone) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({kList});
+    ASSERT_TRUE(stage.choose("0", {.version = 2}));
+    ASSERT_TRUE(wait_for_value(stage, kTrusteesRow, "333 "));
+    EXPECT_EQ(value(stage, kShadowRow, 4), "n/a ");
+}
+
+class OtherVersion : public testing::TestWithParam<int> {};
+
+TEST_P(OtherVersion, ShowsTheSameFigures) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({kList});
+    ASSERT_TRUE(
+        stage.choose("0", {.version = GetParam(), .shadow = "<shadow>/mnt/shadow</shadow>"}));
+    ASSERT_TRUE(wait_for_value(stage, kTrusteesRow, "333 ")) << stage.terminal.text();
+    EXPECT_EQ(value(stage, kStatusRow, 15), "online mounted ");
+    EXPECT_EQ(value(stage, kMountPointRow, 9), "/mnt/sys ");
+    EXPECT_EQ(value(stage, kShadowRow, 4), "n/a ");
+    EXPECT_EQ(value(stage, kCapacityRow, 5), "8 MB ");
+    EXPECT_EQ(value(stage, kFilesRow, 4), "111 ");
+    EXPECT_EQ(value(stage, kFoldersRow, 4), "222 ");
+}
+
+INSTANTIATE_TEST_SUITE_P(Answered, OtherVersion, testing::Values(1, 4, 6));
+
+TEST(Volume, AnAnswerInVersion3HasNoFigures) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({kList});
+    ASSERT_TRUE(stage.choose("0", {.version = 3}));
+    ASSERT_TRUE(wait_for_value(stage, kShadowRow, "n/a")) << stage.terminal.text();
+    EXPECT_EQ(value(stage, kMountPointRow, 9), "/mnt/sys ");
+    for (const int row : {kCapacityRow, kFilesRow, kFoldersRow, kTrusteesRow}) {
+        EXPECT_EQ(value(stage, row, 8), std::string(8, ' '));
+    }
+}
+
+// What a server can do wrong. The old values stay, and the next pass tries again.
+struct Fault {
+    const char* name;
+    std::string bytes;
+};
+
+std::ostream& operator<<(std::ostream& out, const Fault& fault) {
+    return out << fault.name;
+}
+
+const VolumeFacts kNewFacts = {.status = "0", .clusters = "7", .files = "999"};
+
+std::string new_reply(int version) {
+    VolumeFacts facts = kNewFacts;
+    facts.version = version;
+    return reply(volume_information(facts));
+}
+
+std::string without_mount_point(int version) {
+    VolumeFacts facts = kNewFacts;
+    facts.version = version;
+    facts.mountPoint = "";
+    return reply(volume_information(facts));
+}
+
+std::string with_name(const std::string& name) {
+    VolumeFacts facts = kNewFacts;
+    facts.name = name;
+    return reply(volume_information(facts));
+}
+
+class VolumeFault : public testing::TestWithParam<Fault> {};
+
+TEST_P(VolumeFault, LeavesTheOldValuesAndIsTriedAgain) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({kList});
+    ASSERT_TRUE(stage.choose("0", {}));
+    ASSERT_TRUE(wait_for_value(stage, kTrusteesRow, "333"));
+    const stage::Snapshot before = stage.terminal.eye().snapshot();
+    stage.daemon->answer_raw("volumeInformation", {GetParam().bytes});
+    ASSERT_TRUE(wait_for_updates(stage, 2)); // so that the first is drawn or not
+    EXPECT_EQ(stage.terminal.eye().snapshot(), before) << stage.terminal.text();
+    stage.daemon->answer("volumeInformation", {volume_information(kNewFacts)});
+    EXPECT_TRUE(wait_for_value(stage, kFilesRow, "999")) << stage.terminal.text();
+    expect_clean_end(stage.terminal);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, VolumeFault,
+    testing::Values(Fault{"WrongMagic", reply_header(4, 0, 0x12345678) + "text"},
+                    Fault{"ShortHeader", reply_header(4).substr(0, 8)}, Fault{"NoReply", ""},
+                    Fault{"EarlyClose", reply_header(9000) + new_reply(5).substr(12, 300)},
+                    Fault{"ZeroLength", reply_header(0)},
+                    Fault{"ErrorStatus", reply(volume_information(kNewFacts), 5)},
+                    Fault{"ErrorElement", reply(server_error(-5) + volume_information(kNewFacts))},
+                    Fault{"WriteError", reply("<writeResult>" + volume_information(kNewFacts))},
+                    Fault{"Noise", reply(std::string("\x00\x1b[2J<\xff<<\"", 10))},
+                    Fault{"Version7", new_reply(7)}, Fault{"Version0", new_reply(0)},
+                    Fault{"VersionBelow0", new_reply(-1)},
+                    Fault{"NoMountPoint", without_mount_point(5)},
+                    Fault{"NoMountPointInVersion1", without_mount_point(1)},
+                    Fault{"NameOf32Characters", with_name(std::string(32, 'x'))}),
+    [](const auto& fault) { return std::string(fault.param.name); });
+
+TEST(Volume, F3AndAChoiceRedrawTheScreenFromEmpty) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({kList});
+    ASSERT_TRUE(stage.choose("0", {.files = "12345"}));
+    ASSERT_TRUE(wait_for_value(stage, kFilesRow, "12345"));
+    stage.terminal.press(Key::kF3);
+    ASSERT_TRUE(stage.terminal.wait_for_text(kPromptRow, kPromptColumn, kVolumePrompt));
+    stage.daemon->answer("volumeInformation", {volume_information({.files = "9"})});
+    stage.terminal.type("3\r");
+    ASSERT_TRUE(stage.terminal.wait_for_text(kTitleRow, kTitleColumn, "Volume: DATA"));
+    EXPECT_TRUE(wait_for_value(stage, kFilesRow, "9    ")) << stage.terminal.text();
+    EXPECT_EQ(stage.terminal.eye().find_row("Enter volume"), -1);
+}
+
+// The number typed last is kept even when the user then quits: it names no volume to ask for.
+TEST(Volume, ARefusedNumberStopsTheFiguresOfTheShownVolume) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({kList});
+    ASSERT_TRUE(stage.choose("0", {}));
+    ASSERT_TRUE(wait_for_value(stage, kTrusteesRow, "333"));
+    stage.terminal.press(Key::kF3);
+    ASSERT_TRUE(stage.terminal.wait_for_text(kPromptRow, kPromptColumn, kVolumePrompt));
+    stage.terminal.type("300\rq\r");
+    ASSERT_TRUE(stage.terminal.wait_until(
+        [&] { return stage.terminal.eye().find_row("Enter volume") == -1; }));
+    ASSERT_TRUE(wait_for_updates(stage, 2));
+    EXPECT_NE(stage.daemon->requests("volumeInformation").back().find("<name></name>"),
+              std::string::npos);
+    expect_clean_end(stage.terminal);
+}
+
+TEST(Volume, FitsTheSmallestTerminal) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({kList}, 25, 40);
+    stage.daemon->answer("volumeInformation", {volume_information({})});
+    ASSERT_TRUE(wait_for_windows(stage.terminal));
+    stage.terminal.press(Key::kF3);
+    ASSERT_TRUE(stage.terminal.wait_for("Enter volume number"));
+    stage.terminal.type("0\r");
+    ASSERT_TRUE(wait_for_value(stage, kStatusRow, "online m")) << stage.terminal.text();
+    EXPECT_EQ(stage.terminal.cell(kStatusRow, 38).text, kVertical);
+    EXPECT_EQ(stage.terminal.cell(kMountPointRow, 1).text, kVertical);
+}
+
+TEST(Volume, AWideTerminalShowsMoreOfAStatus) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage({kList}, 40, 100);
+    ASSERT_TRUE(stage.choose("0", {.status = "0xFFFFFFFF"}));
+    EXPECT_TRUE(
+        wait_for_value(stage, kStatusRow,
+                       "online activating mounted \"being mounted\" \"read only\" \"data migra"))
+        << stage.terminal.text();
+}
+
+// Against the simulated server, whose figures move.
+class SimulatedServer {
+public:
+    explicit SimulatedServer(std::vector<std::string> arguments)
+        : child({.arguments = with_program(std::move(arguments)), .standardOutput = stage::kPipe}) {
+    }
+
+    static std::vector<std::string> with_program(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), ZRPSIM_PROGRAM);
+        return arguments;
+    }
+
+    stage::ChildProcess child;
+};
+
+bool open_dialog_of_simulation(Terminal& terminal) {
+    if (!terminal.wait_for("Server Up Time: ") || !terminal.wait_until([&] {
+            return terminal.eye().text_at(kStripTextRow, kUpTimeColumn, 1) != " ";
+        })) {
+        return false;
+    }
+    terminal.press(Key::kF3);
+    return terminal.wait_for_text(kPromptRow, kPromptColumn, kVolumePrompt);
+}
+
+TEST(Volume, ShowsAVolumeOfTheSimulatedServer) {
+    ZRP_NEEDS_ROOT();
+    SimulatedServer server({});
+    Terminal terminal(monitor(40, 100));
+    ASSERT_TRUE(open_dialog_of_simulation(terminal)) << terminal.text();
+    terminal.type("0\r");
+    ASSERT_TRUE(terminal.wait_for_text(kTitleRow, kTitleColumn, "Volume: ")) << terminal.text();
+    ASSERT_TRUE(terminal.wait_for_text(kShadowRow, kValueColumn, "n/a"));
+    EXPECT_EQ(terminal.eye().text_at(kMountPointRow, kValueColumn, 1), "/");
+    const std::string files = terminal.eye().text_at(kFilesRow, kValueColumn, 10);
+    EXPECT_TRUE(terminal.wait_until([&] {
+        return terminal.eye().text_at(kFilesRow, kValueColumn, 10) != files;
+    })) << terminal.text();
+    expect_clean_end(terminal);
+}
+
+TEST(Volume, PagesThrough256Volumes) {
+    ZRP_NEEDS_ROOT();
+    SimulatedServer server({"--volumes", "256"});
+    Terminal terminal(monitor());
+    ASSERT_TRUE(open_dialog_of_simulation(terminal)) << terminal.text();
+    std::vector<int> starts;
+    for (int page = 0; page < 5; page++) {
+        const std::string before = terminal.eye().row(kFirstListRow);
+        starts.push_back(std::stoi(terminal.eye().text_at(kFirstListRow, kListColumns[0], 4)));
+        terminal.type("+\r");
+        terminal.wait_until([&] { return terminal.eye().row(kFirstListRow) != before; },
+                            stage::milliseconds{1000});
+    }
+    EXPECT_EQ(starts[0], 0);
+    EXPECT_GE(starts[1], 24);
+    EXPECT_GE(starts[2], 48);
+    EXPECT_EQ(starts[3], starts[2]); // the count drawn does not grow any more
+}
+
+// A working directory that goes with the test.
+struct Workplace {
+    Workplace() {
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "zrptop-volume-XXXXXX").string();
+        path = mkdtemp(pattern.data());
+    }
+    Workplace(const Workplace&) = delete;
+    Workplace& operator=(const Workplace&) = delete;
+    ~Workplace() {
+        std::filesystem::remove_all(path);
+    }
+
+    [[nodiscard]] std::string trace() const {
+        std::ifstream file(path / "zrptop.log");
+        std::stringstream text;
+        text << file.rdbuf();
+        return text.str();
+    }
+
+    std::filesystem::path path;
+};
+
+TerminalOptions traced_monitor(const Workplace& workplace) {
+    TerminalOptions options = monitor(25, 80, {"-d"});
+    options.child.directory = workplace.path;
+    return options;
+}
+
+// Expects the lines in their order; others may stand between them.
+void expect_lines(const std::string& trace, const std::vector<std::string>& lines) {
+    size_t from = 0;
+    for (const std::string& line : lines) {
+        const size_t found = trace.find(line + "\n", from);
+        ASSERT_NE(found, std::string::npos) << line << "\nafter byte " << from << " of\n" << trace;
+        from = found + line.size();
+    }
+}
+
+TEST(Volume, TracesTheDialogAndTheScreen) {
+    ZRP_NEEDS_ROOT();
+    const Workplace workplace;
+    const std::string list = volume_list(listed(0, "SYS") + listed(4, "OFF", "0x1"));
+    VolumeStage stage({list}, traced_monitor(workplace));
+    ASSERT_TRUE(stage.choose("0", {}));
+    ASSERT_TRUE(wait_for_value(stage, kTrusteesRow, "333"));
+    expect_clean_end(stage.terminal);
+    expect_lines(workplace.trace(),
+                 {"SelectVolumeNumber: call do_list_volumes()",
+                  "do_list_volumes: BuildListVolumesRequest(0)",
+                  "do_list_volumes: startingIndex=-1 szReply=" + std::to_string(list.size()),
+                  "do_list_volumes: reply=\n\"" + list + "\"\n",
+                  "do_list_volumes: reply+offset=\n\"" + list + "\"\n",
+                  "do_list_volumes: ScanListVolumesReply() v=SYS stat=3 id=0",
+                  "do_list_volumes: ScanListVolumesReply() v=OFF stat=1 id=4",
+                  "do_list_volumes: v=OFF stat=1 id=4 NOT MOUNTED",
+                  "do_list_volumes: ScanListVolumesReply() rc=22", "do_list_volumes: volumeCount=1",
+                  "SelectVolumeNumber: wgetnstr() str=0", "SelectVolumeNumber: select SYS id=0",
+                  "updateVolumeWindow: call BuildVolumeInformationRequest",
+                  "updateVolumeWindow: call QueryZRPServer",
+                  "updateVolumeWindow: reply=\n\"" + volume_information({}) + "\"\n"});
+}
+
+TEST(Volume, TracesWhatFails) {
+    ZRP_NEEDS_ROOT();
+    const Workplace workplace;
+    VolumeStage stage({kList}, traced_monitor(workplace));
+    stage.daemon->answer_raw("listVolumes", {reply("", 5), reply(volume_list("")),
+                                             reply(server_error(9)), reply(kList)});
+    ASSERT_TRUE(wait_for_windows(stage.terminal));
+    stage.terminal.type("\x1bOR\x1bOR\x1bOR"); // F3 three times
+    ASSERT_TRUE(stage.terminal.wait_until(
+        [&] { return stage.daemon->requests("listVolumes").size() == 3; }));
+    stage.daemon->answer_raw("volumeInformation", {reply("", 6), reply(server_error(8)), ""});
+    ASSERT_TRUE(stage.open_dialog());
+    stage.terminal.type("0\r");
+    ASSERT_TRUE(wait_for_updates(stage, 3));
+    expect_clean_end(stage.terminal);
+    expect_lines(
+        workplace.trace(),
+        {"do_list_volumes: QueryZRPServer() rc=5", "SelectVolumeNumber: do_list_volumes() rc=5",
+         "SelectVolumeNumber: do_list_volumes() volumeCount == 0",
+         "do_list_volumes: CheckForError() rc=9", "do_list_volumes: volumeCount=0",
+         "updateVolumeWindow: QueryZRPServer rc=6", "updateVolumeWindow: CheckForError rc=8"});
+}
+
+} // namespace
+} // namespace zrp

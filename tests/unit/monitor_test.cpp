@@ -1,0 +1,41 @@
+#include "core/monitor.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "common/heap_text.h"
+
+namespace zrp {
+namespace {
+
+TEST(Trace, WritesAndFlushesEachEvent) {
+    char* text = nullptr;
+    size_t size = 0;
+    monitorState.traceFile = open_memstream(&text, &size);
+    monitorState.traceEnabled = 1;
+    trace("%s: rc=%d\n", "tag", -5);
+    EXPECT_STREQ(text, "tag: rc=-5\n");
+    trace("second\n");
+    EXPECT_STREQ(text, "tag: rc=-5\nsecond\n");
+    monitorState.traceEnabled = 0;
+    trace("not enabled\n");
+    fclose(monitorState.traceFile);
+    monitorState.traceFile = nullptr;
+    const HeapText owned(text);
+    EXPECT_STREQ(text, "tag: rc=-5\nsecond\n");
+}
+
+TEST(Trace, WithoutAFileDoesNothing) {
+    trace("%s", "nowhere");
+}
+
+TEST(MonitorState, StartsAtTheGeneralScreenWithOneSecond) {
+    EXPECT_EQ(monitorState.currentScreen.load(), 266);
+    EXPECT_EQ(monitorState.refreshInterval.load(), 1);
+}
+
+} // namespace
+} // namespace zrp

@@ -1,0 +1,105 @@
+#include "common/requests/reply_fields.h"
+
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include <gtest/gtest.h>
+
+#include "common/result.h"
+#include "tests/support/exact_block.h"
+
+namespace zrp {
+namespace {
+
+struct Record {
+    int32_t decimal;
+    uint32_t number32;
+    uint64_t number64;
+    char text[4];
+    char guard[4];
+};
+
+constexpr ReplyField kFields[] = {
+    ZRP_FIELD("d", kDecimal, Record, decimal),
+    ZRP_FIELD("n", kNumber32, Record, number32),
+    ZRP_FIELD("w", kNumber64, Record, number64),
+    ZRP_FIELD("t", kText, Record, text),
+};
+
+// The record as read from the content of an element, over a pattern that shows what was untouched.
+struct Read {
+    int rc;
+    Record record;
+};
+
+Read read_record(std::string_view content) {
+    const ExactBlock reply("<o>" + std::string(content) + "</o>");
+    XmlElement outer;
+    EXPECT_EQ(FindElement("o", reply.begin(), reply.end(), &outer), kOk);
+    Read read = {0, {-7, 7, 7, "###", "###"}};
+    read.rc = read_fields(kFields, outer, &read.record);
+    EXPECT_STREQ(read.record.guard, "###");
+    return read;
+}
+
+TEST(ReadFields, ConvertsEachKind) {
+    const Read read = read_record("<d>-42</d><n>0x1F</n><w>0xFFFFFFFFFFFFFFFF</w><t>abc</t>");
+    EXPECT_EQ(read.rc, kOk);
+    EXPECT_EQ(read.record.decimal, -42);
+    EXPECT_EQ(read.record.number32, 31U);
+    EXPECT_EQ(read.record.number64, UINT64_MAX);
+    EXPECT_STREQ(read.record.text, "abc");
+}
+
+TEST(ReadFields, TheOrderInTheReplyDoesNotMatter) {
+    const Read read = read_record("<t>x</t><w>017</w><n>9</n><d>0x1F</d>");
+    EXPECT_EQ(read.rc, kOk);
+    EXPECT_EQ(read.record.decimal, 0);
+    EXPECT_EQ(read.record.number32, 9U);
+    EXPECT_EQ(read.record.number64, 15U);
+}
+
+TEST(ReadFields, ATextThatIsNoNumberGivesZero) {
+    const Read read = read_record("<d></d><n>x</n><w> </w><t></t>");
+    EXPECT_EQ(read.rc, kOk);
+    EXPECT_EQ(read.record.decimal, 0);
+    EXPECT_EQ(read.record.number32, 0U);
+    EXPECT_EQ(read.record.number64, 0U);
+    EXPECT_STREQ(read.record.text, "");
+}
+
+TEST(ReadFields, AWideNumberKeepsItsLowBits) {
+    const Read read = read_record("<d>4294967295</d><n>0x1FFFFFFFE</n><w>1</w><t>x</t>");
+    EXPECT_EQ(read.record.decimal, -1);
+    EXPECT_EQ(read.record.number32, 0xFFFFFFFEU);
+}
+
+TEST(ReadFields, ATextIsCutToItsMember) {
+    EXPECT_STREQ(read_record("<d>1</d><n>1</n><w>1</w><t>abcdef</t>").record.text, "abc");
+    EXPECT_STREQ(read_record("<d>1</d><n>1</n><w>1</w><t>ab\xC3\xA4</t>").record.text, "ab");
+}
+
+TEST(ReadFields, StopsAtTheFirstMissingElement) {
+    const Read read = read_record("<d>1</d><w>1</w><t>abc</t>");
+    EXPECT_EQ(read.rc, kInvalid);
+    EXPECT_EQ(read.record.decimal, 1);
+    EXPECT_EQ(read.record.number32, 7U);
+    EXPECT_EQ(read.record.number64, 7U);
+    EXPECT_STREQ(read.record.text, "###");
+}
+
+TEST(ReadField, ASelfClosingElementIsMissing) {
+    EXPECT_EQ(read_record("<d/><n>1</n><w>1</w><t>x</t>").rc, kInvalid);
+}
+
+TEST(ReadField, ASelfClosingOuterElementHoldsNothing) {
+    const ExactBlock reply("<o/><d>1</d>");
+    XmlElement outer;
+    ASSERT_EQ(FindElement("o", reply.begin(), reply.end(), &outer), kOk);
+    Record record = {};
+    EXPECT_EQ(read_field(kFields[0], outer, &record), kInvalid);
+}
+
+} // namespace
+} // namespace zrp

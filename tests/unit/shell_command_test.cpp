@@ -1,0 +1,181 @@
+// Commands of the shell, as the Version screen runs them.
+#include "screens/shell_command.h"
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "core/signals.h"
+
+namespace zrp {
+namespace {
+
+using std::chrono::milliseconds;
+
+// A folder of the test's own, removed at its end.
+class Folder {
+public:
+    Folder() : path(std::filesystem::temp_directory_path() / "shell_command_XXXXXX") {
+        std::string name = path;
+        path = mkdtemp(name.data());
+    }
+    ~Folder() {
+        std::filesystem::remove_all(path);
+    }
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+
+    [[nodiscard]] std::string operator/(const std::string& name) const {
+        return path / name;
+    }
+
+private:
+    std::filesystem::path path;
+};
+
+std::string contents(const std::string& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+TEST(ShellCommand, ReturnsTheStatusOfTheCommand) {
+    EXPECT_EQ(run_shell_command("true"), 0);
+    const int status = run_shell_command("exit 3");
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 3);
+    EXPECT_EQ(WEXITSTATUS(run_shell_command("/nonexistent/program")), 127);
+}
+
+TEST(ShellCommand, RunsPipesAndRedirections) {
+    const Folder folder;
+    const std::string out = folder / "out";
+    ASSERT_EQ(run_shell_command(("printf 'a\\nb\\n' | grep b > " + out).c_str()), 0);
+    EXPECT_EQ(contents(out), "b\n");
+}
+
+TEST(ShellCommand, WritesNothingToTheStreamsOfTheProgram) {
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    run_shell_command("echo out; echo errors >&2; /nonexistent/program");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(ShellCommand, TakesAnyAmountOfOutputAndGivesNoInput) {
+    EXPECT_EQ(run_shell_command("head -c 1000000 /dev/zero; head -c 1000000 /dev/zero >&2"), 0);
+    EXPECT_EQ(run_shell_command("test -z \"$(cat)\""), 0);
+}
+
+TEST(ShellCommand, HasNoTerminal) {
+    EXPECT_NE(run_shell_command("exec 3</dev/tty"), 0);
+}
+
+TEST(ShellCommand, ChangesNoSignalOfTheProgramAndSeesThemAllOpenAndAtTheirDefault) {
+    const Folder folder;
+    const std::string out = folder / "status";
+    std::array<struct sigaction, NSIG> before = {};
+    signal(SIGINT, SIG_IGN);
+    for (int number = 1; number < NSIG; number++) {
+        sigaction(number, nullptr, &before.at(static_cast<size_t>(number)));
+    }
+    {
+        const SignalBlock asOnTheRefreshThread;
+        ASSERT_EQ(run_shell_command(("grep ^Sig /proc/self/status > " + out).c_str()), 0);
+    }
+    for (int number = 1; number < NSIG; number++) {
+        struct sigaction now = {};
+        sigaction(number, nullptr, &now);
+        EXPECT_EQ(now.sa_handler, before.at(static_cast<size_t>(number)).sa_handler) << number;
+    }
+    const std::string seen = contents(out);
+    EXPECT_NE(seen.find("SigBlk:\t0000000000000000"), std::string::npos) << seen;
+    // 32 and 33 belong to the C library.
+    constexpr uint64_t kOrdinarySignals = 0x7fffffff;
+    EXPECT_EQ(std::stoull(seen.substr(seen.find("SigIgn:") + 7), nullptr, 16) & kOrdinarySignals,
+              0U)
+        << seen;
+}
+
+// system() would ignore SIGINT and SIGQUIT meanwhile.
+TEST(ShellCommand, LeavesSignalsForTheProgramWhileItRuns) {
+    static volatile sig_atomic_t arrived = 0;
+    const auto previous = signal(SIGINT, [](int) { arrived = 1; });
+    ASSERT_EQ(run_shell_command(("kill -INT " + std::to_string(getpid())).c_str()), 0);
+    for (int i = 0; i < 1000 && arrived == 0; i++) {
+        std::this_thread::sleep_for(milliseconds{1});
+    }
+    EXPECT_EQ(arrived, 1);
+    signal(SIGINT, previous);
+}
+
+TEST(ShellCommand, WritesThroughNoLinkThatStandsInTheFilesPlace) {
+    const Folder folder;
+    const std::string victim = folder / "victim";
+    const std::string dangling = folder / "dangling";
+    const std::string link = folder / "link";
+    std::ofstream(victim) << "precious";
+    std::filesystem::create_symlink(victim, link);
+    EXPECT_NE(run_shell_command(("echo gone > " + link).c_str()), 0);
+    EXPECT_EQ(contents(victim), "precious");
+    std::filesystem::remove(link);
+    std::filesystem::create_symlink(dangling, link);
+    EXPECT_NE(run_shell_command(("echo new > " + link).c_str()), 0);
+    EXPECT_FALSE(std::filesystem::exists(dangling));
+    std::filesystem::remove(link);
+    std::filesystem::create_hard_link(victim, link);
+    EXPECT_NE(run_shell_command(("echo gone > " + link).c_str()), 0);
+    EXPECT_EQ(contents(victim), "precious");
+}
+
+TEST(ShellCommand, LeavesNoDescriptorAndNoChildBehind) {
+    const auto lowest_free = [] {
+        const int fd = open("/dev/null", O_RDONLY | O_CLOEXEC);
+        close(fd);
+        return fd;
+    };
+    const int before = lowest_free();
+    for (int i = 0; i < 5; i++) {
+        run_shell_command("false");
+    }
+    EXPECT_EQ(lowest_free(), before);
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+}
+
+// Status 0 when the whole pipeline was ended long before its time, and nothing starts afterwards.
+[[noreturn]] void end_while_running(const std::string& pids) {
+    std::thread asker([&pids] {
+        while (contents(pids).find('\n') == std::string::npos) {
+            std::this_thread::sleep_for(milliseconds{5});
+        }
+        request_termination();
+    });
+    const int status =
+        run_shell_command(("sleep 60 | { echo $$ > " + pids + "; sleep 60; }").c_str());
+    asker.join();
+    const pid_t shell = std::stoi(contents(pids));
+    const bool killed = WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
+    for (int i = 0; i < 1000 && kill(-shell, 0) == 0; i++) {
+        std::this_thread::sleep_for(milliseconds{5});
+    }
+    const bool groupIsGone = kill(-shell, 0) != 0;
+    const bool refused = run_shell_command("true") == -1;
+    _exit(killed && groupIsGone && refused ? 0 : 1);
+}
+
+TEST(ShellCommandDeathTest, IsKilledWithAllItsChildrenWhenTheProgramIsToEnd) {
+    const Folder folder;
+    EXPECT_EXIT(end_while_running(folder / "pids"), testing::ExitedWithCode(0), "");
+}
+
+} // namespace
+} // namespace zrp

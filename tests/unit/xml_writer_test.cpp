@@ -1,0 +1,154 @@
+#include "common/xml_writer.h"
+
+#include <cstdint>
+#include <string>
+#include <unistd.h>
+
+#include <climits>
+#include <gtest/gtest.h>
+
+#include "common/tags.h"
+
+namespace zrp {
+namespace {
+
+constexpr size_t kRoom = 512;
+
+// The text of a finished document, its length checked.
+std::string text_of(XmlDocument& document) {
+    uint32_t length = 0;
+    const HeapText text(finish_document(document, &length));
+    if (text == nullptr) {
+        return "(none)";
+    }
+    EXPECT_EQ(strlen(text.get()), length);
+    return text.get();
+}
+
+// What one writer appends.
+template <typename Writer, typename... Arguments>
+std::string written(Writer writer, Arguments... arguments) {
+    XmlDocument document = start_document(kRoom);
+    const int count = writer(document, arguments...);
+    const std::string text = text_of(document);
+    EXPECT_EQ(static_cast<size_t>(count), text.size());
+    return text;
+}
+
+std::string pid() {
+    return std::to_string(getpid());
+}
+
+TEST(WriteChildless, IsOneLineWithThePid) {
+    const std::string text = written(WriteChildless, tag::zrpConsoleRequest, tag::threads);
+    EXPECT_EQ(text, "<zrpConsoleRequest pid=\"" + pid() + "\"><threads/></zrpConsoleRequest>");
+    // With a process id of four digits the document has sixty characters.
+    EXPECT_EQ(text.size() - pid().size() + 4, 60U);
+}
+
+TEST(WriteHead, EndsInANewline) {
+    EXPECT_EQ(written(WriteHead, tag::zrpConsoleRequest, tag::serverStatistics),
+              "<zrpConsoleRequest pid=\"" + pid() + "\"><serverStatistics>\n");
+}
+
+TEST(WriteTrailer, BeginsWithANewline) {
+    EXPECT_EQ(written(WriteTrailer, tag::serverStatistics, tag::zrpConsoleRequest),
+              "\n</serverStatistics></zrpConsoleRequest>");
+}
+
+TEST(Document, ACommandWithChildren) {
+    XmlDocument document = start_document(kRoom);
+    WriteHead(document, tag::zrpConsoleRequest, tag::serverStatistics);
+    WriteIntElement(document, tag::versionTag, 1);
+    WriteTrailer(document, tag::serverStatistics, tag::zrpConsoleRequest);
+    EXPECT_EQ(text_of(document), "<zrpConsoleRequest pid=\"" + pid() +
+                                     "\"><serverStatistics>\n<versionTag>1</versionTag>\n"
+                                     "</serverStatistics></zrpConsoleRequest>");
+}
+
+TEST(Document, ACommandWithoutChildrenKeepsBothNewlines) {
+    XmlDocument document = start_document(kRoom);
+    WriteHead(document, tag::zrpConsoleRequest, tag::threads);
+    WriteTrailer(document, tag::threads, tag::zrpConsoleRequest);
+    EXPECT_EQ(text_of(document), "<zrpConsoleRequest pid=\"" + pid() +
+                                     "\"><threads>\n\n</threads></zrpConsoleRequest>");
+}
+
+TEST(Document, TheDiagnosticsDocumentRepeatsItsOuterTag) {
+    XmlDocument document = start_document(kRoom);
+    const char* outer = diagnostic::zrp2bksDiagnosticRequest;
+    WriteHead(document, outer, outer);
+    WriteTrailer(document, outer, outer);
+    EXPECT_EQ(text_of(document), "<zrp2bksDiagnosticRequest pid=\"" + pid() +
+                                     "\"><zrp2bksDiagnosticRequest>\n\n"
+                                     "</zrp2bksDiagnosticRequest></zrp2bksDiagnosticRequest>");
+}
+
+TEST(ElementWriters, WriteTheirFormats) {
+    EXPECT_EQ(written(WriteTextElement, "path", "/a b"), "<path>/a b</path>");
+    EXPECT_EQ(written(WriteIntElement, "n", INT32_MIN), "<n>-2147483648</n>");
+    EXPECT_EQ(written(WriteUIntElement, "n", UINT32_MAX), "<n>4294967295</n>");
+    EXPECT_EQ(written(WriteHexElement, "n", 0xABCDEFU), "<n>0xabcdef</n>");
+    EXPECT_EQ(written(WriteHexElement, "n", 0U), "<n>0x0</n>");
+    EXPECT_EQ(written(WriteEmptyElement, "all"), "<all/>");
+    EXPECT_EQ(written(WriteOpenGroup, "volume"), "<volume>");
+    EXPECT_EQ(written(WriteCloseGroup, "volume"), "</volume>");
+}
+
+TEST(WriteNumberedParameter, OnlyTheOpeningTagCarriesTheIndex) {
+    EXPECT_EQ(written(WriteNumberedParameter, diagnostic::parm, 2, "x"), "<parm2>x</parm>\n");
+    EXPECT_EQ(written(WriteNumberedParameter, diagnostic::parm, 0, ""), "<parm0></parm>\n");
+}
+
+std::string parm(const std::string& type, const std::string& value) {
+    return "<parm><name>N</name><value type=\"" + type + "\">" + value + "</value></parm>\n";
+}
+
+TEST(TypedValueWriters, WriteTypeAndValue) {
+    EXPECT_EQ(written(WriteParmString, "N", "ipv4", "127.0.0.1"), parm("ipv4", "127.0.0.1"));
+    EXPECT_EQ(written(WriteParmTypedUInt, "N", "time", UINT32_MAX), parm("time", "4294967295"));
+    EXPECT_EQ(written(WriteParmUInt, "N", UINT32_MAX), parm("unsignedInt", "4294967295"));
+    EXPECT_EQ(written(WriteParmInt, "N", INT32_MIN), parm("int", "-2147483648"));
+    EXPECT_EQ(written(WriteParmULong, "N", UINT64_MAX),
+              parm("unsignedLong", "18446744073709551615"));
+    EXPECT_EQ(written(WriteParmLong, "N", INT64_MIN), parm("long", "-9223372036854775808"));
+}
+
+TEST(WriteParmBool, IsOneForAnyValueButZero) {
+    EXPECT_EQ(written(WriteParmBool, "N", 7), parm("boolean", "1"));
+    EXPECT_EQ(written(WriteParmBool, "N", INT_MIN), parm("boolean", "1"));
+    EXPECT_EQ(written(WriteParmBool, "N", 0), parm("boolean", "0"));
+}
+
+TEST(Document, FillsItsRoomToTheLastByte) {
+    XmlDocument document = start_document(sizeof "<ab/>");
+    EXPECT_EQ(WriteEmptyElement(document, "ab"), 5);
+    EXPECT_EQ(text_of(document), "<ab/>");
+}
+
+TEST(Document, OneByteTooMuchFinishesAsNull) {
+    XmlDocument document = start_document(sizeof "<ab/>" - 1);
+    EXPECT_EQ(WriteEmptyElement(document, "ab"), 0);
+    EXPECT_TRUE(document.failed);
+    uint32_t length = 7;
+    EXPECT_EQ(finish_document(document, &length), nullptr);
+    EXPECT_EQ(length, 7U);
+}
+
+TEST(Document, NothingIsWrittenAfterAFailure) {
+    XmlDocument document = start_document(8);
+    EXPECT_EQ(WriteOpenGroup(document, "abc"), 5);
+    EXPECT_EQ(WriteOpenGroup(document, "abc"), 0);
+    EXPECT_EQ(WriteOpenGroup(document, ""), 0);
+    EXPECT_STREQ(document.text.get(), "<abc>");
+    EXPECT_EQ(text_of(document), "(none)");
+}
+
+TEST(Document, WithoutRoomFinishesAsNull) {
+    XmlDocument document = start_document(0);
+    EXPECT_EQ(WriteOpenGroup(document, "a"), 0);
+    EXPECT_EQ(text_of(document), "(none)");
+}
+
+} // namespace
+} // namespace zrp

@@ -1,0 +1,263 @@
+#include <cerrno>
+#include <csignal>
+#include <ostream>
+#include <string>
+#include <string_view>
+
+#include <gtest/gtest.h>
+
+#include "common/heap_text.h"
+#include "common/result.h"
+#include "common/transport.h"
+#include "tests/support/needs.h"
+#include "tools/stage/child_process.h"
+
+namespace zrp {
+namespace {
+
+using stage::ChildOptions;
+using stage::ChildProcess;
+using stage::ExitStatus;
+
+constexpr std::string_view kStatistics =
+    "<zrpConsoleRequest><serverStatistics><versionTag>1</versionTag></serverStatistics>"
+    "</zrpConsoleRequest>";
+constexpr std::string_view kStorageVersion =
+    "<zrp2bks_request><versionTag>\n</versionTag></zrp2bks_request>";
+constexpr int32_t kShortWaitMs = 200;
+
+ChildOptions simulator(std::vector<std::string> arguments) {
+    ChildOptions options;
+    arguments.insert(arguments.begin(), ZRPSIM_PROGRAM);
+    options.arguments = std::move(arguments);
+    options.standardInput = stage::kPipe;
+    options.standardOutput = stage::kPipe;
+    options.standardErrors = stage::kPipe;
+    return options;
+}
+
+// A simulator that listens.
+ChildProcess started(std::vector<std::string> arguments = {}) {
+    ChildProcess child(simulator(std::move(arguments)));
+    EXPECT_EQ(child.read_line(), "ready");
+    return child;
+}
+
+// Sends a line to a simulator under control and returns its answer.
+std::string told(ChildProcess& child, const std::string& line) {
+    const std::string text = line + "\n";
+    EXPECT_EQ(write(child.input().get(), text.data(), text.size()),
+              static_cast<ssize_t>(text.size()));
+    return child.read_line().value_or("(no answer)");
+}
+
+struct Exchange {
+    int code;
+    uint64_t length;
+    std::string reply;
+};
+
+Exchange exchange(const char* socket, uint32_t number, std::string_view request) {
+    Exchange result{};
+    char* reply = nullptr;
+    result.code = IPCServRequestTimeout(socket, number, request.size(), request.data(),
+                                        &result.length, &reply, kShortWaitMs);
+    const HeapText guard(reply);
+    if (reply != nullptr) {
+        result.reply.assign(reply, result.length);
+    }
+    return result;
+}
+
+Exchange ask_statistics() {
+    return exchange(kMainDaemonSocket, kMainDaemonRequest, kStatistics);
+}
+
+// Leaves the reply to the caller.
+void send_statistics_request(IPCClient& client) {
+    ASSERT_EQ(client.Connect(kMainDaemonSocket), 0);
+    ASSERT_EQ(client.SendHeader(kMainDaemonRequest, kStatistics.size()), 0);
+    ASSERT_EQ(client.Send(kStatistics.size(), kStatistics.data()), 0);
+}
+
+bool is_whole(const std::string& reply) {
+    return reply.starts_with("<zrpConsoleReply><serverStatistics>") &&
+           reply.ends_with("</serverStatistics></zrpConsoleReply>");
+}
+
+TEST(Simulator, AnswersOnEachOfItsThreeSockets) {
+    ChildProcess child = started();
+    EXPECT_TRUE(is_whole(ask_statistics().reply));
+    EXPECT_TRUE(exchange(kStorageDaemonSocket, kStorageDaemonRequest, kStorageVersion)
+                    .reply.starts_with("<zrp2bks_reply>"));
+    EXPECT_TRUE(exchange(kManagementSocket, kManagementRequest,
+                         "<libomw2zrpRequestTag><versionTag/></libomw2zrpRequestTag>")
+                    .reply.starts_with("<libomw2zrpReplyTag>"));
+}
+
+TEST(Simulator, EndsCleanlyOnASignal) {
+    for (const int signal : {SIGTERM, SIGINT}) {
+        ChildProcess child = started();
+        child.send_signal(signal);
+        EXPECT_EQ(child.wait(), (ExitStatus{0, 0})) << signal;
+    }
+}
+
+TEST(Simulator, EndsCleanlyWhileAClientWaits) {
+    ChildProcess child = started({"--fault", "hang"});
+    IPCClient client;
+    send_statistics_request(client);
+    child.send_signal(SIGTERM);
+    EXPECT_EQ(child.wait(), (ExitStatus{0, 0}));
+}
+
+TEST(Simulator, RefusesToStartWhereANameIsTaken) {
+    ChildProcess first = started();
+    ChildProcess second(simulator({}));
+    EXPECT_EQ(second.wait(), (ExitStatus{1, 0}));
+    EXPECT_EQ(second.read_all(), "");
+    EXPECT_TRUE(is_whole(ask_statistics().reply));
+}
+
+TEST(Simulator, RefusesOptionsThatMeanNothing) {
+    const std::vector<std::vector<std::string>> wrong = {
+        {"--fault", "melt"}, {"--clock", "-1"}, {"--volumes", "257"}, {"--unknown"}, {"word"}};
+    for (const auto& arguments : wrong) {
+        ChildProcess child(simulator(arguments));
+        EXPECT_EQ(child.wait(), (ExitStatus{1, 0})) << arguments.front();
+    }
+}
+
+TEST(Simulator, ListsItsFaults) {
+    ChildProcess child(simulator({"--list-faults"}));
+    EXPECT_NE(child.read_all().find("swapped-magic  begin the header"), std::string::npos);
+    EXPECT_EQ(child.wait(), (ExitStatus{0, 0}));
+}
+
+TEST(Simulator, WithAPinnedClockEveryReplyIsTheSame) {
+    ChildProcess child = started({"--clock", "90061"});
+    const Exchange first = ask_statistics();
+    EXPECT_NE(first.reply.find("<value type=\"diffSeconds\">90061<"), std::string::npos);
+    child.terminate();
+    ChildProcess again = started({"--clock", "90061"});
+    EXPECT_EQ(ask_statistics().reply, first.reply);
+}
+
+TEST(Simulator, LogsARequestOnALine) {
+    ChildOptions options = simulator({"-v"});
+    ChildProcess child(options);
+    ASSERT_EQ(child.read_line(), "ready");
+    ask_statistics();
+    char line[128] = {};
+    ASSERT_GT(read(child.errors().get(), line, sizeof line - 1), 0);
+    EXPECT_STREQ(line, "zrpserv 0xdeadbeef 102 serverStatistics\n");
+}
+
+struct FaultRow {
+    const char* fault;
+    int code;
+    bool whole; // the reply arrives undamaged
+};
+
+void PrintTo(const FaultRow& row, std::ostream* out) {
+    *out << row.fault;
+}
+
+class SimulatorFault : public testing::TestWithParam<FaultRow> {};
+
+TEST_P(SimulatorFault, GivesTheTransportItsCode) {
+    ChildProcess child = started({"--fault", GetParam().fault});
+    const Exchange result = ask_statistics();
+    EXPECT_EQ(result.code, GetParam().code);
+    EXPECT_EQ(is_whole(result.reply), GetParam().whole) << result.reply;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Simulator, SimulatorFault,
+    testing::Values(FaultRow{"refuse", ECONNREFUSED, false}, FaultRow{"hang", kShortHeader, false},
+                    FaultRow{"drip", 0, true}, FaultRow{"drip-header", kShortHeader, false},
+                    FaultRow{"short-header", kShortHeader, false},
+                    FaultRow{"wrong-magic", kBadMagic, false},
+                    FaultRow{"swapped-magic", kBadMagic, false}, FaultRow{"status", 5, true},
+                    FaultRow{"early-close", 0, false}, FaultRow{"zero-length", 0, false},
+                    FaultRow{"garbage", 0, false}, FaultRow{"truncated", 0, false},
+                    FaultRow{"error-reply", 0, false}, FaultRow{"refuse:zrp2bks", 0, true},
+                    FaultRow{"hang:listVolumes", 0, true}),
+    [](const auto& row) {
+        std::string name = row.param.fault;
+        for (char& c : name) {
+            c = c == '-' || c == ':' ? '_' : c;
+        }
+        return name;
+    });
+
+TEST(Simulator, AFaultOfOneSocketLeavesTheOthersAlone) {
+    ChildProcess child = started({"--fault", "refuse:zrp2bks"});
+    EXPECT_EQ(exchange(kStorageDaemonSocket, kStorageDaemonRequest, kStorageVersion).code,
+              ECONNREFUSED);
+}
+
+TEST(Simulator, FaultsChangeWhileItRuns) {
+    ChildProcess child = started({"--control"});
+    EXPECT_TRUE(is_whole(ask_statistics().reply));
+    EXPECT_EQ(told(child, "fault wrong-magic"), "ok");
+    EXPECT_EQ(ask_statistics().code, kBadMagic);
+    EXPECT_EQ(told(child, "fault refuse"), "ok");
+    EXPECT_EQ(ask_statistics().code, ECONNREFUSED);
+    EXPECT_EQ(told(child, "fault none"), "ok");
+    EXPECT_TRUE(is_whole(ask_statistics().reply));
+}
+
+TEST(Simulator, TheClockIsPinnedAndSetFreeWhileItRuns) {
+    ChildProcess child = started({"--control"});
+    EXPECT_EQ(told(child, "clock 59"), "ok");
+    const Exchange pinned = ask_statistics();
+    EXPECT_NE(pinned.reply.find("<value type=\"diffSeconds\">59<"), std::string::npos);
+    EXPECT_EQ(ask_statistics().reply, pinned.reply);
+    EXPECT_EQ(told(child, "clock run"), "ok");
+}
+
+TEST(Simulator, AWrongLineOfControlIsAnswered) {
+    ChildProcess child = started({"--control"});
+    EXPECT_EQ(told(child, "dance"), "error: unknown command \"dance\"");
+    EXPECT_EQ(told(child, "fault melt"), "error: no fault named \"melt\"");
+    EXPECT_EQ(told(child, "clock soon"), "error: clock takes a number of seconds or \"run\"");
+}
+
+TEST(Simulator, TheEndOfControlIsNoReasonToEnd) {
+    ChildProcess child = started({"--control"});
+    child.input().reset();
+    EXPECT_TRUE(is_whole(ask_statistics().reply));
+}
+
+TEST(Simulator, EndsWhenControlSaysSo) {
+    ChildProcess child = started({"--control"});
+    EXPECT_EQ(told(child, "quit"), "ok");
+    EXPECT_EQ(child.wait(), (ExitStatus{0, 0}));
+}
+
+TEST(Simulator, WhatIsNoRequestIsNotAnswered) {
+    ChildProcess child = started();
+    IPCClient client;
+    ASSERT_EQ(client.Connect(kMainDaemonSocket), 0);
+    const RequestHeader header{0x12345678, kMainDaemonRequest, 4};
+    ASSERT_EQ(client.Send(sizeof header, &header), 0);
+    uint32_t status = 0;
+    uint64_t length = 0;
+    char* reply = nullptr;
+    EXPECT_EQ(client.Receive(&status, &length, &reply), kShortHeader);
+}
+
+TEST(Simulator, AClientThatLeavesEarlyHarmsNobody) {
+    ChildProcess child = started({"--control"});
+    for (const char* fault : {"fault none", "fault drip", "fault hang"}) {
+        EXPECT_EQ(told(child, fault), "ok");
+        IPCClient client;
+        send_statistics_request(client);
+    }
+    EXPECT_EQ(told(child, "fault none"), "ok");
+    EXPECT_TRUE(is_whole(ask_statistics().reply));
+}
+
+} // namespace
+} // namespace zrp

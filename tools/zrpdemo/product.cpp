@@ -1,0 +1,42 @@
+#include "tools/zrpdemo/product.h"
+
+#include <exception>
+
+#include "tools/stage/private_files.h"
+
+namespace zrp::demo {
+namespace {
+
+struct Folder {
+    const char* path;
+    std::vector<stage::PrivateFile> files;
+};
+
+// The daemons answer for themselves, so their files are not looked at.
+const Folder kFolders[] = {
+    {"/opt",
+     {
+         {"velmora/zrpserv/sbin/zrpshell", "VeRsIoN = 2026-03-30_14:22:37_x86_64build118-.512\n"},
+         {"velmora/zrpserv/sbin/zrpcon", "VeRsIoN = 2026-03-30_14:23:02_x86_64build118-.256\n"},
+         {"velmora/fixed_platform/uname", "#!/bin/sh\necho x86_64\n", true},
+     }},
+    {"/etc",
+     {
+         {"velmora-release", "Velmora HLX 24.2 (x86_64)\n"},
+     }},
+};
+
+} // namespace
+
+std::string install_product() {
+    try {
+        for (const Folder& folder : kFolders) {
+            stage::add_private_files(folder.path, folder.files);
+        }
+    } catch (const std::exception& failure) {
+        return failure.what();
+    }
+    return "";
+}
+
+} // namespace zrp::demo

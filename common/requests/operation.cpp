@@ -53,9 +53,7 @@ int run_operation(const Peer& peer, HeapText document, uint32_t length, ErrorTex
     }
     const RequestHooks hooks = log_hooks(log);
     const int rc = send_query(peer, std::move(document), length, &hooks, reply);
-    return rc != kOk
-               ? rc
-               : CheckForError(static_cast<uint32_t>(reply->length), reply->text.get(), errorText);
+    return rc != kOk ? rc : check_reply(*reply, errorText);
 }
 
 int run_operation(HeapText document, uint32_t length, ErrorText* errorText, const LogContext* log,

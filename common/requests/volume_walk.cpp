@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include "common/requests/storage_control.h"
 #include "common/result.h"
 
 namespace zrp {
@@ -54,6 +55,29 @@ int visit_all(VolumeCallback callback, const RequestHooks* hooks, void* context)
     return kOk;
 }
 
+struct ValidVolumes {
+    VolumeCallback callback;
+    const RequestHooks* hooks;
+    void* context;
+};
+
+int visit_valid(void* context, const ListedVolume& volume) {
+    const auto& walk = *static_cast<const ValidVolumes*>(context);
+    if ((volume.status & kVolumeOnStorageLayer) != 0) {
+        MountPoint mountPoint;
+        const int rc = IPCBKSControlActionGetMountPoint(nullptr, volume.name, mountPoint);
+        if (rc != kOk) {
+            if (walk.hooks != nullptr && walk.hooks->log != nullptr) {
+                walk.hooks->log("%s call to IPCBKSControlActionGetMountPoint returned rc=%d for "
+                                "volume %s",
+                                "GetValidVolumes", rc, volume.name);
+            }
+            return kOk;
+        }
+    }
+    return walk.callback(walk.context, volume);
+}
+
 int append(void* context, const ListedVolume& volume) {
     auto* array = static_cast<VolumeArray*>(context);
     void* grown = realloc(array->volumes.get(), (array->count + 1) * sizeof volume);
@@ -82,7 +106,8 @@ int GetVolumeArray(VolumeCallback callback, const RequestHooks* hooks, void* con
 }
 
 int GetValidVolumes(VolumeCallback callback, const RequestHooks* hooks, void* context) {
-    return visit_all(callback, hooks, context);
+    ValidVolumes walk = {callback, hooks, context};
+    return visit_all(visit_valid, hooks, &walk);
 }
 
 } // namespace zrp

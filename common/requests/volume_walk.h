@@ -28,7 +28,8 @@ int GetVolumes(VolumeCallback callback, const RequestHooks* hooks, void* context
 // without moving those of later pages. A failure on any page calls nothing.
 int GetVolumeArray(VolumeCallback callback, const RequestHooks* hooks, void* context);
 
-// Gives each volume to the callback as its page arrives.
+// Gives each volume to the callback as its page arrives, except those of the storage layer whose
+// mount point the storage daemon does not tell: they are logged and passed over.
 int GetValidVolumes(VolumeCallback callback, const RequestHooks* hooks, void* context);
 
 } // namespace zrp

@@ -1,25 +1,37 @@
 #include "failing_malloc.h"
 
 #include <cerrno>
+#include <new>
 
-// The linker sends every malloc of this program through __wrap_malloc.
+// The linker sends every malloc of this program through __wrap_malloc, and every new (std::nothrow)
+// through the other one, whose name is the compiler's for that operator.
 extern "C" {
 [[gnu::weak]] void* __real_malloc(size_t size);
+[[gnu::weak]] void* __real__ZnwmRKSt9nothrow_t(size_t size, const std::nothrow_t& tag);
 void* __wrap_malloc(size_t size);
+void* __wrap__ZnwmRKSt9nothrow_t(size_t size, const std::nothrow_t& tag);
 }
 
 namespace {
 
 thread_local size_t failingSize = 0;
 
+bool fails(size_t size) {
+    return failingSize != 0 && size == failingSize;
+}
+
 } // namespace
 
 void* __wrap_malloc(size_t size) {
-    if (failingSize != 0 && size == failingSize) {
+    if (fails(size)) {
         errno = ENOMEM;
         return nullptr;
     }
     return __real_malloc(size);
+}
+
+void* __wrap__ZnwmRKSt9nothrow_t(size_t size, const std::nothrow_t& tag) {
+    return fails(size) ? nullptr : __real__ZnwmRKSt9nothrow_t(size, tag);
 }
 
 namespace zrp {

@@ -5,7 +5,7 @@
 
 namespace zrp {
 
-// While it lives, malloc of exactly that size gives null to this thread.
+// While it lives, malloc and new (std::nothrow) of exactly that size give null to this thread.
 class FailingMalloc {
 public:
     explicit FailingMalloc(size_t size);

@@ -25,8 +25,9 @@ inline std::string mask_pid(std::string text) {
     return at == std::string::npos ? text : text.replace(at, id.size(), "pid=\"PID\"");
 }
 
-// The document of a builder's result, which is freed. "(null)" for none.
-inline std::string built(char* document, uint32_t length) {
+// The document of a builder's result, which is freed. "(null)" for none. The length is a reference,
+// so that the builder may be called in the same expression.
+inline std::string built(char* document, const uint32_t& length) {
     if (document == nullptr) {
         return "(null)";
     }

@@ -171,5 +171,29 @@ TEST(GetVolumes, AListWithoutAnEndIsBrokenOff) {
     IPCServTerm();
 }
 
+TEST(GetValidVolumes, PassesOverStorageVolumesWithoutAMountPoint) {
+    IPCServInit(kMainDaemonSocket);
+    const ScriptedPeer peer(kMainDaemonSocket, {answer(volume(0, "0x40000002") + volume(1, "2") +
+                                                       volume(2, "0x40000000"))});
+    ScriptedPeer storage(
+        kStorageDaemonSocket,
+        {error(-5),
+         {read_request(), send_bytes(reply("<zrp2bks_reply><exclusion_control>"
+                                           "<get_volume_mount_point>/media</get_volume_mount_point>"
+                                           "</exclusion_control></zrp2bks_reply>"))}});
+    const RequestHooks hooks = {nullptr, keep_log};
+    dumped().clear();
+    Visits visits;
+    EXPECT_EQ(GetValidVolumes(visit, &hooks, &visits), kOk);
+    EXPECT_EQ(visits.seen, (std::vector<std::string>{"1 V1 2", "2 V2 1073741824"}));
+    EXPECT_EQ(dumped(), std::vector<std::string>{
+                            "GetValidVolumes call to IPCBKSControlActionGetMountPoint returned "
+                            "rc=-5 for volume V0"});
+    ASSERT_EQ(storage.requests().size(), 2U);
+    EXPECT_NE(storage.requests()[0].find("<volumeName>V0</volumeName>"), std::string::npos);
+    EXPECT_EQ(GetValidVolumes(visit, nullptr, &visits), kOk);
+    IPCServTerm();
+}
+
 } // namespace
 } // namespace zrp

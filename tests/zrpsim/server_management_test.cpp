@@ -85,12 +85,14 @@ TEST(Cluster, AVolumeOfAResourceIsMountedAsTold) {
     World world = make_world(1, {});
     const std::string reply =
         resource(world, "<volumeName>BACKUP</volumeName><volumeNumber>254</volumeNumber>"
-                        "<shadow>/mnt/s</shadow><mountPoint>/mnt/b</mountPoint>");
+                        "<shadow>/mnt/s</shadow><mountPoint>/mnt/b</mountPoint>"
+                        "<options>SHADOWVOLUME=OLD</options>");
     EXPECT_EQ(text_of(reply, "mountFailureCode"), "0");
     EXPECT_EQ(text_of(reply, "volumeNumber"), "254");
     const Volume* volume = find_volume(world, "BACKUP");
     EXPECT_EQ(volume->mountPoint, "/mnt/b");
     EXPECT_EQ(volume->shadow, "/mnt/s");
+    EXPECT_EQ(volume->shadowName, "OLD");
     EXPECT_NE(volume->status & kClusterResource, 0U);
     EXPECT_NE(volume->status & kMounted, 0U);
 }

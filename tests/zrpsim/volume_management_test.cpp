@@ -191,6 +191,8 @@ TEST(TreeControl, FlagsStay) {
     const std::string version = "<versionTag>1</versionTag>";
     named(world, "VTCRequest", "DATA", version + "<controlFlags>6</controlFlags>");
     EXPECT_EQ(text_of(named(world, "VTCRequest", "DATA", version), "controlFlags"), "6");
+    named(world, "VTCRequest", "DATA", version + "<controlFlags>4294967295</controlFlags>");
+    EXPECT_EQ(text_of(named(world, "VTCRequest", "DATA", version), "controlFlags"), "4294967295");
     EXPECT_EQ(refusal_code(named(world, "VTCRequest", "DATA")), kBadRequest);
 }
 

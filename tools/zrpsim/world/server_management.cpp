@@ -143,6 +143,10 @@ int mount_resource(World& world, pugi::xml_node wanted, const std::string& name)
         volume->mountPoint = mountPoint;
     if (!shadow.empty())
         volume->shadow = shadow;
+    constexpr std::string_view kShadowName = "SHADOWVOLUME=";
+    const std::string options = text_inside(wanted, "options");
+    if (options.starts_with(kShadowName))
+        volume->shadowName = options.substr(kShadowName.size());
     return 0;
 }
 

@@ -72,7 +72,7 @@ bool is_mount_point_taken(const World& world, const std::string& path) {
     });
 }
 
-bool read_attributes(pugi::xml_node node, const char* tag, uint32_t& bits) {
+bool read_bits(pugi::xml_node node, const char* tag, uint32_t& bits) {
     if (!find_inside(node, tag))
         return true;
     const std::string text = text_inside(node, tag);
@@ -81,7 +81,17 @@ bool read_attributes(pugi::xml_node node, const char* tag, uint32_t& bits) {
     const auto [stop, error] = std::from_chars(text.data(), end, value);
     if (error != std::errc() || stop != end || value < INT32_MIN || value > UINT32_MAX)
         return false;
-    bits = static_cast<uint32_t>(value) & kAttributeBits;
+    bits = static_cast<uint32_t>(value);
+    return true;
+}
+
+bool read_attributes(pugi::xml_node node, const char* tag, uint32_t& bits) {
+    if (!find_inside(node, tag))
+        return true;
+    uint32_t all = 0;
+    if (!read_bits(node, tag, all))
+        return false;
+    bits = all & kAttributeBits;
     return true;
 }
 

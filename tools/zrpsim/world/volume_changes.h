@@ -25,8 +25,11 @@ int mount_as(World& world, const std::string& name, int number);
 // Whether a volume or a shadow is mounted there.
 bool is_mount_point_taken(const World& world, const std::string& path);
 
-// Reads a mask of attribute bits; an absent element leaves it alone. Returns false for what is no
-// number of 32 bits, with or without a sign. Bits that are no attributes are left out.
+// Reads a mask of 32 bits; an absent element leaves it alone. Returns false for what is no number
+// of 32 bits, with or without a sign.
+bool read_bits(pugi::xml_node node, const char* tag, uint32_t& bits);
+
+// The same for a mask of attributes. Bits that are no attributes are left out.
 bool read_attributes(pugi::xml_node node, const char* tag, uint32_t& bits);
 
 inline bool is_mounted(const Volume& volume) {

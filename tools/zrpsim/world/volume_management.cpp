@@ -199,7 +199,7 @@ Outcome control_tree(World& world, pugi::xml_node command, std::string& out) {
     Outcome outcome = named_volume(world, command, "volumeName", volume);
     if (outcome.code != 0)
         return outcome;
-    if (!optional_number(command, "controlFlags", volume->treeFlags, volume->treeFlags))
+    if (!read_bits(command, "controlFlags", volume->treeFlags))
         return {kBadRequest, "controlFlags is not a number"};
     text_element(out, "volumeName", volume->name);
     number_element(out, "controlFlags", volume->treeFlags);

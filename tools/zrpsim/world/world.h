@@ -47,7 +47,7 @@ struct Volume {
     std::string shadowName; // name of the shadow volume
     bool excluded;          // kept out of the file service by the storage daemon
     bool purged;            // nothing is left to purge
-    int treeFlags;          // of the volume tree control
+    uint32_t treeFlags;     // of the volume tree control
 };
 
 struct OpenFile {

@@ -1,0 +1,175 @@
+#include "common/requests/cluster_resource.h"
+
+#include <cerrno>
+#include <string_view>
+
+#include "common/requests/operation.h"
+#include "common/requests/reply_fields.h"
+#include "common/requests/reply_list.h"
+#include "common/result.h"
+#include "common/tags.h"
+#include "common/xml_writer.h"
+
+namespace zrp {
+namespace {
+
+constexpr size_t kBindRoom = 1024;
+constexpr size_t kVolumesRoom = 8192;
+constexpr size_t kListRoom = 256;
+
+constexpr std::string_view kSeparators = " \t\r\n,;";
+
+struct Setting {
+    std::string_view word; // with its equals sign
+    const char* tag;
+    bool keepsWord; // the element holds the word too
+};
+
+// In the order of the elements.
+constexpr Setting kSettings[] = {
+    {"SHADOWPATH=", tag::shadow, false},
+    {"PATH=", tag::mountPoint, false},
+    {"SHADOWVOLUME=", tag::options, true},
+};
+
+constexpr size_t kSettingCount = sizeof kSettings / sizeof *kSettings;
+using SettingValues = std::string_view[kSettingCount];
+
+const Setting* setting_at(std::string_view text) {
+    for (const Setting& setting : kSettings) {
+        if (text.starts_with(setting.word)) {
+            return &setting;
+        }
+    }
+    return nullptr;
+}
+
+// Takes the value at the start of the text. False for a quote that is not closed.
+bool take_value(std::string_view& text, std::string_view* value) {
+    const bool quoted = text.starts_with('"');
+    if (quoted) {
+        text.remove_prefix(1);
+    }
+    const size_t end = quoted ? text.find('"') : text.find_first_of(kSeparators);
+    if (quoted && end == std::string_view::npos) {
+        return false;
+    }
+    *value = text.substr(0, end);
+    text.remove_prefix(value->size() + (quoted ? 1 : 0));
+    return true;
+}
+
+bool read_settings(const char* settings, SettingValues& values) {
+    std::string_view text(settings != nullptr ? settings : "");
+    for (;;) {
+        const size_t start = text.find_first_not_of(kSeparators);
+        if (start == std::string_view::npos) {
+            return true;
+        }
+        text.remove_prefix(start);
+        const Setting* setting = setting_at(text);
+        if (setting == nullptr) {
+            return false;
+        }
+        text.remove_prefix(setting->word.size());
+        std::string_view& value = values[setting - kSettings];
+        if (value.data() != nullptr || !take_value(text, &value)) {
+            return false;
+        }
+    }
+}
+
+void write_settings(XmlDocument& document, const SettingValues& values) {
+    char text[kVolumesRoom];
+    for (size_t i = 0; i < kSettingCount; i++) {
+        if (values[i].empty()) {
+            continue;
+        }
+        const std::string_view word = kSettings[i].keepsWord ? kSettings[i].word : "";
+        if (word.size() + values[i].size() >= sizeof text) {
+            document.failed = true;
+            return;
+        }
+        word.copy(text, word.size());
+        values[i].copy(text + word.size(), values[i].size());
+        text[word.size() + values[i].size()] = '\0';
+        WriteTextElement(document, kSettings[i].tag, text);
+    }
+}
+
+void write_volume(XmlDocument& document, const ClusterVolume& volume) {
+    SettingValues values;
+    if (!read_settings(volume.settings, values)) {
+        document.failed = true;
+        document.refused = true;
+        return;
+    }
+    WriteOpenGroup(document, tag::volume);
+    WriteTextElement(document, tag::volumeName, volume.volumeName);
+    WriteIntElement(document, tag::volumeNumber, volume.volumeNumber);
+    write_settings(document, values);
+    WriteCloseGroup(document, tag::volume);
+}
+
+constexpr ReplyList kVolumes = {{tag::zrpConsoleReply, tag::clusterResource}, tag::volume};
+
+constexpr ReplyField kVolumeFields[] = {
+    ZRP_FIELD(tag::volumeName, kText, ClusterVolumeResult, volumeName),
+    ZRP_FIELD(tag::volumeNumber, kDecimal, ClusterVolumeResult, volumeNumber),
+    ZRP_FIELD(tag::mountFailureCode, kDecimal, ClusterVolumeResult, mountFailureCode),
+};
+
+} // namespace
+
+char* BuildClusterBindRequest(const char* serverName, const char* networkAddress, int bindFlag,
+                              uint32_t* length) {
+    XmlDocument document = start_document(kBindRoom);
+    WriteHead(document, tag::zrpConsoleRequest, tag::clusterResource);
+    WriteTextElement(document, tag::zrpServerName, serverName);
+    WriteTextElement(document, tag::networkAddress, networkAddress);
+    WriteIntElement(document, tag::bindFlag, bindFlag);
+    WriteTrailer(document, tag::clusterResource, tag::zrpConsoleRequest);
+    return finish_document(document, length);
+}
+
+int ScanClusterBindReply(char* reply, int replyLength) {
+    XmlElement resource;
+    return find_command(reply, replyLength, tag::clusterResource, &resource);
+}
+
+char* BuildClusterVolumeRequest(std::span<const ClusterVolume> volumes, uint32_t* length) {
+    if (volumes.empty()) {
+        errno = EINVAL;
+        return nullptr;
+    }
+    XmlDocument document = start_document(kVolumesRoom);
+    WriteHead(document, tag::zrpConsoleRequest, tag::clusterResource);
+    for (const ClusterVolume& volume : volumes) {
+        write_volume(document, volume);
+    }
+    WriteTrailer(document, tag::clusterResource, tag::zrpConsoleRequest);
+    return finish_document(document, length);
+}
+
+int ScanClusterVolumeReply(char* reply, int replyLength, int* offset, ClusterVolumeResult* record) {
+    XmlElement volume;
+    int position = *offset;
+    int rc = next_item(kVolumes, reply, replyLength, &position, &volume);
+    ClusterVolumeResult scanned = {};
+    if (rc == kOk) {
+        rc = read_fields(kVolumeFields, volume, &scanned);
+    }
+    if (rc == kOk) {
+        *record = scanned;
+        *offset = position;
+    }
+    return rc;
+}
+
+char* BuildListVirtualServersRequest(uint32_t* length) {
+    XmlDocument document = start_document(kListRoom);
+    WriteChildless(document, tag::zrpConsoleRequest, tag::listvirtualservers);
+    return finish_document(document, length);
+}
+
+} // namespace zrp

@@ -1,0 +1,97 @@
+#include "common/requests/server_threads.h"
+
+#include <clocale>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "common/requests/reply_list.h"
+#include "common/result.h"
+#include "common/tags.h"
+#include "common/xml_writer.h"
+
+namespace zrp {
+namespace {
+
+constexpr size_t kRequestRoom = 256;
+constexpr int kDecimal = 10;
+
+struct ThreadField {
+    const char* tag;
+    size_t offset;
+    bool isLoad; // a fraction
+};
+
+#define ZRP_THREAD_FIELD(name, isLoad)                                                             \
+    { tag::name, offsetof(ThreadStatistics, name), isLoad }
+
+constexpr ThreadField kFields[] = {
+    ZRP_THREAD_FIELD(currAsynceDirThreads, false),
+    ZRP_THREAD_FIELD(maxAsynceDirThreads, false),
+    ZRP_THREAD_FIELD(peakAsynceDirThreads, false),
+    ZRP_THREAD_FIELD(currQueuedeDirRequests, false),
+    ZRP_THREAD_FIELD(peakQueuedeDirRequests, false),
+    ZRP_THREAD_FIELD(activeSSGThreads, false),
+    ZRP_THREAD_FIELD(addlSSGThreads, false),
+    ZRP_THREAD_FIELD(totalZRPStreams, false),
+    ZRP_THREAD_FIELD(averageSSGThreadLoad, true),
+    ZRP_THREAD_FIELD(peakSSGThreads, false),
+    ZRP_THREAD_FIELD(peakZRPStreams, false),
+    ZRP_THREAD_FIELD(peakAverageSSGThreadLoad, true),
+};
+
+#undef ZRP_THREAD_FIELD
+
+// The daemon writes a point whatever the program's locale says.
+float to_load(const char* text) {
+    static const locale_t plain = newlocale(LC_NUMERIC_MASK, "C", nullptr);
+    return static_cast<float>(plain != nullptr ? strtod_l(text, nullptr, plain)
+                                               : strtod(text, nullptr));
+}
+
+// The '<' of the closing tag ends each conversion inside the reply.
+void store(const ThreadField& field, const char* text, ThreadStatistics* record) {
+    char* member = reinterpret_cast<char*>(record) + field.offset;
+    if (field.isLoad) {
+        const float load = to_load(text);
+        memcpy(member, &load, sizeof load);
+    } else {
+        const auto count = static_cast<int32_t>(strtol(text, nullptr, kDecimal));
+        memcpy(member, &count, sizeof count);
+    }
+}
+
+} // namespace
+
+char* BuildThreadsRequest(uint32_t* length) {
+    XmlDocument document = start_document(kRequestRoom);
+    WriteChildless(document, tag::zrpConsoleRequest, tag::threads);
+    return finish_document(document, length);
+}
+
+int ScanThreadsReply(char* reply, int replyLength, ThreadStatistics* record) {
+    XmlElement threads;
+    if (record == nullptr || reply == nullptr || replyLength <= 0 ||
+        FindElement(tag::threads, reply, reply + replyLength, &threads) != kOk) {
+        return kInvalid;
+    }
+    for (const ThreadField& field : kFields) {
+        XmlElement element;
+        const int rc = find_inside(threads, field.tag, &element);
+        if (rc != kOk) {
+            fprintf(stderr, "\n%s:Error- failed for %s, err = %d!\n", "ScanThreadsReply", field.tag,
+                    rc);
+            fflush(stderr);
+        } else if (element.contentStart == nullptr) {
+            fprintf(stderr, "\n%s:Error- failed for %s, data is null!\n", "ScanThreadsReply",
+                    field.tag);
+            fflush(stderr);
+        } else {
+            store(field, element.contentStart, record);
+        }
+    }
+    return kOk;
+}
+
+} // namespace zrp

@@ -1,0 +1,33 @@
+// Threads of the main daemon: how many there are and how busy they are.
+#pragma once
+
+#include <cstdint>
+
+namespace zrp {
+
+struct ThreadStatistics {
+    int32_t currAsynceDirThreads;
+    int32_t maxAsynceDirThreads;
+    int32_t peakAsynceDirThreads;
+    int32_t currQueuedeDirRequests;
+    int32_t peakQueuedeDirRequests;
+    int32_t activeSSGThreads;
+    int32_t addlSSGThreads;
+    int32_t totalZRPStreams;
+    float averageSSGThreadLoad;
+    int32_t peakSSGThreads;
+    int32_t peakZRPStreams;
+    float peakAverageSSGThreadLoad;
+};
+
+static_assert(sizeof(ThreadStatistics) == 12 * 4);
+
+// The request document, malloc'ed. Null without memory.
+char* BuildThreadsRequest(uint32_t* length);
+
+// Reads what the reply has of the record. A field that is missing or self-closing is told on
+// standard error and keeps its value. Returns 0; 22 for a null record, an empty reply (also a
+// negative length) and one without a `threads` element.
+int ScanThreadsReply(char* reply, int replyLength, ThreadStatistics* record);
+
+} // namespace zrp

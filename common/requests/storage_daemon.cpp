@@ -1,0 +1,122 @@
+#include "common/requests/storage_daemon.h"
+
+#include <cstring>
+#include <string_view>
+
+#include "common/bounded_copy.h"
+#include "common/requests/reply_fields.h"
+#include "common/requests/reply_list.h"
+#include "common/result.h"
+#include "common/tags.h"
+#include "common/xml_writer.h"
+
+namespace zrp {
+namespace {
+
+constexpr size_t kParmsRoom = 8192;
+constexpr size_t kLevelSlack = 255; // room around the text, its terminator included
+constexpr std::string_view kSeparators = " \t\r\n,;";
+
+// The next word of the text, which is cut behind it; empty when none is left.
+std::string_view take_word(std::string_view& text) {
+    const size_t start = text.find_first_not_of(kSeparators);
+    text.remove_prefix(start == std::string_view::npos ? text.size() : start);
+    const std::string_view word = text.substr(0, text.find_first_of(kSeparators));
+    text.remove_prefix(word.size());
+    return word;
+}
+
+void write_word(XmlDocument& document, int index, std::string_view word) {
+    char text[kParmsRoom];
+    if (word.size() >= sizeof text) {
+        document.failed = true;
+        return;
+    }
+    copy_cut(text, word.data(), word.size());
+    WriteNumberedParameter(document, diagnostic::parm, index, text);
+}
+
+void write_words(XmlDocument& document, const char* words) {
+    std::string_view text(words != nullptr ? words : "");
+    std::string_view word = take_word(text);
+    if (word.empty()) {
+        return;
+    }
+    WriteOpenGroup(document, diagnostic::parms);
+    for (int index = 0; !word.empty(); index++) {
+        if (index == kMaxDiagnosticWords) {
+            document.failed = true;
+            document.refused = true;
+            return;
+        }
+        write_word(document, index, word);
+        word = take_word(text);
+    }
+    WriteCloseGroup(document, diagnostic::parms);
+}
+
+constexpr ReplyField kLevel = ZRP_FIELD(diagnostic::level, kDecimal, DiagnosticChoice, level);
+constexpr ReplyField kResetAll =
+    ZRP_FIELD(diagnostic::resetAll, kDecimal, DiagnosticChoice, resetAll);
+
+int read_words(const XmlElement& reply, DiagnosticChoice* record) {
+    XmlElement parms;
+    if (find_inside(reply, diagnostic::parms, &parms) != kOk || parms.contentStart == nullptr) {
+        return kOk;
+    }
+    char* end = parms.contentEnd + 1;
+    XmlElement parm;
+    for (char* position = parms.contentStart;
+         FindElement(diagnostic::parm, position, end, &parm) == kOk;
+         position = parm.elementEnd + 1) {
+        if (record->wordCount == kMaxDiagnosticWords) {
+            return kInvalid;
+        }
+        copy_cut(record->words[record->wordCount++], parm.contentStart, parm.contentLength);
+    }
+    return kOk;
+}
+
+} // namespace
+
+char* BuildZrp2bksParmsRequest(int level, int resetAll, const char* words, uint32_t* length) {
+    XmlDocument document = start_document(kParmsRoom);
+    WriteHead(document, diagnostic::zrp2bksDiagnosticRequest, diagnostic::zrp2bksDiagnosticRequest);
+    WriteIntElement(document, diagnostic::level, level);
+    if (resetAll != 0) {
+        WriteIntElement(document, diagnostic::resetAll, 1);
+    }
+    write_words(document, words);
+    WriteTrailer(document, diagnostic::zrp2bksDiagnosticRequest,
+                 diagnostic::zrp2bksDiagnosticRequest);
+    return finish_document(document, length);
+}
+
+int ScanZrp2bksParmsReply(char* reply, int replyLength, DiagnosticChoice* record) {
+    XmlElement envelope;
+    if (reply == nullptr || replyLength <= 0 ||
+        FindElement(diagnostic::zrp2bksDiagnosticReply, reply, reply + replyLength, &envelope) !=
+            kOk) {
+        return kInvalid;
+    }
+    DiagnosticChoice scanned = {};
+    int rc = read_field(kLevel, envelope, &scanned);
+    if (rc == kOk) {
+        read_field(kResetAll, envelope, &scanned);
+        rc = read_words(envelope, &scanned);
+    }
+    if (rc == kOk) {
+        *record = scanned;
+    }
+    return rc;
+}
+
+char* BuildChangeLoggingLevelRequest(const char* options, uint32_t* length) {
+    XmlDocument document = start_document((options != nullptr ? strlen(options) : 0) + kLevelSlack);
+    WriteHead(document, command::zrp2bks_request, command::change_logging_level);
+    WriteTextElement(document, tag::options, options);
+    WriteTrailer(document, command::change_logging_level, command::zrp2bks_request);
+    return finish_document(document, length);
+}
+
+} // namespace zrp

@@ -1,0 +1,177 @@
+#include "common/requests/server_threads.h"
+
+#include <clocale>
+#include <string>
+
+#include "common/requests/operation.h"
+#include "common/tags.h"
+#include "failing_malloc.h"
+#include "operation_faults.h"
+#include "reply_prefixes.h"
+#include "tests/support/simulated_server.h"
+
+namespace zrp {
+namespace {
+
+const char* const kNames[] = {
+    "currAsynceDirThreads",   "maxAsynceDirThreads",    "peakAsynceDirThreads",
+    "currQueuedeDirRequests", "peakQueuedeDirRequests", "activeSSGThreads",
+    "addlSSGThreads",         "totalZRPStreams",        "averageSSGThreadLoad",
+    "peakSSGThreads",         "peakZRPStreams",         "peakAverageSSGThreadLoad",
+};
+
+std::string field(const std::string& name, const std::string& value) {
+    return "<" + name + ">" + value + "</" + name + ">";
+}
+
+// Every field holds its place, the loads half a unit more; but the one of that name has another
+// text.
+std::string threads_reply(const std::string& otherName = "", const std::string& other = "") {
+    std::string content;
+    int place = 1;
+    for (const std::string name : kNames) {
+        const bool isLoad = name.ends_with("Load");
+        content +=
+            name == otherName ? other : field(name, std::to_string(place) + (isLoad ? ".5" : ""));
+        place++;
+    }
+    return "<zrpConsoleReply><threads>" + content + "</threads></zrpConsoleReply>";
+}
+
+int scan(const std::string& text, ThreadStatistics* record) {
+    const HeapText copy = heap_reply(text);
+    return ScanThreadsReply(copy.get(), static_cast<int>(text.size()), record);
+}
+
+TEST(BuildThreadsRequest, HasNoChildren) {
+    uint32_t length = 0;
+    EXPECT_EQ(built(BuildThreadsRequest(&length), length),
+              "<zrpConsoleRequest pid=\"PID\"><threads/></zrpConsoleRequest>");
+    const FailingMalloc failing(256);
+    EXPECT_EQ(BuildThreadsRequest(&length), nullptr);
+}
+
+TEST(ScanThreadsReply, ReadsTheTwelveFields) {
+    ThreadStatistics record = {};
+    EXPECT_EQ(scan(threads_reply(), &record), kOk);
+    EXPECT_EQ(record.currAsynceDirThreads, 1);
+    EXPECT_EQ(record.maxAsynceDirThreads, 2);
+    EXPECT_EQ(record.peakAsynceDirThreads, 3);
+    EXPECT_EQ(record.currQueuedeDirRequests, 4);
+    EXPECT_EQ(record.peakQueuedeDirRequests, 5);
+    EXPECT_EQ(record.activeSSGThreads, 6);
+    EXPECT_EQ(record.addlSSGThreads, 7);
+    EXPECT_EQ(record.totalZRPStreams, 8);
+    EXPECT_EQ(record.averageSSGThreadLoad, 9.5F);
+    EXPECT_EQ(record.peakSSGThreads, 10);
+    EXPECT_EQ(record.peakZRPStreams, 11);
+    EXPECT_EQ(record.peakAverageSSGThreadLoad, 12.5F);
+}
+
+TEST(ScanThreadsReply, AMissingFieldIsToldAndKeepsItsSlot) {
+    ThreadStatistics record = {};
+    record.peakSSGThreads = -77;
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(scan(threads_reply("peakSSGThreads", ""), &record), kOk);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "\nScanThreadsReply:Error- failed for peakSSGThreads, err = 2!\n");
+    EXPECT_EQ(record.peakSSGThreads, -77);
+    EXPECT_EQ(record.currAsynceDirThreads, 1);
+    EXPECT_EQ(record.averageSSGThreadLoad, 9.5F);
+    EXPECT_EQ(record.peakZRPStreams, 11);
+    EXPECT_EQ(record.peakAverageSSGThreadLoad, 12.5F);
+}
+
+TEST(ScanThreadsReply, ASelfClosingFieldIsToldAndKeepsItsSlot) {
+    ThreadStatistics record = {};
+    record.averageSSGThreadLoad = 0.25F;
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(scan(threads_reply("averageSSGThreadLoad", "<averageSSGThreadLoad/>"), &record), kOk);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "\nScanThreadsReply:Error- failed for averageSSGThreadLoad, data is null!\n");
+    EXPECT_EQ(record.averageSSGThreadLoad, 0.25F);
+    EXPECT_EQ(record.peakSSGThreads, 10);
+}
+
+TEST(ScanThreadsReply, NothingOfTheFieldsIsStillSuccess) {
+    ThreadStatistics record = {};
+    record.totalZRPStreams = 5;
+    for (const char* text : {"<threads></threads>", "<threads/>"}) {
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(scan(text, &record), kOk);
+        const std::string told = testing::internal::GetCapturedStderr();
+        EXPECT_EQ(std::count(told.begin(), told.end(), '!'), 12);
+    }
+    EXPECT_EQ(record.totalZRPStreams, 5);
+}
+
+TEST(ScanThreadsReply, RefusesANullRecordAndAReplyWithoutThreads) {
+    ThreadStatistics record = {};
+    EXPECT_EQ(scan(threads_reply(), nullptr), kInvalid);
+    EXPECT_EQ(scan("<zrpConsoleReply><thread/></zrpConsoleReply>", &record), kInvalid);
+    EXPECT_EQ(scan("", &record), kInvalid);
+    EXPECT_EQ(ScanThreadsReply(nullptr, 0, &record), kInvalid);
+    char text[] = "<threads/>";
+    EXPECT_EQ(ScanThreadsReply(text, -1, &record), kInvalid);
+}
+
+TEST(ScanThreadsReply, OddNumbersAreReadAsFarAsTheyGo) {
+    struct Row {
+        const char* text;
+        int32_t value;
+    };
+    const Row rows[] = {{" 12x", 12}, {"", 0}, {"abc", 0}, {"-3", -3}, {"0x1F", 0}, {"010", 10}};
+    for (const Row& row : rows) {
+        ThreadStatistics record = {};
+        EXPECT_EQ(scan(threads_reply("peakSSGThreads", field("peakSSGThreads", row.text)), &record),
+                  kOk);
+        EXPECT_EQ(record.peakSSGThreads, row.value) << row.text;
+    }
+}
+
+TEST(ScanThreadsReply, TheLocaleDoesNotMatter) {
+    const char* comma = nullptr;
+    for (const char* name : {"de_DE.UTF-8", "de_DE", "fr_FR.UTF-8", "ru_RU.UTF-8"}) {
+        if (comma == nullptr) {
+            comma = setlocale(LC_NUMERIC, name);
+        }
+    }
+    if (comma == nullptr) {
+        GTEST_SKIP() << "needs a locale with a decimal comma";
+    }
+    ThreadStatistics record = {};
+    EXPECT_EQ(scan(threads_reply(), &record), kOk);
+    setlocale(LC_NUMERIC, "C");
+    EXPECT_EQ(record.averageSSGThreadLoad, 9.5F);
+}
+
+TEST(ScanThreadsReply, EveryPrefixIsReadInItsBounds) {
+    const std::string text = threads_reply();
+    const size_t end = text.find("</threads>") + strlen("</threads>");
+    scan_every_prefix(text, [&](char* reply, int length) {
+        ThreadStatistics record = {};
+        EXPECT_EQ(ScanThreadsReply(reply, length, &record),
+                  static_cast<size_t>(length) < end ? kInvalid : kOk);
+    });
+}
+
+using SimulatedThreads = OperationTest;
+
+TEST_F(SimulatedThreads, AreRead) {
+    const SimulatedServer server;
+    ASSERT_TRUE(server.ready());
+    uint32_t length = 0;
+    HeapText request(BuildThreadsRequest(&length));
+    Reply answer;
+    ASSERT_EQ(run_operation(std::move(request), length, nullptr, log, &answer), kOk);
+    ThreadStatistics record = {};
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(ScanThreadsReply(answer.text.get(), answer.length, &record), kOk);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_GT(record.peakSSGThreads, 0);
+    EXPECT_LE(record.activeSSGThreads, record.peakSSGThreads);
+    EXPECT_GT(record.peakAverageSSGThreadLoad, 0.0F);
+}
+
+} // namespace
+} // namespace zrp

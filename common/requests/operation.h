@@ -30,6 +30,9 @@ namespace zrp {
 // The longest volume name that management operations take.
 inline constexpr int kMaxVolumeName = 15;
 
+// The volume number that leaves the choice to the server.
+inline constexpr int32_t kAnyVolumeNumber = -1;
+
 // What a request shows the log: dumps of request and reply, and a failed exchange. Nothing without
 // a log.
 RequestHooks log_hooks(const LogContext* log);

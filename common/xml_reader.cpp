@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "common/bounded_copy.h"
+#include "common/range_number.h"
 #include "common/result.h"
 #include "common/tags.h"
 #include "common/xml_scan.h"
@@ -12,7 +13,6 @@
 namespace zrp {
 namespace {
 
-constexpr int kDecimal = 10;
 constexpr int kAutomaticBase = 0;
 constexpr size_t kNumberWordSize = 80;
 
@@ -137,8 +137,7 @@ int report_result(const ResultValue& result, const char* end, ErrorText* errorTe
         append_error_text(errorText, " ");
         append_error_text(errorText, text_after(description, end));
     }
-    // The closing quote ends the conversion.
-    return static_cast<int>(strtol(result.start, nullptr, kDecimal));
+    return static_cast<int>(leading_decimal(value));
 }
 
 int report_write_result(const char* reply, const char* end, ErrorText* errorText) {
@@ -187,8 +186,7 @@ int GetTagInt(std::string_view tag, char* reply, int32_t length, uint32_t* value
     if (content == nullptr) {
         return kInvalid;
     }
-    // The '<' of the closing tag ends the conversion inside the reply.
-    *value = static_cast<uint32_t>(strtol(content, nullptr, kDecimal));
+    *value = static_cast<uint32_t>(leading_decimal({content, contentLength}));
     return kOk;
 }
 

@@ -19,7 +19,7 @@ int ScanClusterBindReply(char* reply, int replyLength);
 
 struct ClusterVolume {
     const char* volumeName;
-    int32_t volumeNumber = kAnyVolumeNumber; // the server chooses
+    int32_t volumeNumber = kOwnVolumeNumber;
     const char* settings = nullptr;          // as below, or null
 };
 

@@ -1,9 +1,9 @@
 #include "common/requests/diagnostics.h"
 
-#include <cstdlib>
 #include <cstring>
 
 #include "common/bounded_copy.h"
+#include "common/range_number.h"
 #include "common/result.h"
 #include "common/xml_reader.h"
 #include "common/xml_writer.h"
@@ -12,7 +12,6 @@ namespace zrp {
 namespace {
 
 constexpr size_t kRequestRoom = 1024;
-constexpr int kDecimal = 10;
 
 struct MessageHead {
     uint32_t kind = 24;
@@ -43,8 +42,7 @@ int read_value(const XmlElement& counter, int32_t* value) {
     if (GetAttribute(tag::value, &attribute) != kOk) {
         return kInvalid;
     }
-    // The closing quote ends the conversion.
-    *value = static_cast<int32_t>(strtol(attribute.valueStart, nullptr, kDecimal));
+    *value = static_cast<int32_t>(leading_decimal({attribute.valueStart, attribute.valueLength}));
     return kOk;
 }
 

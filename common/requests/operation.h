@@ -30,8 +30,8 @@ namespace zrp {
 // The longest volume name that management operations take.
 inline constexpr int kMaxVolumeName = 15;
 
-// The volume number that leaves the choice to the server.
-inline constexpr int32_t kAnyVolumeNumber = -1;
+// The number of a volume to be mounted under the number that it has.
+inline constexpr int32_t kOwnVolumeNumber = -1;
 
 // What a request shows the log: dumps of request and reply, and a failed exchange. Nothing without
 // a log.

@@ -1,17 +1,14 @@
 #include "common/requests/reply_fields.h"
 
-#include <cstdlib>
 #include <cstring>
 
 #include "common/bounded_copy.h"
+#include "common/range_number.h"
 #include "common/requests/reply_list.h"
 #include "common/result.h"
 
 namespace zrp {
 namespace {
-
-constexpr int kDecimalBase = 10;
-constexpr int kAutomaticBase = 0;
 
 template <typename Number>
 void store(char* member, Number number) {
@@ -26,17 +23,16 @@ int read_field(const ReplyField& field, const XmlElement& outer, void* record) {
         return kInvalid;
     }
     char* member = static_cast<char*>(record) + field.offset;
-    // The '<' of the closing tag ends each conversion inside the reply.
+    const std::string_view text(element.contentStart, element.contentLength);
     switch (field.kind) {
     case FieldKind::kDecimal:
-        store(member, static_cast<uint32_t>(strtol(element.contentStart, nullptr, kDecimalBase)));
+        store(member, static_cast<uint32_t>(leading_decimal(text)));
         break;
     case FieldKind::kNumber32:
-        store(member,
-              static_cast<uint32_t>(strtoul(element.contentStart, nullptr, kAutomaticBase)));
+        store(member, static_cast<uint32_t>(leading_number(text)));
         break;
     case FieldKind::kNumber64:
-        store(member, uint64_t{strtoull(element.contentStart, nullptr, kAutomaticBase)});
+        store(member, leading_number(text));
         break;
     case FieldKind::kText:
         copy_cut(member, field.size, element.contentStart, element.contentLength);

@@ -17,6 +17,9 @@
 
 namespace zrp {
 
+// The volume number that leaves the choice to the server.
+inline constexpr int32_t kAnyVolumeNumber = -1;
+
 // Makes a volume of a directory. attributes are bits of a volume's status (volume_status.h). The
 // reply names the volume that was made.
 char* BuildCreateVolumeRequest(const char* volumeName, const char* mountPoint, int32_t attributes,

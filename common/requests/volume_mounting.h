@@ -21,9 +21,6 @@
 
 namespace zrp {
 
-// The number of a volume to be mounted under the number that it has.
-inline constexpr int32_t kOwnVolumeNumber = -1;
-
 // Both replies name the volumes that changed; there may be none.
 char* BuildMountAllRequest(uint32_t* length);
 int ScanMountAllReply(char* reply, int replyLength, int* offset, char (&name)[kVolumeNameSize]);

@@ -7,7 +7,6 @@
 #include <strings.h>
 
 #include "common/bounded_copy.h"
-#include "common/requests/volume_mounting.h"
 #include "common/result.h"
 
 namespace zrp {

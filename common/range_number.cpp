@@ -1,0 +1,73 @@
+#include "common/range_number.h"
+
+#include <cctype>
+#include <charconv>
+#include <cstddef>
+#include <limits>
+
+#include "common/xml_scan.h"
+
+namespace zrp {
+namespace {
+
+constexpr int kOctal = 8;
+constexpr int kDecimal = 10;
+constexpr int kHexadecimal = 16;
+constexpr size_t kHexadecimalPrefix = 2; // "0x"
+
+// What stands before the digits.
+bool take_sign(std::string_view* text) {
+    const char* start = skip_blanks(text->data(), text->data() + text->size());
+    text->remove_prefix(static_cast<size_t>(start - text->data()));
+    const bool negative = text->starts_with('-');
+    if (negative || text->starts_with('+')) {
+        text->remove_prefix(1);
+    }
+    return negative;
+}
+
+// "0x" counts only before a hexadecimal digit; alone it is the number 0.
+int take_base(std::string_view* text) {
+    if (!text->starts_with('0')) {
+        return kDecimal;
+    }
+    if (text->size() > kHexadecimalPrefix && ((*text)[1] == 'x' || (*text)[1] == 'X') &&
+        isxdigit(static_cast<unsigned char>((*text)[kHexadecimalPrefix])) != 0) {
+        text->remove_prefix(kHexadecimalPrefix);
+        return kHexadecimal;
+    }
+    return kOctal;
+}
+
+// False when the digits are more than 64 bits hold.
+bool take_digits(std::string_view text, int base, uint64_t* value) {
+    *value = 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), *value, base);
+    return result.ec != std::errc::result_out_of_range;
+}
+
+} // namespace
+
+int64_t leading_decimal(std::string_view text) {
+    using Limits = std::numeric_limits<int64_t>;
+    const bool negative = take_sign(&text);
+    uint64_t magnitude = 0;
+    const bool fits = take_digits(text, kDecimal, &magnitude);
+    if (!fits || magnitude > static_cast<uint64_t>(Limits::max())) {
+        return negative ? Limits::min() : Limits::max();
+    }
+    const auto value = static_cast<int64_t>(magnitude);
+    return negative ? -value : value;
+}
+
+uint64_t leading_number(std::string_view text) {
+    const bool negative = take_sign(&text);
+    const int base = take_base(&text);
+    uint64_t magnitude = 0;
+    if (!take_digits(text, base, &magnitude)) {
+        return std::numeric_limits<uint64_t>::max();
+    }
+    return negative ? 0 - magnitude : magnitude;
+}
+
+} // namespace zrp

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <span>
 
+#include "operation.h"
+
 namespace zrp {
 
 // The request that binds an address to a virtual server (bindFlag not 0) or takes it away (0),
@@ -15,11 +17,9 @@ char* BuildClusterBindRequest(const char* serverName, const char* networkAddress
 // Returns 0, or 22 for an empty reply (also a negative length) and one to another request.
 int ScanClusterBindReply(char* reply, int replyLength);
 
-inline constexpr int kAnyVolumeNumber = -1;
-
 struct ClusterVolume {
     const char* volumeName;
-    int32_t volumeNumber = kAnyVolumeNumber; // the server chooses
+    int32_t volumeNumber = kOwnVolumeNumber;
     const char* settings = nullptr;          // as below, or null
 };
 

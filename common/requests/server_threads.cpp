@@ -5,7 +5,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
+#include "common/bounded_copy.h"
+#include "common/range_number.h"
 #include "common/requests/reply_list.h"
 #include "common/result.h"
 #include "common/tags.h"
@@ -15,7 +18,7 @@ namespace zrp {
 namespace {
 
 constexpr size_t kRequestRoom = 256;
-constexpr int kDecimal = 10;
+constexpr size_t kNumberSize = 80; // of a fraction, with its terminator
 
 struct ThreadField {
     const char* tag;
@@ -44,20 +47,21 @@ constexpr ThreadField kFields[] = {
 #undef ZRP_THREAD_FIELD
 
 // The daemon writes a point whatever the program's locale says.
-float to_load(const char* text) {
+float to_load(std::string_view text) {
     static const locale_t plain = newlocale(LC_NUMERIC_MASK, "C", nullptr);
-    return static_cast<float>(plain != nullptr ? strtod_l(text, nullptr, plain)
-                                               : strtod(text, nullptr));
+    char number[kNumberSize];
+    copy_cut(number, text.data(), text.size());
+    return static_cast<float>(plain != nullptr ? strtod_l(number, nullptr, plain)
+                                               : strtod(number, nullptr));
 }
 
-// The '<' of the closing tag ends each conversion inside the reply.
-void store(const ThreadField& field, const char* text, ThreadStatistics* record) {
+void store(const ThreadField& field, std::string_view text, ThreadStatistics* record) {
     char* member = reinterpret_cast<char*>(record) + field.offset;
     if (field.isLoad) {
         const float load = to_load(text);
         memcpy(member, &load, sizeof load);
     } else {
-        const auto count = static_cast<int32_t>(strtol(text, nullptr, kDecimal));
+        const auto count = static_cast<int32_t>(leading_decimal(text));
         memcpy(member, &count, sizeof count);
     }
 }
@@ -88,7 +92,7 @@ int ScanThreadsReply(char* reply, int replyLength, ThreadStatistics* record) {
                     field.tag);
             fflush(stderr);
         } else {
-            store(field, element.contentStart, record);
+            store(field, {element.contentStart, element.contentLength}, record);
         }
     }
     return kOk;

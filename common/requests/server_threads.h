@@ -1,6 +1,7 @@
 // Threads of the main daemon: how many there are and how busy they are.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace zrp {
@@ -20,7 +21,7 @@ struct ThreadStatistics {
     float peakAverageSSGThreadLoad;
 };
 
-static_assert(sizeof(ThreadStatistics) == 12 * 4);
+static_assert(sizeof(ThreadStatistics) == size_t{12} * 4);
 
 // The request document, malloc'ed. Null without memory.
 char* BuildThreadsRequest(uint32_t* length);

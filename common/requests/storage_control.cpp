@@ -161,7 +161,7 @@ int IPCBKSControlAction(const LogContext* log, uint32_t action, const char* volu
 }
 
 int IPCBKSControlActionGetMountPoint(const LogContext* log, const char* volumeName,
-                                     MountPoint& mountPoint) {
+                                     StorageMountPoint& mountPoint) {
     mountPoint[0] = '\0';
     Reply reply;
     int rc = exchange_control({log, "IPCBKSControlActionGetMountPoint", true},
@@ -173,7 +173,7 @@ int IPCBKSControlActionGetMountPoint(const LogContext* log, const char* volumeNa
     if (rc == kOk) {
         rc = find_in_reply(reply, command::get_volume_mount_point, &found);
     }
-    if (rc == kOk && found.contentLength >= kMountPointSize) {
+    if (rc == kOk && found.contentLength >= kStorageMountPointSize) {
         rc = kTooLong;
     }
     if (rc == kOk) {

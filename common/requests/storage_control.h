@@ -32,8 +32,8 @@ enum ControlAction : uint32_t {
     kThenMount = 0x20,
 };
 
-inline constexpr size_t kMountPointSize = 4096; // with its terminator
-using MountPoint = char[kMountPointSize];
+inline constexpr size_t kStorageMountPointSize = 4096; // with its terminator
+using StorageMountPoint = char[kStorageMountPointSize];
 
 // Called for each volume with kExcludedVolumes or kIncludedVolumes. The name is NUL-terminated and
 // valid during the call.
@@ -51,6 +51,6 @@ int IPCBKSControlAction(const LogContext* log, uint32_t action, const char* volu
 
 // Where a volume is mounted. mountPoint is emptied first. Returns 75 for a longer path.
 int IPCBKSControlActionGetMountPoint(const LogContext* log, const char* volumeName,
-                                     MountPoint& mountPoint);
+                                     StorageMountPoint& mountPoint);
 
 } // namespace zrp

@@ -64,7 +64,7 @@ struct ValidVolumes {
 int visit_valid(void* context, const ListedVolume& volume) {
     const auto& walk = *static_cast<const ValidVolumes*>(context);
     if ((volume.status & kVolumeOnStorageLayer) != 0) {
-        MountPoint mountPoint;
+        StorageMountPoint mountPoint;
         const int rc = IPCBKSControlActionGetMountPoint(nullptr, volume.name, mountPoint);
         if (rc != kOk) {
             if (walk.hooks != nullptr && walk.hooks->log != nullptr) {

@@ -15,6 +15,7 @@
 #include "tests/support/reference_finder.h"
 #include "tests/support/require.h"
 #include "tests/support/scanner_drivers.h"
+#include "tests/support/server_driver.h"
 
 namespace zrp {
 namespace {
@@ -214,6 +215,7 @@ const std::vector<ReaderDriver>& reader_drivers() {
         {"diagnostics", drive_diagnostics},
         {"server_settings", drive_server_settings},
         {"management_replies", drive_management_replies},
+        {"server_replies", drive_server_replies},
     };
     return drivers;
 }

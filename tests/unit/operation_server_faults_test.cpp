@@ -4,6 +4,7 @@
 #include "catalogue_fixture.h"
 #include "common/requests/connection_management.h"
 #include "common/requests/file_locks.h"
+#include "common/requests/server_connections.h"
 #include "common/requests/shadow_volumes.h"
 #include "common/requests/volume_management.h"
 #include "common/requests/volume_mounting.h"
@@ -103,6 +104,12 @@ constexpr Operation kOperations[] = {
          return RemoveVolumeWithOptions("NOWHERE", "force", name, errorText, log);
      },
      2},
+    {"GetServerConnInfo",
+     [](ErrorText* errorText, const LogContext* log) {
+         ServerConnInfo info;
+         return GetServerConnInfo(&info, errorText, log);
+     },
+     kOk},
     {"ListOpenFilesByConnection",
      [](ErrorText* errorText, const LogContext* log) {
          OpenFilesPage page;

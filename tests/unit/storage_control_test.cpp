@@ -207,7 +207,7 @@ TEST_F(StorageControl, AMountPointIsCopied) {
     ScriptedPeer peer(kStorageDaemonSocket,
                       {answer(exclusion_reply("<get_volume_mount_point>/media/DATA"
                                               "</get_volume_mount_point>"))});
-    MountPoint mountPoint = "x";
+    StorageMountPoint mountPoint = "x";
     EXPECT_EQ(IPCBKSControlActionGetMountPoint(log, "DATA", mountPoint), kOk);
     EXPECT_STREQ(mountPoint, "/media/DATA");
     EXPECT_EQ(document_of(peer.requests().at(0)),
@@ -221,7 +221,7 @@ TEST_F(StorageControl, AMountPointThatIsNotToldOrTooLong) {
         int rc;
         std::string mountPoint;
     };
-    const std::string longest(kMountPointSize - 1, 'm');
+    const std::string longest(kStorageMountPointSize - 1, 'm');
     const Row rows[] = {
         {"", kNotFound, ""},
         {"<get_volume_mount_point>/media", kNotFound, ""},
@@ -232,7 +232,7 @@ TEST_F(StorageControl, AMountPointThatIsNotToldOrTooLong) {
     };
     for (const Row& row : rows) {
         ScriptedPeer peer(kStorageDaemonSocket, {answer(exclusion_reply(row.content))});
-        MountPoint mountPoint = "x";
+        StorageMountPoint mountPoint = "x";
         EXPECT_EQ(IPCBKSControlActionGetMountPoint(log, "DATA", mountPoint), row.rc);
         EXPECT_EQ(mountPoint, row.mountPoint);
     }
@@ -259,7 +259,7 @@ const NamedRun kRuns[] = {
      true},
     {"IPCBKSControlActionGetMountPoint",
      [](const LogContext* log, const char* name) {
-         MountPoint mountPoint;
+         StorageMountPoint mountPoint;
          return IPCBKSControlActionGetMountPoint(log, name, mountPoint);
      },
      true},
@@ -335,7 +335,7 @@ TEST_F(SimulatedControl, AVolumeIsTakenOutAndAddedAgain) {
     EXPECT_EQ(IPCBKSControlAction(log, kAddToControl | kThenMount, name.c_str()), kOk);
     EXPECT_TRUE(is_listed(log, kIncludedVolumes, name));
 
-    MountPoint mountPoint;
+    StorageMountPoint mountPoint;
     EXPECT_EQ(IPCBKSControlActionGetMountPoint(log, name.c_str(), mountPoint), kOk);
     EXPECT_EQ(mountPoint[0], '/');
     EXPECT_EQ(contents(), "");
@@ -344,7 +344,7 @@ TEST_F(SimulatedControl, AVolumeIsTakenOutAndAddedAgain) {
 TEST_F(SimulatedControl, AnUnknownVolumeIsRefused) {
     const SimulatedServer server;
     ASSERT_TRUE(server.ready());
-    MountPoint mountPoint;
+    StorageMountPoint mountPoint;
     EXPECT_EQ(IPCBKSControlActionGetMountPoint(log, "NOSUCH", mountPoint), 2);
     EXPECT_EQ(IPCBKSControlAction(log, kAddToControl, "NOSUCH"), 2);
 }

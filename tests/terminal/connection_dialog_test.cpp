@@ -1,13 +1,10 @@
 // The dialog of the Connection screen.
 
 #include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "tests/terminal/connection_world.h"
 #include "tests/terminal/simulator.h"
+#include "tests/terminal/workplace.h"
 
 namespace zrp {
 namespace {
@@ -348,15 +345,11 @@ TEST(ConnectionDialog, ALostTerminalEndsTheProgram) {
 
 TEST(ConnectionDialog, TracesKeysAndLines) {
     ZRP_NEEDS_ROOT();
-    namespace fs = std::filesystem;
-    std::string pattern = (fs::temp_directory_path() / "zrptop-test-XXXXXX").string();
-    const fs::path workplace = mkdtemp(pattern.data());
-    TerminalOptions options = monitor(25, 80, {"-d"});
-    options.child.directory = workplace;
+    const Workplace workplace;
     CommandAnswers daemon;
     daemon.answer(kList, {page(users(1, 3))});
     daemon.answer(kInformation, {information(2, "chosen")});
-    Dialog dialog(daemon, options);
+    Dialog dialog(daemon, traced_monitor(workplace));
     ASSERT_TRUE(dialog.open());
     dialog.answer("2");
     ASSERT_TRUE(dialog.shows_title("(2) chosen"));
@@ -364,13 +357,10 @@ TEST(ConnectionDialog, TracesKeysAndLines) {
     ASSERT_TRUE(dialog.wait_for_prompt());
     dialog.terminal.press(Key::kF12);
     expect_ended_cleanly(dialog.terminal);
-    std::stringstream trace;
-    trace << std::ifstream(workplace / "zrptop.log").rdbuf();
-    EXPECT_NE(trace.str().find("\nSelectConnectionNumber: normal string = 2\n"), std::string::npos)
-        << trace.str();
-    EXPECT_NE(trace.str().find("\nSelectConnectionNumber: fkey detected fkey=276\n"),
-              std::string::npos);
-    fs::remove_all(workplace);
+    const std::string trace = workplace.trace();
+    EXPECT_NE(trace.find("\nSelectConnectionNumber: normal string = 2\n"), std::string::npos)
+        << trace;
+    EXPECT_NE(trace.find("\nSelectConnectionNumber: fkey detected fkey=276\n"), std::string::npos);
 }
 
 TEST(ConnectionDialog, PagesThroughTwentyThousandConnections) {

@@ -4,6 +4,7 @@
 #include <csignal>
 #include <sys/resource.h>
 
+#include "tests/terminal/house.h"
 #include "tests/terminal/session.h"
 
 namespace zrp {
@@ -79,6 +80,37 @@ TEST_P(Signal, EndsTheProgramAtItsStart) {
         // The first thing on the terminal: from then on the handlers are installed.
         ASSERT_TRUE(terminal.wait_until([&] { return !terminal.raw_output().empty(); }));
         terminal.pump(milliseconds{delay});
+        terminal.child().send_signal(GetParam());
+        expect_end_in_time(terminal);
+    }
+}
+
+TEST_P(Signal, EndsTheProgramWhileADialogReads) {
+    ZRP_NEEDS_ROOT();
+    for (const Place& dialog : kDialogs) {
+        House house;
+        ASSERT_TRUE(house.begin());
+        ASSERT_TRUE(house.open_dialog(dialog));
+        house.terminal.type("1");
+        house.terminal.child().send_signal(GetParam());
+        expect_end_in_time(house.terminal);
+    }
+}
+
+// The main thread itself waits: each dialog but the one without a list asks for it first.
+TEST_P(Signal, EndsTheProgramWhileADialogWaitsForAMuteDaemon) {
+    ZRP_NEEDS_ROOT();
+    for (const auto& [dialog, command] :
+         {std::pair{kVolume, "listVolumes"}, {kConnection, connection_world::kList}}) {
+        const auto daemon = House::prepared();
+        daemon->answer_raw(command, {reply_header(100)}); // and the text never comes
+        PeerScript script = daemon->script();
+        script.push_back(wait_for_close());
+        const ScriptedPeer peer(kMainDaemonSocket, {script});
+        Terminal terminal(monitor());
+        ASSERT_TRUE(terminal.wait_for(kGeneral.shown));
+        terminal.press(dialog.key);
+        ASSERT_TRUE(terminal.wait_until([&] { return !daemon->requests(command).empty(); }));
         terminal.child().send_signal(GetParam());
         expect_end_in_time(terminal);
     }
@@ -197,6 +229,32 @@ TEST(LostTerminal, AnEndOfInputEndsTheProgram) {
     Terminal terminal(options);
     EXPECT_EQ(terminal.wait_for_exit(kEndPatience), ExitStatus{}) << terminal.text();
 }
+
+class LostTerminalInDialog : public testing::TestWithParam<Place> {};
+
+TEST_P(LostTerminalInDialog, EndsTheProgram) {
+    ZRP_NEEDS_ROOT();
+    House house;
+    ASSERT_TRUE(house.begin());
+    ASSERT_TRUE(house.open_dialog(GetParam()));
+    house.terminal.type("1");
+    house.terminal.hang_up();
+    EXPECT_EQ(house.terminal.wait_for_exit(kEndPatience), ExitStatus{});
+}
+
+TEST_P(LostTerminalInDialog, EndsTheProgramAlsoWhenNoHangupSignalComes) {
+    ZRP_NEEDS_ROOT();
+    TerminalOptions options = monitor();
+    options.child.arguments = {"env", "--block-signal=HUP", ZRPTOP_PROGRAM};
+    House house(options);
+    ASSERT_TRUE(house.begin());
+    ASSERT_TRUE(house.open_dialog(GetParam()));
+    house.terminal.hang_up();
+    EXPECT_EQ(house.terminal.wait_for_exit(kEndPatience), ExitStatus{});
+}
+
+INSTANTIATE_TEST_SUITE_P(Dialogs, LostTerminalInDialog, testing::ValuesIn(kDialogs),
+                         [](const auto& place) { return std::string(place.param.name); });
 
 TEST(Stopping, CtrlZGivesTheTerminalBackAndContinuingDrawsItAnew) {
     ZRP_NEEDS_ROOT();

@@ -34,6 +34,13 @@ TEST(LineEditor, GivesTheTypedTextAtEnter) {
     EXPECT_TRUE(wait_for_result(terminal, 1, "rc=0 hit=0 key=0 [42 x]")) << terminal.text();
 }
 
+TEST(LineEditor, TheEnterOfTheKeypadEndsTheLineToo) {
+    Terminal terminal(probe());
+    ASSERT_TRUE(wait_for_prompt(terminal));
+    terminal.type("42\x1bOM");
+    EXPECT_TRUE(wait_for_result(terminal, 1, "rc=0 hit=0 key=0 [42]")) << terminal.text();
+}
+
 TEST(LineEditor, ShowsEachCharacterAsItIsTyped) {
     Terminal terminal(probe());
     ASSERT_TRUE(wait_for_prompt(terminal));

@@ -63,6 +63,19 @@ TEST(Interval, WithALongOneASwitchLeavesAnEmptyFrame) {
     EXPECT_EQ(peer.connections(), before + 2);
 }
 
+TEST(Interval, F12WaitsForTheEndOfALongOne) {
+    ZRP_NEEDS_ROOT();
+    ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
+    Terminal terminal(monitor());
+    ASSERT_TRUE(terminal.wait_until([&] { return shows_figures(terminal); }));
+    press_often(terminal, '+', 4);
+    const size_t before = peer.connections();
+    ASSERT_TRUE(terminal.wait_until([&] { return peer.connections() >= before + 2; }));
+    terminal.press(Key::kF12);
+    EXPECT_FALSE(terminal.wait_for_exit(milliseconds{3000}).has_value());
+    expect_ended_cleanly(terminal);
+}
+
 TEST(KeyLoop, F2OnTheGeneralScreenDoesNothing) {
     ZRP_NEEDS_ROOT();
     const std::string shorter = statistics(parm("f", "1"));

@@ -2,53 +2,14 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 #include "tests/terminal/session.h"
+#include "tests/terminal/workplace.h"
 
 namespace zrp {
 namespace {
 
 namespace fs = std::filesystem;
-
-// A working directory that goes with the test.
-class Workplace {
-public:
-    Workplace() {
-        std::string pattern = (fs::temp_directory_path() / "zrptop-test-XXXXXX").string();
-        path = mkdtemp(pattern.data());
-    }
-    Workplace(const Workplace&) = delete;
-    Workplace& operator=(const Workplace&) = delete;
-    ~Workplace() {
-        fs::remove_all(path);
-    }
-
-    [[nodiscard]] std::string trace() const {
-        std::ifstream file(path / "zrptop.log");
-        std::stringstream text;
-        text << file.rdbuf();
-        return text.str();
-    }
-
-    // The lines of one function.
-    [[nodiscard]] std::string trace_of(const std::string& tag) const {
-        std::ifstream file(path / "zrptop.log");
-        std::string lines;
-        for (std::string line; std::getline(file, line);) {
-            lines += line.starts_with(tag + ": ") ? line + "\n" : "";
-        }
-        return lines;
-    }
-
-    fs::path path;
-};
-
-TerminalOptions traced_monitor(const Workplace& workplace, int rows = 25, int columns = 80) {
-    TerminalOptions options = monitor(rows, columns, {"-d"});
-    options.child.directory = workplace.path;
-    return options;
-}
 
 // The program as another user than root.
 std::vector<std::string> as_somebody(std::vector<std::string> arguments) {
@@ -237,6 +198,40 @@ TEST(Trace, NamesEachKeyByItsCode) {
                                           "main: key=43\n"
                                           "main: key=122\n"
                                           "main: special key=276\n");
+}
+
+TEST(Trace, NamesEachKeyOfADialogAndNoKeyThatItHandsBack) {
+    ZRP_NEEDS_ROOT();
+    const Workplace workplace;
+    Terminal terminal(traced_monitor(workplace));
+    ASSERT_TRUE(wait_for_windows(terminal));
+    terminal.press(Key::kF5);
+    ASSERT_TRUE(terminal.wait_for("Enter selection"));
+    terminal.type("12");
+    terminal.press(Key::kBackspace);
+    terminal.type("\x15"); // kill
+    terminal.press(Key::kPageUp);
+    terminal.press(Key::kF5);
+    ASSERT_TRUE(terminal.wait_for("Enter selection"));
+    terminal.type("q\r");
+    expect_clean_end(terminal);
+    EXPECT_EQ(workplace.trace_of("main"), "main: special key=269\n"
+                                          "main: special key=269\n"
+                                          "main: special key=276\n");
+    EXPECT_EQ(workplace.trace_of("zrptop_wgetnstr"),
+              "zrptop_wgetnstr: getch() key=49\n"
+              "zrptop_wgetnstr: normal key detected key=49\n"
+              "zrptop_wgetnstr: getch() key=50\n"
+              "zrptop_wgetnstr: normal key detected key=50\n"
+              "zrptop_wgetnstr: getch() key=263\n"
+              "zrptop_wgetnstr: erasec key detected key=263\n"
+              "zrptop_wgetnstr: getch() key=21\n"
+              "zrptop_wgetnstr: killc key detected key=21\n"
+              "zrptop_wgetnstr: getch() key=339\n"
+              "zrptop_wgetnstr: special key detected key=260\n"
+              "zrptop_wgetnstr: getch() key=113\n"
+              "zrptop_wgetnstr: normal key detected key=113\n"
+              "zrptop_wgetnstr: getch() key=10\n");
 }
 
 // Terminals and locales that users have.

@@ -1,10 +1,7 @@
 // The Volume screen: labels, values, and what it keeps when the server fails.
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-
 #include "tests/terminal/volume_world.h"
+#include "tests/terminal/workplace.h"
 
 namespace zrp {
 namespace {
@@ -395,35 +392,6 @@ TEST(Volume, PagesThrough256Volumes) {
     EXPECT_GE(starts[1], 24);
     EXPECT_GE(starts[2], 48);
     EXPECT_EQ(starts[3], starts[2]); // the count drawn does not grow any more
-}
-
-// A working directory that goes with the test.
-struct Workplace {
-    Workplace() {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "zrptop-volume-XXXXXX").string();
-        path = mkdtemp(pattern.data());
-    }
-    Workplace(const Workplace&) = delete;
-    Workplace& operator=(const Workplace&) = delete;
-    ~Workplace() {
-        std::filesystem::remove_all(path);
-    }
-
-    [[nodiscard]] std::string trace() const {
-        std::ifstream file(path / "zrptop.log");
-        std::stringstream text;
-        text << file.rdbuf();
-        return text.str();
-    }
-
-    std::filesystem::path path;
-};
-
-TerminalOptions traced_monitor(const Workplace& workplace) {
-    TerminalOptions options = monitor(25, 80, {"-d"});
-    options.child.directory = workplace.path;
-    return options;
 }
 
 // Expects the lines in their order; others may stand between them.

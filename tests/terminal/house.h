@@ -1,0 +1,121 @@
+// The monitor on a main daemon that fills each screen, and the ways to every screen and dialog.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "tests/terminal/command_answers.h"
+#include "tests/terminal/connection_world.h"
+#include "tests/terminal/session.h"
+#include "tests/terminal/volume_world.h"
+
+namespace zrp {
+
+// A screen by its function key, and what tells it from the others.
+struct Place {
+    const char* name;
+    Key key;
+    const char* choice; // typed into its dialog; null where it has none
+    const char* prompt; // of the dialog
+    const char* shown;  // on the screen
+};
+
+inline constexpr Place kGeneral = {"General", Key::kF2, nullptr, nullptr, "figure: 1"};
+inline constexpr Place kVolume = {"Volume", Key::kF3, "0\r", "Enter volume number", "Volume: SYS"};
+inline constexpr Place kConnection = {"Connection", Key::kF4, "2\r", "Enter connection number",
+                                      "(2) user2"};
+inline constexpr Place kDiagnostics = {"Diagnostics", Key::kF5, "1\r", "Enter selection",
+                                       "ZRP Server Directory Cache"};
+inline constexpr Place kParameters = {"Parameters", Key::kF6, nullptr, nullptr, "LOG_LEVEL"};
+inline constexpr Place kVersion = {"Version", Key::kF7, nullptr, nullptr, "ZRP Server Components"};
+
+inline constexpr Place kDialogs[] = {kVolume, kConnection, kDiagnostics};
+
+struct House {
+    explicit House(const TerminalOptions& options = monitor())
+        : daemon(prepared()), peer(kMainDaemonSocket, {daemon->script()}), terminal(options) {}
+
+    // General is shown and the first pass is over.
+    bool begin() {
+        return terminal.wait_for(kGeneral.shown);
+    }
+
+    bool wait_for_dialog(const Place& place) {
+        return terminal.wait_for(place.prompt);
+    }
+
+    bool dialog_is_closed(const Place& place) const {
+        return terminal.eye().find_row(place.prompt) == -1;
+    }
+
+    // The screen stands, and no dialog before it.
+    bool wait_for_screen(const Place& place) {
+        return terminal.wait_until([&] {
+            for (const Place& dialog : kDialogs) {
+                if (!dialog_is_closed(dialog)) {
+                    return false;
+                }
+            }
+            return terminal.eye().find_row(place.shown) != -1;
+        });
+    }
+
+    bool open_dialog(const Place& place) {
+        terminal.press(place.key);
+        return wait_for_dialog(place);
+    }
+
+    bool show(const Place& place) {
+        terminal.press(place.key);
+        if (place.choice != nullptr) {
+            if (!wait_for_dialog(place)) {
+                return false;
+            }
+            terminal.type(place.choice);
+        }
+        return wait_for_screen(place);
+    }
+
+    // Makes the interval so long that no pass comes during a test, and waits for the pass that is
+    // still on its way. The number of passes since then is what asked_since() tells.
+    bool slow_down() {
+        terminal.type(std::string(59, '+'));
+        const size_t before = strips();
+        const bool done = terminal.wait_until([&] { return strips() > before; });
+        terminal.pump(stage::milliseconds{300}); // the end of that pass
+        asked_ = peer.connections();
+        return done;
+    }
+
+    [[nodiscard]] size_t asked_since() const {
+        return peer.connections() - asked_;
+    }
+
+    [[nodiscard]] size_t strips() const {
+        return daemon->requests("serverStatistics").size();
+    }
+
+    static std::unique_ptr<CommandAnswers> prepared() {
+        namespace connections = connection_world;
+        auto answers = std::make_unique<CommandAnswers>();
+        answers->answer("serverStatistics", {statistics(parm("figure", "1") + up_time("9"))});
+        answers->answer("listVolumes", {volume_list(listed(0, "SYS") + listed(2, "DATA"))});
+        answers->answer("volumeInformation", {volume_information({})});
+        answers->answer(connections::kList, {connections::page(connections::users(1, 3))});
+        answers->answer(connections::kInformation, {connections::information(2, "user2")});
+        answers->answer("diagnostics", {"<zrpConsoleReply/>"});
+        // At once the list of one setting, and the value of that setting.
+        answers->answer("set", {"<zrpConsoleReply><set><name>LOG_LEVEL</name><string>INFO</string>"
+                                "</set></zrpConsoleReply>"});
+        return answers;
+    }
+
+    std::unique_ptr<CommandAnswers> daemon; // before its peer, which uses it
+    ScriptedPeer peer;
+    Terminal terminal;
+
+private:
+    size_t asked_ = 0;
+};
+
+} // namespace zrp

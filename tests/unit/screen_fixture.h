@@ -67,6 +67,6 @@ inline constexpr uint32_t kSomeStatus = 5; // of a reply's header
 inline const std::string kStatusReply = reply("", kSomeStatus);
 inline const std::string kRefusalReply =
     reply("<zrpConsoleReply><result value=\"-601\"/></zrpConsoleReply>");
-inline constexpr int kRefusal = -601;
+inline constexpr int kRefusalCode = -601;
 
 } // namespace zrp

@@ -216,7 +216,7 @@ struct CodeCase {
 TEST_F(VolumeScreen, ReturnsTheCodeOfTheStepThatFailed) {
     const CodeCase cases[] = {
         {"status", kStatusReply, static_cast<int>(kSomeStatus)},
-        {"refusal", kRefusalReply, kRefusal},
+        {"refusal", kRefusalReply, kRefusalCode},
         {"empty", reply(""), kInvalid},
         {"no volume", reply("<zrpConsoleReply/>"), kInvalid},
         {"version 7", reply(volume_information({.version = 7})), kRange},

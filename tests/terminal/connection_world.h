@@ -1,16 +1,14 @@
-// What the tests of the Connection screen and of its dialog have in common: the documents of a
-// daemon with connections, and where things stand on the terminal.
+// What the tests of the Connection screen and of its dialog have in common: where things stand on
+// the terminal, and the monitor with the dialog open.
 #pragma once
 
 #include <string>
 
+#include "tests/support/connection_replies.h"
 #include "tests/terminal/command_answers.h"
 #include "tests/terminal/session.h"
 
 namespace zrp::connection_world {
-
-inline constexpr const char* kList = "listConnections";
-inline constexpr const char* kInformation = "connectionInformationTag";
 
 inline constexpr const char* kPrompt =
     "Enter connection number [ q (quit) + (next page) - (top)] ? ";
@@ -25,61 +23,6 @@ inline constexpr int kTitleColumn = 6;
 inline constexpr int kTitleValueColumn = 19;
 inline constexpr int kLabelColumn = 9;
 inline constexpr int kValueColumn = 27;
-
-inline std::string element(const std::string& tag, const std::string& text) {
-    return "<" + tag + ">" + text + "</" + tag + ">";
-}
-
-// What a list and the information have in common.
-inline std::string common(int station, const std::string& name, const std::string& bytesRead,
-                          const std::string& bytesWritten) {
-    return element("stationNumberTag", std::to_string(station)) + element("zrpRequests", "3") +
-           element("bytesRead", bytesRead) + element("bytesWritten", bytesWritten) +
-           element("name", name) + element("loginTime", "in " + name) +
-           element("licensedState", "Yes") + element("encrypted", "No") +
-           element("mfa", "Disabled");
-}
-
-inline std::string entry(int station, const std::string& name,
-                         const std::string& bytesRead = "1000",
-                         const std::string& bytesWritten = "0x10") {
-    return element("connectionTag", common(station, name, bytesRead, bytesWritten));
-}
-
-inline std::string user(int station) {
-    return "user" + std::to_string(station);
-}
-
-// Entries of so many users from a station on.
-inline std::string users(int first, int count) {
-    std::string entries;
-    for (int station = first; station < first + count; station++) {
-        entries += entry(station, user(station));
-    }
-    return entries;
-}
-
-inline std::string page(const std::string& entries) {
-    return element("zrpConsoleReply", element(kList, entries));
-}
-
-inline std::string information(int station, const std::string& name,
-                               const std::string& status = "0x1",
-                               const std::string& address = "10.1.0.9") {
-    const std::string files = element("openFiles", "<openFilesCount>2</openFilesCount>"
-                                                   "<name>SYS:a</name><name>SYS:b</name>");
-    const std::string equals = element("securityEquals", "<secEqualsCount>0</secEqualsCount>");
-    const std::string own = files + common(station, name, "77", "88") +
-                            element("loginEpoch", "1776816000") +
-                            element("networkAddress", address) + element("status", status) +
-                            element("privileges", "0") + element("authenticationMethod", "1") +
-                            element("connectionType", "2") + equals;
-    return element("zrpConsoleReply", element(kInformation, element("connectionTag", own)));
-}
-
-inline const std::string kRefusal =
-    "<zrpConsoleReply><result value=\"-5\"><description>no</description></result>"
-    "</zrpConsoleReply>";
 
 // The monitor with the dialog open over General.
 struct Dialog {

@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/monitor.h"
+#include "tests/unit/traced.h"
 
 namespace zrp {
 namespace {
@@ -45,31 +45,6 @@ size_t population(const DiagHashTable& table) {
     }
     return count;
 }
-
-// What is traced while the object lives.
-class TraceText {
-public:
-    TraceText() {
-        monitorState.traceFile = open_memstream(&text, &length);
-        monitorState.traceEnabled = 1;
-    }
-    ~TraceText() {
-        monitorState.traceEnabled = 0;
-        fclose(monitorState.traceFile);
-        monitorState.traceFile = nullptr;
-        free(text);
-    }
-    TraceText(const TraceText&) = delete;
-    TraceText& operator=(const TraceText&) = delete;
-
-    [[nodiscard]] std::string get() const {
-        return {text, length};
-    }
-
-private:
-    char* text = nullptr;
-    size_t length = 0;
-};
 
 // The steps by hand: 1159241 ^ ((1159241 << 5) + (1159241 >> 2) + 'a'), and so on, modulo 2^32.
 TEST(DiagHash, MixesEachByteIntoTheSeed) {

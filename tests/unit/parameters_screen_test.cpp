@@ -1,0 +1,91 @@
+// The Parameters screen: the results of its functions.
+#include "common/result.h"
+#include "screens/parameters.h"
+#include "tests/unit/failing_malloc.h"
+#include "tests/unit/screen_fixture.h"
+
+namespace zrp {
+namespace {
+
+constexpr size_t kRequestSize = 1024;
+
+std::string set_reply(const std::string& content) {
+    return reply("<zrpConsoleReply><set>" + content + "</set></zrpConsoleReply>");
+}
+
+struct CodeCase {
+    const char* what;
+    std::string bytes;
+    int code;
+};
+
+class ParametersScreen : public ScreenTest {
+protected:
+    void TearDown() override {
+        clear_parameter_table();
+        ScreenTest::TearDown();
+    }
+};
+
+TEST_F(ParametersScreen, WithoutAWindowIsOutOfRange) {
+    EXPECT_EQ(drawParameterLabels(nullptr), kRange);
+}
+
+TEST_F(ParametersScreen, TheListHasAResultForEachStep) {
+    const CodeCase cases[] = {
+        {"one name", set_reply("<name>A</name>"), kOk},
+        {"status", kStatusReply, static_cast<int>(kSomeStatus)},
+        {"refusal", kRefusalReply, kRefusalCode},
+        {"no set element", reply("<zrpConsoleReply><name>A</name></zrpConsoleReply>"), kInvalid},
+        {"no name", set_reply(""), kInvalid},
+        {"hidden names only", set_reply("<name>Allow_Utf8</name><name>SHADOW_VOLUME</name>"),
+         kInvalid},
+    };
+    for (const CodeCase& c : cases) {
+        const Answering daemon({c.bytes});
+        EXPECT_EQ(loadParameterList(), c.code) << c.what;
+    }
+    const FailingMalloc failing(kRequestSize);
+    EXPECT_EQ(loadParameterList(), kNoMemory);
+}
+
+TEST_F(ParametersScreen, AValueHasAResultForEachStepAndKeepsTheOldOneOnFailure) {
+    ParameterItem item = {3, 7, "NAME", "old"};
+    const CodeCase cases[] = {
+        {"status", kStatusReply, static_cast<int>(kSomeStatus)},
+        {"refusal", kRefusalReply, kRefusalCode},
+        {"no value", set_reply("<name>NAME</name>"), kInvalid},
+        {"good", set_reply("<name>NAME</name><string>new</string>"), kOk},
+    };
+    for (const CodeCase& c : cases) {
+        const Answering daemon({c.bytes});
+        EXPECT_EQ(fetchParameterValue(&item), c.code) << c.what;
+        EXPECT_STREQ(item.value, c.code == kOk ? "new" : "old") << c.what;
+    }
+    const FailingMalloc failing(kRequestSize);
+    EXPECT_EQ(fetchParameterValue(&item), kNoMemory);
+}
+
+TEST_F(ParametersScreen, DrawsItsFrameAndSucceedsWhateverTheServerSays) {
+    const Answering daemon({kRefusalReply});
+    EXPECT_EQ(drawParameterLabels(window), kOk);
+    EXPECT_EQ(updateParameterWindow(window), kOk);
+    EXPECT_EQ(row(1), "");
+    EXPECT_EQ(daemon.connections(), 1U) << "no value is asked for";
+}
+
+TEST_F(ParametersScreen, AValueStandsBehindItsLabelAndAFailedOneLeavesIt) {
+    const Answering daemon({set_reply("<name>FIRST</name><name>B</name>"),
+                            set_reply("<string>1</string>"), kRefusalReply,
+                            set_reply("<string>22</string>"), set_reply("<string>3</string>")});
+    EXPECT_EQ(drawParameterLabels(window), kOk);
+    EXPECT_EQ(updateParameterWindow(window), kOk);
+    EXPECT_EQ(row(1), "FIRST = 1");
+    EXPECT_EQ(row(2), "B =");
+    EXPECT_EQ(updateParameterWindow(window), kOk);
+    EXPECT_EQ(row(1), "FIRST = 22");
+    EXPECT_EQ(row(2), "B = 3");
+}
+
+} // namespace
+} // namespace zrp

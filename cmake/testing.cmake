@@ -1,17 +1,19 @@
 # How tests are declared.
 include(GoogleTest)
 
-# zrp_test(name [PLAIN] [THREADS] sources... [LIBRARIES targets...] [PROGRAMS targets...])
+# zrp_test(name [PLAIN] [THREADS] sources... [FIXTURE name] [LIBRARIES targets...]
+#          [PROGRAMS targets...])
 #
 # A GoogleTest program, each of whose tests runs as a process of its own.
 #   PLAIN      it touches no daemon name: no private network, no standing in line for one.
 #   THREADS    it also runs under the thread sanitizer in scripts/test (label "threads").
+#   FIXTURE    ctest's fixture that has to be set up before.
 #   LIBRARIES  targets to link.
 #   PROGRAMS   executables that it runs; zrptop is found through the macro ZRPTOP_PROGRAM.
 add_custom_target(thread_tests)
 
 function(zrp_test name)
-    cmake_parse_arguments(PARSE_ARGV 1 TEST "PLAIN;THREADS" "" "LIBRARIES;PROGRAMS")
+    cmake_parse_arguments(PARSE_ARGV 1 TEST "PLAIN;THREADS" "FIXTURE" "LIBRARIES;PROGRAMS")
     add_executable(${name} ${TEST_UNPARSED_ARGUMENTS})
     if(TEST_PLAIN)
         target_link_libraries(${name} PRIVATE GTest::gtest_main ${TEST_LIBRARIES})
@@ -23,13 +25,16 @@ function(zrp_test name)
         add_dependencies(${name} ${program})
         target_compile_definitions(${name} PRIVATE ${macro}_PROGRAM="$<TARGET_FILE:${program}>")
     endforeach()
-    set(labels "")
+    set(properties "")
     if(TEST_THREADS)
         add_dependencies(thread_tests ${name})
-        set(labels LABELS threads)
+        list(APPEND properties LABELS threads)
+    endif()
+    if(TEST_FIXTURE)
+        list(APPEND properties FIXTURES_REQUIRED ${TEST_FIXTURE})
     endif()
     # The time limit leaves room for standing in line where namespaces are not permitted.
-    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 300 ${labels})
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 300 ${properties})
 endfunction()
 
 # zrp_fuzz(name sources... [CORPUS folder] [LIBRARIES targets...])

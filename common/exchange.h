@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#pragma GCC visibility push(hidden)
+
 namespace zrp {
 
 // Which step gave an exchange its result; callers count and log by it.
@@ -36,3 +38,5 @@ struct ExchangeOutcome {
 ExchangeOutcome exchange(const ExchangeRequest& request);
 
 } // namespace zrp
+
+#pragma GCC visibility pop

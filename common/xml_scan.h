@@ -4,6 +4,8 @@
 #include <cstring>
 #include <string_view>
 
+#pragma GCC visibility push(hidden)
+
 namespace zrp {
 
 // The next byte c in [position, end), or null.
@@ -59,3 +61,5 @@ inline const char* cdata_end(const char* position, const char* end) {
 }
 
 } // namespace zrp
+
+#pragma GCC visibility pop

@@ -6,6 +6,8 @@
 
 #include "log_context.h"
 
+#pragma GCC visibility push(hidden)
+
 namespace zrp {
 
 // Exclusive use of the log's context. Leaves the caller's errno as it was.
@@ -51,3 +53,5 @@ void close_log_file(LogContext& log);
 void leave_system_log(LogContext& log);
 
 } // namespace zrp
+
+#pragma GCC visibility pop

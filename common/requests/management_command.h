@@ -14,6 +14,8 @@
 #include "reply_fields.h"
 #include "reply_list.h"
 
+#pragma GCC visibility push(hidden)
+
 namespace zrp {
 
 // A command whose reply is one record. Request and reply nest alike:
@@ -139,3 +141,5 @@ constexpr ReplyField whole_text(const char* tag) {
 }
 
 } // namespace zrp
+
+#pragma GCC visibility pop

@@ -6,6 +6,8 @@
 
 #include "reply_fields.h"
 
+#pragma GCC visibility push(hidden)
+
 namespace zrp {
 
 using ReplyFields = std::span<const ReplyField>;
@@ -27,3 +29,5 @@ struct VolumeLayout {
 const VolumeLayout* find_volume_layout(int versionTag);
 
 } // namespace zrp
+
+#pragma GCC visibility pop

@@ -6,6 +6,8 @@
 
 #include "operation.h"
 
+#pragma GCC visibility push(hidden)
+
 namespace zrp {
 
 // A volume of such a list.
@@ -24,3 +26,5 @@ int next_volume_word(const char** text, VolumeWord* word, const LogContext* log)
 int count_volume_words(const char* text, size_t* count, const LogContext* log);
 
 } // namespace zrp
+
+#pragma GCC visibility pop

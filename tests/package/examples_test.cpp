@@ -1,0 +1,175 @@
+// The example programs, built by a stranger with the installed library, on the simulated server.
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <string_view>
+
+#include "tests/package/installed.h"
+#include "tests/support/needs.h"
+#include "tests/support/simulated_server.h"
+
+namespace zrp {
+namespace {
+
+namespace fs = std::filesystem;
+using stage::ExitStatus;
+
+constexpr ExitStatus kSuccess{0, 0};
+constexpr ExitStatus kFailure{1, 0};
+
+constexpr const char* kThreeVolumes =
+    "    0  SYS               online mounted salvageable \n"
+    "    1  DATA              online mounted BKS salvageable \n"
+    "    2  HOME              online mounted \"read only\" BKS salvageable \n";
+
+// An example in one of the folders that are named after the library they are linked with.
+std::string example(const std::string& name, const std::string& library = "zrpclient") {
+    return kInstalled / library / name;
+}
+
+bool needs_shared_library(const std::string& program) {
+    const std::string dynamic = run({"readelf", "--dynamic", program}).output;
+    EXPECT_NE(dynamic.find("(NEEDED)"), std::string::npos) << dynamic;
+    return dynamic.find("[libzrpclient.so.") != std::string::npos;
+}
+
+void append_words(std::vector<std::string>& words, const std::string& text) {
+    std::istringstream stream(text);
+    for (std::string word; stream >> word;) {
+        words.push_back(word);
+    }
+}
+
+// Compiles one file with the flags that pkg-config gives for the installed library, and runs it.
+Outcome build_and_run(const fs::path& source) {
+    const std::string program = kInstalled / source.stem();
+    const Outcome flags = run({"pkg-config", "--cflags", "--libs", "zrpclient"},
+                              {"PKG_CONFIG_PATH=" + (kLibraries / "pkgconfig").string()});
+    EXPECT_EQ(flags.status, kSuccess) << flags.output;
+    std::vector<std::string> compile = {ZRP_COMPILER, "-std=c++20", "-o", program, source};
+    append_words(compile, flags.output);
+    append_words(compile, ZRP_FLAGS);
+    const Outcome built = run(compile);
+    EXPECT_EQ(built.status, kSuccess) << built.output;
+    return run({program}, {"LD_LIBRARY_PATH=" + kLibraries.string()});
+}
+
+// The lines of a document between the first that begins with one mark and the next that begins with
+// the other.
+std::string excerpt(const fs::path& path, std::string_view from, std::string_view to) {
+    std::ifstream file(path);
+    std::string line;
+    while (std::getline(file, line) && !line.starts_with(from)) {
+    }
+    std::string text;
+    while (std::getline(file, line) && !line.starts_with(to)) {
+        text += line + "\n";
+    }
+    EXPECT_NE(text, "") << path;
+    return text;
+}
+
+fs::path written(const std::string& name, const std::string& text) {
+    const fs::path path = kInstalled / name;
+    std::ofstream(path) << text;
+    return path;
+}
+
+TEST(Examples, ListVolumesWithTheirState) {
+    const SimulatedServer server({"--volumes", "3"});
+    ASSERT_TRUE(server.ready());
+    const Outcome outcome = run({example("list_volumes")});
+    EXPECT_EQ(outcome.status, kSuccess);
+    EXPECT_EQ(outcome.output, kThreeVolumes);
+}
+
+TEST(Examples, SayThatNobodyAnswers) {
+    ZRP_NEEDS_NAMESPACES();
+    const Outcome outcome = run({example("list_volumes")});
+    EXPECT_EQ(outcome.status, kFailure);
+    EXPECT_EQ(outcome.output, "list_volumes: the server cannot be asked, code 111\n");
+}
+
+TEST(Examples, LinkWithEitherLibrary) {
+    EXPECT_TRUE(needs_shared_library(example("list_volumes", "zrpclient")));
+    EXPECT_FALSE(needs_shared_library(example("list_volumes", "zrpclient_static")));
+    const SimulatedServer server({"--volumes", "3"});
+    ASSERT_TRUE(server.ready());
+    EXPECT_EQ(run({example("list_volumes", "zrpclient_static")}).output, kThreeVolumes);
+}
+
+TEST(Examples, BuildWithTheFlagsOfPkgConfig) {
+    const SimulatedServer server({"--volumes", "3"});
+    ASSERT_TRUE(server.ready());
+    EXPECT_EQ(build_and_run(kInstalled / "examples/list_volumes.cpp").output, kThreeVolumes);
+}
+
+TEST(Examples, OfTheManPageListsVolumes) {
+    const fs::path page = kPrefix / "share/man/man3/zrpclient.3";
+    std::string example = excerpt(page, ".\\\" Example", ".\\\" End");
+    example = std::regex_replace(example, std::regex(R"(\\e)"), "\\");
+    const SimulatedServer server({"--volumes", "3"});
+    ASSERT_TRUE(server.ready());
+    const Outcome outcome = build_and_run(written("man_page.cpp", example));
+    EXPECT_EQ(outcome.status, kSuccess);
+    EXPECT_EQ(outcome.output, "0 SYS\n1 DATA\n2 HOME\n");
+}
+
+TEST(Examples, OfTheReadmeListsStatistics) {
+    const std::string example = excerpt(fs::path(ZRP_SOURCES) / "README.md", "```cpp", "```");
+    const SimulatedServer server;
+    ASSERT_TRUE(server.ready());
+    const Outcome outcome = build_and_run(written("readme.cpp", example));
+    EXPECT_EQ(outcome.status, kSuccess);
+    EXPECT_TRUE(outcome.output.starts_with("<name>")) << outcome.output;
+}
+
+TEST(Examples, WatchOneCounter) {
+    const SimulatedServer server({"--clock", "3600"});
+    ASSERT_TRUE(server.ready());
+    const Outcome outcome = run({example("watch_counter"), "ipcListener requests", "0", "3"});
+    EXPECT_EQ(outcome.status, kSuccess);
+    EXPECT_EQ(outcome.output, "21871 (+0)\n21871 (+0)\n21871 (+0)\n");
+}
+
+TEST(Examples, SeeACounterMove) {
+    const SimulatedServer server;
+    ASSERT_TRUE(server.ready());
+    const Outcome outcome = run({example("watch_counter"), "ipcListener requests", "2", "2"});
+    EXPECT_TRUE(
+        std::regex_match(outcome.output, std::regex(R"(\d+ \(\+0\)\n\d+ \(\+[1-9]\d*\)\n)")))
+        << outcome.output;
+}
+
+TEST(Examples, KnowNoSuchCounter) {
+    const SimulatedServer server;
+    ASSERT_TRUE(server.ready());
+    const Outcome outcome = run({example("watch_counter"), "ipcListener"});
+    EXPECT_EQ(outcome.status, kFailure);
+    EXPECT_EQ(outcome.output, "watch_counter: no such counter, code 2\n");
+}
+
+TEST(Examples, MakeListAndRemoveAVolume) {
+    const SimulatedServer server({"--volumes", "3"});
+    ASSERT_TRUE(server.ready());
+    // Twice: the first run left nothing behind.
+    for (int i = 0; i < 2; i++) {
+        const Outcome outcome = run({example("try_volume"), "NEW", "/srv/new"});
+        EXPECT_EQ(outcome.status, kSuccess);
+        EXPECT_EQ(outcome.output, "created\nlisted\nremoved\n");
+    }
+    EXPECT_EQ(run({example("list_volumes")}).output, kThreeVolumes);
+}
+
+TEST(Examples, TellWhyAVolumeIsRefused) {
+    const SimulatedServer server;
+    ASSERT_TRUE(server.ready());
+    const Outcome outcome = run({example("try_volume"), "SYS", "/srv/new"});
+    EXPECT_EQ(outcome.status, kFailure);
+    EXPECT_EQ(outcome.output, "not created: 17 volume exists: SYS\n");
+    EXPECT_EQ(run({example("try_volume"), "SIXTEEN_LETTERS_", "/srv/new"}).output,
+              "not created: code -702\n");
+}
+
+} // namespace
+} // namespace zrp

@@ -1,0 +1,20 @@
+# Installs TREE below FOLDER and builds a copy of EXAMPLES with it, each linkage in a folder of its
+# own. What was installed is moved before its first use: it must not remember a place.
+file(REMOVE_RECURSE ${FOLDER})
+file(MAKE_DIRECTORY ${FOLDER})
+file(COPY ${EXAMPLES}/ DESTINATION ${FOLDER}/examples)
+
+function(run)
+    execute_process(COMMAND ${ARGV} COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+run(${CMAKE_COMMAND} --install ${TREE} --prefix ${FOLDER}/first)
+file(RENAME ${FOLDER}/first ${FOLDER}/prefix)
+
+set(warnings "-Wall -Wextra -Wconversion -Wshadow -Wformat=2 -Werror")
+foreach(library zrpclient zrpclient_static)
+    run(${CMAKE_COMMAND} -S ${FOLDER}/examples -B ${FOLDER}/${library} -G ${GENERATOR}
+        -D CMAKE_PREFIX_PATH=${FOLDER}/prefix -D ZRPCLIENT=zrpclient::${library}
+        -D CMAKE_CXX_COMPILER=${COMPILER} -D "CMAKE_CXX_FLAGS=${FLAGS} ${warnings}")
+    run(${CMAKE_COMMAND} --build ${FOLDER}/${library})
+endforeach()

@@ -20,7 +20,7 @@ int ScanClusterBindReply(char* reply, int replyLength);
 struct ClusterVolume {
     const char* volumeName;
     int32_t volumeNumber = kOwnVolumeNumber;
-    const char* settings = nullptr;          // as below, or null
+    const char* settings = nullptr; // as below, or null
 };
 
 // The request that mounts volumes of a cluster resource, malloc'ed.

@@ -2,6 +2,7 @@
 // terminal as it was before.
 
 #include <csignal>
+#include <functional>
 #include <sys/resource.h>
 
 #include "tests/terminal/house.h"
@@ -176,6 +177,35 @@ TEST(Ending, ASignalEndsTheProgramOnATerminalThatIsStopped) {
     terminal.pump(milliseconds{2500});
     terminal.child().send_signal(SIGTERM);
     expect_end_in_time(terminal);
+}
+
+// The kernel gives a terminal standard modes when the program that leads its session ends, so here
+// a shell leads it and looks.
+void expect_modes_restored_after(const std::function<void(Terminal&)>& end) {
+    const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
+    TerminalOptions options = monitor();
+    options.child.arguments = {
+        "sh", "-c",
+        "trap : INT; \"$0\"; status=$?; set -- $(stty -a | tr -d ';'); for mode; do "
+        "case $mode in (*ixon|*icanon|*echo) printf '%s ' $mode; esac; "
+        "done; echo status $status",
+        ZRPTOP_PROGRAM};
+    Terminal terminal(options);
+    ASSERT_TRUE(terminal.wait_for("figure: 1")) << terminal.text();
+    end(terminal);
+    EXPECT_TRUE(terminal.wait_until([&] {
+        return terminal.raw_output().find("ixon icanon echo status 0") != std::string::npos;
+    })) << terminal.raw_output();
+}
+
+TEST(Ending, TheTerminalHasItsModesBackAfterAKey) {
+    ZRP_NEEDS_ROOT();
+    expect_modes_restored_after([](Terminal& terminal) { terminal.press(Key::kF12); });
+}
+
+TEST(Ending, TheTerminalHasItsModesBackAfterASignal) {
+    ZRP_NEEDS_ROOT();
+    expect_modes_restored_after([](Terminal& terminal) { terminal.type("\x03"); });
 }
 
 // A terminal whose other end reads nothing: its screen cannot be restored, its modes can.

@@ -51,8 +51,6 @@ void expect_ended_cleanly(Terminal& terminal) {
     EXPECT_EQ(*status, ExitStatus{}) << terminal.raw_output();
     EXPECT_FALSE(terminal.eye().alternate_screen());
     EXPECT_TRUE(terminal.eye().cursor().visible);
-    const auto localModes = terminal.modes().c_lflag;
-    EXPECT_TRUE((localModes & ECHO) != 0 && (localModes & ICANON) != 0);
 }
 
 void expect_clean_end(Terminal& terminal) {

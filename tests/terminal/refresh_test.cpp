@@ -1,5 +1,6 @@
 // Keys of the main thread, the refresh thread and what passes between them.
 
+#include "tests/terminal/house.h"
 #include "tests/terminal/session.h"
 
 namespace zrp {
@@ -137,6 +138,41 @@ TEST(RefreshThread, EachPassAsksForTheStripAndForTheList) {
     ASSERT_TRUE(terminal.wait_until([&] { return shows_figures(terminal); }));
     terminal.pump(milliseconds{200});
     EXPECT_EQ(peer.connections(), 2U);
+}
+
+TerminalOptions watched_monitor() {
+    TerminalOptions options = monitor();
+    options.child.arguments = {WATCHED_MONITOR_PROGRAM};
+    return options;
+}
+
+// Nobody listens, so the first pass draws at once, while the main thread still prepares itself.
+TEST(RefreshThread, AtTheStartNeverDrawsWhileTheMainThreadIsInsideNcurses) {
+    ZRP_NEEDS_ROOT();
+    for (int i = 0; i < 3; i++) {
+        Terminal terminal(watched_monitor());
+        ASSERT_TRUE(wait_for_windows(terminal)) << terminal.raw_output();
+        expect_clean_end(terminal);
+    }
+}
+
+TEST(RefreshThread, NeverDrawsWhileTheMainThreadIsInsideNcurses) {
+    ZRP_NEEDS_ROOT();
+    House house(watched_monitor());
+    ASSERT_TRUE(house.begin()) << house.terminal.raw_output();
+    for (const Place& place : {kVolume, kDiagnostics, kGeneral}) {
+        ASSERT_TRUE(house.show(place)) << place.name << house.terminal.raw_output();
+        ASSERT_TRUE(house.open_dialog(kVolume)) << house.terminal.raw_output();
+        const size_t before = house.strips();
+        const stage::Deadline deadline(stage::kPatience);
+        while (house.strips() == before && !deadline.passed()) {
+            house.terminal.type("12\x7f\x7f");
+            house.terminal.pump(milliseconds{20});
+        }
+        house.terminal.type("\x15q\r");
+        ASSERT_TRUE(house.wait_for_screen(place)) << house.terminal.raw_output();
+    }
+    expect_clean_end(house.terminal);
 }
 
 // Many screen switches while passes run: every frame stays whole and the figures come back.

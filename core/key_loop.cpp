@@ -9,6 +9,7 @@
 #include "core/refresh_thread.h"
 #include "core/screen.h"
 #include "core/shutdown.h"
+#include "core/signals.h"
 #include "core/window.h"
 
 namespace zrp {
@@ -80,14 +81,20 @@ constexpr KeyBinding kKeyBindings[] = {
     {'+', refresh_less_often},         {'-', refresh_more_often},
 };
 
-// Acts on a key. Returns the screen that it opens, or null.
-const Screen* act_on_key(int key) {
+// Null for a key that none is bound to.
+KeyAction action_of(int key) {
     for (const KeyBinding& binding : kKeyBindings) {
         if (binding.key == key) {
-            return binding.action();
+            return binding.action;
         }
     }
-    return find_screen(key);
+    return nullptr;
+}
+
+// Acts on a key. Returns the screen that it opens, or null.
+const Screen* act_on_key(int key) {
+    const KeyAction action = action_of(key);
+    return action != nullptr ? action() : find_screen(key);
 }
 
 // Runs a screen's dialog. Returns the screen that the user went on to from there, or null.
@@ -96,6 +103,9 @@ const Screen* run_dialog(const Screen* screen) {
     int fkey = 0;
     pause_refresh();
     const int rc = screen->runDialog(&fkeyHit, &fkey);
+    if (rc == kOk && fkeyHit != 0 && action_of(fkey) == end_program) {
+        request_termination(); // or a pass that a mute daemon holds would hold up resuming
+    }
     resume_refresh();
     if (rc != kOk) {
         return nullptr;

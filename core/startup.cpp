@@ -98,6 +98,11 @@ void draw_menu() {
     refresh_window(stdscr);
 }
 
+void read_function_keys() {
+    const CursesLock lock;
+    keypad(stdscr, TRUE);
+}
+
 } // namespace
 
 int create_uptime_window() {
@@ -154,7 +159,7 @@ int run_monitor(int argc, char** argv, const ScreenSet& screens) {
     create_main_window();
     request_first_draw();
     start_refresh_thread();
-    keypad(stdscr, TRUE);
+    read_function_keys(); // the thread may draw by now
     key_loop();
 }
 

@@ -139,6 +139,25 @@ TEST(Ending, F12EndsTheProgramWhileAPassWaitsForAMuteDaemon) {
     expect_end_in_time(terminal);
 }
 
+// The dialog gives the main window back before the key is acted on, and waits for the pass there.
+TEST(Ending, F12EndsTheProgramInADialogWhileAPassWaitsForAMuteDaemon) {
+    ZRP_NEEDS_ROOT();
+    const auto daemon = House::prepared();
+    PeerScript script = daemon->script();
+    script.push_back(wait_for_close());
+    const ScriptedPeer peer(kMainDaemonSocket, {script});
+    Terminal terminal(monitor());
+    ASSERT_TRUE(terminal.wait_for(kGeneral.shown));
+    terminal.press(kVolume.key);
+    ASSERT_TRUE(terminal.wait_for(kVolume.prompt));
+    daemon->answer_raw("serverStatistics", {reply_header(100)}); // and the text never comes
+    const size_t before = daemon->requests("serverStatistics").size();
+    ASSERT_TRUE(
+        terminal.wait_until([&] { return daemon->requests("serverStatistics").size() > before; }));
+    terminal.press(Key::kF12);
+    expect_end_in_time(terminal);
+}
+
 TEST(Ending, ADaemonThatStopsInTheMiddleOfAReplyDoesNotHoldTheEndUp) {
     ZRP_NEEDS_ROOT();
     ScriptedPeer peer(kMainDaemonSocket,

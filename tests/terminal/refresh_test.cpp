@@ -1,5 +1,6 @@
 // Keys of the main thread, the refresh thread and what passes between them.
 
+#include "tests/terminal/house.h"
 #include "tests/terminal/session.h"
 
 namespace zrp {
@@ -22,6 +23,8 @@ bool shows_empty_frame(const Terminal& terminal) {
     return terminal.cell(5, 1).text == kTopLeft && terminal.cell(19, 78).text == kBottomRight;
 }
 
+// All of them between two passes: one that began between two of the keys would wait by the interval
+// of that moment.
 void press_often(Terminal& terminal, char key, size_t times) {
     terminal.type(std::string(times, key));
 }
@@ -31,6 +34,7 @@ TEST(Interval, StaysWithinOneAndSixtySeconds) {
     ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_until([&] { return shows_figures(terminal); }));
+    terminal.pump(milliseconds{200}); // the end of that pass
     // Without the limit at 60 this would end at 41 and no further pass would be seen.
     press_often(terminal, '+', 100);
     press_often(terminal, '-', 59);
@@ -50,6 +54,7 @@ TEST(Interval, WithALongOneASwitchLeavesAnEmptyFrame) {
     ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_until([&] { return shows_figures(terminal); }));
+    terminal.pump(milliseconds{200}); // the end of that pass
     press_often(terminal, '+', 59);
     const size_t before = peer.connections();
     ASSERT_TRUE(terminal.wait_until([&] { return peer.connections() >= before + 2; }));
@@ -137,6 +142,41 @@ TEST(RefreshThread, EachPassAsksForTheStripAndForTheList) {
     ASSERT_TRUE(terminal.wait_until([&] { return shows_figures(terminal); }));
     terminal.pump(milliseconds{200});
     EXPECT_EQ(peer.connections(), 2U);
+}
+
+TerminalOptions watched_monitor() {
+    TerminalOptions options = monitor();
+    options.child.arguments = {WATCHED_MONITOR_PROGRAM};
+    return options;
+}
+
+// Nobody listens, so the first pass draws at once, while the main thread still prepares itself.
+TEST(RefreshThread, AtTheStartNeverDrawsWhileTheMainThreadIsInsideNcurses) {
+    ZRP_NEEDS_ROOT();
+    for (int i = 0; i < 3; i++) {
+        Terminal terminal(watched_monitor());
+        ASSERT_TRUE(wait_for_windows(terminal)) << terminal.raw_output();
+        expect_clean_end(terminal);
+    }
+}
+
+TEST(RefreshThread, NeverDrawsWhileTheMainThreadIsInsideNcurses) {
+    ZRP_NEEDS_ROOT();
+    House house(watched_monitor());
+    ASSERT_TRUE(house.begin()) << house.terminal.raw_output();
+    for (const Place& place : {kVolume, kDiagnostics, kGeneral}) {
+        ASSERT_TRUE(house.show(place)) << place.name << house.terminal.raw_output();
+        ASSERT_TRUE(house.open_dialog(kVolume)) << house.terminal.raw_output();
+        const size_t before = house.strips();
+        const stage::Deadline deadline(stage::kPatience);
+        while (house.strips() == before && !deadline.passed()) {
+            house.terminal.type("12\x7f\x7f");
+            house.terminal.pump(milliseconds{20});
+        }
+        house.terminal.type("\x15q\r");
+        ASSERT_TRUE(house.wait_for_screen(place)) << house.terminal.raw_output();
+    }
+    expect_clean_end(house.terminal);
 }
 
 // Many screen switches while passes run: every frame stays whole and the figures come back.

@@ -143,6 +143,24 @@ TEST(ScreenChain, TheWayBackClearsTheMainWindowFirst) {
     EXPECT_EQ(house.asked_since(), 0U);
 }
 
+class ShownScreen : public testing::TestWithParam<Place> {};
+
+TEST_P(ShownScreen, ItsOwnKeyDoesNothing) {
+    ZRP_NEEDS_ROOT();
+    House house;
+    ASSERT_TRUE(house.begin());
+    ASSERT_TRUE(house.show(GetParam()));
+    ASSERT_TRUE(house.slow_down());
+    const stage::Snapshot before = house.terminal.eye().snapshot();
+    house.terminal.press(GetParam().key);
+    house.terminal.pump(milliseconds{500}); // an emptied window would stand until the next pass
+    EXPECT_EQ(house.terminal.eye().snapshot(), before) << house.terminal.text();
+}
+
+INSTANTIATE_TEST_SUITE_P(WithoutDialog, ShownScreen,
+                         testing::Values(kGeneral, kParameters, kVersion),
+                         [](const auto& place) { return std::string(place.param.name); });
+
 class InDialog : public testing::TestWithParam<Place> {};
 
 TEST_P(InDialog, F1ClosesItAndLeavesTheScreenShownBefore) {

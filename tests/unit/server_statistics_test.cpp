@@ -11,6 +11,7 @@
 #include "common/result.h"
 #include "tests/support/exact_block.h"
 #include "tests/support/scripted_peer.h"
+#include "tests/unit/failing_malloc.h"
 
 namespace zrp {
 namespace {
@@ -144,6 +145,28 @@ TEST_F(QueryStatistics, PassesTheTransportsFailureOn) {
     IPCServTerm();
     EXPECT_EQ(QueryServerStatistics(1, keep, nullptr, &elements), kInvalid);
     EXPECT_TRUE(elements.empty());
+}
+
+TEST_F(QueryStatistics, WithoutMemoryForTheRequestNobodyIsAsked) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{read_request(), send_bytes(reply(kReply))}});
+    const FailingMalloc failing(256);
+    EXPECT_EQ(QueryServerStatistics(1, keep, nullptr, &elements), kNoMemory);
+    EXPECT_EQ(peer.connections(), 0U);
+    EXPECT_TRUE(elements.empty());
+}
+
+Contents dumped;
+
+void note_dump(const char* text, uint64_t length) {
+    dumped.emplace_back(text, length);
+}
+
+TEST_F(QueryStatistics, TheHooksGetRequestAndReply) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{read_request(), send_bytes(reply(kReply))}});
+    const RequestHooks hooks = {.dump = note_dump};
+    dumped.clear();
+    EXPECT_EQ(QueryServerStatistics(1, keep, &hooks, &elements), kOk);
+    EXPECT_EQ(dumped, (Contents{kRequest, kReply}));
 }
 
 TEST_F(QueryStatistics, AReplyOfFourGigabytesIsNoList) {

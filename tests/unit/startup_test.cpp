@@ -1,11 +1,16 @@
-// The two permanent windows.
+// The terminal as the start sets it up, and the two permanent windows.
 
 #include "core/startup.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include "common/result.h"
 #include "core/monitor.h"
+#include "core/terminal.h"
 #include "core/window.h"
 #include "tests/unit/blind_curses.h"
 
@@ -67,6 +72,31 @@ TEST_F(PermanentWindows, FailWhereNcursesCannotMakeThem) {
     EXPECT_EQ(create_main_window(), kNoMemory);
     EXPECT_EQ(monitorState.upTimeWindow, nullptr);
     EXPECT_EQ(monitorState.mainWindow, nullptr);
+}
+
+// In a process of its own: it takes the standard screen.
+[[noreturn]] void open_and_look_at_colours() {
+    constexpr short kExpected[][3] = {{1, COLOR_RED, COLOR_BLACK},  {2, COLOR_GREEN, COLOR_BLACK},
+                                      {3, COLOR_WHITE, COLOR_BLUE}, {4, COLOR_BLUE, COLOR_BLACK},
+                                      {5, COLOR_CYAN, COLOR_BLACK}, {6, COLOR_MAGENTA, COLOR_BLACK},
+                                      {7, COLOR_WHITE, COLOR_BLACK}};
+    setenv("TERM", "xterm-256color", 1);
+    if (freopen("/dev/null", "w", stdout) == nullptr) {
+        _exit(99);
+    }
+    open_terminal();
+    int wrong = 0;
+    for (const auto& [pair, foreground, background] : kExpected) {
+        short inFront = -1;
+        short behind = -1;
+        pair_content(pair, &inFront, &behind);
+        wrong += inFront == foreground && behind == background ? 0 : 1;
+    }
+    _exit(wrong);
+}
+
+TEST(OpenTerminalDeathTest, RegistersTheSevenColourPairs) {
+    EXPECT_EXIT(open_and_look_at_colours(), testing::ExitedWithCode(0), "");
 }
 
 } // namespace

@@ -20,6 +20,7 @@
 #include "common/result.h"
 #include "tests/support/failing_allocation.h"
 #include "tests/support/scripted_peer.h"
+#include "tests/unit/failing_malloc.h"
 
 namespace zrp {
 namespace {
@@ -427,6 +428,16 @@ TEST_F(Transport, AnInitWithoutANameIsInvalid) {
     EXPECT_EQ(IPCServInit(nullptr), kInvalid);
     EXPECT_EQ(IPCServInit(""), kInvalid);
     expect_nothing(ask_default(), kInvalid);
+}
+
+TEST_F(Transport, AnInitWithoutMemoryKeepsTheEarlierPeer) {
+    const ScriptedPeer peer(kStorageDaemonSocket, {{read_request(), send_bytes(reply("x"))}});
+    ASSERT_EQ(IPCServInit(kStorageDaemonSocket), kOk);
+    {
+        const FailingMalloc failing(strlen(kMainDaemonSocket) + 128);
+        EXPECT_EQ(IPCServInit(kMainDaemonSocket), kNoMemory);
+    }
+    expect_text(ask_default(), "x");
 }
 
 TEST_F(Transport, TheDefaultPeerLivesFromInitToTerm) {

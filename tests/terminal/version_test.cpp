@@ -187,6 +187,21 @@ TEST(Version, PrefersTheEngineLibraryUnderUsrLib) {
     expect_clean_end(terminal);
 }
 
+TEST(Version, ATextShorterThanBeforeLeavesOldCharactersBehind) {
+    ZRP_NEEDS_ROOT();
+    ZRP_NEEDS_NAMESPACES();
+    const Machine machine;
+    machine.replace_program("uname", "exit 1");
+    machine.opt.write("velmora/zrpserv/sbin/zrpcon", binary("VeRsIoN = console 5"));
+    Terminal terminal(machine.monitor());
+    ASSERT_TRUE(show_versions(terminal)) << terminal.text();
+    ASSERT_TRUE(terminal.wait_for_text(kTop + 3, kColumn, "      [zrpcon] console 5"));
+    machine.opt.write("velmora/zrpserv/sbin/zrpcon", binary("VeRsIoN = new"));
+    EXPECT_TRUE(terminal.wait_for_text(kTop + 3, kColumn, "      [zrpcon] newsole 5"))
+        << terminal.text();
+    expect_clean_end(terminal);
+}
+
 TEST(Version, AFileWhoseMarkerStandsFurtherIntoItsLineIsTreatedAsAbsent) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();

@@ -95,10 +95,9 @@ void expect_frame(const Terminal& terminal) {
     }
 }
 
-// Whether new values may come all the same: slowly, or those before the damage. A header in pieces
-// may arrive as a whole.
+// Whether new values may come all the same: slowly, or those before the damage.
 bool brings_values(std::string_view fault) {
-    return fault == "drip" || fault == "drip-header" || fault == "truncated" || fault == "unclosed";
+    return fault == "drip" || fault == "truncated" || fault == "unclosed";
 }
 
 class ScreenFault : public testing::TestWithParam<FaultCase> {};

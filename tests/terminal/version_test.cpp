@@ -9,6 +9,7 @@
 #include "tests/support/private_folder.h"
 #include "tests/terminal/command_answers.h"
 #include "tests/terminal/session.h"
+#include "tests/terminal/simulator.h"
 
 namespace zrp {
 namespace {
@@ -182,6 +183,21 @@ TEST(Version, PrefersTheEngineLibraryUnderUsrLib) {
     Terminal terminal(machine.monitor());
     ASSERT_TRUE(show_versions(terminal)) << terminal.text();
     EXPECT_TRUE(terminal.wait_for_text(kTop + 2, kColumn, "[libzrpengine] this one  "))
+        << terminal.text();
+    expect_clean_end(terminal);
+}
+
+TEST(Version, ATextShorterThanBeforeLeavesOldCharactersBehind) {
+    ZRP_NEEDS_ROOT();
+    ZRP_NEEDS_NAMESPACES();
+    const Machine machine;
+    machine.replace_program("uname", "exit 1");
+    machine.opt.write("velmora/zrpserv/sbin/zrpcon", binary("VeRsIoN = console 5"));
+    Terminal terminal(machine.monitor());
+    ASSERT_TRUE(show_versions(terminal)) << terminal.text();
+    ASSERT_TRUE(terminal.wait_for_text(kTop + 3, kColumn, "      [zrpcon] console 5"));
+    machine.opt.write("velmora/zrpserv/sbin/zrpcon", binary("VeRsIoN = new"));
+    EXPECT_TRUE(terminal.wait_for_text(kTop + 3, kColumn, "      [zrpcon] newsole 5"))
         << terminal.text();
     expect_clean_end(terminal);
 }
@@ -432,6 +448,58 @@ INSTANTIATE_TEST_SUITE_P(
         Fault{"TooLong", reply("<versionTag>" + std::string(4096, 'v') + "</versionTag>")},
         Fault{"Noise", reply(std::string("\x00\x1b[2J<\xff<<\"", 10))}),
     [](const auto& fault) { return std::string(fault.param.name); });
+
+// All three daemons spoiled in the same way, and no files.
+class VersionOfSpoiledDaemons : public testing::TestWithParam<const char*> {};
+
+TEST_P(VersionOfSpoiledDaemons, LeavesOutWhoGivesNone) {
+    ZRP_NEEDS_ROOT();
+    ZRP_NEEDS_NAMESPACES();
+    const Machine machine;
+    machine.replace_program("uname", "echo i386");
+    const Simulator server({"--fault", GetParam()});
+    Terminal terminal(machine.monitor());
+    ASSERT_TRUE(show_versions(terminal)) << terminal.text();
+    std::vector<std::string> expected = {std::string("    ") + kTitle};
+    if (std::string(GetParam()) == "zero-length") { // an answer for two of them
+        expected.insert(expected.end(), {"    [libzrpengine]", "      [libomw2zrp]"});
+    }
+    expected.insert(expected.end(), {kOwnLine, "    Platform", "         i386", "", "", ""});
+    expect_lines(terminal, expected);
+    expect_clean_end(terminal);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, VersionOfSpoiledDaemons,
+                         testing::Values("refuse", "drip-header", "short-header", "wrong-magic",
+                                         "swapped-magic", "status", "early-close", "zero-length",
+                                         "huge-length", "garbage", "truncated", "error-reply",
+                                         "unclosed"),
+                         name_of_fault);
+
+TEST(Version, OfDaemonsThatDripIsShownOnceItIsWhole) {
+    ZRP_NEEDS_ROOT();
+    ZRP_NEEDS_NAMESPACES();
+    const Machine machine;
+    const Simulator server({"--fault", "drip"});
+    Terminal terminal(machine.monitor());
+    ASSERT_TRUE(show_versions(terminal)) << terminal.text();
+    EXPECT_TRUE(terminal.wait_for("[libomw2zrp] 2026-02-17")) << terminal.text();
+    EXPECT_TRUE(terminal.wait_for(kOwnRow)) << terminal.text();
+    expect_clean_end(terminal);
+}
+
+TEST(Version, OfDaemonsThatNeverAnswerKeepsNobodyFromEnding) {
+    ZRP_NEEDS_ROOT();
+    ZRP_NEEDS_NAMESPACES();
+    const Machine machine;
+    const Simulator server({"--fault", "hang:versionTag"});
+    Terminal terminal(machine.monitor());
+    ASSERT_TRUE(wait_for_windows(terminal));
+    terminal.press(Key::kF7);
+    terminal.pump(milliseconds{1500});
+    EXPECT_EQ(terminal.eye().find_row("[zrptop]"), -1);
+    expect_clean_end(terminal);
+}
 
 TEST(Version, DropsALineFeedAndShowsAnEmptyAnswer) {
     ZRP_NEEDS_ROOT();

@@ -86,7 +86,27 @@ TEST_P(LastPage, EndsThePaging) {
 }
 
 INSTANTIATE_TEST_SUITE_P(StartIndex, LastPage,
-                         testing::Values(NextIndex{"Missing", ""}, NextIndex{"Zero", "0"}),
+                         testing::Values(NextIndex{"Missing", ""}, NextIndex{"Zero", "0"},
+                                         NextIndex{"MinusOne", "-1"}),
+                         [](const auto& index) { return std::string(index.param.name); });
+
+class FurtherPage : public testing::TestWithParam<NextIndex> {};
+
+TEST_P(FurtherPage, IsAskedForFromTheIndexThatTheReplyNames) {
+    ZRP_NEEDS_ROOT();
+    VolumeStage stage(
+        {volume_list(listed(0, "SYS"), GetParam().text), volume_list(listed(1, "DATA"))});
+    ASSERT_TRUE(stage.open_dialog());
+    ASSERT_EQ(stage.daemon->requests("listVolumes").size(), 2U);
+    EXPECT_EQ(stage.daemon->requests("listVolumes").at(1),
+              "<zrpConsoleRequest><listVolumes><startIndex>" + std::string(GetParam().text) +
+                  "</startIndex></listVolumes></zrpConsoleRequest>");
+    EXPECT_EQ(entry(stage, 0, 1), "1. DATA");
+}
+
+INSTANTIATE_TEST_SUITE_P(StartIndex, FurtherPage,
+                         testing::Values(NextIndex{"One", "1"}, NextIndex{"Large", "70000"},
+                                         NextIndex{"Negative", "-7"}),
                          [](const auto& index) { return std::string(index.param.name); });
 
 TEST(VolumeDialog, AServerErrorOnTheSecondPageKeepsTheVolumesOfTheFirst) {

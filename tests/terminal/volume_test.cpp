@@ -411,6 +411,11 @@ TEST(Volume, TracesTheDialogAndTheScreen) {
     VolumeStage stage({list}, traced_monitor(workplace));
     ASSERT_TRUE(stage.choose("0", {}));
     ASSERT_TRUE(wait_for_value(stage, kTrusteesRow, "333"));
+    stage.terminal.press(Key::kF3);
+    ASSERT_TRUE(stage.terminal.wait_for_text(kPromptRow, kPromptColumn, kVolumePrompt));
+    stage.terminal.press(Key::kUp);
+    ASSERT_TRUE(stage.terminal.wait_until(
+        [&] { return stage.terminal.eye().find_row("Enter volume") == -1; }));
     expect_clean_end(stage.terminal);
     expect_lines(workplace.trace(),
                  {"SelectVolumeNumber: call do_list_volumes()",
@@ -425,7 +430,8 @@ TEST(Volume, TracesTheDialogAndTheScreen) {
                   "SelectVolumeNumber: wgetnstr() str=0", "SelectVolumeNumber: select SYS id=0",
                   "updateVolumeWindow: call BuildVolumeInformationRequest",
                   "updateVolumeWindow: call QueryZRPServer",
-                  "updateVolumeWindow: reply=\n\"" + volume_information({}) + "\"\n"});
+                  "updateVolumeWindow: reply=\n\"" + volume_information({}) + "\"\n",
+                  "SelectVolumeNumber: fkey detected fkey=259"});
 }
 
 TEST(Volume, TracesWhatFails) {

@@ -7,6 +7,7 @@
 #include "tests/support/failing_allocation.h"
 #include "tests/unit/failing_malloc.h"
 #include "tests/unit/screen_fixture.h"
+#include "tests/unit/traced.h"
 
 namespace zrp {
 namespace {
@@ -100,6 +101,19 @@ TEST_F(DiagnosticsUpdate, OfADamagedReplyDrawsWhatIsKnown) {
         EXPECT_EQ(update_with(daemon, kRefusalReply), kOk);
         EXPECT_EQ(first_value(), "17") << daemon.type;
     }
+}
+
+TEST_F(DiagnosticsUpdate, TracesEachCounterOfTheReplyAndNothingElse) {
+    for (const DaemonCase& daemon : kDaemons) {
+        const TraceText traced;
+        EXPECT_EQ(update_with(daemon, daemon.good), kOk);
+        const std::string name = daemon.type == 1 ? "openFiles" : "Request";
+        EXPECT_EQ(traced.get(), "find " + name + " --- value set = 17\n");
+    }
+    releasehashtable();
+    const TraceText traced;
+    EXPECT_EQ(update_with(kDaemons[0], kServerReply), kOk);
+    EXPECT_EQ(traced.get(), "find openFiles --- NOT FOUND\n");
 }
 
 TEST_F(DiagnosticsUpdate, WithoutTablesShowsZeros) {

@@ -266,6 +266,13 @@ TEST(ScanVolumeInformationReply, AMissingElementHandsOverNoRecord) {
     }
 }
 
+TEST(ScanVolumeInformationReply, WithoutAMountPointHandsOverNoRecord) {
+    const Scan scan(without(5, "mountPoint"));
+    EXPECT_EQ(scan.rc, kInvalid);
+    EXPECT_EQ(scan.record, nullptr);
+    EXPECT_EQ(scan.version, 5);
+}
+
 TEST(ScanVolumeInformationReply, Versions1And2HandOverWhatWasReadBeforeAMissingElement) {
     for (const int version : {1, 2}) {
         const Scan scan(without(version, "mountPoint"));

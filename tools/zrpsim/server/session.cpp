@@ -9,7 +9,17 @@ namespace zrp::sim {
 namespace {
 
 constexpr uint32_t kLongestRequest = 1U << 20U;
-constexpr std::chrono::microseconds kBetweenPieces{300};
+
+// How a text goes out: in pieces of so many bytes (0: all at once) with a pause behind each.
+struct Pace {
+    size_t piece;
+    std::chrono::microseconds pause;
+};
+
+// A header is short when the client reads before the rest has come: the pause leaves even a client
+// that is kept waiting by others the time to do so. A body has thousands of pieces.
+constexpr std::chrono::microseconds kBetweenHeaderPieces{50'000};
+constexpr std::chrono::microseconds kBetweenBodyPieces{300};
 
 struct Session {
     Server& server;
@@ -24,20 +34,20 @@ struct Session {
 // Whoever holds it keeps the connection open.
 using SessionPointer = std::shared_ptr<Session>;
 
-void send_pieces(const SessionPointer& session, const std::string& text, size_t from, size_t piece,
+void send_pieces(const SessionPointer& session, const std::string& text, size_t from, Pace pace,
                  void (*then)(const SessionPointer&)) {
     if (from >= text.size()) {
         then(session);
         return;
     }
-    const size_t count = piece == 0 ? text.size() : std::min(piece, text.size() - from);
+    const size_t count = pace.piece == 0 ? text.size() : std::min(pace.piece, text.size() - from);
     asio::async_write(session->socket, asio::buffer(text.data() + from, count),
                       [=, &text](std::error_code error, size_t sent) {
                           if (error)
                               return;
-                          session->timer.expires_after(kBetweenPieces);
+                          session->timer.expires_after(pace.pause);
                           session->timer.async_wait([=, &text](std::error_code) {
-                              send_pieces(session, text, from + sent, piece, then);
+                              send_pieces(session, text, from + sent, pace, then);
                           });
                       });
 }
@@ -48,7 +58,8 @@ void close_session(const SessionPointer& session) {
 }
 
 void send_body(const SessionPointer& session) {
-    send_pieces(session, session->delivery.body, 0, session->delivery.bodyPiece, close_session);
+    send_pieces(session, session->delivery.body, 0,
+                {session->delivery.bodyPiece, kBetweenBodyPieces}, close_session);
 }
 
 void send_whole(const SessionPointer& session) {
@@ -73,7 +84,8 @@ void deliver(const SessionPointer& session) {
     if (delivery.silent)
         stay_silent(session);
     else if (delivery.headerPiece != 0 || delivery.bodyPiece != 0)
-        send_pieces(session, delivery.header, 0, delivery.headerPiece, send_body);
+        send_pieces(session, delivery.header, 0, {delivery.headerPiece, kBetweenHeaderPieces},
+                    send_body);
     else
         send_whole(session);
 }

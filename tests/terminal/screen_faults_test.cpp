@@ -1,0 +1,180 @@
+// Faults of the simulated server that no screen's own tests play: the old values stay or whole ones
+// come, the next pass after the fault fills the screen again, and the program can always be ended.
+
+#include <csignal>
+#include <string_view>
+
+#include "tests/terminal/session.h"
+#include "tests/terminal/simulator.h"
+
+namespace zrp {
+namespace {
+
+using stage::milliseconds;
+
+constexpr int kFirstRow = kMainTop + 1;
+constexpr int kLastRow = kMainTop + 13;
+constexpr milliseconds kOnePass{1300};
+
+struct ScreenCase {
+    const char* name;
+    Key key;
+    const char* prompt; // of its dialog; null without one
+    const char* choice;
+    const char* shown;   // once it stands
+    const char* command; // that fills it
+    const char* socket;  // whose daemon does
+};
+
+constexpr ScreenCase kGeneral = {"General",         Key::kF2,           nullptr,  nullptr,
+                                 "packetsAccepted", "serverStatistics", "zrpserv"};
+constexpr ScreenCase kVolume = {
+    "Volume", Key::kF3, "Enter volume number", "0", "n/a", "volumeInformation", "zrpserv"};
+constexpr ScreenCase kConnection = {"Connection", Key::kF4,   "Enter connection number",
+                                    "2",          "10.1.0.3", "connectionInformationTag",
+                                    "zrpserv"};
+constexpr ScreenCase kServerCounters = {
+    "ServerCounters",      Key::kF5,      "Enter selection", "3",
+    "ipcListener errors:", "diagnostics", "zrpserv"};
+constexpr ScreenCase kStorageCounters = {
+    "StorageCounters",          Key::kF5, "Enter selection", "15", "change volume",
+    "zrp2bksDiagnosticRequest", "zrp2bks"};
+constexpr ScreenCase kParameters = {
+    "Parameters", Key::kF6, nullptr, nullptr, "LOG_CACHE_STATISTICS = 0", "set", "zrpserv"};
+
+struct FaultCase {
+    ScreenCase screen;
+    const char* fault;
+};
+
+std::ostream& operator<<(std::ostream& out, const FaultCase& one) {
+    return out << one.screen.name << " under " << one.fault;
+}
+
+std::string name_of_case(const testing::TestParamInfo<FaultCase>& one) {
+    std::string name = std::string(one.param.screen.name) + "_" + one.param.fault;
+    std::replace(name.begin(), name.end(), '-', '_');
+    return name;
+}
+
+// A refusal concerns a daemon, every other fault one command.
+std::string order_for(const FaultCase& one) {
+    const std::string fault = one.fault;
+    return "fault " + fault + ":" + (fault == "refuse" ? one.screen.socket : one.screen.command);
+}
+
+// What the main window shows, with its frame.
+std::string figures(const Terminal& terminal) {
+    std::string all;
+    for (int row = kMainTop; row <= kLastRow + 1; row++) {
+        all += terminal.row(row) + "\n";
+    }
+    return all;
+}
+
+bool open_screen(Terminal& terminal, const ScreenCase& screen) {
+    if (!wait_for_windows(terminal)) {
+        return false;
+    }
+    terminal.press(screen.key);
+    if (screen.prompt != nullptr) {
+        if (!terminal.wait_for(screen.prompt)) {
+            return false;
+        }
+        terminal.type(std::string(screen.choice) + "\r");
+    }
+    return terminal.wait_for(screen.shown);
+}
+
+void expect_frame(const Terminal& terminal) {
+    EXPECT_EQ(terminal.cell(kMainTop, 1).text, kTopLeft);
+    EXPECT_EQ(terminal.cell(kLastRow + 1, 78).text, kBottomRight);
+    for (int row = kFirstRow; row <= kLastRow; row++) {
+        EXPECT_EQ(terminal.cell(row, 1).text, kVertical) << row;
+        EXPECT_EQ(terminal.cell(row, 78).text, kVertical) << row;
+    }
+}
+
+// Whether new values may come all the same: slowly, or those before the damage.
+bool brings_values(std::string_view fault) {
+    return fault == "drip" || fault == "truncated" || fault == "unclosed";
+}
+
+class ScreenFault : public testing::TestWithParam<FaultCase> {};
+
+TEST_P(ScreenFault, LeavesTheOldValuesAndTheNextPassFillsTheScreenAgain) {
+    ZRP_NEEDS_ROOT();
+    const auto& [screen, fault] = GetParam();
+    Simulator server;
+    Terminal terminal(monitor());
+    ASSERT_TRUE(open_screen(terminal, screen)) << terminal.text();
+    server.tell(order_for(GetParam()));
+    terminal.pump(kOnePass); // a pass under way may still end well
+    const std::string before = figures(terminal);
+    terminal.pump(kOnePass);
+    if (!brings_values(fault)) {
+        EXPECT_EQ(figures(terminal), before);
+    }
+    expect_frame(terminal);
+    server.tell("fault none");
+    if (screen.name != kParameters.name && std::string_view(fault) != "hang") {
+        EXPECT_TRUE(terminal.wait_until([&] { return figures(terminal) != before; }))
+            << terminal.text();
+    }
+    expect_clean_end(terminal);
+}
+
+#define ON(screen)                                                                                 \
+    FaultCase{screen, "refuse"}, FaultCase{screen, "hang"}, FaultCase{screen, "drip"},             \
+        FaultCase{screen, "drip-header"}, FaultCase{screen, "swapped-magic"},                      \
+        FaultCase{screen, "huge-length"}, FaultCase{screen, "truncated"}, FaultCase {              \
+        screen, "unclosed"                                                                         \
+    }
+
+INSTANTIATE_TEST_SUITE_P(Kinds, ScreenFault,
+                         testing::Values(ON(kGeneral), ON(kVolume), ON(kServerCounters),
+                                         ON(kStorageCounters), FaultCase{kConnection, "refuse"},
+                                         FaultCase{kParameters, "refuse"}),
+                         name_of_case);
+
+// A list that is spoiled while its dialog opens.
+class DialogFault : public testing::TestWithParam<FaultCase> {};
+
+constexpr ScreenCase kVolumeList = {
+    "VolumeList", Key::kF3, "Enter volume number", nullptr, nullptr, "listVolumes", "zrpserv"};
+constexpr ScreenCase kConnectionList = {"ConnectionList", Key::kF4, "Enter connection number",
+                                        nullptr,          nullptr,  "listConnections",
+                                        "zrpserv"};
+
+TEST_P(DialogFault, LetsItOpenLater) {
+    ZRP_NEEDS_ROOT();
+    const auto& [screen, fault] = GetParam();
+    Simulator server;
+    Terminal terminal(monitor());
+    ASSERT_TRUE(open_screen(terminal, kGeneral));
+    server.tell(order_for(GetParam()));
+    terminal.press(screen.key);
+    terminal.pump(kOnePass);
+    if (std::string_view(fault) == "hang") {
+        terminal.child().send_signal(SIGTERM);
+        expect_ended_cleanly(terminal);
+        return;
+    }
+    if (!brings_values(fault)) {
+        EXPECT_EQ(terminal.raw_output().find(screen.prompt), std::string::npos);
+        expect_frame(terminal);
+    }
+    server.tell("fault none");
+    terminal.press(screen.key);
+    EXPECT_TRUE(terminal.wait_for(screen.prompt)) << terminal.text();
+    expect_clean_end(terminal);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, DialogFault,
+                         testing::Values(ON(kVolumeList), FaultCase{kConnectionList, "refuse"}),
+                         name_of_case);
+
+#undef ON
+
+} // namespace
+} // namespace zrp

@@ -25,3 +25,10 @@ const stage::Network& test_network();
         GTEST_SKIP() << "needs namespaces: " << zrp::test_network().reason;                        \
     }                                                                                              \
     static_assert(true, "takes the semicolon")
+
+// What the thread sanitizer changes by itself cannot be seen under it.
+#if defined(__SANITIZE_THREAD__)
+#define ZRP_NEEDS_NO_THREAD_SANITIZER(reason) GTEST_SKIP() << "thread sanitizer: " << (reason)
+#else
+#define ZRP_NEEDS_NO_THREAD_SANITIZER(reason) static_assert(true, reason)
+#endif

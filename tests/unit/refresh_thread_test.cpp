@@ -17,6 +17,7 @@
 #include "core/monitor.h"
 #include "core/screen.h"
 #include "core/window.h"
+#include "tests/support/needs.h"
 #include "tests/unit/blind_curses.h"
 #include "tools/stage/deadline.h"
 
@@ -198,6 +199,7 @@ TEST_F(RefreshThread, ResumeRestoresTheFrame) {
 }
 
 TEST_F(RefreshThread, RunsDetachedOnASmallStackAndTakesNoSignals) {
+    ZRP_NEEDS_NO_THREAD_SANITIZER("it enlarges the stacks of threads");
     ASSERT_EQ(start_refresh_thread(), 0);
     ASSERT_TRUE(wait_for_calls('U', 1));
     constexpr size_t kAsked = 0x40000;

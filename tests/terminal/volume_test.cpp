@@ -382,11 +382,19 @@ TEST(Volume, PagesThrough256Volumes) {
     ASSERT_TRUE(open_dialog_of_simulation(terminal)) << terminal.text();
     std::vector<int> starts;
     for (int page = 0; page < 5; page++) {
+        ASSERT_TRUE(terminal.wait_until([&] {
+            return isdigit(terminal.cell(kFirstListRow, kListColumns[0]).text.front()) != 0;
+        }));
         const std::string before = terminal.eye().row(kFirstListRow);
         starts.push_back(std::stoi(terminal.eye().text_at(kFirstListRow, kListColumns[0], 4)));
         terminal.type("+\r");
-        terminal.wait_until([&] { return terminal.eye().row(kFirstListRow) != before; },
-                            stage::milliseconds{1000});
+        // Between two pages the row is empty for a moment.
+        terminal.wait_until(
+            [&] {
+                return terminal.eye().row(kFirstListRow) != before &&
+                       isdigit(terminal.cell(kFirstListRow, kListColumns[0]).text.front()) != 0;
+            },
+            stage::milliseconds{1000});
     }
     EXPECT_EQ(starts[0], 0);
     EXPECT_GE(starts[1], 24);

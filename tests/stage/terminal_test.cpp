@@ -107,6 +107,23 @@ TEST(Terminal, WaitingEndsWithTheDeadline) {
     EXPECT_EQ(terminal.wait_for_exit(milliseconds{50}), std::nullopt);
 }
 
+TEST(Terminal, RestsOnceTheProgramOnlyWaits) {
+    Terminal terminal(shell("for i in 1 2 3; do sleep 0.03; echo $i; done; exec sleep 100"));
+    EXPECT_TRUE(terminal.wait_for_rest());
+    EXPECT_EQ(terminal.row(2), "3");
+}
+
+TEST(Terminal, DoesNotRestWhileTheProgramWorks) {
+    Terminal terminal(shell("while :; do :; done"));
+    EXPECT_FALSE(terminal.wait_for_rest(milliseconds{500}));
+}
+
+TEST(Terminal, RestsAfterTheEndOfTheProgram) {
+    Terminal terminal(shell("echo last"));
+    EXPECT_TRUE(terminal.wait_for_rest());
+    EXPECT_EQ(terminal.row(0), "last");
+}
+
 TEST(Terminal, WaitingForTextEndsWithTheProgram) {
     Terminal terminal(shell("exit 0"));
     const Deadline deadline(milliseconds{10000});

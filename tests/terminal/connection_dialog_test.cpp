@@ -143,7 +143,7 @@ TEST(ConnectionDialog, FitsTheSmallestTerminal) {
     Dialog dialog(daemon, monitor(25, 40));
     ASSERT_TRUE(dialog.open()) << dialog.terminal.text();
     dialog.terminal.type("1234567");
-    dialog.terminal.pump(stage::milliseconds{300});
+    ASSERT_TRUE(dialog.terminal.wait_for_rest());
     EXPECT_EQ(dialog.terminal.row(kDialogBottom + 1), "") << dialog.terminal.text();
     for (int row = kMainTop + 1; row < kDialogBottom; row++) {
         EXPECT_EQ(dialog.terminal.cell(row, 1).text, kVertical) << row;
@@ -185,7 +185,7 @@ TEST(ConnectionDialog, AListThatFailsEndsTheDialog) {
     EXPECT_TRUE(dialog.terminal.wait_for_text(6, kListColumn, "figure: 111"));
     dialog.terminal.press(Key::kF4);
     ASSERT_TRUE(dialog.terminal.wait_until([&] { return daemon.requests(kList).size() >= 3; }));
-    dialog.terminal.pump(stage::milliseconds{300});
+    ASSERT_TRUE(dialog.terminal.wait_for_rest());
     EXPECT_EQ(dialog.terminal.eye().find_row("Enter connection number"), -1);
     expect_clean_end(dialog.terminal);
 }

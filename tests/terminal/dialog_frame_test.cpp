@@ -30,7 +30,7 @@ protected:
         ASSERT_TRUE(terminal.wait_for("packetsAccepted"));
         ASSERT_TRUE(terminal.wait_for_text(kStripTextRow, kUpTimeColumn, "11 Days"))
             << terminal.text();
-        terminal.pump(stage::milliseconds{300});
+        ASSERT_TRUE(terminal.wait_for_rest());
         before = terminal.eye().snapshot();
         terminal.press(GetParam().key);
         ASSERT_TRUE(terminal.wait_for(GetParam().prompt));
@@ -71,10 +71,6 @@ protected:
         }
     }
 
-    void settle() {
-        terminal.pump(stage::milliseconds{300});
-    }
-
     const Simulator server{{"--clock", "1000000", "--volumes", "256", "--connections", "500"}};
     Terminal terminal{monitor(kRows, kColumns)};
     stage::Snapshot before;
@@ -84,14 +80,14 @@ TEST_P(SmallDialog, NeverDrawsOutsideItsWindow) {
     for (const char* kind : {"letters and more than the line takes, far behind the frame", "\x15",
                              "12345678901234567890123456789012345\x7f\x7f\x7f"}) {
         terminal.type(kind);
-        settle();
+        ASSERT_TRUE(terminal.wait_for_rest());
         expect_window_only(kind);
     }
     terminal.type("\x15");
     if (GetParam().key != Key::kF5) { // which has a single page and takes any number
         for (const char* turn : {"+\r", "+\r", "-\r", "+\r"}) {
             terminal.type(turn);
-            settle();
+            ASSERT_TRUE(terminal.wait_for_rest());
             expect_window_only(turn);
         }
     }

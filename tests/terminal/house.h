@@ -80,11 +80,11 @@ struct House {
     // still on its way. A wait that begins between two of the keys ends within the patience too.
     // What was asked since then is what asked_since() tells.
     bool slow_down() {
-        terminal.pump(stage::milliseconds{200}); // the end of the pass under way
+        bool done = terminal.wait_for_rest(); // the end of the pass under way
         terminal.type(std::string(9, '+'));
         const size_t before = strips();
-        const bool done = terminal.wait_until([&] { return strips() > before; });
-        terminal.pump(stage::milliseconds{300}); // the end of that pass
+        done = done && terminal.wait_until([&] { return strips() > before; }) &&
+               terminal.wait_for_rest(); // the end of that pass
         asked_ = peer.connections();
         return done;
     }

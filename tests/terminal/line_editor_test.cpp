@@ -57,7 +57,7 @@ TEST(LineEditor, BackspaceOnAnEmptyLineDoesNothingAndDrawsNothing) {
     terminal.press(Key::kBackspace);
     terminal.press(Key::kDelete);
     terminal.type(kKill);
-    terminal.pump(stage::milliseconds{300});
+    ASSERT_TRUE(terminal.wait_for_rest());
     EXPECT_EQ(terminal.eye().snapshot(), before) << terminal.text();
     terminal.press(Key::kEnter);
     EXPECT_TRUE(wait_for_result(terminal, 1, "rc=0 hit=0 key=0 []")) << terminal.text();

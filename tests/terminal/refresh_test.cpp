@@ -34,7 +34,7 @@ TEST(Interval, StaysWithinOneAndSixtySeconds) {
     ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_until([&] { return shows_figures(terminal); }));
-    terminal.pump(milliseconds{200}); // the end of that pass
+    ASSERT_TRUE(terminal.wait_for_rest()); // the end of that pass
     // Without the limit at 60 this would end at 41 and no further pass would be seen.
     press_often(terminal, '+', 100);
     press_often(terminal, '-', 59);
@@ -54,11 +54,11 @@ TEST(Interval, WithALongOneASwitchLeavesAnEmptyFrame) {
     ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_until([&] { return shows_figures(terminal); }));
-    terminal.pump(milliseconds{200}); // the end of that pass
+    ASSERT_TRUE(terminal.wait_for_rest()); // the end of that pass
     press_often(terminal, '+', 59);
     const size_t before = peer.connections();
     ASSERT_TRUE(terminal.wait_until([&] { return peer.connections() >= before + 2; }));
-    terminal.pump(milliseconds{300}); // the end of that pass
+    ASSERT_TRUE(terminal.wait_for_rest()); // the end of that pass
     terminal.press(Key::kF6);
     terminal.press(Key::kF2);
     ASSERT_TRUE(terminal.wait_until([&] { return shows_empty_frame(terminal); }))
@@ -73,9 +73,11 @@ TEST(Interval, F12WaitsForTheEndOfALongOne) {
     ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_until([&] { return shows_figures(terminal); }));
-    press_often(terminal, '+', 4);
+    ASSERT_TRUE(terminal.wait_for_rest()); // the end of that pass
+    press_often(terminal, '+', 5);
     const size_t before = peer.connections();
     ASSERT_TRUE(terminal.wait_until([&] { return peer.connections() >= before + 2; }));
+    ASSERT_TRUE(terminal.wait_for_rest()); // an end within the pass would wait for nothing
     terminal.press(Key::kF12);
     EXPECT_FALSE(terminal.wait_for_exit(milliseconds{3000}).has_value());
     expect_ended_cleanly(terminal);
@@ -140,7 +142,7 @@ TEST(RefreshThread, EachPassAsksForTheStripAndForTheList) {
     ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_until([&] { return shows_figures(terminal); }));
-    terminal.pump(milliseconds{200});
+    ASSERT_TRUE(terminal.wait_for_rest());
     EXPECT_EQ(peer.connections(), 2U);
 }
 

@@ -134,7 +134,7 @@ TEST(ScreenChain, TheWayBackClearsTheMainWindowFirst) {
     ASSERT_TRUE(house.wait_for_dialog(kDiagnostics));
     house.terminal.type("q\r");
     ASSERT_TRUE(house.terminal.wait_until([&] { return house.dialog_is_closed(kDiagnostics); }));
-    house.terminal.pump(milliseconds{300});
+    ASSERT_TRUE(house.terminal.wait_for_rest());
     const std::string empty = std::string(" ") + kVertical + std::string(76, ' ') + kVertical;
     for (int row = 6; row < 19; row++) {
         EXPECT_EQ(house.terminal.row(row), empty) << house.terminal.text();
@@ -153,7 +153,8 @@ TEST_P(ShownScreen, ItsOwnKeyDoesNothing) {
     ASSERT_TRUE(house.slow_down());
     const stage::Snapshot before = house.terminal.eye().snapshot();
     house.terminal.press(GetParam().key);
-    house.terminal.pump(milliseconds{500}); // an emptied window would stand until the next pass
+    ASSERT_TRUE(
+        house.terminal.wait_for_rest()); // an emptied window would stand until the next pass
     EXPECT_EQ(house.terminal.eye().snapshot(), before) << house.terminal.text();
 }
 

@@ -56,7 +56,7 @@ TEST(VolumeDialog, AServerWithoutAMountedVolumeOpensNoDialog) {
     stage.terminal.press(Key::kF3);
     ASSERT_TRUE(
         stage.terminal.wait_until([&] { return !stage.daemon->requests("listVolumes").empty(); }));
-    stage.terminal.pump(stage::milliseconds{300});
+    ASSERT_TRUE(stage.terminal.wait_for_rest());
     EXPECT_EQ(stage.terminal.eye().snapshot(), before) << stage.terminal.text();
 }
 
@@ -126,7 +126,7 @@ TEST(VolumeDialog, AFailedExchangeOnTheSecondPageOpensNoDialog) {
     stage.terminal.press(Key::kF3);
     ASSERT_TRUE(stage.terminal.wait_until(
         [&] { return stage.daemon->requests("listVolumes").size() == 2; }));
-    stage.terminal.pump(stage::milliseconds{300});
+    ASSERT_TRUE(stage.terminal.wait_for_rest());
     EXPECT_EQ(stage.terminal.eye().find_row("Enter volume"), -1) << stage.terminal.text();
 }
 
@@ -223,7 +223,7 @@ TEST_P(RefusedNumber, PromptsAgain) {
     stage.daemon->answer("volumeInformation", {volume_information({})});
     ASSERT_TRUE(stage.open_dialog());
     stage.terminal.type(std::string(GetParam()) + "\r");
-    stage.terminal.pump(stage::milliseconds{300});
+    ASSERT_TRUE(stage.terminal.wait_for_rest());
     EXPECT_EQ(stage.terminal.eye().text_at(kPromptRow, kPromptColumn, 55), kVolumePrompt);
     EXPECT_EQ(stage.terminal.cell(kDialogBottom, 1).text, kBottomLeft);
     stage.terminal.type("7\r");
@@ -377,7 +377,7 @@ TEST_P(VolumeListFault, OpensNoDialogAndTheNextAttemptDoes) {
     stage.terminal.press(Key::kF3);
     ASSERT_TRUE(stage.terminal.wait_until(
         [&] { return stage.daemon->requests("listVolumes").size() == 1; }));
-    stage.terminal.pump(stage::milliseconds{200});
+    ASSERT_TRUE(stage.terminal.wait_for_rest());
     EXPECT_EQ(stage.terminal.eye().snapshot(), before) << stage.terminal.text();
     stage.terminal.press(Key::kF3);
     EXPECT_TRUE(stage.terminal.wait_for_text(kPromptRow, kPromptColumn, kVolumePrompt));

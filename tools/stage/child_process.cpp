@@ -5,6 +5,8 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
+#include <fstream>
 #include <ostream>
 #include <poll.h>
 #include <sys/ioctl.h>
@@ -257,6 +259,22 @@ bool ChildProcess::collect(int waitOptions) {
     if (got == pid_) {
         status_->code = WIFEXITED(raw) ? WEXITSTATUS(raw) : 0;
         status_->signal = WIFSIGNALED(raw) ? WTERMSIG(raw) : 0;
+    }
+    return true;
+}
+
+// The state follows the name, which stands in brackets and may hold any character.
+bool ChildProcess::sleeps() const {
+    const std::string tasks = "/proc/" + std::to_string(pid_) + "/task";
+    std::error_code error; // of a child that ends in between
+    for (std::filesystem::directory_iterator task(tasks, error), end; task != end;
+         task.increment(error)) {
+        std::string status;
+        std::getline(std::ifstream(task->path() / "stat"), status);
+        const size_t name = status.rfind(')');
+        if (name != std::string::npos && status.find_first_of("RD", name) == name + 2) {
+            return false;
+        }
     }
     return true;
 }

@@ -92,6 +92,10 @@ public:
         return errors_;
     }
 
+    // Whether no thread of the child runs or is ready to run at this moment: each waits for
+    // something, or for a time. True for a child that has ended.
+    [[nodiscard]] bool sleeps() const;
+
     // Sends a signal unless the child is known to have ended.
     void send_signal(int signal);
 

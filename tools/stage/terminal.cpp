@@ -136,6 +136,20 @@ void Terminal::pump(milliseconds period) {
     wait_until([] { return false; }, period);
 }
 
+bool Terminal::wait_for_rest(milliseconds patience) {
+    constexpr int kLooks = 5;
+    size_t printed = raw_.size();
+    int looks = 0;
+    return wait_until(
+        [&] {
+            const bool rests = raw_.size() == printed && child_.sleeps();
+            looks = rests ? looks + 1 : 0;
+            printed = raw_.size();
+            return looks > kLooks; // the first of them follows no wait
+        },
+        patience);
+}
+
 termios Terminal::modes() const {
     termios modes{};
     if (tcgetattr(master_.get(), &modes) != 0) { // the master answers for its slave

@@ -63,6 +63,11 @@ public:
     // Reads output for a whole period: for "nothing happens" tests and to let two threads meet.
     void pump(milliseconds period);
 
+    // Reads output until the program rests: it has printed nothing for a while, and at each look in
+    // that while all of its threads slept. Then it has taken the keys typed before, and waits for
+    // others, for a time, or for somebody else's answer. False when that is not so at the deadline.
+    bool wait_for_rest(milliseconds patience = kPatience);
+
     // False once the program has closed its side, mostly by its end.
     [[nodiscard]] bool is_open() const {
         return open_;

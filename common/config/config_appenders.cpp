@@ -5,7 +5,7 @@
 #include <initializer_list>
 
 #include "../result.h"
-#include "config_file.h"
+#include "config_lines.h"
 
 namespace zrp {
 namespace {

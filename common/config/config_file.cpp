@@ -1,85 +1,11 @@
 #include "config_file.h"
 
-#include <cstring>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include "../result.h"
+#include "config_lines.h"
 
 namespace zrp {
-namespace {
-
-constexpr const char* kWhiteSpace = " \t\n\v\f\r";
-
-} // namespace
-
-ConfigFile open_config(const char* path) {
-    ConfigFile file(fopen(path, "a+e"));
-    if (file) {
-        rewind(file.get()); // where reading of an append stream begins is left to the C library
-    }
-    return file;
-}
-
-bool next_line(FILE* file, ConfigLine& line) {
-    line.length = 0;
-    while (line.length < sizeof line.text - 1) {
-        const int c = fgetc(file);
-        if (c == EOF) {
-            break;
-        }
-        line.text[line.length++] = static_cast<char>(c);
-        if (c == '\n') {
-            break;
-        }
-    }
-    line.text[line.length] = '\0';
-    return line.length > 0;
-}
-
-size_t split_words(const char* text, ConfigWords& words, size_t maxWords) {
-    size_t count = 0;
-    for (text += strspn(text, kWhiteSpace); *text != '\0' && count < maxWords;
-         text += strspn(text, kWhiteSpace)) {
-        size_t length = strcspn(text, kWhiteSpace);
-        if (length >= sizeof(ConfigWord)) {
-            length = sizeof(ConfigWord) - 1;
-        }
-        memcpy(words[count], text, length);
-        words[count][length] = '\0';
-        ++count;
-        text += length;
-    }
-    return count;
-}
-
-bool is_comment(const char* word) {
-    return *word == '#' || *word == ';';
-}
-
-const char* skip_blanks(const char* text) {
-    return text + strspn(text, " \t");
-}
-
-void end_last_line(FILE* file) {
-    const off_t size = size_of(file);
-    char last = '\n';
-    if (size > 0 && pread(fileno(file), &last, 1, size - 1) == 1 && last != '\n') {
-        fputc('\n', file);
-    }
-}
-
-off_t size_of(FILE* file) {
-    struct stat status = {};
-    return fstat(fileno(file), &status) == 0 ? status.st_size : -1;
-}
-
-void take_back(const char* path, off_t size) {
-    if (size >= 0) {
-        // Should even this fail, nothing better is left to do: the caller reports the failed write.
-        [[maybe_unused]] const int ignored = truncate(path, size);
-    }
-}
 
 int ConfigFileExists(const char* path, int* exists) {
     if (path == nullptr || exists == nullptr) {

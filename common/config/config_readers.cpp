@@ -4,6 +4,7 @@
 #include <strings.h>
 
 #include "../result.h"
+#include "config_lines.h"
 
 namespace zrp {
 namespace {

@@ -24,9 +24,6 @@ int GetConfigValue(const char* path, const char* key, char* value, int* size,
 // earlier line, or an empty name.
 int GetZrpServerName(char* name, int* size);
 
-// The same from a given file.
-int read_server_name(const char* path, char* name, int* size);
-
 // Reads the volume line number index, counted from 0. volumePath and attributes may be null;
 // *attributes becomes 0 before anything else. Returns 0, kNotFound, kInvalid or kNoData.
 //

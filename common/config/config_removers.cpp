@@ -9,7 +9,7 @@
 #include <climits>
 
 #include "../result.h"
-#include "config_file.h"
+#include "config_lines.h"
 
 namespace zrp {
 namespace {

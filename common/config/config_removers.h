@@ -19,9 +19,6 @@ namespace zrp {
 // and with or without blanks between the words.
 int RemoveZrpServerName();
 
-// The same from a given file. Null is kInvalid.
-int remove_server_name(const char* path);
-
 // Removes every line that begins with the key, in any case, and, when a value is given, holds that
 // value behind the key, followed by white space. A line that only begins with the key belongs to
 // it: VOL removes VOLUME lines too. Comments stay. A null or empty key is kInvalid.

@@ -11,7 +11,7 @@
 
 #include "../heap_text.h"
 #include "../result.h"
-#include "config_file.h"
+#include "config_lines.h"
 
 namespace zrp {
 namespace {

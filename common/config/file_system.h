@@ -10,9 +10,6 @@ namespace zrp {
 // directory or lies on a file system of the refused type, -1 when that cannot be found out.
 int CheckDirectoryFileSystem(const char* path);
 
-// The same for a known type number of statfs: 0 or kInvalid.
-int check_file_system_type(long type);
-
 // Returns 0 for a path that is absolute and free of links, "." and "..", doubled and trailing
 // slashes; ELOOP (40) for any other path that exists; else the errno of stat.
 int IsCanonicalPath(const char* path);

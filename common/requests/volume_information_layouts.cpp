@@ -35,12 +35,6 @@ constexpr ReplyField kHead[] = {
     FIELD(kDecimal, mountPointType),
 };
 
-constexpr ReplyField kPool[] = {
-    FIELD(kText, poolName),
-    FIELD(kText, volumeGUID),
-    FIELD(kNumber32, enabledAttributes),
-};
-
 } // namespace v1
 
 namespace v3 {
@@ -92,12 +86,6 @@ constexpr ReplyField kHead[] = {
     FIELD(kDecimal, mountPointType),
 };
 
-constexpr ReplyField kPool[] = {
-    FIELD(kText, poolName),
-    FIELD(kText, volumeGUID),
-    FIELD(kNumber32, enabledAttributes),
-};
-
 } // namespace v4
 
 namespace v5 {
@@ -137,12 +125,6 @@ constexpr ReplyField kHead[] = {
     FIELD(kDecimal, mountPointType),
 };
 
-constexpr ReplyField kPool[] = {
-    FIELD(kText, poolName),
-    FIELD(kText, volumeGUID),
-    FIELD(kNumber32, enabledAttributes),
-};
-
 } // namespace v5
 
 namespace v6 {
@@ -156,6 +138,14 @@ constexpr ReplyField kTail[] = {
 };
 
 } // namespace v6
+
+// Of every record that has a pool.
+template <typename Record>
+constexpr ReplyField kPool[] = {
+    FIELD(kText, poolName),
+    FIELD(kText, volumeGUID),
+    FIELD(kNumber32, enabledAttributes),
+};
 
 #undef FIELD
 
@@ -173,15 +163,15 @@ constexpr VolumeLayout with_texts(ReplyFields head) {
 }
 
 template <typename Record>
-constexpr VolumeLayout with_pool(ReplyFields head, ReplyFields pool) {
+constexpr VolumeLayout with_pool(ReplyFields head) {
     VolumeLayout layout = with_texts<Record>(head);
     layout.mountPointType = offsetof(Record, mountPointType);
-    layout.pool = pool;
+    layout.pool = kPool<Record>;
     return layout;
 }
 
 constexpr VolumeLayout version1() {
-    VolumeLayout layout = with_pool<VolumeInformationV1>(v1::kHead, v1::kPool);
+    VolumeLayout layout = with_pool<VolumeInformationV1>(v1::kHead);
     layout.keepsPartial = true;
     return layout;
 }
@@ -194,7 +184,7 @@ constexpr VolumeLayout version3() {
 
 constexpr VolumeLayout version6() {
     static_assert(offsetof(VolumeInformationV6, common) == 0);
-    VolumeLayout layout = with_pool<VolumeInformation>(v5::kHead, v5::kPool);
+    VolumeLayout layout = with_pool<VolumeInformation>(v5::kHead);
     layout.size = sizeof(VolumeInformationV6);
     layout.tail = v6::kTail;
     return layout;
@@ -205,8 +195,8 @@ constexpr VolumeLayout kLayouts[] = {
     version1(),
     version1(),
     version3(),
-    with_pool<VolumeInformationV4>(v4::kHead, v4::kPool),
-    with_pool<VolumeInformation>(v5::kHead, v5::kPool),
+    with_pool<VolumeInformationV4>(v4::kHead),
+    with_pool<VolumeInformation>(v5::kHead),
     version6(),
 };
 

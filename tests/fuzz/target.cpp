@@ -1,15 +1,15 @@
-// A fuzz target: one of the reader's drivers, by the name that the build gives it.
+// A fuzz target: one of the drivers, by the name that the build gives it.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <string_view>
 
-#include "tests/support/reader_drivers.h"
+#include "tests/support/drivers.h"
 
 namespace {
 
-const zrp::ReaderDriver& driver() {
-    for (const zrp::ReaderDriver& candidate : zrp::reader_drivers()) {
+const zrp::Driver& driver() {
+    for (const zrp::Driver& candidate : zrp::drivers()) {
         if (std::string_view(candidate.name) == ZRP_FUZZ_DRIVER) {
             return candidate;
         }
@@ -20,7 +20,7 @@ const zrp::ReaderDriver& driver() {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static const zrp::ReaderDriver& chosen = driver();
+    static const zrp::Driver& chosen = driver();
     chosen.drive({reinterpret_cast<const char*>(data), size});
     return 0;
 }

@@ -50,4 +50,13 @@ void for_each_truncated_prefix(std::string_view text, Callback callback) {
     }
 }
 
+// Calls scan(reply, length) for every prefix.
+template <typename Scan>
+void scan_every_prefix(std::string_view text, Scan scan) {
+    for_each_truncated_prefix(text, [&](std::string_view prefix) {
+        const ExactBlock reply(prefix);
+        scan(reply.begin(), reply.length());
+    });
+}
+
 } // namespace zrp

@@ -3,19 +3,13 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "common/result.h"
 #include "common/tags.h"
 #include "common/xml_reader.h"
 #include "tests/support/exact_block.h"
-#include "tests/support/management_driver.h"
 #include "tests/support/reference_finder.h"
 #include "tests/support/require.h"
-#include "tests/support/scanner_drivers.h"
-#include "tests/support/server_driver.h"
 
 namespace zrp {
 namespace {
@@ -45,12 +39,6 @@ void compare_with_reference(std::string_view tag, std::string_view input) {
             std::string(expected.markerBytes, ' '));
 }
 
-void drive_finder(std::string_view input) {
-    for (const std::string_view tag : kTags) {
-        compare_with_reference(tag, input);
-    }
-}
-
 // Walks through the elements side by side, and into each.
 void walk_elements(const ExactBlock& reply, char* start, char* end, int level) {
     constexpr int kLevels = 3;
@@ -65,6 +53,14 @@ void walk_elements(const ExactBlock& reply, char* start, char* end, int level) {
             walk_elements(reply, element.contentStart, element.contentEnd + 1, level + 1);
         }
         start = element.elementEnd + 1;
+    }
+}
+
+} // namespace
+
+void drive_finder(std::string_view input) {
+    for (const std::string_view tag : kTags) {
+        compare_with_reference(tag, input);
     }
 }
 
@@ -191,45 +187,6 @@ void drive_escapes(std::string_view input) {
         XmlUnescape(text.begin(), text.length(), buffer.data(), &rawCount);
         REQUIRE(rawCount >= 0 && rawCount <= std::max(room, 0));
     }
-}
-
-} // namespace
-
-const std::vector<ReaderDriver>& reader_drivers() {
-    static const std::vector<ReaderDriver> drivers = {
-        {"finder", drive_finder},
-        {"next_element", drive_next_element},
-        {"plain_tags", drive_plain_tags},
-        {"strings_and_numbers", drive_strings_and_numbers},
-        {"range_numbers", drive_range_numbers},
-        {"attribute", drive_attribute},
-        {"name_value_parm", drive_name_value_parm},
-        {"error_check", drive_error_check},
-        {"escapes", drive_escapes},
-        {"server_statistics", drive_server_statistics},
-        {"list_and_fields", drive_list_and_fields},
-        {"volume_list", drive_volume_list},
-        {"volume_information", drive_volume_information},
-        {"connection_list", drive_connection_list},
-        {"connection_information", drive_connection_information},
-        {"diagnostics", drive_diagnostics},
-        {"server_settings", drive_server_settings},
-        {"management_replies", drive_management_replies},
-        {"server_replies", drive_server_replies},
-    };
-    return drivers;
-}
-
-const std::vector<SampleReply>& sample_replies() {
-    static const std::vector<SampleReply> replies = [] {
-        std::vector<SampleReply> read;
-        for (const auto& entry : std::filesystem::directory_iterator(ZRP_SAMPLE_REPLIES)) {
-            std::ifstream file(entry.path(), std::ios::binary);
-            read.push_back({entry.path().filename(), {std::istreambuf_iterator<char>(file), {}}});
-        }
-        return read;
-    }();
-    return replies;
 }
 
 } // namespace zrp

@@ -1,4 +1,4 @@
-// The scanners of the request families, for reader_drivers().
+// The scanners of the request families, for drivers().
 
 #include "tests/support/scanner_drivers.h"
 

@@ -1,4 +1,4 @@
-// Drivers of the request families' scanners, one for each; see reader_drivers.h.
+// Drivers of the request families' scanners, one for each; see drivers.h.
 #pragma once
 
 #include <string_view>

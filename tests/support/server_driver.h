@@ -1,5 +1,5 @@
 // Driver of the scanners for replies about the server, its cluster resources and the storage
-// daemon; see reader_drivers.h.
+// daemon; see drivers.h.
 #pragma once
 
 #include <string_view>

@@ -9,7 +9,7 @@
 #include "common/requests/volume_walk.h"
 #include "failing_malloc.h"
 #include "operation_faults.h"
-#include "reply_prefixes.h"
+#include "tests/support/exact_block.h"
 #include "tests/support/simulated_server.h"
 
 namespace zrp {

@@ -1,5 +1,6 @@
 #include <cerrno>
 
+#include "common/config/config_lines.h"
 #include "common/config/file_system.h"
 #include "common/result.h"
 #include "config_test_files.h"

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <vector>
 
+#include "common/config/config_lines.h"
 #include "common/result.h"
 #include "config_test_files.h"
 

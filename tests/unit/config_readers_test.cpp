@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "common/config/config_lines.h"
 #include "common/result.h"
 #include "config_test_files.h"
 

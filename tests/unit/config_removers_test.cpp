@@ -5,7 +5,7 @@
 #include <sys/ptrace.h>
 
 #include "common/config/config_appenders.h"
-#include "common/config/config_file.h"
+#include "common/config/config_lines.h"
 #include "common/config/config_readers.h"
 #include "common/result.h"
 #include "config_test_files.h"

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "common/result.h"
-#include "tests/unit/reply_prefixes.h"
+#include "tests/support/exact_block.h"
 
 namespace zrp {
 namespace {
@@ -75,8 +75,8 @@ const std::string kSample =
     information_reply(own_children(0, kOwnChildren) + kOpenFiles + kSecurityEquals);
 
 int scan(const std::string& text, ConnectionInformationPtr* record) {
-    const HeapText copy = heap_reply(text);
-    return ScanConnectionInformationReply(copy.get(), static_cast<int>(text.size()), record);
+    const ExactBlock copy(text);
+    return ScanConnectionInformationReply(copy.begin(), static_cast<int>(text.size()), record);
 }
 
 std::vector<std::string> names_of(const NameList& list) {

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "common/result.h"
-#include "tests/unit/reply_prefixes.h"
+#include "tests/support/exact_block.h"
 
 namespace zrp {
 namespace {
@@ -61,9 +61,9 @@ std::string list_reply(const std::string& entries) {
 }
 
 int scan_first(const std::string& text, ConnectionEntry* read) {
-    const HeapText copy = heap_reply(text);
+    const ExactBlock copy(text);
     int offset = 0;
-    return ScanListConnectionsReply(copy.get(), static_cast<int>(text.size()), &offset, read);
+    return ScanListConnectionsReply(copy.begin(), static_cast<int>(text.size()), &offset, read);
 }
 
 TEST(ScanListConnectionsReply, ReadsEveryMember) {
@@ -83,12 +83,12 @@ TEST(ScanListConnectionsReply, ReadsEveryMember) {
 TEST(ScanListConnectionsReply, GivesOneEntryForEachCall) {
     const std::string text = list_reply(entry("stationNumberTag", "5") + "\n" +
                                         entry("stationNumberTag", "-6") + entry());
-    const HeapText copy = heap_reply(text);
+    const ExactBlock copy(text);
     std::vector<int> stations;
     ConnectionEntry read = {};
     int offset = 0;
     int rc = 0;
-    while ((rc = ScanListConnectionsReply(copy.get(), static_cast<int>(text.size()), &offset,
+    while ((rc = ScanListConnectionsReply(copy.begin(), static_cast<int>(text.size()), &offset,
                                           &read)) == kOk) {
         stations.push_back(read.stationNumber);
     }
@@ -117,11 +117,11 @@ TEST(ScanListConnectionsReply, AnyMissingElementIsInvalidAndLeavesTheEntryAlone)
 
 TEST(ScanListConnectionsReply, AnOffsetAtTheEndIsOutOfRange) {
     const std::string text = list_reply(entry());
-    const HeapText copy = heap_reply(text);
+    const ExactBlock copy(text);
     const int length = static_cast<int>(text.size());
     ConnectionEntry read = {};
     int offset = length;
-    EXPECT_EQ(ScanListConnectionsReply(copy.get(), length, &offset, &read), kRange);
+    EXPECT_EQ(ScanListConnectionsReply(copy.begin(), length, &offset, &read), kRange);
 }
 
 struct Cut {

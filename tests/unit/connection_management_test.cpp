@@ -114,7 +114,7 @@ TEST(ConnectionReply, SaysThatTheServerHasObeyed) {
                              row.scan);
         expect_prefixes_fail("<zrpConsoleReply><" + command + "/></zrpConsoleReply>", row.scan);
         const std::string other = reply_with("other", "");
-        EXPECT_EQ(row.scan(heap_reply(other).get(), static_cast<int>(other.size())), kInvalid);
+        EXPECT_EQ(row.scan(ExactBlock(other).begin(), static_cast<int>(other.size())), kInvalid);
     }
 }
 

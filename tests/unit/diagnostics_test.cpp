@@ -10,7 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "common/result.h"
-#include "tests/unit/reply_prefixes.h"
+#include "tests/support/exact_block.h"
 
 namespace zrp {
 namespace {
@@ -28,13 +28,13 @@ std::string pid() {
 
 // All counters that a scan delivers, and the code that ended it.
 Counters scan(const DiagnosticsDaemon& daemon, const std::string& reply, int* lastCode) {
-    const HeapText copy = heap_reply(reply);
+    const ExactBlock copy(reply);
     Counters counters;
     int cursor = 0;
     DiagnosticName name;
     int32_t value = 0;
-    while ((*lastCode = ScanDiagnostics(daemon, copy.get(), static_cast<int>(reply.size()), &cursor,
-                                        name, &value)) == kOk) {
+    while ((*lastCode = ScanDiagnostics(daemon, copy.begin(), static_cast<int>(reply.size()),
+                                        &cursor, name, &value)) == kOk) {
         counters.emplace_back(name, value);
     }
     return counters;
@@ -124,20 +124,20 @@ TEST(DiagnosticsReply, KeepsTheTrailingBlankOfAStorageDaemonName) {
 
 TEST(DiagnosticsReply, EachDaemonHasAScannerOfItsOwn) {
     const std::string bksText = bks_reply("<zrp2bksValue value=\"4\">Request</zrp2bksValue>");
-    const HeapText server = heap_reply(kSample);
-    const HeapText bks = heap_reply(bksText);
+    const ExactBlock server(kSample);
+    const ExactBlock bks(bksText);
     const int serverLength = static_cast<int>(kSample.size());
     const int bksLength = static_cast<int>(bksText.size());
     DiagnosticName name;
     int32_t value = 0;
     int cursor = 0;
-    EXPECT_EQ(ScanDiagnosticsReply(server.get(), serverLength, &cursor, name, &value), kOk);
+    EXPECT_EQ(ScanDiagnosticsReply(server.begin(), serverLength, &cursor, name, &value), kOk);
     EXPECT_STREQ(name, "openFiles");
     cursor = 0;
-    EXPECT_EQ(ScanZrp2bksDiagnosticReply(bks.get(), bksLength, &cursor, name, &value), kOk);
+    EXPECT_EQ(ScanZrp2bksDiagnosticReply(bks.begin(), bksLength, &cursor, name, &value), kOk);
     EXPECT_STREQ(name, "Request");
     cursor = 0;
-    EXPECT_EQ(ScanZrp2bksDiagnosticReply(server.get(), serverLength, &cursor, name, &value),
+    EXPECT_EQ(ScanZrp2bksDiagnosticReply(server.begin(), serverLength, &cursor, name, &value),
               kInvalid);
 }
 
@@ -215,11 +215,11 @@ TEST(DiagnosticsReply, TellsAnEmptyReplyFromAFinishedOne) {
                                 {size, size, kRange},     {size, -5, kRange},
                                 {size, size + 1, kRange}, {size, size - 1, kInvalid}};
     for (const CursorCase& c : cases) {
-        const HeapText copy = heap_reply(kSample);
+        const ExactBlock copy(kSample);
         int cursor = c.cursor;
         DiagnosticName name;
         int32_t value = 0;
-        EXPECT_EQ(ScanDiagnosticsReply(copy.get(), c.length, &cursor, name, &value), c.code)
+        EXPECT_EQ(ScanDiagnosticsReply(copy.begin(), c.length, &cursor, name, &value), c.code)
             << c.length << ' ' << c.cursor;
     }
 }

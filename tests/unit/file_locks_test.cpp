@@ -81,7 +81,7 @@ TEST(FileLocksReply, TheServersSpellingIsTheOnlyOne) {
     }
     FileLock one;
     int offset = 0;
-    EXPECT_EQ(ScanListFileLocksByFileReply(heap_reply(text).get(), static_cast<int>(text.size()),
+    EXPECT_EQ(ScanListFileLocksByFileReply(ExactBlock(text).begin(), static_cast<int>(text.size()),
                                            &offset, &one),
               kInvalid);
 }
@@ -95,7 +95,7 @@ TEST(FileLocksReply, TheCountIsReadOrMissed) {
     });
     const std::string text = reply_with(kList, lock("3", "7", "1", "1", "anna"));
     int32_t count = 77;
-    EXPECT_EQ(ScanActualLockCount(heap_reply(text).get(), static_cast<int>(text.size()), &count),
+    EXPECT_EQ(ScanActualLockCount(ExactBlock(text).begin(), static_cast<int>(text.size()), &count),
               kInvalid);
     EXPECT_EQ(count, 77);
 }
@@ -117,9 +117,9 @@ TEST_F(CloseLocksReply, MustNameTheRequest) {
     });
     const std::string other = close_reply("<fileClose/>");
     empty_file();
-    EXPECT_EQ(
-        ScanCloseConnectionLocksReply(heap_reply(other).get(), static_cast<int>(other.size()), log),
-        kInvalid);
+    EXPECT_EQ(ScanCloseConnectionLocksReply(ExactBlock(other).begin(),
+                                            static_cast<int>(other.size()), log),
+              kInvalid);
     EXPECT_EQ(contents(), "");
     EXPECT_EQ(ScanCloseConnectionLocksReply(nullptr, 0, nullptr), kInvalid);
 }

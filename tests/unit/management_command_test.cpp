@@ -68,7 +68,7 @@ TEST(ScanCommand, ARecordIsFilledWholeOrNotAtAll) {
         };
         for (const std::string& text : {wrap(pair), wrap(half), wrap("")}) {
             Pair record = {"old", 77};
-            const int rc = scan_command(command, heap_reply(text).get(),
+            const int rc = scan_command(command, ExactBlock(text).begin(),
                                         static_cast<int>(text.size()), record);
             EXPECT_EQ(rc, text == wrap(pair) ? int{kOk} : int{kInvalid}) << text;
             EXPECT_STREQ(record.name, rc == kOk ? "x" : "old");
@@ -80,9 +80,9 @@ TEST(ScanCommand, ARecordIsFilledWholeOrNotAtAll) {
 TEST(ScanCommand, ATextInACdataSectionMayLookLikeMarkup) {
     const std::string text =
         reply_with("evaluate", "<name><![CDATA[a<b]]></name><id><![CDATA[5]]></id>");
-    const HeapText copy = heap_reply(text);
+    const ExactBlock copy(text);
     Pair record = {"old", 77};
-    EXPECT_EQ(scan_command(kPlain, copy.get(), static_cast<int>(text.size()), record), kOk);
+    EXPECT_EQ(scan_command(kPlain, copy.begin(), static_cast<int>(text.size()), record), kOk);
     EXPECT_STREQ(record.name, "a<b");
     EXPECT_EQ(record.number, 5);
 }
@@ -90,21 +90,21 @@ TEST(ScanCommand, ATextInACdataSectionMayLookLikeMarkup) {
 TEST(ScanNext, TheEndIsToldFromAMalformedItem) {
     const std::string text =
         reply_with("evaluate", "<user><name>x</name><id>5</id></user><user><name>y</name></user>");
-    const HeapText copy = heap_reply(text);
+    const ExactBlock copy(text);
     const auto length = static_cast<int>(text.size());
     Pair record = {"old", 77};
     int offset = 0;
-    EXPECT_EQ(scan_next(kList, copy.get(), length, &offset, record), kOk);
+    EXPECT_EQ(scan_next(kList, copy.begin(), length, &offset, record), kOk);
     const int behindFirst = offset;
-    EXPECT_EQ(scan_next(kList, copy.get(), length, &offset, record), kInvalid);
+    EXPECT_EQ(scan_next(kList, copy.begin(), length, &offset, record), kInvalid);
     EXPECT_EQ(offset, behindFirst);
     EXPECT_STREQ(record.name, "x");
     offset = length - 20;
-    EXPECT_EQ(scan_next(kList, copy.get(), length, &offset, record), kRange);
+    EXPECT_EQ(scan_next(kList, copy.begin(), length, &offset, record), kRange);
     offset = length;
-    EXPECT_EQ(scan_next(kList, copy.get(), length, &offset, record), kRange);
+    EXPECT_EQ(scan_next(kList, copy.begin(), length, &offset, record), kRange);
     offset = -1;
-    EXPECT_EQ(scan_next(kList, copy.get(), length, &offset, record), kRange);
+    EXPECT_EQ(scan_next(kList, copy.begin(), length, &offset, record), kRange);
 }
 
 using ReplyStart = CatalogueTest;

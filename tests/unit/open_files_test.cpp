@@ -88,13 +88,13 @@ TEST(OpenFilesReply, ConnectionsComeWithTheirFiles) {
     const std::string text =
         reply_with(kList, iteration("2", "No", "") + connection("3", "anna", {"DATA:a", "DATA:b"}) +
                               connection("4", "bob", {}));
-    const HeapText copy = heap_reply(text);
+    const ExactBlock copy(text);
     const auto length = static_cast<int>(text.size());
     std::string seen;
     OpenFilesConnection one;
     int offset = 0;
     int rc = kOk;
-    while ((rc = ScanListOpenFilesByConnectionReply(copy.get(), length, &offset, &one)) == kOk) {
+    while ((rc = ScanListOpenFilesByConnectionReply(copy.begin(), length, &offset, &one)) == kOk) {
         note(&seen, one);
     }
     EXPECT_EQ(rc, kRange);
@@ -104,11 +104,11 @@ TEST(OpenFilesReply, ConnectionsComeWithTheirFiles) {
 TEST(OpenFilesReply, ALongTextIsCut) {
     const std::string text =
         reply_with(kList, connection("3", std::string(9000, 'u'), {std::string(9000, 'f')}));
-    const HeapText copy = heap_reply(text);
+    const ExactBlock copy(text);
     OpenFilesConnection one;
     int offset = 0;
-    ASSERT_EQ(ScanListOpenFilesByConnectionReply(copy.get(), static_cast<int>(text.size()), &offset,
-                                                 &one),
+    ASSERT_EQ(ScanListOpenFilesByConnectionReply(copy.begin(), static_cast<int>(text.size()),
+                                                 &offset, &one),
               kOk);
     EXPECT_EQ(std::string(one.userName), std::string(kUserNameSize - 1, 'u'));
     FileName name;
@@ -125,11 +125,11 @@ TEST(OpenFilesReply, AMalformedListIsNotItsEnd) {
           std::string("<connectionTag><stationNumberTag>3</stationNumberTag><userName>u</userName>"
                       "<openFilesCount>1</openFilesCount></connectionTag>")}) {
         const std::string text = reply_with(kList, content);
-        const HeapText copy = heap_reply(text);
+        const ExactBlock copy(text);
         OpenFilesConnection one = {};
         one.stationNumber = 77;
         int offset = 0;
-        EXPECT_EQ(ScanListOpenFilesByConnectionReply(copy.get(), static_cast<int>(text.size()),
+        EXPECT_EQ(ScanListOpenFilesByConnectionReply(copy.begin(), static_cast<int>(text.size()),
                                                      &offset, &one),
                   kInvalid)
             << content;
@@ -186,7 +186,7 @@ TEST(OpenFilesPageReply, OnlyYesAndAnIndexMeanMore) {
     for (const PageRow& row : rows) {
         const std::string text = reply_with(kList, row.content);
         OpenFilesPage page = {77, 77};
-        EXPECT_EQ(ScanOpenFilesPage(heap_reply(text).get(), static_cast<int>(text.size()), &page),
+        EXPECT_EQ(ScanOpenFilesPage(ExactBlock(text).begin(), static_cast<int>(text.size()), &page),
                   row.code)
             << text;
         EXPECT_EQ(page.connectionCount, row.count) << text;
@@ -343,7 +343,7 @@ TEST_F(CloseFileReply, NamesTheFile) {
     FileName closed = "untouched";
     const std::string text = close_reply("<fileName>DATA:a</fileName>");
     EXPECT_EQ(
-        ScanCloseFileReply(heap_reply(text).get(), static_cast<int>(text.size()), closed, log),
+        ScanCloseFileReply(ExactBlock(text).begin(), static_cast<int>(text.size()), closed, log),
         kOk);
     EXPECT_STREQ(closed, "DATA:a");
     EXPECT_EQ(contents(), "");
@@ -364,9 +364,9 @@ TEST_F(CloseFileReply, WithoutAnEnvelopeTheLogSaysSo) {
 TEST_F(CloseFileReply, AMissingNameIsNotLogged) {
     FileName closed = "untouched";
     for (const std::string& text : {close_reply(""), reply_with("zrpRequests", "")}) {
-        EXPECT_EQ(
-            ScanCloseFileReply(heap_reply(text).get(), static_cast<int>(text.size()), closed, log),
-            kInvalid);
+        EXPECT_EQ(ScanCloseFileReply(ExactBlock(text).begin(), static_cast<int>(text.size()),
+                                     closed, log),
+                  kInvalid);
     }
     EXPECT_STREQ(closed, "untouched");
     EXPECT_EQ(contents(), "");

@@ -6,7 +6,7 @@
 #include "common/requests/server_connections.h"
 #include "failing_malloc.h"
 #include "operation_faults.h"
-#include "reply_prefixes.h"
+#include "tests/support/exact_block.h"
 #include "tests/support/simulated_server.h"
 
 namespace zrp {

@@ -12,7 +12,7 @@
 #include "common/requests/server_statistics.h"
 #include "failing_malloc.h"
 #include "operation_faults.h"
-#include "reply_prefixes.h"
+#include "tests/support/exact_block.h"
 #include "tests/support/simulated_server.h"
 
 namespace zrp {
@@ -94,8 +94,8 @@ protected:
     }
 
     static int scan(const std::string& text, std::string* bytes) {
-        const HeapText copy = heap_reply(text);
-        return GetParam().scan(copy.get(), static_cast<int>(text.size()), bytes);
+        const ExactBlock copy(text);
+        return GetParam().scan(copy.begin(), static_cast<int>(text.size()), bytes);
     }
 };
 
@@ -158,9 +158,9 @@ TEST_P(ServerRecord, OtherRepliesAndNoRecordAreRefused) {
     }
     EXPECT_EQ(GetParam().scan(nullptr, 0, &bytes), kInvalid);
     const std::string text = reply_with("", "");
-    const HeapText copy = heap_reply(text);
-    EXPECT_EQ(GetParam().scan(copy.get(), -1, &bytes), kInvalid);
-    EXPECT_EQ(GetParam().scanIntoNull(copy.get(), static_cast<int>(text.size())), kInvalid);
+    const ExactBlock copy(text);
+    EXPECT_EQ(GetParam().scan(copy.begin(), -1, &bytes), kInvalid);
+    EXPECT_EQ(GetParam().scanIntoNull(copy.begin(), static_cast<int>(text.size())), kInvalid);
 }
 
 TEST(ServerCounters, AreRead) {

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "common/result.h"
-#include "tests/unit/reply_prefixes.h"
+#include "tests/support/exact_block.h"
 
 namespace zrp {
 namespace {
@@ -65,14 +65,14 @@ struct Scan {
 enum class Buffers { kName, kValue, kBoth, kNone };
 
 Scan scan_all(const std::string& text, Buffers buffers) {
-    const HeapText copy = heap_reply(text);
+    const ExactBlock copy(text);
     const auto name = std::make_unique<SettingText[]>(1);
     const auto value = std::make_unique<SettingText[]>(1);
     const bool withName = buffers == Buffers::kName || buffers == Buffers::kBoth;
     const bool withValue = buffers == Buffers::kValue || buffers == Buffers::kBoth;
     Scan scan;
     int offset = 0;
-    while ((scan.rc = ScanSetReply(copy.get(), static_cast<int>(text.size()), &offset,
+    while ((scan.rc = ScanSetReply(copy.begin(), static_cast<int>(text.size()), &offset,
                                    withName ? &name[0] : nullptr,
                                    withValue ? &value[0] : nullptr)) == kOk) {
         scan.texts.push_back(std::string(withName ? name[0] : "") +
@@ -131,12 +131,12 @@ TEST(ScanSetReply, AReplyWithoutSetElementIsInvalid) {
 
 TEST(ScanSetReply, AnOffsetAtOrPastTheEndIsOutOfRange) {
     const std::string text = set_reply("<name>A</name>");
-    const HeapText copy = heap_reply(text);
+    const ExactBlock copy(text);
     const auto name = std::make_unique<SettingText[]>(1);
     const int length = static_cast<int>(text.size());
     for (const int start : {length, length + 1, -1}) {
         int offset = start;
-        EXPECT_EQ(ScanSetReply(copy.get(), length, &offset, &name[0], nullptr), kRange) << start;
+        EXPECT_EQ(ScanSetReply(copy.begin(), length, &offset, &name[0], nullptr), kRange) << start;
         EXPECT_EQ(offset, start);
     }
 }

@@ -7,7 +7,7 @@
 #include "common/tags.h"
 #include "failing_malloc.h"
 #include "operation_faults.h"
-#include "reply_prefixes.h"
+#include "tests/support/exact_block.h"
 #include "tests/support/simulated_server.h"
 
 namespace zrp {
@@ -39,8 +39,8 @@ std::string threads_reply(const std::string& otherName = "", const std::string& 
 }
 
 int scan(const std::string& text, ThreadStatistics* record) {
-    const HeapText copy = heap_reply(text);
-    return ScanThreadsReply(copy.get(), static_cast<int>(text.size()), record);
+    const ExactBlock copy(text);
+    return ScanThreadsReply(copy.begin(), static_cast<int>(text.size()), record);
 }
 
 TEST(BuildThreadsRequest, HasNoChildren) {

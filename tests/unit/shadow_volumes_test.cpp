@@ -124,7 +124,7 @@ TEST(ShadowReply, TheNameIsTakenFromTheGroup) {
              {reply_with("shadow", kNamed), shadow_reply("removeVolume", kNamed),
               shadow_reply(row.group, ""), reply_with(row.group, kNamed)}) {
             VolumeName name = "untouched";
-            EXPECT_EQ(row.scan(heap_reply(text).get(), static_cast<int>(text.size()), name),
+            EXPECT_EQ(row.scan(ExactBlock(text).begin(), static_cast<int>(text.size()), name),
                       kInvalid)
                 << text;
             EXPECT_STREQ(name, "untouched");
@@ -144,7 +144,7 @@ TEST(RemoveShadowVolumeReply, IsARecordOrNothing) {
         });
     const std::string half = shadow_reply("removeVolume", kNamed);
     RemovedShadow removed = {"untouched", "untouched"};
-    EXPECT_EQ(ScanRemoveShadowVolumeReply(heap_reply(half).get(), static_cast<int>(half.size()),
+    EXPECT_EQ(ScanRemoveShadowVolumeReply(ExactBlock(half).begin(), static_cast<int>(half.size()),
                                           &removed),
               kInvalid);
     EXPECT_STREQ(removed.volumeName, "untouched");

@@ -6,7 +6,7 @@
 #include "common/requests/operation.h"
 #include "failing_malloc.h"
 #include "operation_faults.h"
-#include "reply_prefixes.h"
+#include "tests/support/exact_block.h"
 #include "tests/support/simulated_server.h"
 
 namespace zrp {
@@ -65,8 +65,8 @@ TEST(BuildZrp2bksParmsRequest, HostileAndLongWords) {
 }
 
 int scan(const std::string& text, DiagnosticChoice* record) {
-    const HeapText copy = heap_reply(text);
-    return ScanZrp2bksParmsReply(copy.get(), static_cast<int>(text.size()), record);
+    const ExactBlock copy(text);
+    return ScanZrp2bksParmsReply(copy.begin(), static_cast<int>(text.size()), record);
 }
 
 std::string parms_reply(const std::string& content) {

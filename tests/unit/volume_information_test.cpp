@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "common/result.h"
-#include "tests/unit/reply_prefixes.h"
+#include "tests/support/exact_block.h"
 
 namespace zrp {
 namespace {
@@ -96,16 +96,15 @@ std::string with(int version, const std::string& tag, const std::string& content
 
 struct Scan {
     explicit Scan(const std::string& text)
-        : reply(heap_reply(text)), length(static_cast<int>(text.size())),
-          rc(ScanVolumeInformationReply(reply.get(), length, &offset, &version, &record)) {}
+        : reply(text), rc(ScanVolumeInformationReply(reply.begin(), reply.length(), &offset,
+                                                     &version, &record)) {}
 
     template <typename Record>
     const Record& as() const {
         return *static_cast<const Record*>(record.get());
     }
 
-    HeapText reply;
-    int length;
+    ExactBlock reply;
     int offset = 0;
     int version = 4711;
     VolumeRecord record;
@@ -374,16 +373,16 @@ TEST(ScanVolumeInformationReply, GoesOnBehindTheVolumeBefore) {
         document(volume(5, kTexts + numbers()) + volume(3, kTexts + numbers()));
     Scan scan(text);
     ASSERT_EQ(scan.rc, kOk);
-    EXPECT_EQ(ScanVolumeInformationReply(scan.reply.get(), scan.length, &scan.offset, &scan.version,
-                                         &scan.record),
+    EXPECT_EQ(ScanVolumeInformationReply(scan.reply.begin(), scan.reply.length(), &scan.offset,
+                                         &scan.version, &scan.record),
               kOk);
     EXPECT_EQ(scan.version, 3);
-    EXPECT_EQ(ScanVolumeInformationReply(scan.reply.get(), scan.length, &scan.offset, &scan.version,
-                                         &scan.record),
+    EXPECT_EQ(ScanVolumeInformationReply(scan.reply.begin(), scan.reply.length(), &scan.offset,
+                                         &scan.version, &scan.record),
               kInvalid);
-    scan.offset = scan.length;
-    EXPECT_EQ(ScanVolumeInformationReply(scan.reply.get(), scan.length, &scan.offset, &scan.version,
-                                         &scan.record),
+    scan.offset = scan.reply.length();
+    EXPECT_EQ(ScanVolumeInformationReply(scan.reply.begin(), scan.reply.length(), &scan.offset,
+                                         &scan.version, &scan.record),
               kInvalid);
 }
 

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "common/result.h"
-#include "tests/unit/reply_prefixes.h"
+#include "tests/support/exact_block.h"
 
 namespace zrp {
 namespace {
@@ -29,15 +29,14 @@ std::string list(const std::string& content) {
 
 // A reply, the place in it, and what its last scan gave.
 struct Scan {
-    explicit Scan(const std::string& text)
-        : reply(heap_reply(text)), length(static_cast<int>(text.size())) {}
+    explicit Scan(const std::string& text) : reply(text) {}
 
     int next() {
-        return ScanListVolumesReply(reply.get(), length, &offset, &name, &status, &number);
+        return ScanListVolumesReply(reply.begin(), reply.length(), &offset, &name, &status,
+                                    &number);
     }
 
-    HeapText reply;
-    int length;
+    ExactBlock reply;
     int offset = 0;
     ListedName name = "untouched";
     uint32_t status = 4711;
@@ -101,9 +100,9 @@ TEST(ScanListVolumesReply, AnEmptyReplyHasNoVolume) {
 
 TEST(ScanListVolumesReply, AnOffsetAtTheEndIsOutOfRange) {
     Scan scan(list(""));
-    scan.offset = scan.length;
+    scan.offset = scan.reply.length();
     EXPECT_EQ(scan.next(), kRange);
-    scan.offset = scan.length + 1;
+    scan.offset = scan.reply.length() + 1;
     EXPECT_EQ(scan.next(), kRange);
 }
 
@@ -146,8 +145,8 @@ TEST(ScanListVolumesReply, ANameThatDoesNotFitIsTooLong) {
 TEST(ScanListVolumesReply, DoesNotLookAtWhatNobodyAskedFor) {
     Scan scan(list("<volume><status>3</status></volume>"));
     uint32_t status = 0;
-    EXPECT_EQ(ScanListVolumesReply(scan.reply.get(), scan.length, &scan.offset, nullptr, &status,
-                                   nullptr),
+    EXPECT_EQ(ScanListVolumesReply(scan.reply.begin(), scan.reply.length(), &scan.offset, nullptr,
+                                   &status, nullptr),
               kOk);
     EXPECT_EQ(status, 3U);
 }
@@ -169,7 +168,7 @@ TEST(ScanListVolumesReply, NeverReadsBehindATruncatedReply) {
 
 int start_index(const std::string& text) {
     int startIndex = 4711;
-    ScanStartIndex(heap_reply(text).get(), static_cast<int>(text.size()), &startIndex);
+    ScanStartIndex(ExactBlock(text).begin(), static_cast<int>(text.size()), &startIndex);
     return startIndex;
 }
 

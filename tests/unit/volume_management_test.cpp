@@ -102,8 +102,8 @@ constexpr NameScan kNameScans[] = {
 };
 
 int scan_text(const NameScan& row, const std::string& text, VolumeName& name) {
-    const HeapText copy = heap_reply(text);
-    return row.scan(copy.get(), static_cast<int>(text.size()), name);
+    const ExactBlock copy(text);
+    return row.scan(copy.begin(), static_cast<int>(text.size()), name);
 }
 
 TEST(VolumeNameReply, TheNameIsCopied) {
@@ -164,8 +164,9 @@ TEST(ModifyVolumeReply, IsARecordOrNothing) {
     });
     ModifiedVolume volume = {"untouched", 77};
     const std::string half = reply_with("modifyVolume", "<volumeName>DATA</volumeName>");
-    EXPECT_EQ(ScanModifyVolumeReply(heap_reply(half).get(), static_cast<int>(half.size()), &volume),
-              kInvalid);
+    EXPECT_EQ(
+        ScanModifyVolumeReply(ExactBlock(half).begin(), static_cast<int>(half.size()), &volume),
+        kInvalid);
     EXPECT_STREQ(volume.volumeName, "untouched");
 }
 

@@ -82,14 +82,12 @@ TEST(DismountVolumesRequest, ANumberIsRefused) {
 // A reply, the place in it, and what its last scan gave.
 struct NameScan {
     int next(int (*scan)(char*, int, int*, VolumeName&)) {
-        return scan(reply.get(), length, &offset, name);
+        return scan(reply.begin(), reply.length(), &offset, name);
     }
 
-    explicit NameScan(const std::string& text)
-        : reply(heap_reply(text)), length(static_cast<int>(text.size())) {}
+    explicit NameScan(const std::string& text) : reply(text) {}
 
-    HeapText reply;
-    int length;
+    ExactBlock reply;
     int offset = 0;
     VolumeName name = "untouched";
 };

@@ -1,8 +1,9 @@
-// Every prefix of every sample reply through every routine that reads replies. The blocks have
-// exactly the prefix's size, so under the address sanitizer a byte read too far ends the test.
+// Every prefix of every sample through every driver. The blocks have exactly the prefix's size, so
+// under the address sanitizer a byte read too far ends the test.
 #include <algorithm>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -14,26 +15,29 @@
 #include "common/requests/volume_information.h"
 #include "common/requests/volume_list.h"
 #include "common/result.h"
+#include "tests/support/drivers.h"
 #include "tests/support/exact_block.h"
-#include "tests/support/reader_drivers.h"
 
 namespace zrp {
 namespace {
 
-class TruncatedReplies : public testing::TestWithParam<ReaderDriver> {};
+class TruncatedSamples : public testing::TestWithParam<Driver> {
+protected:
+    const std::vector<Sample> all = samples(GetParam().corpus);
+};
 
-TEST_P(TruncatedReplies, AreReadWithinTheirRange) {
-    ASSERT_GE(sample_replies().size(), 20U);
-    for (const SampleReply& sample : sample_replies()) {
+TEST_P(TruncatedSamples, AreReadWithinTheirRange) {
+    ASSERT_FALSE(all.empty());
+    for (const Sample& sample : all) {
         SCOPED_TRACE(sample.name);
         for_each_truncated_prefix(sample.text, GetParam().drive);
     }
 }
 
-// Any byte of a reply can be the one that got lost or changed on its way.
-TEST_P(TruncatedReplies, WithAByteChangedAreReadWithinTheirRange) {
+// Any byte can be the one that got lost or changed on its way.
+TEST_P(TruncatedSamples, WithAByteChangedAreReadWithinTheirRange) {
     constexpr size_t kLongest = 400; // the cost grows with the square of the length
-    for (const SampleReply& sample : sample_replies()) {
+    for (const Sample& sample : all) {
         if (sample.text.size() > kLongest) {
             continue;
         }
@@ -48,16 +52,17 @@ TEST_P(TruncatedReplies, WithAByteChangedAreReadWithinTheirRange) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Reader, TruncatedReplies, testing::ValuesIn(reader_drivers()),
+INSTANTIATE_TEST_SUITE_P(Reader, TruncatedSamples, testing::ValuesIn(drivers()),
                          [](const auto& driver) { return std::string(driver.param.name); });
 
 // How many items a scanner takes from a sample of which nothing is missing.
 template <typename Scan>
 int items_of(std::string_view sampleName, Scan scan) {
-    const auto sample =
-        std::find_if(sample_replies().begin(), sample_replies().end(),
-                     [&](const SampleReply& candidate) { return candidate.name == sampleName; });
-    if (sample == sample_replies().end()) {
+    const std::vector<Sample> replies = samples("replies");
+    const auto sample = std::find_if(replies.begin(), replies.end(), [&](const Sample& candidate) {
+        return candidate.name == sampleName;
+    });
+    if (sample == replies.end()) {
         return -1;
     }
     const ExactBlock reply(sample->text);

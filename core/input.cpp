@@ -40,12 +40,28 @@ bool terminal_is_lost() {
            (ioctl(STDIN_FILENO, FIONREAD, &waiting) < 0 || waiting == 0);
 }
 
-// Gives the terminal back to the shell for as long as the process is stopped.
+// Whether a shell runs the program beside itself: touching the terminal would stop it again.
+bool is_in_background() {
+    const pid_t foreground = tcgetpgrp(STDIN_FILENO);
+    return foreground != -1 && foreground != getpgrp();
+}
+
+// Gives the terminal back to the shell until the process is continued in the foreground. When it
+// was continued to end, the terminal stays the shell's.
 void stop_for_a_while() {
+    constexpr useconds_t kNapMicroseconds = 100000;
     const CursesLock lock;
     endwin();
+    release_terminal();
     stop_process();
-    wrefresh(curscr);
+    while (is_in_background() && !termination_requested()) {
+        usleep(kNapMicroseconds); // stopping takes no effect when the shell is gone
+        stop_process();
+    }
+    if (!termination_requested()) {
+        claim_terminal();
+        wrefresh(curscr);
+    }
 }
 
 } // namespace
@@ -55,6 +71,7 @@ int read_key(WINDOW* window) {
     while (!termination_requested()) {
         if (take_stop_request()) {
             stop_for_a_while();
+            continue; // it may have been continued to end
         }
         // ncurses may hold bytes that it read ahead: ask it before waiting for new ones.
         const int key = take_key(window);

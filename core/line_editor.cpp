@@ -59,16 +59,14 @@ void show(const Field& field, const char* start, const char* end) {
     wrefresh(field.window);
 }
 
-// On an empty line nothing is drawn, so that what stood there before stays.
+// On an empty line nothing is drawn, so that what stood there before stays. The field is shown anew
+// after each character, since a line that is longer than the field has more of them than cells.
 void erase(const Field& field, const char* buffer, char** cursor, ptrdiff_t count) {
-    if (*cursor == buffer) {
-        return;
-    }
     const CursesLock lock;
-    for (; count > 0; count--) {
+    for (; count > 0 && *cursor > buffer; count--) {
         *cursor = erase_last_char(field.window, buffer, *cursor);
+        show(field, buffer, *cursor);
     }
-    show(field, buffer, *cursor);
 }
 
 // The code that a special key ends the input with, or ERR for an ordinary key.

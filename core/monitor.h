@@ -25,6 +25,7 @@ inline constexpr int kMaxRefreshSeconds = 60;
 struct MonitorState {
     std::atomic<int> currentScreen{kGeneralScreen};
     std::atomic<int> refreshInterval{kMinRefreshSeconds}; // seconds between two passes
+    std::atomic<int> intervalUnderWay{0};                 // of the latest wait, which keeps it
 
     FILE* traceFile = nullptr; // "zrptop.log", or null
     int traceEnabled = 0;      // 1 when the trace file is open

@@ -1,7 +1,6 @@
 #include "core/refresh_thread.h"
 
 #include <sched.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include "core/monitor.h"
@@ -13,7 +12,6 @@ namespace zrp {
 namespace {
 
 constexpr size_t kStackSize = 0x40000;
-constexpr long kNanosecondsPerMicrosecond = 1000;
 
 // A pass that a healthy server answers is over within these turns; the rest of a longer one is
 // slept through, so that waiting for a mute daemon burns no processor.
@@ -46,11 +44,12 @@ void draw_screen() {
 
 // Nothing signals the condition: a switch, a first draw and the end all wait for the deadline.
 void wait_for_interval() {
-    timeval now = {};
+    const int interval = monitorState.refreshInterval.load();
+    monitorState.intervalUnderWay.store(interval);
+    timespec deadline = {};
     pthread_mutex_lock(&monitorState.refreshMutex);
-    gettimeofday(&now, nullptr);
-    const timespec deadline = {now.tv_sec + monitorState.refreshInterval.load(),
-                               now.tv_usec * kNanosecondsPerMicrosecond};
+    clock_gettime(CLOCK_MONOTONIC, &deadline);
+    deadline.tv_sec += interval;
     pthread_cond_timedwait(&monitorState.refreshCond, &monitorState.refreshMutex, &deadline);
     pthread_mutex_unlock(&monitorState.refreshMutex);
 }
@@ -83,7 +82,12 @@ int start_refresh_thread() {
     monitorState.refreshBusy.store(0);
     monitorState.refreshPaused.store(0);
     pthread_mutex_init(&monitorState.refreshMutex, nullptr);
-    pthread_cond_init(&monitorState.refreshCond, nullptr);
+    // A clock that is set back must not hold the screens still.
+    pthread_condattr_t condition;
+    pthread_condattr_init(&condition);
+    pthread_condattr_setclock(&condition, CLOCK_MONOTONIC);
+    pthread_cond_init(&monitorState.refreshCond, &condition);
+    pthread_condattr_destroy(&condition);
 
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);

@@ -1,5 +1,6 @@
 #include "core/signals.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
@@ -18,7 +19,7 @@ constexpr int kTerminationSignals[] = {SIGALRM, SIGHUP, SIGINT, SIGPIPE, SIGQUIT
 
 // Of the timer behind the last resort. No user sends it, so it cannot come too early.
 const int kLastResortSignal = SIGRTMIN;
-constexpr int kLastResortSeconds = 5; // beyond the refresh interval
+constexpr int kLastResortSeconds = 5; // beyond the longest wait that the refresh thread may be in
 
 std::atomic<bool> terminationRequest{false};
 std::atomic<bool> stopRequest{false};
@@ -35,10 +36,17 @@ bool hasLastResort = false;
 
 termios shellModes{};
 bool hasShellModes = false;
+std::atomic<bool> terminalIsClaimed{false};
+
+void restore_shell_modes() {
+    if (hasShellModes) {
+        tcsetattr(STDIN_FILENO, TCSANOW, &shellModes);
+    }
+}
 
 void let_output_flow() {
     termios modes = {};
-    if (hasShellModes && tcgetattr(STDIN_FILENO, &modes) == 0) {
+    if (terminalIsClaimed.load() && tcgetattr(STDIN_FILENO, &modes) == 0) {
         modes.c_iflag &= ~static_cast<tcflag_t>(IXON);
         tcsetattr(STDIN_FILENO, TCSANOW, &modes);
     }
@@ -46,15 +54,17 @@ void let_output_flow() {
 
 void arm_last_resort() {
     if (hasLastResort) {
+        const int longestWait =
+            std::max(monitorState.refreshInterval.load(), monitorState.intervalUnderWay.load());
         itimerspec delay = {};
-        delay.it_value.tv_sec = monitorState.refreshInterval.load() + kLastResortSeconds;
+        delay.it_value.tv_sec = longestWait + kLastResortSeconds;
         timer_settime(lastResortTimer, 0, &delay, nullptr);
     }
 }
 
 void on_last_resort(int /*signal*/) {
-    if (hasShellModes) {
-        tcsetattr(STDIN_FILENO, TCSANOW, &shellModes);
+    if (terminalIsClaimed.load()) {
+        restore_shell_modes();
     }
     _exit(EXIT_SUCCESS);
 }
@@ -102,6 +112,15 @@ void install_signal_handlers() {
 
 void remember_terminal_modes() {
     hasShellModes = tcgetattr(STDIN_FILENO, &shellModes) == 0;
+}
+
+void claim_terminal() {
+    terminalIsClaimed.store(true);
+}
+
+void release_terminal() {
+    terminalIsClaimed.store(false);
+    restore_shell_modes();
 }
 
 bool termination_requested() {

@@ -12,9 +12,13 @@ namespace zrp {
 // Installs the handlers. ncurses finds its own signals taken and leaves them alone.
 void install_signal_handlers();
 
-// Remembers the terminal's modes as the user's shell left them, for the last resort. Call it before
-// ncurses changes them.
+// Remembers the terminal's modes as the user's shell left them. Call it before ncurses changes them.
 void remember_terminal_modes();
+
+// The terminal is the monitor's between these two: only then does a request for the end touch it.
+// Releasing it restores the modes remembered, whatever a signal made of them meanwhile.
+void claim_terminal();
+void release_terminal();
 
 // True once a signal, a lost terminal or the user asked for the end.
 bool termination_requested();

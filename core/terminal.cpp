@@ -3,6 +3,7 @@
 #include <clocale>
 
 #include "core/monitor.h"
+#include "core/signals.h"
 #include "core/window.h"
 
 namespace zrp {
@@ -27,6 +28,7 @@ void open_terminal() {
     // The locale of characters only: numbers keep their form whatever the user's locale writes.
     setlocale(LC_CTYPE, "");
     initscr();
+    claim_terminal();
     curs_set(0);
     noecho();
     start_color();
@@ -44,9 +46,13 @@ void open_terminal() {
 
 void close_terminal() {
     const CursesLock lock;
+    if (isendwin()) {
+        return; // the shell has it back already, since the program was stopped
+    }
     endwin();
     curs_set(1);
     echo();
+    release_terminal();
 }
 
 } // namespace zrp

@@ -80,7 +80,7 @@ WINDOW* create_newwin(int height, int width, int startY, int startX) {
     wbkgd(window, COLOR_PAIR(kBoxedPair));
     werase(window);
     box(window, 0, 0);
-    wrefresh(window);
+    refresh_window(window);
     return window;
 }
 
@@ -91,7 +91,7 @@ void destroy_win(WINDOW* window) {
     const CursesLock lock;
     wborder(window, ' ', ' ', ' ', ' ', ' ', ' ', ' ', ' ');
     wclear(window);
-    wrefresh(window);
+    refresh_window(window);
     delwin(window);
 }
 
@@ -107,7 +107,9 @@ void clear_window(WINDOW* window) {
 
 void refresh_window(WINDOW* window) {
     const CursesLock lock;
-    wrefresh(window);
+    if (!isendwin()) { // or ncurses would take the terminal from the shell
+        wrefresh(window);
+    }
 }
 
 Inside inside_of(WINDOW* window) {

@@ -26,7 +26,7 @@ DialogWindow::DialogWindow(int height)
     if (window != nullptr) {
         const CursesLock lock;
         keypad(window, TRUE);
-        wrefresh(window);
+        refresh_window(window);
     }
 }
 

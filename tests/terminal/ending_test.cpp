@@ -2,8 +2,9 @@
 // terminal as it was before.
 
 #include <csignal>
+#include <ctime>
 #include <functional>
-#include <sys/resource.h>
+#include <thread>
 
 #include "tests/terminal/house.h"
 #include "tests/terminal/session.h"
@@ -15,12 +16,38 @@ using stage::milliseconds;
 
 constexpr int kSignals[] = {SIGALRM, SIGHUP, SIGINT, SIGPIPE, SIGQUIT, SIGTERM};
 
-// The refresh interval and two seconds, and something for a loaded machine.
-constexpr milliseconds kEndPatience{3000 + 5000};
+// The refresh interval and two seconds, and something for a loaded machine. Less than the six
+// seconds after which the last resort would end the program.
+constexpr milliseconds kEndPatience{5500};
 
 const std::string kFigures = statistics(parm("figure", "1") + up_time("9"));
 const std::string kOtherFigures = statistics(parm("figure", "2") + up_time("10"));
 const std::vector<PeerScript> kMute = {{read_request(), hang()}};
+
+// That the program has used so far.
+milliseconds processor_time(Terminal& terminal) {
+    clockid_t clock = 0;
+    timespec used = {};
+    EXPECT_EQ(clock_getcpuclockid(terminal.child().pid(), &clock), 0);
+    EXPECT_EQ(clock_gettime(clock, &used), 0);
+    return milliseconds{used.tv_sec * 1000 + used.tv_nsec / 1000000};
+}
+
+// Whether the program does nothing for so long, without its output being read.
+bool stands_still(Terminal& terminal, milliseconds period) {
+    constexpr milliseconds kLook{20};
+    const stage::Deadline deadline(stage::kPatience);
+    for (milliseconds still{0}; still < period; still += kLook) {
+        if (deadline.passed()) {
+            return false;
+        }
+        std::this_thread::sleep_for(kLook);
+        if (!terminal.child().sleeps()) {
+            still = milliseconds{0};
+        }
+    }
+    return true;
+}
 
 void expect_end_in_time(Terminal& terminal) {
     ASSERT_TRUE(terminal.wait_for_exit(kEndPatience).has_value()) << "still running:\n"
@@ -175,16 +202,37 @@ TEST(Ending, WaitingForAMuteDaemonBurnsNoProcessor) {
     Terminal terminal(monitor());
     ASSERT_TRUE(peer.wait_for_connections(1));
     ASSERT_TRUE(wait_for_windows(terminal));
-    terminal.press(Key::kF6);
+    ASSERT_TRUE(terminal.wait_for_rest());
+    terminal.press(Key::kF6); // waits for the pass
+    const milliseconds before = processor_time(terminal);
     terminal.pump(milliseconds{2500});
+    EXPECT_LT(processor_time(terminal) - before, milliseconds{300});
     terminal.child().send_signal(SIGTERM);
-    ASSERT_TRUE(terminal.wait_for_exit(kEndPatience).has_value());
-    rusage used = {};
-    getrusage(RUSAGE_CHILDREN, &used);
-    const auto milliseconds_of = [](timeval time) {
-        return time.tv_sec * 1000 + time.tv_usec / 1000;
-    };
-    EXPECT_LT(milliseconds_of(used.ru_utime) + milliseconds_of(used.ru_stime), 1500);
+    expect_end_in_time(terminal);
+}
+
+TEST(Ending, WaitingForTheEndOfALongWaitBurnsNoProcessor) {
+    ZRP_NEEDS_ROOT();
+    House house;
+    ASSERT_TRUE(house.begin());
+    ASSERT_TRUE(house.slow_down());
+    house.terminal.press(Key::kF12);
+    const milliseconds before = processor_time(house.terminal);
+    house.terminal.pump(milliseconds{2500});
+    EXPECT_LT(processor_time(house.terminal) - before, milliseconds{300});
+    expect_ended_cleanly(house.terminal);
+}
+
+// The last resort counts from the wait that the refresh thread is in.
+TEST(Ending, ALongWaitIsWaitedForAlsoWhenTheIntervalIsShortByNow) {
+    ZRP_NEEDS_ROOT();
+    House house;
+    ASSERT_TRUE(house.begin());
+    ASSERT_TRUE(house.slow_down());
+    house.terminal.type(std::string(9, '-'));
+    house.terminal.press(Key::kF12);
+    EXPECT_FALSE(house.terminal.wait_for_exit(milliseconds{6500}).has_value());
+    expect_ended_cleanly(house.terminal);
 }
 
 TEST(Ending, ASignalEndsTheProgramOnATerminalThatIsStopped) {
@@ -200,31 +248,45 @@ TEST(Ending, ASignalEndsTheProgramOnATerminalThatIsStopped) {
 
 // The kernel gives a terminal standard modes when the program that leads its session ends, so here
 // a shell leads it and looks.
-void expect_modes_restored_after(const std::function<void(Terminal&)>& end) {
-    const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
+TerminalOptions in_a_shell(const char* program) {
     TerminalOptions options = monitor();
-    options.child.arguments = {
-        "sh", "-c",
-        "trap : INT; \"$0\"; status=$?; set -- $(stty -a | tr -d ';'); for mode; do "
-        "case $mode in (*ixon|*icanon|*echo) printf '%s ' $mode; esac; "
-        "done; echo status $status",
-        ZRPTOP_PROGRAM};
-    Terminal terminal(options);
-    ASSERT_TRUE(terminal.wait_for("figure: 1")) << terminal.text();
-    end(terminal);
+    options.child.arguments = {"sh", "-c",
+                               "trap : INT; \"$0\"; status=$?; printf 'modes '; set -- $(stty -a | "
+                               "tr -d ';'); for mode; do "
+                               "case $mode in (*ixon|*icanon|*echo) printf '%s ' $mode; esac; "
+                               "done; echo status $status",
+                               program};
+    return options;
+}
+
+void expect_modes_restored(Terminal& terminal) {
     EXPECT_TRUE(terminal.wait_until([&] {
-        return terminal.raw_output().find("ixon icanon echo status 0") != std::string::npos;
+        return terminal.raw_output().find("modes ixon icanon echo status 0") != std::string::npos;
     })) << terminal.raw_output();
 }
 
 TEST(Ending, TheTerminalHasItsModesBackAfterAKey) {
     ZRP_NEEDS_ROOT();
-    expect_modes_restored_after([](Terminal& terminal) { terminal.press(Key::kF12); });
+    const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
+    Terminal terminal(in_a_shell(ZRPTOP_PROGRAM));
+    ASSERT_TRUE(terminal.wait_for("figure: 1")) << terminal.text();
+    terminal.press(Key::kF12);
+    expect_modes_restored(terminal);
 }
 
 TEST(Ending, TheTerminalHasItsModesBackAfterASignal) {
     ZRP_NEEDS_ROOT();
-    expect_modes_restored_after([](Terminal& terminal) { terminal.type("\x03"); });
+    const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
+    Terminal terminal(in_a_shell(ZRPTOP_PROGRAM));
+    ASSERT_TRUE(terminal.wait_for("figure: 1")) << terminal.text();
+    terminal.type("\x03");
+    expect_modes_restored(terminal);
+}
+
+TEST(Ending, TheTerminalHasItsModesBackAfterASignalBeforeItWasTaken) {
+    ZRP_NEEDS_ROOT();
+    Terminal terminal(in_a_shell(EARLY_SIGNAL_MONITOR_PROGRAM));
+    expect_modes_restored(terminal);
 }
 
 // A terminal whose other end reads nothing: its screen cannot be restored, its modes can.
@@ -240,7 +302,7 @@ TEST(Ending, ASignalEndsTheProgramOnATerminalThatTakesNoOutput) {
         switches += stage::key_bytes(Key::kF2);
     }
     terminal.type(switches);
-    EXPECT_FALSE(terminal.child().wait(milliseconds{2000}).has_value());
+    ASSERT_TRUE(stands_still(terminal, milliseconds{1500}));
     const auto told = std::chrono::steady_clock::now();
     terminal.child().send_signal(SIGTERM);
     EXPECT_EQ(terminal.child().wait(), ExitStatus{});
@@ -317,16 +379,58 @@ TEST(Stopping, CtrlZGivesTheTerminalBackAndContinuingDrawsItAnew) {
     const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
     TerminalOptions options = monitor();
     // A shell with job control, as users have it.
-    options.child.arguments = {"sh", "-mc", "\"$0\"; printf stopped; sleep 1; fg >/dev/null",
+    options.child.arguments = {"sh", "-mc", "\"$0\"; printf stopped; read line; fg >/dev/null",
                                ZRPTOP_PROGRAM};
     Terminal terminal(options);
     ASSERT_TRUE(terminal.wait_for("figure: 1")) << terminal.text();
     terminal.type("\x1a");
     ASSERT_TRUE(terminal.wait_until([&] { return !terminal.eye().alternate_screen(); }))
         << terminal.text();
+    ASSERT_TRUE(terminal.wait_for("stopped"));
+    terminal.type("\n");
     ASSERT_TRUE(terminal.wait_until([&] { return terminal.eye().alternate_screen(); }));
     EXPECT_TRUE(terminal.wait_for_text(6, kListColumn, "figure: 1")) << terminal.text();
     expect_clean_end(terminal);
+}
+
+// Of a shell: "wait" returns at once for a job that is, or was a moment ago, a stopped one.
+#define WAIT_FOR_JOB                                                                               \
+    "until wait %1; status=$?; [ $status -lt 128 ]; do sleep 0.1; done; echo status $status"
+
+// "kill" of a stopped job, which the shell continues so that it takes the signal. Touching the
+// terminal from the background would stop it for good.
+TEST(Stopping, ASignalEndsTheStoppedProgramWithoutTheTerminal) {
+    ZRP_NEEDS_ROOT();
+    const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
+    TerminalOptions options = monitor();
+    options.child.arguments = {
+        "sh", "-mc", "\"$0\"; printf stopped; kill -TERM %1; kill -CONT %1; " WAIT_FOR_JOB,
+        ZRPTOP_PROGRAM};
+    Terminal terminal(options);
+    ASSERT_TRUE(terminal.wait_for("figure: 1")) << terminal.text();
+    terminal.type("\x1a");
+    ASSERT_TRUE(terminal.wait_for("status 0")) << terminal.raw_output();
+    const std::string& output = terminal.raw_output();
+    EXPECT_EQ(output.find('\x1b', output.find("stopped")), std::string::npos) << output;
+    EXPECT_EQ(terminal.wait_for_exit(), ExitStatus{});
+}
+
+TEST(Stopping, ContinuedInTheBackgroundItStopsAgain) {
+    ZRP_NEEDS_ROOT();
+    const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
+    TerminalOptions options = monitor();
+    options.child.arguments = {"sh", "-mc",
+                               "\"$0\"; printf stopped; bg >/dev/null; read line; kill -TERM %1; "
+                               "kill -CONT %1; " WAIT_FOR_JOB,
+                               ZRPTOP_PROGRAM};
+    Terminal terminal(options);
+    ASSERT_TRUE(terminal.wait_for("figure: 1")) << terminal.text();
+    terminal.type("\x1a");
+    ASSERT_TRUE(terminal.wait_for("stopped"));
+    ASSERT_TRUE(terminal.wait_for_rest());
+    EXPECT_FALSE(terminal.eye().alternate_screen()) << terminal.text();
+    terminal.type("\n");
+    EXPECT_TRUE(terminal.wait_for("status 0")) << terminal.raw_output();
 }
 
 } // namespace

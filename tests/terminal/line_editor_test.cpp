@@ -151,6 +151,18 @@ TEST(LineEditor, ALineTooLongForTheWindowShowsItsEndInsideTheFrame) {
     EXPECT_TRUE(wait_for_line(terminal, "klmnopqrstuvwxy")) << terminal.text();
 }
 
+TEST(LineEditor, KillingALineTooLongForTheWindowLeavesThePromptAndTheFrame) {
+    Terminal terminal(probe("32", "20"));
+    ASSERT_TRUE(wait_for_prompt(terminal));
+    terminal.type("abcdefghijklmnopqrstuvwxyz");
+    ASSERT_TRUE(wait_for_line(terminal, "lmnopqrstuvwxyz"));
+    terminal.type(kKill);
+    ASSERT_TRUE(wait_for_line(terminal, std::string(15, ' '))) << terminal.text();
+    EXPECT_EQ(terminal.cell(kRow, 0).text, kVertical);
+    EXPECT_EQ(terminal.eye().text_at(kRow, 1, 3), "1? ");
+    EXPECT_EQ(terminal.cell(kRow, 19).text, kVertical);
+}
+
 TEST(LineEditor, CharactersThatAreNoPrintableAsciiTakeOneCellEach) {
     Terminal terminal(probe());
     ASSERT_TRUE(wait_for_prompt(terminal));

@@ -112,6 +112,21 @@ TEST(LineEditor, TabAfterTextDiscardsTheText) {
     EXPECT_TRUE(wait_for_result(terminal, 1, "rc=0 hit=1 key=9 []")) << terminal.text();
 }
 
+TEST(LineEditor, PageUpReturns260WhateverWasTyped) {
+    Terminal terminal(probe());
+    ASSERT_TRUE(wait_for_prompt(terminal));
+    terminal.type("7");
+    terminal.press(Key::kPageUp);
+    EXPECT_TRUE(wait_for_result(terminal, 1, "rc=0 hit=1 key=260 []")) << terminal.text();
+}
+
+TEST(LineEditor, HomeReturns266) {
+    Terminal terminal(probe());
+    ASSERT_TRUE(wait_for_prompt(terminal));
+    terminal.press(Key::kHome);
+    EXPECT_TRUE(wait_for_result(terminal, 1, "rc=0 hit=1 key=266 []")) << terminal.text();
+}
+
 TEST(LineEditor, MapsEachSpecialKey) {
     const std::vector<std::pair<Key, int>> keys = {
         {Key::kTab, 9},      {Key::kRight, 9},  {Key::kPageDown, 9}, {Key::kShiftTab, 260},

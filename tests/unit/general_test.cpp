@@ -154,7 +154,9 @@ TEST_F(GeneralScreen, AFailureLeavesTheOldValues) {
     for (const std::string& bytes :
          {std::string(), std::string("noise, and more of it"), reply(""), reply("<a>"),
           reply("<result value=\"-5\"/><serverStatistics>" + list + "</serverStatistics>"),
-          reply("<serverStatistics>" + list), reply(list, 5), reply_header(9, 0, 0x98BADCFE)}) {
+          reply("<serverStatistics>" + list),
+          reply("<serverStatistics>" + list + "</serverStatistics>", 5),
+          reply_header(9, 0, 0x98BADCFE)}) {
         pass_over(bytes);
         EXPECT_EQ(row(1), kIndent + std::string("n: 1"));
         EXPECT_EQ(up_time(), std::string(16, ' ') + "1 Minute 0 Seconds");

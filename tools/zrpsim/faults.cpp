@@ -105,8 +105,9 @@ void unclosed(Delivery& delivery) {
     std::string body = delivery.body;
     const size_t from = body.find("</");
     const size_t to = body.find('>', from);
-    if (to != std::string::npos)
+    if (to != std::string::npos) {
         body.erase(from, to - from + 1);
+    }
     replace_body(delivery, std::move(body));
 }
 
@@ -163,11 +164,13 @@ std::string read_fault(std::string_view text, std::vector<Fault>& faults) {
     const std::string target(colon == std::string_view::npos ? "" : text.substr(colon + 1));
     const auto* kind = std::find_if(kKinds.begin(), kKinds.end(),
                                     [&](const FaultKind& one) { return name == one.name; });
-    if (kind == kKinds.end())
+    if (kind == kKinds.end()) {
         return "no fault named \"" + std::string(name) + "\"";
+    }
     const bool targetKnown = is_socket(target) || (kind->spoil != refuse && is_command(target));
-    if (!targetKnown && colon != std::string_view::npos)
+    if (!targetKnown && colon != std::string_view::npos) {
         return "no command or socket named \"" + target + "\" for " + std::string(name);
+    }
     faults.push_back({kind, target});
     return {};
 }
@@ -183,8 +186,9 @@ const FaultKind* choose_fault(std::span<const Fault> faults, Peer peer, std::str
     for (const Fault& fault : faults) {
         const bool concerned =
             fault.target.empty() || fault.target == command || fault.target == short_name(peer);
-        if (concerned && fault.kind->spoil != refuse)
+        if (concerned && fault.kind->spoil != refuse) {
             return fault.kind;
+        }
     }
     return nullptr;
 }

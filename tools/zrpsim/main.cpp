@@ -44,24 +44,27 @@ void declare(CLI::App& app, Options& options) {
 }
 
 int list_faults() {
-    for (const FaultKind& kind : fault_kinds())
+    for (const FaultKind& kind : fault_kinds()) {
         std::printf("%-14s %s\n", kind.name, kind.description);
+    }
     return 0;
 }
 
 void set_up(Server& server, const Options& options) {
     for (const std::string& fault : options.faults) {
         const std::string problem = read_fault(fault, server.faults);
-        if (!problem.empty())
+        if (!problem.empty()) {
             throw std::runtime_error(problem);
+        }
     }
     server.world = make_world(options.seed, options.size);
     server.verbose = options.verbose;
     server.clock.startMs = kStartUpTime * 1000;
-    if (options.clock)
+    if (options.clock) {
         server.clock.pinnedMs = *options.clock * 1000;
-    else
+    } else {
         server.world.bootEpoch = std::time(nullptr) - kStartUpTime;
+    }
 }
 
 int serve(const Options& options) {
@@ -70,8 +73,9 @@ int serve(const Options& options) {
     asio::signal_set signals(server.io, SIGINT, SIGTERM);
     signals.async_wait([&](std::error_code, int) { server.io.stop(); });
     listen_as_told(server);
-    if (options.control)
+    if (options.control) {
         start_control(server);
+    }
     std::puts("ready");
     std::fflush(stdout);
     server.io.run();

@@ -18,11 +18,13 @@ struct Input {
 std::string set_faults(Server& server, std::istringstream& words) {
     std::vector<Fault> faults;
     for (std::string word; words >> word;) {
-        if (word == "none")
+        if (word == "none") {
             continue;
+        }
         std::string problem = read_fault(word, faults);
-        if (!problem.empty())
+        if (!problem.empty()) {
             return problem;
+        }
     }
     server.faults = std::move(faults);
     listen_as_told(server);
@@ -68,8 +70,9 @@ void read_line(Server& server, const std::shared_ptr<Input>& input) {
     asio::async_read_until(
         input->descriptor, asio::dynamic_buffer(input->text), '\n',
         [&server, input](std::error_code error, size_t length) {
-            if (error)
+            if (error) {
                 return;
+            }
             const std::string problem = control_line(server, input->text.substr(0, length - 1));
             std::printf("%s%s\n", problem.empty() ? "ok" : "error: ", problem.c_str());
             std::fflush(stdout);
@@ -85,9 +88,11 @@ std::string control_line(Server& server, const std::string& line) {
     std::string name;
     words >> name;
     try {
-        for (const ControlRow& row : kControls)
-            if (name == row.name)
+        for (const ControlRow& row : kControls) {
+            if (name == row.name) {
                 return row.carryOut(server, words);
+            }
+        }
     } catch (const std::exception& failure) {
         return failure.what();
     }

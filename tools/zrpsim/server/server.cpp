@@ -11,10 +11,12 @@ namespace {
 void accept_next(Server& server, Peer peer) {
     std::optional<LocalSocket::acceptor>& acceptor = server.acceptors.at(static_cast<size_t>(peer));
     acceptor->async_accept([&server, peer](std::error_code error, LocalSocket::socket socket) {
-        if (error == asio::error::operation_aborted)
+        if (error == asio::error::operation_aborted) {
             return;
-        if (!error)
+        }
+        if (!error) {
             start_session(server, peer, std::move(socket));
+        }
         accept_next(server, peer);
     });
 }
@@ -29,9 +31,10 @@ void listen_on(Server& server, Peer peer) {
     acceptor.open();
     std::error_code error;
     acceptor.bind(endpoint_of(peer), error);
-    if (error)
+    if (error) {
         throw std::runtime_error("socket name \"" + std::string(socket_name(peer)) +
                                  "\": " + error.message());
+    }
     acceptor.listen();
     server.acceptors.at(static_cast<size_t>(peer)) = std::move(acceptor);
     accept_next(server, peer);
@@ -40,8 +43,9 @@ void listen_on(Server& server, Peer peer) {
 } // namespace
 
 int64_t up_time_ms(const SimulatedClock& clock) {
-    if (clock.pinnedMs)
+    if (clock.pinnedMs) {
         return *clock.pinnedMs;
+    }
     const auto passed = std::chrono::steady_clock::now() - clock.start;
     return clock.startMs + std::chrono::duration_cast<std::chrono::milliseconds>(passed).count();
 }
@@ -52,10 +56,12 @@ void listen_as_told(Server& server) {
         std::optional<LocalSocket::acceptor>& acceptor =
             server.acceptors.at(static_cast<size_t>(i));
         const bool wanted = !is_refused(server.faults, peer);
-        if (wanted && !acceptor)
+        if (wanted && !acceptor) {
             listen_on(server, peer);
-        if (!wanted)
+        }
+        if (!wanted) {
             acceptor.reset();
+        }
     }
 }
 

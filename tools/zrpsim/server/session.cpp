@@ -43,8 +43,9 @@ void send_pieces(const SessionPointer& session, const std::string& text, size_t 
     const size_t count = pace.piece == 0 ? text.size() : std::min(pace.piece, text.size() - from);
     asio::async_write(session->socket, asio::buffer(text.data() + from, count),
                       [=, &text](std::error_code error, size_t sent) {
-                          if (error)
+                          if (error) {
                               return;
+                          }
                           session->timer.expires_after(pace.pause);
                           session->timer.async_wait([=, &text](std::error_code) {
                               send_pieces(session, text, from + sent, pace, then);
@@ -74,20 +75,22 @@ void stay_silent(const SessionPointer& session) {
     session->request.resize(64);
     session->socket.async_read_some(asio::buffer(session->request),
                                     [session](std::error_code error, size_t) {
-                                        if (!error)
+                                        if (!error) {
                                             stay_silent(session);
+                                        }
                                     });
 }
 
 void deliver(const SessionPointer& session) {
     const Delivery& delivery = session->delivery;
-    if (delivery.silent)
+    if (delivery.silent) {
         stay_silent(session);
-    else if (delivery.headerPiece != 0 || delivery.bodyPiece != 0)
+    } else if (delivery.headerPiece != 0 || delivery.bodyPiece != 0) {
         send_pieces(session, delivery.header, 0, {delivery.headerPiece, kBetweenHeaderPieces},
                     send_body);
-    else
+    } else {
         send_whole(session);
+    }
 }
 
 void log_request(const Session& session, const std::string& command, const FaultKind* fault) {
@@ -104,24 +107,28 @@ void answer(const SessionPointer& session) {
                                   session->request);
     session->delivery = make_delivery(session->header.requestNumber, std::move(reply.text));
     const FaultKind* fault = choose_fault(server.faults, session->peer, reply.command);
-    if (fault != nullptr)
+    if (fault != nullptr) {
         fault->spoil(session->delivery);
-    if (server.verbose)
+    }
+    if (server.verbose) {
         log_request(*session, reply.command, fault);
+    }
     deliver(session);
 }
 
 void read_request(const SessionPointer& session) {
     if (session->header.magic != kMagic || session->header.length > kLongestRequest) {
-        if (session->server.verbose)
+        if (session->server.verbose) {
             log_request(*session, "? not a request", nullptr);
+        }
         return;
     }
     session->request.resize(session->header.length);
     asio::async_read(session->socket, asio::buffer(session->request),
                      [session](std::error_code error, size_t) {
-                         if (!error)
+                         if (!error) {
                              answer(session);
+                         }
                      });
 }
 
@@ -132,8 +139,9 @@ void start_session(Server& server, Peer peer, LocalSocket::socket socket) {
         Session{server, peer, std::move(socket), asio::steady_timer(server.io), {}, {}, {}});
     asio::async_read(session->socket, asio::buffer(&session->header, sizeof session->header),
                      [session](std::error_code error, size_t) {
-                         if (!error)
+                         if (!error) {
                              read_request(session);
+                         }
                      });
 }
 

@@ -20,14 +20,16 @@ constexpr uint32_t kEncrypted = 0x200;
 constexpr uint32_t kSupervisorEquivalent = 0x2;
 
 int64_t login_epoch(const World& world, const Connection& connection) {
-    if (!logged_in(connection))
+    if (!logged_in(connection)) {
         return 0;
+    }
     return world.bootEpoch + std::min(connection.loginMs, world.upTimeMs) / 1000;
 }
 
 std::string login_time(const World& world, const Connection& connection) {
-    if (!logged_in(connection))
+    if (!logged_in(connection)) {
         return "-";
+    }
     const std::time_t epoch = login_epoch(world, connection);
     std::tm parts{};
     gmtime_r(&epoch, &parts);
@@ -37,8 +39,9 @@ std::string login_time(const World& world, const Connection& connection) {
 }
 
 uint32_t status_bits(const Connection& connection) {
-    if (!logged_in(connection))
+    if (!logged_in(connection)) {
         return 0;
+    }
     return kLoggedIn | (connection.station % 2 == 0 ? kPacketsSigned : 0) |
            (connection.encrypted ? kEncrypted : 0);
 }
@@ -60,8 +63,9 @@ void append_common(const World& world, const Connection& connection, std::string
 Outcome list_connections(World& world, pugi::xml_node command, std::string& out) {
     Page page{};
     Outcome outcome = read_page(command, kConnectionsOfAPage, page);
-    if (outcome.code != 0)
+    if (outcome.code != 0) {
         return outcome;
+    }
     auto at = connections_from(world, page.startIndex);
     std::string entries;
     for (int i = 0; i < page.maxItems && at != world.connections.end(); ++i, ++at) {
@@ -69,8 +73,9 @@ Outcome list_connections(World& world, pugi::xml_node command, std::string& out)
         append_common(world, *at, entries);
         close_element(entries, "connectionTag");
     }
-    if (at != world.connections.end())
+    if (at != world.connections.end()) {
         number_element(out, "startIndex", at->station);
+    }
     out += entries;
     return {};
 }
@@ -78,25 +83,30 @@ Outcome list_connections(World& world, pugi::xml_node command, std::string& out)
 void append_lists(const Connection& connection, std::string& out) {
     open_element(out, "openFiles");
     number_element(out, "openFilesCount", connection.files.size());
-    for (const OpenFile& file : connection.files)
+    for (const OpenFile& file : connection.files) {
         text_element(out, "name", file.name);
+    }
     close_element(out, "openFiles");
     open_element(out, "securityEquals");
     number_element(out, "secEqualsCount", connection.equivalences.size());
-    for (const std::string& name : connection.equivalences)
+    for (const std::string& name : connection.equivalences) {
         text_element(out, "name", name);
+    }
     close_element(out, "securityEquals");
 }
 
 Outcome connection_information(World& world, pugi::xml_node command, std::string& out) {
-    if (number_inside(command, "versionTag") != kOnlyVersion)
+    if (number_inside(command, "versionTag") != kOnlyVersion) {
         return {kBadRequest, "versionTag is not 1"};
+    }
     const std::optional<int> station = number_inside(command, "stationNumberTag");
-    if (!station)
+    if (!station) {
         return {kBadRequest, "stationNumberTag is not a number"};
+    }
     const Connection* connection = find_connection(world, *station);
-    if (connection == nullptr)
+    if (connection == nullptr) {
         return {kNoSuchObject, "no such connection: " + std::to_string(*station)};
+    }
     open_element(out, "connectionTag");
     number_element(out, "versionTag", kOnlyVersion);
     append_common(world, *connection, out);

@@ -17,8 +17,9 @@ constexpr std::string_view kThoseWithoutLogin = "NLI";
 template <typename Choice>
 size_t end_connections(World& world, Choice isMeant) {
     return std::erase_if(world.connections, [&](const Connection& connection) {
-        if (!isMeant(connection))
+        if (!isMeant(connection)) {
             return false;
+        }
         const Traffic traffic = traffic_of(world, connection);
         world.closedTraffic.bytesRead += traffic.bytesRead;
         world.closedTraffic.bytesWritten += traffic.bytesWritten;
@@ -30,16 +31,20 @@ size_t end_connections(World& world, Choice isMeant) {
 Outcome clear_stations(World& world, pugi::xml_node command, size_t& cleared) {
     std::set<int> stations;
     Outcome outcome = read_stations(command, "stationNumberTag", stations);
-    if (outcome.code == 0 && stations.empty())
+    if (outcome.code == 0 && stations.empty()) {
         outcome = {kBadRequest, "no station is named"};
-    if (outcome.code == 0)
+    }
+    if (outcome.code == 0) {
         outcome = check_stations(world, stations);
-    if (outcome.code != 0)
+    }
+    if (outcome.code != 0) {
         return outcome;
+    }
     int count = 0;
     if (!optional_number(command, "stationNumberCount", static_cast<int>(stations.size()), count) ||
-        static_cast<size_t>(count) != stations.size())
+        static_cast<size_t>(count) != stations.size()) {
         return {kBadRequest, "stationNumberCount does not count the stations"};
+    }
     cleared = end_connections(
         world, [&](const Connection& one) { return stations.contains(one.station); });
     return {};
@@ -48,8 +53,9 @@ Outcome clear_stations(World& world, pugi::xml_node command, size_t& cleared) {
 Outcome clear_all_but(World& world, pugi::xml_node command, size_t& cleared) {
     std::set<int> spared;
     Outcome outcome = read_stations(command, "exceptionNumberTag", spared);
-    if (outcome.code != 0)
+    if (outcome.code != 0) {
         return outcome;
+    }
     cleared = end_connections(world,
                               [&](const Connection& one) { return !spared.contains(one.station); });
     return {};
@@ -58,12 +64,13 @@ Outcome clear_all_but(World& world, pugi::xml_node command, size_t& cleared) {
 Outcome clear_connection(World& world, pugi::xml_node command, std::string& out) {
     size_t cleared = 0;
     Outcome outcome;
-    if (text_inside(command, "allStations") == kAllStations)
+    if (text_inside(command, "allStations") == kAllStations) {
         outcome = clear_all_but(world, command, cleared);
-    else if (text_inside(command, "stationNumberTag") == kThoseWithoutLogin)
+    } else if (text_inside(command, "stationNumberTag") == kThoseWithoutLogin) {
         cleared = end_connections(world, [](const Connection& one) { return !logged_in(one); });
-    else
+    } else {
         outcome = clear_stations(world, command, cleared);
+    }
     number_element(out, "stationNumberCount", cleared);
     return outcome;
 }
@@ -72,16 +79,20 @@ Outcome clear_connection(World& world, pugi::xml_node command, std::string& out)
 Outcome broadcast(World& world, pugi::xml_node command, std::string& out) {
     std::set<int> stations;
     Outcome outcome = read_stations(command, "stationNumberTag", stations);
-    if (outcome.code == 0)
+    if (outcome.code == 0) {
         outcome = check_stations(world, stations);
-    if (outcome.code != 0)
+    }
+    if (outcome.code != 0) {
         return outcome;
+    }
     const std::string message = text_inside(command, "message");
-    if (message.empty())
+    if (message.empty()) {
         return {kBadRequest, "message is empty"};
+    }
     world.broadcasts.push_back(message);
-    if (world.broadcasts.size() > kKeptMessages)
+    if (world.broadcasts.size() > kKeptMessages) {
         world.broadcasts.erase(world.broadcasts.begin());
+    }
     number_element(out, "stationNumberCount",
                    stations.empty() ? world.connections.size() : stations.size());
     return {};
@@ -89,12 +100,14 @@ Outcome broadcast(World& world, pugi::xml_node command, std::string& out) {
 
 // A volume that is named becomes read only with "YES", else it can be written again.
 Outcome change_access(World& world, pugi::xml_node command, std::string& out) {
-    if (!find_inside(command, "volumeName"))
+    if (!find_inside(command, "volumeName")) {
         return {};
+    }
     Volume* volume = nullptr;
     Outcome outcome = named_volume(world, command, "volumeName", volume);
-    if (outcome.code != 0)
+    if (outcome.code != 0) {
         return outcome;
+    }
     const bool readOnly = text_inside(command, "readOnly") == "YES";
     volume->status = readOnly ? volume->status | kReadOnly : volume->status & ~kReadOnly;
     text_element(out, "string", volume->name + (readOnly ? " is read only" : " can be written"));
@@ -103,11 +116,13 @@ Outcome change_access(World& world, pugi::xml_node command, std::string& out) {
 
 Outcome change_login(World& world, pugi::xml_node command, bool enabled, std::string& out) {
     if (!find_inside(command, enabled ? "enable" : "disable") &&
-        !find_inside(command, "volumeName"))
+        !find_inside(command, "volumeName")) {
         return {kBadRequest, "neither a switch nor a volume"};
+    }
     Outcome outcome = change_access(world, command, out);
-    if (outcome.code != 0)
+    if (outcome.code != 0) {
         return outcome;
+    }
     world.loginEnabled = enabled;
     world.loginMessage = text_inside(command, "message");
     text_element(out, "string", enabled ? "Login is enabled" : "Login is disabled");

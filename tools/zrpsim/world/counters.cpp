@@ -142,8 +142,9 @@ void count_event(std::span<const CounterRow> rows, std::vector<int64_t>& offsets
                  std::string_view name) {
     auto at = std::find_if(rows.begin(), rows.end(),
                            [&](const CounterRow& row) { return name == row.name; });
-    if (at == rows.end())
+    if (at == rows.end()) {
         throw std::logic_error("no counter " + std::string(name));
+    }
     ++offsets.at(static_cast<size_t>(at - rows.begin()));
 }
 
@@ -165,8 +166,9 @@ int32_t counter_value(const World& world, const CounterRow& row, int64_t offset)
 
 void reset_counters(const World& world, std::span<const CounterRow> rows,
                     std::vector<int64_t>& offsets) {
-    for (size_t i = 0; i < rows.size(); ++i)
+    for (size_t i = 0; i < rows.size(); ++i) {
         offsets.at(i) -= counter_value(world, rows[i], offsets.at(i));
+    }
 }
 
 void count_server_event(World& world, std::string_view name) {

@@ -14,10 +14,12 @@ constexpr int kMostWords = 10;
 // Reads what both requests have: a level and perhaps the wish to start again at 0.
 Outcome read_level(pugi::xml_node command, const char* levelTag, int& level, int& reset) {
     const std::optional<int> wanted = number_inside(command, levelTag);
-    if (!wanted)
+    if (!wanted) {
         return {kBadRequest, std::string(levelTag) + " is not a number"};
-    if (!optional_number(command, "resetAll", 0, reset))
+    }
+    if (!optional_number(command, "resetAll", 0, reset)) {
         return {kBadRequest, "resetAll is not a number"};
+    }
     level = *wanted;
     return {};
 }
@@ -30,15 +32,18 @@ Outcome diagnostics(World& world, pugi::xml_node command, std::string& out) {
     int level = 0;
     int reset = 0;
     Outcome outcome = read_level(command, "diagLevel", level, reset);
-    if (outcome.code != 0)
+    if (outcome.code != 0) {
         return outcome;
+    }
     const auto rows = server_counters();
-    if (reset != 0)
+    if (reset != 0) {
         reset_counters(world, rows, world.serverOffsets);
+    }
     number_element(out, "diagLevel", level);
-    for (size_t i = 0; i < rows.size(); ++i)
+    for (size_t i = 0; i < rows.size(); ++i) {
         append_counter(out, "diagValue", rows[i].name,
                        counter_value(world, rows[i], world.serverOffsets[i]));
+    }
     return {};
 }
 
@@ -50,11 +55,13 @@ bool is_meant(std::string_view name, const std::vector<std::string>& words) {
 }
 
 void append_words(const std::vector<std::string>& words, std::string& out) {
-    if (words.empty())
+    if (words.empty()) {
         return;
+    }
     open_element(out, "parms");
-    for (const std::string& word : words)
+    for (const std::string& word : words) {
         text_element(out, "parm", word);
+    }
     close_element(out, "parms");
 }
 
@@ -62,24 +69,31 @@ Outcome storage_diagnostics(World& world, pugi::xml_node command, std::string& o
     int level = 0;
     int reset = 0;
     Outcome outcome = read_level(command, "level", level, reset);
-    if (outcome.code != 0)
+    if (outcome.code != 0) {
         return outcome;
+    }
     std::vector<std::string> words;
-    for (const pugi::xml_node parm : command.child("parms").children("parm"))
+    for (const pugi::xml_node parm : command.child("parms").children("parm")) {
         words.emplace_back(parm.text().get());
-    if (words.size() > kMostWords)
+    }
+    if (words.size() > kMostWords) {
         return {kBadRequest, "more than ten parm elements"};
+    }
     const auto rows = storage_counters();
-    if (reset != 0)
+    if (reset != 0) {
         reset_counters(world, rows, world.storageOffsets);
+    }
     number_element(out, "level", level);
-    if (reset != 0)
+    if (reset != 0) {
         number_element(out, "resetAll", reset);
+    }
     append_words(words, out);
-    for (size_t i = 0; i < rows.size(); ++i)
-        if (is_meant(rows[i].name, words))
+    for (size_t i = 0; i < rows.size(); ++i) {
+        if (is_meant(rows[i].name, words)) {
             append_counter(out, "zrp2bksValue", rows[i].name,
                            counter_value(world, rows[i], world.storageOffsets[i]));
+        }
+    }
     return {};
 }
 

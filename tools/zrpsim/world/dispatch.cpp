@@ -65,11 +65,14 @@ const Protocol* find_protocol(uint32_t requestNumber) {
 
 const CommandRow* find_command(const Protocol& protocol, std::string_view name) {
     for (const Family family : protocol.families) {
-        if (family == nullptr)
+        if (family == nullptr) {
             break;
-        for (const CommandRow& row : family())
-            if (name == row.name)
+        }
+        for (const CommandRow& row : family()) {
+            if (name == row.name) {
                 return &row;
+            }
+        }
     }
     return nullptr;
 }
@@ -79,17 +82,21 @@ const CommandRow* find_command(const Protocol& protocol, std::string_view name) 
 Outcome unwrap(std::string_view& request) {
     constexpr size_t kWords = 12;
     constexpr size_t kAround = 32;
-    if (request.size() < kAround)
+    if (request.size() < kAround) {
         return {kBadDocument, "message shorter than its frame"};
+    }
     std::array<uint32_t, 3> words{};
     std::memcpy(words.data(), request.data(), kWords);
     const size_t length = request.size() - kAround;
-    if (words[0] != 24 || words[1] != 1)
+    if (words[0] != 24 || words[1] != 1) {
         return {kBadDocument, "unknown kind of message"};
-    if (words[2] != length + 1)
+    }
+    if (words[2] != length + 1) {
         return {kBadDocument, "length of the document is wrong"};
-    if (request[kWords + length] != '\0')
+    }
+    if (request[kWords + length] != '\0') {
         return {kBadDocument, "document without an end"};
+    }
     request = request.substr(kWords, length);
     return {};
 }
@@ -101,8 +108,9 @@ std::string without_indexes(std::string_view text) {
     constexpr std::string_view kTag = "<parm";
     for (size_t at = result.find(kTag); at != std::string::npos; at = result.find(kTag, at)) {
         at += kTag.size();
-        while (at < result.size() && result[at] >= '0' && result[at] <= '9')
+        while (at < result.size() && result[at] >= '0' && result[at] <= '9') {
             result[at++] = ' ';
+        }
     }
     return result;
 }
@@ -110,26 +118,31 @@ std::string without_indexes(std::string_view text) {
 Outcome parse(const Protocol& protocol, std::string_view request, pugi::xml_document& document) {
     if (protocol.diagnostic) {
         Outcome outcome = unwrap(request);
-        if (outcome.code != 0)
+        if (outcome.code != 0) {
             return outcome;
+        }
     }
-    if (request.find('\0') != std::string_view::npos)
+    if (request.find('\0') != std::string_view::npos) {
         return {kBadDocument, "document with a NUL inside"};
+    }
     const std::string text = protocol.diagnostic ? without_indexes(request) : std::string(request);
     const pugi::xml_parse_result result = document.load_buffer(text.data(), text.size());
-    if (!result)
+    if (!result) {
         return {kBadDocument, std::string("malformed document: ") + result.description()};
+    }
     if (document.document_element() != document.first_child() ||
-        document.first_child().next_sibling())
+        document.first_child().next_sibling()) {
         return {kBadDocument, "document with more than one root"};
+    }
     return {};
 }
 
 bool is_listed(std::string_view list, std::string_view word) {
     while (!list.empty()) {
         const size_t end = std::min(list.find(' '), list.size());
-        if (list.substr(0, end) == word)
+        if (list.substr(0, end) == word) {
             return true;
+        }
         list.remove_prefix(std::min(end + 1, list.size()));
     }
     return false;
@@ -145,8 +158,9 @@ Outcome check_elements(const CommandRow& row, pugi::xml_node command) {
     const pugi::xml_node stranger = command.find_node([&](pugi::xml_node inner) {
         return inner.type() == pugi::node_element && !is_listed(row.elements, inner.name());
     });
-    if (!stranger)
+    if (!stranger) {
         return {};
+    }
     return {kBadRequest, std::string("element ") + stranger.name() + " is not known here"};
 }
 
@@ -154,26 +168,33 @@ Outcome carry_out(World& world, const Protocol& protocol, std::string_view reque
                   std::string& command, std::string& out) {
     pugi::xml_document document;
     Outcome outcome = parse(protocol, request, document);
-    if (outcome.code != 0)
+    if (outcome.code != 0) {
         return outcome;
+    }
     const pugi::xml_node root = document.first_child();
-    if (std::strcmp(root.name(), protocol.requestTag) != 0)
+    if (std::strcmp(root.name(), protocol.requestTag) != 0) {
         return {kBadRequest, std::string("no envelope named ") + root.name() + " on this socket"};
+    }
     const pugi::xml_node node = only_child(root);
-    if (!node)
+    if (!node) {
         return {kBadRequest, "not exactly one command in the envelope"};
+    }
     command = node.name();
     const CommandRow* row = find_command(protocol, command);
-    if (row == nullptr)
+    if (row == nullptr) {
         return {kUnknownCommand, "unknown command " + command};
+    }
     outcome = check_elements(*row, node);
-    if (outcome.code != 0)
+    if (outcome.code != 0) {
         return outcome;
-    if (!protocol.diagnostic)
+    }
+    if (!protocol.diagnostic) {
         open_element(out, command);
+    }
     outcome = row->handler(world, node, out);
-    if (!protocol.diagnostic)
+    if (!protocol.diagnostic) {
         close_element(out, command);
+    }
     return outcome;
 }
 
@@ -201,8 +222,9 @@ Answer answer_request(World& world, Peer peer, uint32_t requestNumber, std::stri
     open_element(answer.text, protocol->replyTag);
     Outcome outcome = carry_out(world, *protocol, request, answer.command, answer.text);
     close_element(answer.text, protocol->replyTag);
-    if (outcome.code != 0)
+    if (outcome.code != 0) {
         answer.text = refusal_text(requestNumber, outcome.code, outcome.description);
+    }
     return answer;
 }
 

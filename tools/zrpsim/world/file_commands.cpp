@@ -13,9 +13,11 @@ constexpr int kConnectionsOfAPage = 50;
 // The connection's files on the volume, or all without one.
 std::vector<const OpenFile*> files_on(const Connection& connection, const Volume* volume) {
     std::vector<const OpenFile*> files;
-    for (const OpenFile& file : connection.files)
-        if (volume == nullptr || file.volumeNumber == volume->number)
+    for (const OpenFile& file : connection.files) {
+        if (volume == nullptr || file.volumeNumber == volume->number) {
             files.push_back(&file);
+        }
+    }
     return files;
 }
 
@@ -26,8 +28,9 @@ void append_files(const Connection& connection, const std::vector<const OpenFile
     text_element(out, "userName", connection.name);
     open_element(out, "openFiles");
     number_element(out, "openFilesCount", files.size());
-    for (const OpenFile* file : files)
+    for (const OpenFile* file : files) {
         text_element(out, "name", file->name);
+    }
     close_element(out, "openFiles");
     close_element(out, "connectionTag");
 }
@@ -36,8 +39,9 @@ void append_iteration(std::string& out, int count, const Connection* next) {
     open_element(out, "iterationInfo");
     text_element(out, "moreFlag", next != nullptr ? "Yes" : "No");
     number_element(out, "stationNumberCount", count);
-    if (next != nullptr)
+    if (next != nullptr) {
         number_element(out, "startIndex", next->station);
+    }
     close_element(out, "iterationInfo");
 }
 
@@ -46,17 +50,20 @@ Outcome list_open_files(World& world, pugi::xml_node command, std::string& out) 
     Page page{};
     Volume* volume = nullptr;
     Outcome outcome = read_page(command, kConnectionsOfAPage, page);
-    if (outcome.code == 0 && command.child("volumeName"))
+    if (outcome.code == 0 && command.child("volumeName")) {
         outcome = named_volume(world, command, "volumeName", volume);
-    if (outcome.code != 0)
+    }
+    if (outcome.code != 0) {
         return outcome;
+    }
     std::string entries;
     const Connection* next = nullptr;
     int count = 0;
     for (auto at = connections_from(world, page.startIndex); at != world.connections.end(); ++at) {
         const std::vector<const OpenFile*> files = files_on(*at, volume);
-        if (files.empty())
+        if (files.empty()) {
             continue;
+        }
         if (count == page.maxItems) {
             next = &*at;
             break;
@@ -82,17 +89,20 @@ void append_lock(const Connection& connection, const OpenFile& file, std::string
 // A file that nobody has open has no locks; only its volume must exist.
 Outcome list_locks(World& world, pugi::xml_node command, std::string& out) {
     const std::string name = text_inside(command, "fileName");
-    if (find_volume(world, name.substr(0, name.find(':'))) == nullptr)
+    if (find_volume(world, name.substr(0, name.find(':'))) == nullptr) {
         return {kNoSuchObject, "no such file: " + name};
+    }
     std::string entries;
     int count = 0;
-    for (const Connection& connection : world.connections)
+    for (const Connection& connection : world.connections) {
         for (const OpenFile& file : connection.files) {
-            if (!file.locked || file.name != name)
+            if (!file.locked || file.name != name) {
                 continue;
+            }
             append_lock(connection, file, entries);
             ++count;
         }
+    }
     number_element(out, "actualLockCount", count);
     out += entries;
     return {};
@@ -101,11 +111,13 @@ Outcome list_locks(World& world, pugi::xml_node command, std::string& out) {
 Outcome close_file(World& world, pugi::xml_node command, std::string& out) {
     const std::string name = text_inside(command, "fileName");
     size_t closed = 0;
-    for (Connection& connection : world.connections)
+    for (Connection& connection : world.connections) {
         closed += std::erase_if(connection.files,
                                 [&](const OpenFile& file) { return file.name == name; });
-    if (closed == 0)
+    }
+    if (closed == 0) {
         return {kNoSuchObject, "file is not open: " + name};
+    }
     open_element(out, "fileClose");
     text_element(out, "fileName", name);
     close_element(out, "fileClose");
@@ -115,10 +127,12 @@ Outcome close_file(World& world, pugi::xml_node command, std::string& out) {
 Outcome close_locks(World& world, pugi::xml_node command, std::string& out) {
     const std::optional<int> station = number_inside(command, "stationNumberTag");
     Connection* connection = station ? find_connection(world, *station) : nullptr;
-    if (connection == nullptr)
+    if (connection == nullptr) {
         return {kNoSuchObject, "no such connection: " + text_inside(command, "stationNumberTag")};
-    for (OpenFile& file : connection->files)
+    }
+    for (OpenFile& file : connection->files) {
         file.locked = false;
+    }
     open_element(out, "closeConnectionLocksTag");
     number_element(out, "stationNumberTag", *station);
     close_element(out, "closeConnectionLocksTag");
@@ -129,8 +143,9 @@ Outcome close_locks(World& world, pugi::xml_node command, std::string& out) {
 Outcome close_something(World& world, pugi::xml_node command, std::string& out) {
     const bool file = static_cast<bool>(find_inside(command, "fileClose"));
     const bool locks = static_cast<bool>(find_inside(command, "closeConnectionLocksTag"));
-    if (file == locks)
+    if (file == locks) {
         return {kBadRequest, "not exactly one request inside zrpRequests"};
+    }
     return file ? close_file(world, command, out) : close_locks(world, command, out);
 }
 

@@ -19,8 +19,9 @@ std::optional<int> number_inside(pugi::xml_node node, const char* name) {
     const std::string text = text_inside(node, name);
     int value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size())
+    if (error != std::errc() || end != text.data() + text.size()) {
         return {};
+    }
     return value;
 }
 
@@ -30,17 +31,20 @@ bool optional_number(pugi::xml_node node, const char* name, int absent, int& val
         return true;
     }
     const std::optional<int> number = number_inside(node, name);
-    if (number)
+    if (number) {
         value = *number;
+    }
     return number.has_value();
 }
 
 Outcome read_page(pugi::xml_node command, int usualItems, Page& page) {
     Page wanted{};
-    if (!optional_number(command, "startIndex", 0, wanted.startIndex) || wanted.startIndex < 0)
+    if (!optional_number(command, "startIndex", 0, wanted.startIndex) || wanted.startIndex < 0) {
         return {kBadRequest, "startIndex is not a number of 0 or more"};
-    if (!optional_number(command, "maxItems", usualItems, wanted.maxItems) || wanted.maxItems < 1)
+    }
+    if (!optional_number(command, "maxItems", usualItems, wanted.maxItems) || wanted.maxItems < 1) {
         return {kBadRequest, "maxItems is not a number of 1 or more"};
+    }
     page = {wanted.startIndex, std::min(wanted.maxItems, kLongestPage)};
     return {};
 }

@@ -53,8 +53,9 @@ bool is_dismounted_at_start(int number) {
 }
 
 std::string volume_name(int number) {
-    if (static_cast<size_t>(number) < kVolumeNames.size())
+    if (static_cast<size_t>(number) < kVolumeNames.size()) {
         return kVolumeNames.at(static_cast<size_t>(number));
+    }
     return "VOL" + std::to_string(number);
 }
 
@@ -63,8 +64,9 @@ void open_files(World& world, Connection& connection, uint64_t draw) {
     for (uint64_t i = 0; i < count; ++i) {
         const uint64_t pick = scatter(world.seed, kFileChoice + i, draw);
         const Volume& volume = world.volumes[pick % world.volumes.size()];
-        if ((volume.status & kMounted) == 0)
+        if ((volume.status & kMounted) == 0) {
             continue;
+        }
         const std::string path = kFiles.at((pick >> 8U) % kFiles.size());
         connection.files.push_back({.volumeNumber = volume.number,
                                     .name = volume.name + ":" + path,
@@ -102,15 +104,17 @@ void make_volumes(World& world, int count) {
     for (int number = 0; number < std::min(count, kMaxVolumes); ++number) {
         const uint64_t draw = scatter(world.seed, kVolumeStatus, static_cast<uint64_t>(number));
         Volume volume = make_volume(world, number, volume_name(number));
-        if (number != 0)
+        if (number != 0) {
             volume.status |= kExtras.at(draw % kExtras.size());
+        }
         if (number % 3 != 0) {
             volume.status |= kBks;
             volume.mountPoint = "/media/bks/" + volume.name;
         }
         volume.excluded = is_excluded_at_start(number);
-        if (is_dismounted_at_start(number))
+        if (is_dismounted_at_start(number)) {
             volume.status &= ~(kOnline | kMounted);
+        }
         if (number % 8 == 3) {
             volume.shadowName = volume.name + "_S";
             volume.shadow = "/media/shadow/" + volume.name;
@@ -140,10 +144,12 @@ void make_connections(World& world, int count) {
             connection.encrypted = state % 3 != 0;
             connection.mfa = state % 7 == 0;
             connection.equivalences = {"everyone.groups.acme"};
-            if (state % 4 == 0)
+            if (state % 4 == 0) {
                 connection.equivalences.emplace_back("operators.groups.acme");
-            if (!world.volumes.empty())
+            }
+            if (!world.volumes.empty()) {
                 open_files(world, connection, state >> 5U);
+            }
         }
         world.connections.push_back(std::move(connection));
     }

@@ -14,13 +14,16 @@ constexpr size_t kConnectionSlots = 32767;
 Outcome change_setting(World& world, const std::string& name, const std::string& value) {
     const auto at = std::find_if(world.settings.begin(), world.settings.end(),
                                  [&](const Setting& one) { return one.name == name; });
-    if (at == world.settings.end())
+    if (at == world.settings.end()) {
         return {kNoSuchObject, "no such setting: " + name};
-    if (!at->writable)
+    }
+    if (!at->writable) {
         return {kForbidden, name + " cannot be set"};
+    }
     if (value.empty() || value.size() > 9 ||
-        value.find_first_not_of("0123456789") != std::string::npos)
+        value.find_first_not_of("0123456789") != std::string::npos) {
         return {kBadRequest, name + " takes a number"};
+    }
     at->value = value;
     return {};
 }
@@ -28,19 +31,23 @@ Outcome change_setting(World& world, const std::string& name, const std::string&
 // With a name and a text to set it changes one setting; it tells all in any case.
 Outcome server_config(World& world, pugi::xml_node command, std::string& out) {
     const std::optional<int> version = number_inside(command, "versionTag");
-    if (!version)
+    if (!version) {
         return {kBadRequest, "versionTag is not a number"};
-    if (static_cast<bool>(command.child("name")) != static_cast<bool>(command.child("set")))
+    }
+    if (static_cast<bool>(command.child("name")) != static_cast<bool>(command.child("set"))) {
         return {kBadRequest, "name and set belong together"};
+    }
     if (command.child("name")) {
         Outcome outcome =
             change_setting(world, text_inside(command, "name"), text_inside(command, "set"));
-        if (outcome.code != 0)
+        if (outcome.code != 0) {
             return outcome;
+        }
     }
     number_element(out, "versionTag", *version);
-    for (const Setting& setting : world.settings)
+    for (const Setting& setting : world.settings) {
         text_element(out, setting.name, setting.value);
+    }
     return {};
 }
 
@@ -71,12 +78,13 @@ Outcome threads(World& world, pugi::xml_node, std::string& out) {
         const ThreadRow& row = kThreads.at(i);
         const uint64_t value = row.least + wave(world, row.swing, 31 + 4 * i, i * 5000);
         std::array<char, 32> text{};
-        if (row.load)
+        if (row.load) {
             std::snprintf(text.data(), text.size(), "%llu.%02llu",
                           static_cast<unsigned long long>(value / 100),
                           static_cast<unsigned long long>(value % 100));
-        else
+        } else {
             std::snprintf(text.data(), text.size(), "%llu", static_cast<unsigned long long>(value));
+        }
         text_element(out, row.name, text.data());
     }
     return {};
@@ -108,18 +116,22 @@ Outcome bind_address(World& world, pugi::xml_node command, std::string& out) {
     const ClusterBinding wanted{text_inside(command, "zrpServerName"),
                                 text_inside(command, "networkAddress")};
     const std::optional<int> flag = number_inside(command, "bindFlag");
-    if (wanted.server.empty() || wanted.address.empty() || !flag)
+    if (wanted.server.empty() || wanted.address.empty() || !flag) {
         return {kBadRequest, "a binding needs a server, an address and a flag"};
+    }
     const auto same = [&](const ClusterBinding& one) { return one.address == wanted.address; };
     const size_t removed = std::erase_if(world.bindings, [&](const ClusterBinding& one) {
         return *flag == 0 && same(one) && one.server == wanted.server;
     });
-    if (*flag == 0 && removed == 0)
+    if (*flag == 0 && removed == 0) {
         return {kNoSuchObject, "address is not bound: " + wanted.address};
-    if (*flag != 0 && std::any_of(world.bindings.begin(), world.bindings.end(), same))
+    }
+    if (*flag != 0 && std::any_of(world.bindings.begin(), world.bindings.end(), same)) {
         return {kExists, "address is bound: " + wanted.address};
-    if (*flag != 0)
+    }
+    if (*flag != 0) {
         world.bindings.push_back(wanted);
+    }
     text_element(out, "zrpServerName", wanted.server);
     text_element(out, "networkAddress", wanted.address);
     return {};
@@ -130,29 +142,36 @@ int mount_resource(World& world, pugi::xml_node wanted, const std::string& name)
     int number = -1;
     const std::string mountPoint = text_inside(wanted, "mountPoint");
     const std::string shadow = text_inside(wanted, "shadow");
-    if (!optional_number(wanted, "volumeNumber", -1, number))
+    if (!optional_number(wanted, "volumeNumber", -1, number)) {
         return kBadRequest;
-    if ((!mountPoint.empty() && !is_path(mountPoint)) || (!shadow.empty() && !is_path(shadow)))
+    }
+    if ((!mountPoint.empty() && !is_path(mountPoint)) || (!shadow.empty() && !is_path(shadow))) {
         return kBadRequest;
+    }
     const int code = mount_as(world, name, number);
-    if (code != 0)
+    if (code != 0) {
         return code;
+    }
     Volume* volume = find_volume(world, name);
     volume->status |= kClusterResource;
-    if (!mountPoint.empty())
+    if (!mountPoint.empty()) {
         volume->mountPoint = mountPoint;
-    if (!shadow.empty())
+    }
+    if (!shadow.empty()) {
         volume->shadow = shadow;
+    }
     constexpr std::string_view kShadowName = "SHADOWVOLUME=";
     const std::string options = text_inside(wanted, "options");
-    if (options.starts_with(kShadowName))
+    if (options.starts_with(kShadowName)) {
         volume->shadowName = options.substr(kShadowName.size());
+    }
     return 0;
 }
 
 Outcome cluster_resource(World& world, pugi::xml_node command, std::string& out) {
-    if (!command.child("volume"))
+    if (!command.child("volume")) {
         return bind_address(world, command, out);
+    }
     for (const pugi::xml_node wanted : command.children("volume")) {
         const std::string name = text_inside(wanted, "volumeName");
         const int code = mount_resource(world, wanted, name);

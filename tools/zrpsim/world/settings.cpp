@@ -71,11 +71,13 @@ constexpr std::array kFilters = std::to_array<std::pair<const char*, uint32_t>>(
 } // namespace
 
 void make_settings(World& world) {
-    for (const ParameterRow& row : kParameters)
+    for (const ParameterRow& row : kParameters) {
         world.parameters.push_back({row.name, row.value, row.kind});
+    }
     world.settings.assign(kSettings.begin(), kSettings.end());
-    for (const auto& [name, value] : kFilters)
+    for (const auto& [name, value] : kFilters) {
         world.filters.push_back({name, value, value});
+    }
     world.serverOffsets.assign(server_counters().size(), 0);
     world.storageOffsets.assign(storage_counters().size(), 0);
 }

@@ -13,14 +13,18 @@ namespace {
 Outcome create_shadow(World& world, pugi::xml_node group, Volume& volume, std::string& out) {
     const std::string path = text_inside(group, "path");
     uint32_t attributes = 0;
-    if (!is_path(path))
+    if (!is_path(path)) {
         return {kBadRequest, "path is not an absolute path"};
-    if (!volume.shadow.empty())
+    }
+    if (!volume.shadow.empty()) {
         return {kExists, "volume has a shadow: " + volume.name};
-    if (is_mount_point_taken(world, path))
+    }
+    if (is_mount_point_taken(world, path)) {
         return {kExists, "mount point is in use: " + path};
-    if (!read_attributes(group, "attributes", attributes))
+    }
+    if (!read_attributes(group, "attributes", attributes)) {
         return {kBadRequest, "attributes is not a number"};
+    }
     volume.shadow = path;
     volume.shadowName = volume.name + "_S";
     volume.status |= attributes;
@@ -29,8 +33,9 @@ Outcome create_shadow(World& world, pugi::xml_node group, Volume& volume, std::s
 }
 
 Outcome remove_shadow(World&, pugi::xml_node, Volume& volume, std::string& out) {
-    if (volume.shadow.empty())
+    if (volume.shadow.empty()) {
         return {kNoSuchObject, "volume has no shadow: " + volume.name};
+    }
     volume.shadow.clear();
     text_element(out, "volumeName", volume.name);
     text_element(out, "shadowVolName", volume.shadowName);
@@ -39,8 +44,9 @@ Outcome remove_shadow(World&, pugi::xml_node, Volume& volume, std::string& out) 
 
 Outcome remove_configuration(World&, pugi::xml_node group, Volume& volume, std::string& out) {
     const std::string name = text_inside(group, "shadowVolName");
-    if (volume.shadowName.empty() || name != volume.shadowName)
+    if (volume.shadowName.empty() || name != volume.shadowName) {
         return {kNoSuchObject, "no such shadow volume: " + name};
+    }
     volume.shadow.clear();
     volume.shadowName.clear();
     text_element(out, "volumeName", volume.name);
@@ -68,15 +74,18 @@ Outcome shadow(World& world, pugi::xml_node command, std::string& out) {
     const auto* row = std::find_if(kActions.begin(), kActions.end(), [&](const ShadowRow& one) {
         return std::strcmp(one.name, group.name()) == 0;
     });
-    if (row == kActions.end() || group.next_sibling())
+    if (row == kActions.end() || group.next_sibling()) {
         return {kBadRequest, "shadow needs one of createVolume, removeVolume and removeConf"};
+    }
     Volume* volume = nullptr;
     Outcome outcome = named_volume(world, group, "volumeName", volume);
-    if (outcome.code != 0)
+    if (outcome.code != 0) {
         return outcome;
+    }
     const std::string mountPoint = text_inside(group, "mountPoint");
-    if (!is_its_mount_point(*volume, mountPoint))
+    if (!is_its_mount_point(*volume, mountPoint)) {
         return {kNoSuchObject, "not a mount point of " + volume->name + ": " + mountPoint};
+    }
     open_element(out, row->name);
     outcome = row->carryOut(world, group, *volume, out);
     close_element(out, row->name);

@@ -15,8 +15,9 @@ bool read_words(std::string text, std::set<int>& stations) {
         int station = 0;
         const char* end = word.data() + word.size();
         const auto [stop, error] = std::from_chars(word.data(), end, station);
-        if (error != std::errc() || stop != end)
+        if (error != std::errc() || stop != end) {
             return false;
+        }
         stations.insert(station);
     }
     return true;
@@ -28,15 +29,18 @@ Outcome read_stations(pugi::xml_node node, const char* tag, std::set<int>& stati
     const pugi::xml_node wrong = node.find_node([&](pugi::xml_node inner) {
         return std::strcmp(inner.name(), tag) == 0 && !read_words(inner.text().get(), stations);
     });
-    if (wrong)
+    if (wrong) {
         return {kBadRequest, std::string("not a station number: ") + wrong.text().get()};
+    }
     return {};
 }
 
 Outcome check_stations(World& world, const std::set<int>& stations) {
-    for (const int station : stations)
-        if (find_connection(world, station) == nullptr)
+    for (const int station : stations) {
+        if (find_connection(world, station) == nullptr) {
             return {kNoSuchObject, "no such connection: " + std::to_string(station)};
+        }
+    }
     return {};
 }
 

@@ -26,9 +26,11 @@ uint64_t packets(const World& world) {
 
 uint64_t locks(const World& world) {
     uint64_t count = 0;
-    for (const Connection& connection : world.connections)
-        for (const OpenFile& file : connection.files)
+    for (const Connection& connection : world.connections) {
+        for (const OpenFile& file : connection.files) {
             count += file.locked ? 1 : 0;
+        }
+    }
     return count;
 }
 
@@ -61,8 +63,9 @@ constexpr std::array kStatistics = std::to_array<StatisticRow>({
 // for those who look for one.
 Outcome server_statistics(World& world, pugi::xml_node command, std::string& out) {
     const std::optional<int> version = number_inside(command, "versionTag");
-    if (!version || *version < 1)
+    if (!version || *version < 1) {
         return {kBadRequest, "serverStatistics needs a versionTag"};
+    }
     out += '\n';
     std::string elements;
     for (const StatisticRow& row : kStatistics) {

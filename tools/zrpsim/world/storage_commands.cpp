@@ -25,24 +25,28 @@ Outcome carry_out_one(std::span<const ActionRow> rows, World& world, pugi::xml_n
     const auto row = std::find_if(rows.begin(), rows.end(), [&](const ActionRow& one) {
         return std::strcmp(one.name, request.name()) == 0;
     });
-    if (row == rows.end() || request.next_sibling())
+    if (row == rows.end() || request.next_sibling()) {
         return {kBadRequest, std::string("not exactly one request inside ") + command.name()};
+    }
     return row->carryOut(world, request, out);
 }
 
 // Only volumes of the BKS layer are the storage daemon's.
 Outcome own_volume(World& world, pugi::xml_node request, Volume*& volume) {
     Outcome outcome = named_volume(world, request, "volumeName", volume);
-    if (outcome.code == 0 && (volume->status & kBks) == 0)
+    if (outcome.code == 0 && (volume->status & kBks) == 0) {
         outcome = {kNoSuchObject, "not a BKS volume: " + volume->name};
+    }
     return outcome;
 }
 
 void append_volumes(const World& world, bool excluded, const char* tag, std::string& out) {
     open_element(out, tag);
-    for (const Volume& volume : world.volumes)
-        if ((volume.status & kBks) != 0 && volume.excluded == excluded)
+    for (const Volume& volume : world.volumes) {
+        if ((volume.status & kBks) != 0 && volume.excluded == excluded) {
             text_element(out, "volumeName", volume.name);
+        }
+    }
     close_element(out, tag);
 }
 
@@ -50,30 +54,37 @@ Outcome list_volumes(World& world, pugi::xml_node request, std::string& out) {
     const bool all = static_cast<bool>(request.child("all"));
     const bool excluded = all || request.child("zrpexcluded");
     const bool included = all || request.child("zrpincluded");
-    if (!excluded && !included)
+    if (!excluded && !included) {
         return {kBadRequest, "no list is asked for"};
-    if (excluded)
+    }
+    if (excluded) {
         append_volumes(world, true, "zrpexcluded", out);
-    if (included)
+    }
+    if (included) {
         append_volumes(world, false, "zrpincluded", out);
+    }
     return {};
 }
 
 // What is not to be changed is not an error: a volume may be mounted already.
 void follow_switches(World& world, pugi::xml_node request, Volume& volume) {
-    if (request.child("dismountVolumes"))
+    if (request.child("dismountVolumes")) {
         dismount_volume(world, volume);
-    if (request.child("mountVolumes"))
+    }
+    if (request.child("mountVolumes")) {
         mount_volume(world, volume);
+    }
 }
 
 Outcome exclude(World& world, pugi::xml_node request, std::string& out) {
     Volume* volume = nullptr;
     Outcome outcome = own_volume(world, request, volume);
-    if (outcome.code != 0)
+    if (outcome.code != 0) {
         return outcome;
-    if (volume->excluded)
+    }
+    if (volume->excluded) {
         return {kExists, "volume is excluded: " + volume->name};
+    }
     volume->excluded = true;
     follow_switches(world, request, *volume);
     text_element(out, "volumeName", volume->name);
@@ -83,10 +94,12 @@ Outcome exclude(World& world, pugi::xml_node request, std::string& out) {
 Outcome include(World& world, pugi::xml_node request, std::string& out) {
     Volume* volume = nullptr;
     Outcome outcome = own_volume(world, request, volume);
-    if (outcome.code != 0)
+    if (outcome.code != 0) {
         return outcome;
-    if (!volume->excluded)
+    }
+    if (!volume->excluded) {
         return {kExists, "volume is included: " + volume->name};
+    }
     volume->excluded = false;
     follow_switches(world, request, *volume);
     text_element(out, "volumeName", volume->name);
@@ -96,8 +109,9 @@ Outcome include(World& world, pugi::xml_node request, std::string& out) {
 Outcome mount_point(World& world, pugi::xml_node request, std::string& out) {
     Volume* volume = nullptr;
     Outcome outcome = own_volume(world, request, volume);
-    if (outcome.code != 0)
+    if (outcome.code != 0) {
         return outcome;
+    }
     count_storage_event(world, "Get mount point info requests");
     text_element(out, "get_volume_mount_point", volume->mountPoint);
     return {};
@@ -131,29 +145,34 @@ Outcome set_filter(World& world, pugi::xml_node request, std::string& out) {
     const std::string text = text_inside(request, "value");
     const auto at = std::find_if(world.filters.begin(), world.filters.end(),
                                  [&](const FilterValue& one) { return one.name == name; });
-    if (at == world.filters.end())
+    if (at == world.filters.end()) {
         return {kNoSuchObject, "no such filter: " + name};
+    }
     uint32_t value = 0;
     const char* end = text.data() + text.size();
-    if (!text.starts_with("0x"))
+    if (!text.starts_with("0x")) {
         return {kBadRequest, "value is not hexadecimal"};
+    }
     const auto [stop, error] = std::from_chars(text.data() + 2, end, value, 16);
-    if (error != std::errc() || stop != end)
+    if (error != std::errc() || stop != end) {
         return {kBadRequest, "value is not hexadecimal"};
+    }
     at->value = value;
     text_element(out, "name", name);
     return {};
 }
 
 Outcome reset_filter(World& world, pugi::xml_node, std::string&) {
-    for (FilterValue& filter : world.filters)
+    for (FilterValue& filter : world.filters) {
         filter.value = filter.initial;
+    }
     return {};
 }
 
 Outcome filter_off(World& world, pugi::xml_node, std::string&) {
-    for (FilterValue& filter : world.filters)
+    for (FilterValue& filter : world.filters) {
         filter.value = 0;
+    }
     return {};
 }
 
@@ -179,8 +198,9 @@ Outcome change_logging_level(World& world, pugi::xml_node command, std::string& 
     const char* word = wanted.c_str() + (prefixed ? kPrefix : 0);
     const auto* level = std::find_if(kLogLevels.begin(), kLogLevels.end(),
                                      [&](const char* one) { return strcasecmp(word, one) == 0; });
-    if (level == kLogLevels.end())
+    if (level == kLogLevels.end()) {
         return {kBadRequest, "no such log level: " + wanted};
+    }
     world.storageLogLevel = *level;
     text_element(out, "options", world.storageLogLevel);
     return {};

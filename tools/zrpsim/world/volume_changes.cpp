@@ -9,8 +9,9 @@ namespace zrp::sim {
 namespace {
 
 void count_change(World& world, const Volume& volume, std::string_view request) {
-    if ((volume.status & kBks) == 0)
+    if ((volume.status & kBks) == 0) {
         return;
+    }
     count_storage_event(world, request);
     count_storage_event(world, "Change volume state events");
 }
@@ -19,27 +20,32 @@ void count_change(World& world, const Volume& volume, std::string_view request) 
 
 Outcome named_volume(World& world, pugi::xml_node node, const char* tag, Volume*& volume) {
     const std::string name = text_inside(node, tag);
-    if (name.empty())
+    if (name.empty()) {
         return {kBadRequest, std::string(tag) + " names no volume"};
+    }
     volume = find_volume(world, name);
-    if (volume == nullptr)
+    if (volume == nullptr) {
         return {kNoSuchObject, "no such volume: " + name};
+    }
     return {};
 }
 
 int mount_volume(World& world, Volume& volume) {
-    if (is_mounted(volume))
+    if (is_mounted(volume)) {
         return kExists;
-    if (volume.excluded)
+    }
+    if (volume.excluded) {
         return kForbidden;
+    }
     volume.status |= kOnline | kMounted;
     count_change(world, volume, "Mount volume requests");
     return 0;
 }
 
 int dismount_volume(World& world, Volume& volume) {
-    if (!is_mounted(volume))
+    if (!is_mounted(volume)) {
         return kNotMounted;
+    }
     close_files_of(world, volume);
     volume.status &= ~(kOnline | kMounted);
     count_change(world, volume, "Dismount volume requests");
@@ -48,17 +54,22 @@ int dismount_volume(World& world, Volume& volume) {
 
 int mount_as(World& world, const std::string& name, int number) {
     Volume* volume = find_volume(world, name);
-    if (volume == nullptr)
+    if (volume == nullptr) {
         return kNoSuchObject;
-    if (is_mounted(*volume))
+    }
+    if (is_mounted(*volume)) {
         return kExists;
-    if (volume->excluded)
+    }
+    if (volume->excluded) {
         return kForbidden;
-    if (number < -1 || number >= kMaxVolumes)
+    }
+    if (number < -1 || number >= kMaxVolumes) {
         return kBadRequest;
+    }
     if (number != -1 && number != volume->number) {
-        if (find_volume(world, number) != nullptr)
+        if (find_volume(world, number) != nullptr) {
             return kExists;
+        }
         volume->number = number;
         std::sort(world.volumes.begin(), world.volumes.end(),
                   [](const Volume& a, const Volume& b) { return a.number < b.number; });
@@ -73,24 +84,28 @@ bool is_mount_point_taken(const World& world, const std::string& path) {
 }
 
 bool read_bits(pugi::xml_node node, const char* tag, uint32_t& bits) {
-    if (!find_inside(node, tag))
+    if (!find_inside(node, tag)) {
         return true;
+    }
     const std::string text = text_inside(node, tag);
     int64_t value = 0;
     const char* end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, value);
-    if (error != std::errc() || stop != end || value < INT32_MIN || value > UINT32_MAX)
+    if (error != std::errc() || stop != end || value < INT32_MIN || value > UINT32_MAX) {
         return false;
+    }
     bits = static_cast<uint32_t>(value);
     return true;
 }
 
 bool read_attributes(pugi::xml_node node, const char* tag, uint32_t& bits) {
-    if (!find_inside(node, tag))
+    if (!find_inside(node, tag)) {
         return true;
+    }
     uint32_t all = 0;
-    if (!read_bits(node, tag, all))
+    if (!read_bits(node, tag, all)) {
         return false;
+    }
     bits = all & kAttributeBits;
     return true;
 }

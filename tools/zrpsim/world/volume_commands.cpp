@@ -25,8 +25,9 @@ struct FigureElement {
 };
 
 uint64_t last_modified(const World& world, const Volume& volume) {
-    if (!is_mounted(volume))
+    if (!is_mounted(volume)) {
         return 0;
+    }
     return static_cast<uint64_t>(world.bootEpoch + world.upTimeMs / 1000 / 7 * 7);
 }
 
@@ -65,8 +66,9 @@ constexpr std::array kElements = std::to_array<FigureElement>({
 });
 
 void append_pool(const Volume& volume, std::string& out) {
-    if ((volume.status & kBks) == 0)
+    if ((volume.status & kBks) == 0) {
         return;
+    }
     std::string guid = "6b2f0c1e-5d1a-4c57-9a10-0000000000";
     guid += "0123456789abcdef"[volume.number / 16 % 16];
     guid += "0123456789abcdef"[volume.number % 16];
@@ -89,33 +91,40 @@ void append_information(const World& world, const Volume& volume, int versionTag
     number_element(out, "volumeNumber", volume.number);
     hex_element(out, "status", volume.status);
     for (const FigureElement& row : kElements) {
-        if ((row.versions & version) == 0)
+        if ((row.versions & version) == 0) {
             continue;
+        }
         const uint64_t value =
             row.value != nullptr ? row.value(world, volume) : volume_figure(world, volume, row.tag);
         number_element(out, row.tag, fitting(value, version));
     }
-    if ((version & kFull) != 0)
+    if ((version & kFull) != 0) {
         append_pool(volume, out);
+    }
     text_element(out, "mountPoint", volume.mountPoint);
-    if (!volume.shadow.empty())
+    if (!volume.shadow.empty()) {
         text_element(out, "shadow", volume.shadow);
-    if (versionTag >= 6)
+    }
+    if (versionTag >= 6) {
         hex_element(out, "shadowFlags", volume.shadow.empty() ? 0 : 1);
+    }
     close_element(out, "volume");
 }
 
 Outcome volume_information(World& world, pugi::xml_node command, std::string& out) {
-    if (!command.child("volume"))
+    if (!command.child("volume")) {
         return {kBadRequest, "no volume is named"};
+    }
     for (const pugi::xml_node wanted : command.children("volume")) {
         const std::optional<int> version = number_inside(wanted, "versionTag");
-        if (!version || *version < 1 || *version > kNewestVersion)
+        if (!version || *version < 1 || *version > kNewestVersion) {
             return {kBadRequest, "versionTag is not one of 1 to 6"};
+        }
         const std::string name = text_inside(wanted, "name");
         const Volume* volume = find_volume(world, name);
-        if (volume == nullptr)
+        if (volume == nullptr) {
             return {kNoSuchObject, "no such volume: " + name};
+        }
         append_information(world, *volume, *version, out);
     }
     return {};
@@ -133,15 +142,18 @@ void append_entry(const Volume& volume, std::string& out) {
 Outcome list_volumes(World& world, pugi::xml_node command, std::string& out) {
     Page page{};
     Outcome outcome = read_page(command, kVolumesOfAPage, page);
-    if (outcome.code != 0)
+    if (outcome.code != 0) {
         return outcome;
+    }
     auto at = std::lower_bound(world.volumes.begin(), world.volumes.end(), page.startIndex,
                                [](const Volume& one, int number) { return one.number < number; });
     std::string entries;
-    for (int i = 0; i < page.maxItems && at != world.volumes.end(); ++i)
+    for (int i = 0; i < page.maxItems && at != world.volumes.end(); ++i) {
         append_entry(*at++, entries);
-    if (at != world.volumes.end())
+    }
+    if (at != world.volumes.end()) {
         number_element(out, "startIndex", at->number);
+    }
     out += entries;
     return {};
 }

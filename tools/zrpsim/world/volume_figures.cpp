@@ -35,12 +35,15 @@ constexpr std::array kFigures = std::to_array<FigureRow>({
 uint64_t volume_figure(const World& world, const Volume& volume, std::string_view tag) {
     const auto* row = std::find_if(kFigures.begin(), kFigures.end(),
                                    [&](const FigureRow& one) { return tag == one.tag; });
-    if (row == kFigures.end())
+    if (row == kFigures.end()) {
         throw std::logic_error("no figure " + std::string(tag));
-    if ((volume.status & kMounted) == 0)
+    }
+    if ((volume.status & kMounted) == 0) {
         return 0;
-    if (volume.purged && tag == "purgeableBlocks")
+    }
+    if (volume.purged && tag == "purgeableBlocks") {
         return 0;
+    }
     const auto stream = kFigureStream + static_cast<uint64_t>(row - kFigures.begin());
     const uint64_t draw = scatter(world.seed, stream, static_cast<uint64_t>(volume.number));
     return grown(world, row->least + draw % row->spread, row->perMinute) +
@@ -49,8 +52,9 @@ uint64_t volume_figure(const World& world, const Volume& volume, std::string_vie
 
 uint64_t sum_volume_figure(const World& world, std::string_view tag) {
     uint64_t sum = 0;
-    for (const Volume& volume : world.volumes)
+    for (const Volume& volume : world.volumes) {
         sum += volume_figure(world, volume, tag);
+    }
     return sum;
 }
 

@@ -55,8 +55,9 @@ std::vector<Connection>::const_iterator connections_from(const World& world, int
 
 Connection* find_connection(World& world, int station) {
     auto at = connections_from(world, station);
-    if (at == world.connections.end() || at->station != station)
+    if (at == world.connections.end() || at->station != station) {
         return nullptr;
+    }
     return &world.connections[static_cast<size_t>(at - world.connections.begin())];
 }
 
@@ -65,8 +66,9 @@ bool logged_in(const Connection& connection) {
 }
 
 Traffic traffic_of(const World& world, const Connection& connection) {
-    if (!logged_in(connection))
+    if (!logged_in(connection)) {
         return {};
+    }
     const auto ms =
         static_cast<uint64_t>(std::max<int64_t>(world.upTimeMs - connection.loginMs, 0));
     const uint64_t bytesRead = connection.readPerSecond * ms / 1000;
@@ -87,8 +89,9 @@ Traffic total_traffic(const World& world) {
 
 size_t count_open_files(const World& world) {
     size_t count = 0;
-    for (const Connection& connection : world.connections)
+    for (const Connection& connection : world.connections) {
         count += connection.files.size();
+    }
     return count;
 }
 
@@ -115,9 +118,10 @@ size_t count_users(const World& world, const Volume& volume) {
 }
 
 void close_files_of(World& world, const Volume& volume) {
-    for (Connection& connection : world.connections)
+    for (Connection& connection : world.connections) {
         std::erase_if(connection.files,
                       [&](const OpenFile& file) { return file.volumeNumber == volume.number; });
+    }
 }
 
 } // namespace zrp::sim

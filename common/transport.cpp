@@ -100,7 +100,8 @@ int wait_ready(int fd, short events, const timeval* timeout) {
     }
 }
 
-// One recv that an interrupt ends. Returns its count, or -1 when it failed or timed out.
+// One recv that an interrupt ends. *count becomes what it returned, -1 also for a time-out. Returns
+// 0 or ECANCELED.
 int receive_once(int fd, void* data, size_t size, const timeval* timeout, ssize_t* count) {
     const int rc = wait_ready(fd, POLLIN, timeout);
     if (rc == ECANCELED) {

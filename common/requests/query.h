@@ -42,12 +42,12 @@ struct Reply {
 int send_query(const Peer& peer, HeapText document, uint32_t length, const RequestHooks* hooks,
                Reply* reply);
 
-// The failure that the server reports in the reply: CheckForError (xml_reader.h), with errorText
-// null or a buffer for the server's words.
-int check_reply(const Reply& reply, ErrorText* errorText);
-
 // The same, and a failure that the server reports in its reply is returned too.
 int send_checked_query(const Peer& peer, HeapText document, uint32_t length,
                        const RequestHooks* hooks, Reply* reply);
+
+// The failure that the server reports in the reply: CheckForError (xml_reader.h), with errorText
+// null or a buffer for the server's words.
+int check_reply(const Reply& reply, ErrorText* errorText);
 
 } // namespace zrp

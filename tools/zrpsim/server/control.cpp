@@ -1,11 +1,12 @@
 #include "tools/zrpsim/server/control.h"
 
 #include <array>
-#include <charconv>
 #include <cstdio>
 #include <istream>
 #include <sstream>
 #include <unistd.h>
+
+#include "tools/zrpsim/world/whole_number.h"
 
 namespace zrp::sim {
 namespace {
@@ -35,15 +36,13 @@ std::string set_clock(Server& server, std::istringstream& words) {
     std::string word;
     words >> word;
     SimulatedClock& clock = server.clock;
-    int64_t seconds = 0;
-    const char* end = word.data() + word.size();
-    const auto [stop, error] = std::from_chars(word.data(), end, seconds);
+    const auto seconds = whole_number<int32_t>(word);
     if (word == "run") {
         clock.startMs = up_time_ms(clock);
         clock.start = std::chrono::steady_clock::now();
         clock.pinnedMs.reset();
-    } else if (error == std::errc() && stop == end && seconds >= 0 && seconds < INT32_MAX) {
-        clock.pinnedMs = seconds * 1000;
+    } else if (seconds && *seconds >= 0) {
+        clock.pinnedMs = int64_t{*seconds} * 1000;
     } else {
         return "clock takes a number of seconds or \"run\"";
     }

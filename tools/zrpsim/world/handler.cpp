@@ -1,8 +1,9 @@
 #include "tools/zrpsim/world/handler.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstring>
+
+#include "tools/zrpsim/world/whole_number.h"
 
 namespace zrp::sim {
 
@@ -16,13 +17,7 @@ std::string text_inside(pugi::xml_node node, const char* name) {
 }
 
 std::optional<int> number_inside(pugi::xml_node node, const char* name) {
-    const std::string text = text_inside(node, name);
-    int value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size()) {
-        return {};
-    }
-    return value;
+    return whole_number<int>(text_inside(node, name));
 }
 
 bool optional_number(pugi::xml_node node, const char* name, int absent, int& value) {

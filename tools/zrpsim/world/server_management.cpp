@@ -9,8 +9,6 @@
 namespace zrp::sim {
 namespace {
 
-constexpr size_t kConnectionSlots = 32767;
-
 Outcome change_setting(World& world, const std::string& name, const std::string& value) {
     const auto at = std::find_if(world.settings.begin(), world.settings.end(),
                                  [&](const Setting& one) { return one.name == name; });

@@ -1,9 +1,10 @@
 #include "tools/zrpsim/world/station_list.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstring>
 #include <sstream>
+
+#include "tools/zrpsim/world/whole_number.h"
 
 namespace zrp::sim {
 namespace {
@@ -12,13 +13,11 @@ bool read_words(std::string text, std::set<int>& stations) {
     std::replace(text.begin(), text.end(), ',', ' ');
     std::istringstream words(text);
     for (std::string word; words >> word;) {
-        int station = 0;
-        const char* end = word.data() + word.size();
-        const auto [stop, error] = std::from_chars(word.data(), end, station);
-        if (error != std::errc() || stop != end) {
+        const auto station = whole_number<int>(word);
+        if (!station) {
             return false;
         }
-        stations.insert(station);
+        stations.insert(*station);
     }
     return true;
 }

@@ -8,8 +8,6 @@
 namespace zrp::sim {
 namespace {
 
-constexpr uint64_t kConnectionSlots = 32767;
-
 struct StatisticRow {
     const char* name;
     const char* type;

@@ -2,12 +2,12 @@
 // and its log level.
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstring>
 #include <strings.h>
 
 #include "tools/zrpsim/world/counters.h"
 #include "tools/zrpsim/world/volume_changes.h"
+#include "tools/zrpsim/world/whole_number.h"
 #include "tools/zrpsim/world/xml_text.h"
 
 namespace zrp::sim {
@@ -148,16 +148,14 @@ Outcome set_filter(World& world, pugi::xml_node request, std::string& out) {
     if (at == world.filters.end()) {
         return {kNoSuchObject, "no such filter: " + name};
     }
-    uint32_t value = 0;
-    const char* end = text.data() + text.size();
-    if (!text.starts_with("0x")) {
+    constexpr int kHexadecimal = 16;
+    const auto value = text.starts_with("0x")
+                           ? whole_number<uint32_t>(std::string_view(text).substr(2), kHexadecimal)
+                           : std::nullopt;
+    if (!value) {
         return {kBadRequest, "value is not hexadecimal"};
     }
-    const auto [stop, error] = std::from_chars(text.data() + 2, end, value, 16);
-    if (error != std::errc() || stop != end) {
-        return {kBadRequest, "value is not hexadecimal"};
-    }
-    at->value = value;
+    at->value = *value;
     text_element(out, "name", name);
     return {};
 }

@@ -1,9 +1,9 @@
 #include "tools/zrpsim/world/volume_changes.h"
 
 #include <algorithm>
-#include <charconv>
 
 #include "tools/zrpsim/world/counters.h"
+#include "tools/zrpsim/world/whole_number.h"
 
 namespace zrp::sim {
 namespace {
@@ -87,14 +87,11 @@ bool read_bits(pugi::xml_node node, const char* tag, uint32_t& bits) {
     if (!find_inside(node, tag)) {
         return true;
     }
-    const std::string text = text_inside(node, tag);
-    int64_t value = 0;
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
-    if (error != std::errc() || stop != end || value < INT32_MIN || value > UINT32_MAX) {
+    const auto value = whole_number<int64_t>(text_inside(node, tag));
+    if (!value || *value < INT32_MIN || *value > UINT32_MAX) {
         return false;
     }
-    bits = static_cast<uint32_t>(value);
+    bits = static_cast<uint32_t>(*value);
     return true;
 }
 

@@ -15,6 +15,7 @@ namespace zrp::sim {
 inline constexpr int kMaxVolumes = 256;
 inline constexpr int kDefaultVolumes = 30;
 inline constexpr int kDefaultConnections = 50;
+inline constexpr size_t kConnectionSlots = 32767;
 inline constexpr int64_t kPinnedBoot = 1776816000; // 2026-04-22 00:00:00 UTC
 
 // Bits of a volume's status.

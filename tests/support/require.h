@@ -3,7 +3,9 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
+#include "common/result.h"
 #include "common/xml_reader.h"
 #include "tests/support/exact_block.h"
 
@@ -34,6 +36,27 @@ inline void require_element(const ExactBlock& reply, const XmlElement& element) 
     require_view(reply, element.contentStart, element.contentLength);
     REQUIRE(element.contentEnd + 1 == element.contentStart + element.contentLength);
     REQUIRE(element.contentEnd < element.elementEnd);
+}
+
+// That it ends with a NUL.
+template <size_t N>
+void require_text(const char (&text)[N]) {
+    REQUIRE(memchr(text, '\0', N) != nullptr);
+}
+
+// Calls scan(&offset) until it fails, and returns the failure. Each success moves the offset on,
+// within the reply; the failure leaves it.
+template <typename Scan>
+int scan_to_the_end(const ExactBlock& reply, Scan scan) {
+    int offset = 0;
+    for (int before = 0;; before = offset) {
+        const int rc = scan(&offset);
+        if (rc != kOk) {
+            REQUIRE(offset == before);
+            return rc;
+        }
+        REQUIRE(offset > before && offset <= reply.length());
+    }
 }
 
 } // namespace zrp

@@ -19,22 +19,6 @@
 namespace zrp {
 namespace {
 
-template <size_t N>
-bool is_terminated(const char (&text)[N]) {
-    return memchr(text, '\0', N) != nullptr;
-}
-
-// Calls scan(offset) until it fails. Each success must move the offset on, within the reply.
-template <typename Scan>
-void scan_to_the_end(const ExactBlock& reply, Scan scan) {
-    int before = 0;
-    int offset = 0;
-    while (scan(&offset) == kOk) {
-        REQUIRE(offset > before && offset <= reply.length());
-        before = offset;
-    }
-}
-
 struct SampleRecord {
     int32_t signedNumber;
     uint32_t number32;
@@ -70,7 +54,7 @@ void drive_list_and_fields(std::string_view input) {
             read_field(field, item, &record);
         }
         REQUIRE(record.guard == '#');
-        REQUIRE(is_terminated(record.text));
+        require_text(record.text);
         return rc;
     });
 }
@@ -98,7 +82,7 @@ void drive_volume_list(std::string_view input) {
         int32_t number = 0;
         const int rc =
             ScanListVolumesReply(reply.begin(), reply.length(), offset, &name, &status, &number);
-        REQUIRE(is_terminated(name));
+        require_text(name);
         return rc;
     });
     const ExactBlock again(input);
@@ -127,8 +111,10 @@ void drive_connection_list(std::string_view input) {
     scan_to_the_end(reply, [&](int* offset) {
         ConnectionEntry entry = {};
         const int rc = ScanListConnectionsReply(reply.begin(), reply.length(), offset, &entry);
-        REQUIRE(is_terminated(entry.name) && is_terminated(entry.mfa));
-        REQUIRE(is_terminated(entry.licensedState) && is_terminated(entry.encrypted));
+        require_text(entry.name);
+        require_text(entry.mfa);
+        require_text(entry.licensedState);
+        require_text(entry.encrypted);
         return rc;
     });
 }
@@ -153,8 +139,10 @@ void drive_diagnostics(std::string_view input) {
         scan_to_the_end(reply, [&](int* cursor) {
             DiagnosticName name = "";
             int32_t value = 0;
-            const int rc = scan(reply.begin(), reply.length(), cursor, name, &value);
-            REQUIRE(is_terminated(name));
+            int next = *cursor; // moves over a counter without a value too
+            const int rc = scan(reply.begin(), reply.length(), &next, name, &value);
+            require_text(name);
+            *cursor = rc == kOk ? next : *cursor;
             return rc;
         });
     }
@@ -168,7 +156,8 @@ void drive_server_settings(std::string_view input) {
             SettingText value = "";
             const int rc = ScanSetReply(reply.begin(), reply.length(), offset,
                                         withNames ? &name : nullptr, &value);
-            REQUIRE(is_terminated(name) && is_terminated(value));
+            require_text(name);
+            require_text(value);
             return rc;
         });
     }

@@ -167,14 +167,15 @@ TEST_F(FileSystemTest, ALinkThatCannotBeCreatedGivesTheErrorOfTheSystem) {
               ENOENT);
 }
 
-TEST_F(FileSystemTest, AFullDiskLeavesNeitherFileNorLink) {
+TEST_F(FileSystemTest, AFullDiskLeavesAPartOfTheFileAndNoLink) {
     const int rc = test::in_child([this] {
         test::limit_file_size(4);
         return CreateFileAndLink(directory.c_str(), in("new").c_str(), in("link").c_str(),
                                  "content");
     });
     EXPECT_EQ(rc, EFBIG);
-    EXPECT_FALSE(test::exists(in("new")));
+    EXPECT_EQ(test::read_file(in("new")), "cont");
+    EXPECT_EQ(test::mode_of(in("new")), 0644U);
     EXPECT_FALSE(test::exists(in("link")));
 }
 

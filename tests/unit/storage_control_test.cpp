@@ -330,7 +330,7 @@ TEST_F(SimulatedControl, AVolumeIsTakenOutAndAddedAgain) {
     EXPECT_EQ(IPCBKSControlAction(log, kRemoveFromControl | kThenDismount, name.c_str()), kOk);
     EXPECT_TRUE(is_listed(log, kExcludedVolumes, name));
     EXPECT_FALSE(is_listed(log, kIncludedVolumes, name));
-    EXPECT_NE(IPCBKSControlAction(log, kRemoveFromControl, name.c_str()), kOk);
+    EXPECT_EQ(IPCBKSControlAction(log, kRemoveFromControl, name.c_str()), EEXIST);
 
     EXPECT_EQ(IPCBKSControlAction(log, kAddToControl | kThenMount, name.c_str()), kOk);
     EXPECT_TRUE(is_listed(log, kIncludedVolumes, name));

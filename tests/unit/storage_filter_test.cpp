@@ -215,5 +215,17 @@ TEST_F(StorageFilter, TheSimulatedServerKeepsWhatIsSet) {
     EXPECT_EQ(contents(), "");
 }
 
+TEST_F(StorageFilter, TheRefusalOfAnUnknownNameIsNotLookedAt) {
+    const SimulatedServer server;
+    ASSERT_TRUE(server.ready());
+    Filters before;
+    Filters after;
+    ASSERT_EQ(IPCBKSControlFilterList(collect, &before, log), kOk);
+    EXPECT_EQ(IPCBKSControlFilterSet(log, "no such filter", 1), kOk);
+    ASSERT_EQ(IPCBKSControlFilterList(collect, &after, log), kOk);
+    EXPECT_EQ(after, before);
+    EXPECT_EQ(contents(), "");
+}
+
 } // namespace
 } // namespace zrp

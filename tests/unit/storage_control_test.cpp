@@ -215,6 +215,17 @@ TEST_F(StorageControl, AMountPointIsCopied) {
                               "</get_volume_mount_point>"));
 }
 
+TEST_F(StorageControl, AMountPointIsAskedForByTheNameOfAReply) {
+    for (const std::string name : {"R&D", "R&amp;D"}) {
+        ScriptedPeer peer(kStorageDaemonSocket, {answer(exclusion_reply(""))});
+        StorageMountPoint mountPoint;
+        EXPECT_EQ(IPCBKSControlActionGetMountPoint(log, name.c_str(), mountPoint), kNotFound);
+        EXPECT_EQ(document_of(peer.requests().at(0)),
+                  control_request("<get_volume_mount_point><volumeName>" + name +
+                                  "</volumeName></get_volume_mount_point>"));
+    }
+}
+
 TEST_F(StorageControl, AMountPointThatIsNotToldOrTooLong) {
     struct Row {
         std::string content;
@@ -245,6 +256,7 @@ struct NamedRun {
     const char* name;
     Run run;
     bool takesName;
+    bool asks = false; // about a name, which may come out of a reply
 };
 
 const NamedRun kRuns[] = {
@@ -262,7 +274,7 @@ const NamedRun kRuns[] = {
          StorageMountPoint mountPoint;
          return IPCBKSControlActionGetMountPoint(log, name, mountPoint);
      },
-     true},
+     true, true},
 };
 
 class EachStorageControl : public StorageControl, public testing::WithParamInterface<NamedRun> {};
@@ -299,6 +311,9 @@ TEST_P(EachStorageControl, NothingIsSentWithoutADocument) {
     if (GetParam().takesName) {
         EXPECT_EQ(GetParam().run(log, "<DATA"), kInvalid);
         EXPECT_EQ(GetParam().run(log, nullptr), kInvalid);
+        if (!GetParam().asks) {
+            EXPECT_EQ(GetParam().run(log, "R&D"), kInvalid);
+        }
         EXPECT_EQ(GetParam().run(log, std::string(kRoom, 'x').c_str()), kNoMemory);
     }
     EXPECT_EQ(contents(), "");

@@ -183,6 +183,7 @@ TEST_F(StorageFilter, ABadArgumentIsNotSent) {
     EXPECT_EQ(IPCBKSControlFilterList(nullptr, &filters, log), kInvalid);
     EXPECT_EQ(IPCBKSControlFilterSet(log, nullptr, 1), kInvalid);
     EXPECT_EQ(IPCBKSControlFilterSet(log, "a</name>", 1), kInvalid);
+    EXPECT_EQ(IPCBKSControlFilterSet(log, "a&b", 1), kInvalid);
     EXPECT_EQ(IPCBKSControlFilterSet(log, std::string(kRoom, 'x').c_str(), 1), kNoMemory);
     {
         const FailingMalloc failing(kRoom);

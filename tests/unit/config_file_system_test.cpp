@@ -4,6 +4,7 @@
 #include "common/config/file_system.h"
 #include "common/result.h"
 #include "config_test_files.h"
+#include "failing_malloc.h"
 
 namespace zrp {
 namespace {
@@ -119,6 +120,16 @@ TEST_F(FileSystemTest, APathThatCannotBeCreatedGivesTheErrorOfTheSystem) {
     EXPECT_EQ(errno, ENAMETOOLONG);
     EXPECT_EQ(MakeDirPath(nullptr, 0755), -1);
     EXPECT_EQ(errno, EINVAL);
+}
+
+TEST_F(FileSystemTest, WithoutMemoryForThePathNothingIsCreated) {
+    const std::string deep = in("a/b");
+    const FailingMalloc failing(deep.size() + 1);
+    errno = 0;
+    EXPECT_EQ(MakeDirPath(deep.c_str(), 0755), -1);
+    EXPECT_EQ(errno, ENOMEM);
+    EXPECT_EQ(MakeDirectories(deep.c_str()), ENOMEM);
+    EXPECT_FALSE(test::exists(in("a")));
 }
 
 TEST_F(FileSystemTest, DirectoriesOfToolsHaveTheirMode) {

@@ -54,10 +54,12 @@ TEST_F(RunOperation, TheLogGetsRequestAndReply) {
 }
 
 TEST_F(RunOperation, EachFaultHasItsCodeAndItsLine) {
-    expect_faults(kMainDaemonSocket, [](ErrorText* errorText, LogContext* to) {
-        Reply answer;
-        return run_naming("DATA", errorText, to, &answer);
-    });
+    expect_faults(kMainDaemonSocket,
+                  [](ErrorText* errorText, LogContext* to) {
+                      Reply answer;
+                      return run_naming("DATA", errorText, to, &answer);
+                  },
+                  {kOk, ""});
 }
 
 TEST_F(RunOperation, WithoutADefaultPeerNothingIsTried) {

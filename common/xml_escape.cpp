@@ -1,4 +1,5 @@
 // Markup characters and their entities.
+#include <charconv>
 
 #include "common/xml_reader.h"
 #include "common/xml_scan.h"
@@ -36,6 +37,19 @@ const Entity* entity_at(const char* position, const char* end) {
 }
 
 } // namespace
+
+bool begins_reference(const char* position, const char* end) {
+    if (!starts_with(position, end, "&#")) {
+        return entity_at(position, end) != nullptr;
+    }
+    constexpr int kDecimal = 10;
+    constexpr int kHexadecimal = 16;
+    const bool isHexadecimal = starts_with(position, end, "&#x");
+    uint32_t number = 0;
+    const auto [stop, error] = std::from_chars(position + (isHexadecimal ? 3 : 2), end, number,
+                                               isHexadecimal ? kHexadecimal : kDecimal);
+    return error == std::errc() && stop < end && *stop == ';' && is_text_character(number);
+}
 
 int XmlEscape(const char* text, int length, char* buffer, int* capacity) {
     int written = 0;

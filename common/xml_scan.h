@@ -1,6 +1,7 @@
 // The one step of every walk over a reply. Internal to the library.
 #pragma once
 
+#include <cstdint>
 #include <cstring>
 #include <string_view>
 
@@ -59,6 +60,17 @@ inline const char* cdata_end(const char* position, const char* end) {
                                                  kCdataClose.data(), kCdataClose.size()))
                : nullptr;
 }
+
+// Whether a character with this number may stand in a document.
+constexpr bool is_text_character(uint32_t number) {
+    return number == '\t' || number == '\n' || number == '\r' ||
+           (number >= 0x20 && number < 0xD800) || (number > 0xDFFF && number < 0xFFFE) ||
+           (number > 0xFFFF && number <= 0x10FFFF);
+}
+
+// Whether the '&' at position begins one of the five entities or a reference to the number of a
+// text character.
+bool begins_reference(const char* position, const char* end);
 
 } // namespace zrp
 

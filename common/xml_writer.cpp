@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "common/tags.h"
+#include "common/xml_scan.h"
 
 namespace zrp {
 namespace {
@@ -33,24 +34,40 @@ __attribute__((format(printf, 2, 3))) int append(XmlDocument& document, const ch
     return written;
 }
 
-bool accept(XmlDocument& document, const char* text) {
-    if (!is_sendable(text)) {
+// A name that a reply held: whatever the server calls a name, it opens and closes no element.
+bool is_received_name(const char* text) {
+    if (text == nullptr) {
+        return false;
+    }
+    for (; *text != '\0'; text++) {
+        if (*text == '<' || !is_text_character(static_cast<unsigned char>(*text))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool accept(XmlDocument& document, const char* text, bool (*rule)(const char* text)) {
+    if (!rule(text)) {
         document.failed = true;
         document.refused = true;
     }
     return !document.failed;
 }
 
+bool accept(XmlDocument& document, const char* text) {
+    return accept(document, text, is_sendable);
+}
+
 } // namespace
 
 bool is_sendable(const char* text) {
-    constexpr unsigned char kFirstPrintable = 0x20;
-    if (text == nullptr) {
+    if (!is_received_name(text)) {
         return false;
     }
-    for (; *text != '\0'; text++) {
-        const bool isControl = static_cast<unsigned char>(*text) < kFirstPrintable;
-        if (*text == '<' || (isControl && *text != '\t' && *text != '\n' && *text != '\r')) {
+    const char* end = text + strlen(text);
+    while ((text = next_byte(text, end, '&')) != nullptr) {
+        if (!begins_reference(text++, end)) {
             return false;
         }
     }
@@ -69,8 +86,8 @@ XmlDocument start_document(size_t capacity) {
 }
 
 char* finish_document(XmlDocument& document, uint32_t* length) {
-    if (document.failed) {
-        errno = document.refused ? EINVAL : ENOMEM;
+    if (document.failed || length == nullptr) {
+        errno = document.refused || length == nullptr ? EINVAL : ENOMEM;
         return nullptr;
     }
     *length = static_cast<uint32_t>(document.length);
@@ -91,6 +108,12 @@ int WriteChildless(XmlDocument& document, const char* outer, const char* command
 
 int WriteTextElement(XmlDocument& document, const char* tag, const char* text) {
     return accept(document, text) ? append(document, "<%s>%s</%s>", tag, text, tag) : 0;
+}
+
+int WriteReceivedName(XmlDocument& document, const char* tag, const char* text) {
+    return accept(document, text, is_received_name)
+               ? append(document, "<%s>%s</%s>", tag, text, tag)
+               : 0;
 }
 
 int WriteIntElement(XmlDocument& document, const char* tag, int32_t value) {

@@ -16,7 +16,11 @@
 // A text from outside can never break a document: one that is_sendable refuses is not written, and
 // its document finishes as null with errno EINVAL. Nothing is escaped, since a name that came in a
 // reply is sent back in the form that the server gave it, its entities included; whoever has plain
-// text with markup characters passes it through XmlEscape first.
+// text with markup characters passes it through XmlEscape first. This one rule holds for every text
+// argument of a builder and of an operation, with one exception: what only asks about a name out of
+// a reply (the state of a volume, its mount point, a setting) writes that name with
+// WriteReceivedName, which lets an '&' of any kind pass. A server that wrote such a name knows it
+// by no other.
 #pragma once
 
 #include <cstddef>
@@ -34,16 +38,18 @@ struct XmlDocument {
     bool refused = false; // a text was not sendable
 };
 
-// Whether a text may stand in a document: it is not null and holds neither '<' nor a control
-// character other than tab, line feed and carriage return.
+// Whether a text may stand in a document: it is not null and holds no '<', no control character
+// other than tab, line feed and carriage return, and no '&' but one that begins a reference: one of
+// the five entities (&amp; &lt; &gt; &quot; &apos;), or &#DIGITS; or &#xHEX; with the number of a
+// character that may itself stand in a document.
 bool is_sendable(const char* text);
 
 // Allocates the room for a document, its terminator included.
 XmlDocument start_document(size_t capacity);
 
 // Gives up the text, malloc'ed, and its length without the terminator. Null, with the length
-// untouched, when anything failed on the way; errno is then EINVAL (22) for a refused text, else
-// ENOMEM (12).
+// untouched, when anything failed on the way; errno is then EINVAL (22) for a refused text and a
+// null length, else ENOMEM (12).
 char* finish_document(XmlDocument& document, uint32_t* length);
 
 // <OUTER pid="N"><COMMAND> and a newline, with this process's id.
@@ -57,6 +63,7 @@ int WriteChildless(XmlDocument& document, const char* outer, const char* command
 
 // <TAG>text</TAG>. The text is written as it stands.
 int WriteTextElement(XmlDocument& document, const char* tag, const char* text);
+int WriteReceivedName(XmlDocument& document, const char* tag, const char* text); // see the top
 int WriteIntElement(XmlDocument& document, const char* tag, int32_t value);
 int WriteUIntElement(XmlDocument& document, const char* tag, uint32_t value);
 int WriteHexElement(XmlDocument& document, const char* tag, uint32_t value); // 0x, lower case

@@ -10,7 +10,9 @@
 // becomes "%". A line that holds "%" in any other way is copied as it is.
 //
 // Each returns 0, or kNotFound when a file could not be opened or the rewrite could not be done (a
-// full disk); the configuration file is unchanged then.
+// full disk). The configuration file is unchanged then, with one exception: when the copy cannot be
+// renamed after the file was deleted, the file is missing and all kept lines are in path + ".tmp".
+// The next rewrite puts them back, so does renaming that file by hand.
 #pragma once
 
 namespace zrp {

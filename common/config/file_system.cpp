@@ -56,9 +56,6 @@ int create_file(const char* path, const char* content) {
     if (fclose(file.release()) != 0 && rc == kOk) {
         rc = errno;
     }
-    if (rc != kOk) {
-        unlink(path);
-    }
     return rc;
 }
 

@@ -23,8 +23,9 @@ int MakeDirPath(const char* path, mode_t mode);
 int MakeDirectories(const char* path);
 
 // Creates the directory, the file target with the content (null for none) and mode 0644, and a
-// symbolic link to it, each only if it does not exist yet. Returns 0 or an errno; a file whose
-// content could not be written is removed again.
+// symbolic link to it, each only if it does not exist yet. Returns 0 or an errno. A file whose
+// content could not be written stays as far as it came, without a link, and the next call takes it
+// for a present one: whoever tries again removes it first.
 int CreateFileAndLink(const char* directory, const char* target, const char* link,
                       const char* content);
 

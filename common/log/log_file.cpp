@@ -48,8 +48,10 @@ void keep_path(LogContext& log, const char* path) {
 void use_file(LogContext& log, int code) {
     log.mode = code;
     leave_system_log(log);
-    if (log.outputFileName != nullptr) {
-        open_stream(log, log.outputFileName);
+    // A file that cannot be opened again is left: what would be written to the old stream might be
+    // read by nobody.
+    if (log.outputFileName != nullptr && !open_stream(log, log.outputFileName)) {
+        close_log_file(log);
     }
 }
 

@@ -152,6 +152,9 @@ char* BuildClusterVolumeRequest(std::span<const ClusterVolume> volumes, uint32_t
 }
 
 int ScanClusterVolumeReply(char* reply, int replyLength, int* offset, ClusterVolumeResult* record) {
+    if (offset == nullptr || record == nullptr) {
+        return kInvalid;
+    }
     XmlElement volume;
     int position = *offset;
     int rc = next_item(kVolumes, reply, replyLength, &position, &volume);

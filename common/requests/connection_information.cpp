@@ -149,6 +149,9 @@ char* BuildConnectionInformationRequest(int station, int versionTag, uint32_t* l
 }
 
 int ScanConnectionInformationReply(char* reply, int replyLength, ConnectionInformationPtr* record) {
+    if (record == nullptr) {
+        return kInvalid;
+    }
     int offset = 0;
     XmlElement connection;
     int rc = next_item(kConnections, reply, replyLength, &offset, &connection);
@@ -172,6 +175,9 @@ int ScanConnectionInformationReply(char* reply, int replyLength, ConnectionInfor
 
 int GetConnectionInformation(int station, int* versionTag, ConnectionInformationPtr* record,
                              const RequestHooks* hooks) {
+    if (versionTag == nullptr || record == nullptr) {
+        return kInvalid;
+    }
     uint32_t length = 0;
     HeapText request(BuildConnectionInformationRequest(station, *versionTag, &length));
     if (request == nullptr) {

@@ -44,6 +44,9 @@ char* BuildListConnectionsRequest(int startIndex, int maxItems, uint32_t* length
 }
 
 int ScanListConnectionsReply(char* reply, int replyLength, int* offset, ConnectionEntry* entry) {
+    if (offset == nullptr || entry == nullptr) {
+        return kInvalid;
+    }
     XmlElement item;
     int next = *offset;
     int rc = next_item(kConnections, reply, replyLength, &next, &item);
@@ -60,6 +63,9 @@ int ScanListConnectionsReply(char* reply, int replyLength, int* offset, Connecti
 }
 
 int QueryConnections(int startIndex, int maxItems, ConnectionEntry* entries, int* count) {
+    if (entries == nullptr || count == nullptr) {
+        return kInvalid;
+    }
     *count = 0;
     uint32_t length = 0;
     HeapText request(BuildListConnectionsRequest(startIndex, maxItems, &length));

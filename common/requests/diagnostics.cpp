@@ -1,5 +1,6 @@
 #include "common/requests/diagnostics.h"
 
+#include <cerrno>
 #include <cstring>
 
 #include "common/bounded_copy.h"
@@ -57,6 +58,10 @@ char* BuildZrp2bksDiagnosticRequest(uint32_t* length, int level, int resetAll) {
 }
 
 char* WrapDiagnosticRequest(const char* document, uint32_t length, uint32_t* messageLength) {
+    if (document == nullptr || messageLength == nullptr) {
+        errno = EINVAL;
+        return nullptr;
+    }
     const size_t size = size_t{length} + kMessageExtra;
     HeapText message(static_cast<char*>(calloc(size, 1)));
     if (message == nullptr) {
@@ -82,6 +87,9 @@ int ScanZrp2bksDiagnosticReply(char* reply, int replyLength, int* cursor, Diagno
 
 int ScanDiagnostics(const DiagnosticsDaemon& daemon, char* reply, int replyLength, int* cursor,
                     DiagnosticName& name, int32_t* value) {
+    if (cursor == nullptr || value == nullptr) {
+        return kInvalid;
+    }
     XmlElement counter;
     const int rc = next_item(daemon.counters, reply, replyLength, cursor, &counter);
     if (rc != kOk) {

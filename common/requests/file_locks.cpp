@@ -33,15 +33,18 @@ char* BuildListFileLocksByFileRequest(const char* fileName, uint32_t* length) {
 }
 
 int ScanListFileLocksByFileReply(char* reply, int replyLength, int* offset, FileLock* lock) {
-    return scan_next(kLocks, reply, replyLength, offset, *lock);
+    return scan_next(kLocks, reply, replyLength, offset, lock);
 }
 
 int ScanActualLockCount(char* reply, int replyLength, int32_t* count) {
-    return scan_command(kList, reply, replyLength, *count);
+    return scan_command(kList, reply, replyLength, count);
 }
 
 int ListFileLocksByFile(const char* fileName, FileLockCallback callback, void* context,
                         int32_t* count, ErrorText* errorText, const LogContext* log) {
+    if (callback == nullptr || count == nullptr) {
+        return kInvalid;
+    }
     uint32_t length = 0;
     HeapText request(BuildListFileLocksByFileRequest(fileName, &length));
     Reply reply;

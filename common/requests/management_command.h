@@ -61,11 +61,14 @@ inline int scan_command(const ManagementCommand& command, char* reply, int reply
 // The same, with the record as it was when anything is missing. It is read once only: an element
 // whose CDATA markers were taken out does not read the same a second time.
 template <typename Record>
-int scan_command(const ManagementCommand& command, char* reply, int replyLength, Record& record) {
+int scan_command(const ManagementCommand& command, char* reply, int replyLength, Record* record) {
+    if (record == nullptr) {
+        return kInvalid;
+    }
     Record filled = {};
     const int rc = read_command(command, reply, replyLength, &filled);
     if (rc == kOk) {
-        memcpy(&record, &filled, sizeof record);
+        memcpy(record, &filled, sizeof filled);
     }
     return rc;
 }
@@ -73,10 +76,14 @@ int scan_command(const ManagementCommand& command, char* reply, int replyLength,
 // Logs "error from reply start" as an error when the reply does not hold the server's envelope.
 void log_reply_start(char* reply, int replyLength, const LogContext* log);
 
-// run_operation with a document of build_command, and scan_command on its reply.
+// run_operation with a document of build_command, and scan_command on its reply. With a record to
+// fill, nothing is sent for a null one.
 template <typename... Record>
 int run_command(const ManagementCommand& command, HeapText document, uint32_t length,
-                ErrorText* errorText, const LogContext* log, Record&... record) {
+                ErrorText* errorText, const LogContext* log, Record*... record) {
+    if (((record == nullptr) || ... || false)) {
+        return kInvalid;
+    }
     Reply reply;
     const int rc = run_operation(std::move(document), length, errorText, log, &reply);
     return rc == kOk ? scan_command(command, reply.text.get(), reply.length, record...) : rc;
@@ -100,12 +107,15 @@ int read_next(const ManagementList& list, char* reply, int replyLength, int* nex
 // The same, with both outputs as they were when anything is missing.
 template <typename Record>
 int scan_next(const ManagementList& list, char* reply, int replyLength, int* offset,
-              Record& record) {
+              Record* record) {
+    if (offset == nullptr || record == nullptr) {
+        return kInvalid;
+    }
     Record filled = {};
     int next = *offset;
     const int rc = read_next(list, reply, replyLength, &next, &filled);
     if (rc == kOk) {
-        memcpy(&record, &filled, sizeof record);
+        memcpy(record, &filled, sizeof filled);
         *offset = next;
     }
     return rc;

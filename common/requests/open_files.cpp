@@ -81,6 +81,9 @@ char* BuildListOpenFilesByConnectionRequest(const char* volumeName, int32_t star
 
 int ScanListOpenFilesByConnectionReply(char* reply, int replyLength, int* offset,
                                        OpenFilesConnection* connection) {
+    if (offset == nullptr || connection == nullptr) {
+        return kInvalid;
+    }
     XmlElement item;
     XmlElement files;
     int next = *offset;
@@ -102,6 +105,9 @@ int ScanListOpenFilesByConnectionReply(char* reply, int replyLength, int* offset
 
 int ScanOpenFileName(const OpenFilesConnection& connection, int* offset,
                      char (&name)[kFileNameSize]) {
+    if (offset == nullptr) {
+        return kInvalid;
+    }
     if (connection.filesLength == 0) {
         return kRange;
     }
@@ -120,8 +126,11 @@ int ScanOpenFileName(const OpenFilesConnection& connection, int* offset,
 }
 
 int ScanOpenFilesPage(char* reply, int replyLength, OpenFilesPage* page) {
+    if (page == nullptr) {
+        return kInvalid;
+    }
     FoundPage found = {};
-    const int rc = scan_command(kIteration, reply, replyLength, found);
+    const int rc = scan_command(kIteration, reply, replyLength, &found);
     if (rc != kOk) {
         return rc;
     }
@@ -130,7 +139,7 @@ int ScanOpenFilesPage(char* reply, int replyLength, OpenFilesPage* page) {
         constexpr ManagementCommand kWhere = {
             tag::listOpenFilesByConnection, tag::iterationInfo, {&kNextIndex, 1}};
         // Without an index nothing follows, whatever the flag says.
-        (void)scan_command(kWhere, reply, replyLength, next);
+        (void)scan_command(kWhere, reply, replyLength, &next);
     }
     *page = {found.connectionCount, next};
     return kOk;
@@ -139,6 +148,9 @@ int ScanOpenFilesPage(char* reply, int replyLength, OpenFilesPage* page) {
 int ListOpenFilesByConnection(const char* volumeName, int32_t startIndex, int32_t maxItems,
                               OpenFilesCallback callback, void* context, OpenFilesPage* page,
                               ErrorText* errorText, const LogContext* log) {
+    if (callback == nullptr || page == nullptr) {
+        return kInvalid;
+    }
     const int rc = check_optional_name(volumeName, log);
     return rc == kOk ? list_page(volumeName, startIndex, maxItems, callback, context, page,
                                  errorText, log)
@@ -147,6 +159,9 @@ int ListOpenFilesByConnection(const char* volumeName, int32_t startIndex, int32_
 
 int ListAllOpenFilesByConnection(const char* volumeName, OpenFilesCallback callback, void* context,
                                  ErrorText* errorText, const LogContext* log) {
+    if (callback == nullptr) {
+        return kInvalid;
+    }
     int rc = check_optional_name(volumeName, log);
     OpenFilesPage page = {0, 0};
     while (rc == kOk && page.nextIndex != kEndOfList) {
@@ -167,7 +182,7 @@ char* BuildCloseFileRequest(const char* fileName, uint32_t* length) {
 int ScanCloseFileReply(char* reply, int replyLength, char (&closed)[kFileNameSize],
                        const LogContext* log) {
     log_reply_start(reply, replyLength, log);
-    return scan_command(kClose, reply, replyLength, closed);
+    return scan_command(kClose, reply, replyLength, &closed);
 }
 
 int CloseFile(const char* fileName, char (&closed)[kFileNameSize], ErrorText* errorText,

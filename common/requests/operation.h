@@ -34,7 +34,8 @@ inline constexpr int kMaxVolumeName = 15;
 inline constexpr int32_t kOwnVolumeNumber = -1;
 
 // What a request shows the log: dumps of request and reply, and a failed exchange. Nothing without
-// a log.
+// a log. Both dumps are LogLDump, since a reply has a length and no NUL, and LogLDump writes its
+// text as it stands, to the system log too.
 RequestHooks log_hooks(const LogContext* log);
 
 // Why the builder of the calling thread's last document returned null: 22 when it refused an

@@ -16,6 +16,9 @@ void dump(const RequestHooks* hooks, const char* text, uint64_t length) {
 
 int send_query(const Peer& peer, HeapText document, uint32_t length, const RequestHooks* hooks,
                Reply* reply) {
+    if (reply == nullptr) {
+        return kInvalid;
+    }
     if (document == nullptr) {
         return kNoMemory;
     }

@@ -8,6 +8,8 @@
 #include "operation.h"
 #include "reply_fields.h"
 
+#pragma GCC visibility push(hidden)
+
 namespace zrp {
 
 // Reads the needed fields and those of the further ones that the server sent; the members of the
@@ -33,3 +35,5 @@ int scan_record(char* reply, int length, const char* command, std::span<const Re
 }
 
 } // namespace zrp
+
+#pragma GCC visibility pop

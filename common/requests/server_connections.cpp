@@ -35,6 +35,9 @@ int ScanServerConnInfoReply(char* reply, int replyLength, ServerConnInfo* record
 }
 
 int GetServerConnInfo(ServerConnInfo* record, ErrorText* errorText, const LogContext* log) {
+    if (record == nullptr) {
+        return kInvalid;
+    }
     uint32_t length = 0;
     HeapText request(BuildServerConnInfoRequest(&length));
     Reply reply;

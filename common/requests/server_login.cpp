@@ -2,6 +2,7 @@
 
 #include "common/bounded_copy.h"
 #include "common/requests/reply_list.h"
+#include "common/result.h"
 #include "common/tags.h"
 #include "common/xml_writer.h"
 
@@ -36,6 +37,9 @@ char* build(size_t room, const LoginChange& change, uint32_t* length) {
 }
 
 int next_line(const ReplyList& lines, char* reply, int replyLength, int* offset, LoginText& text) {
+    if (offset == nullptr) {
+        return kInvalid;
+    }
     XmlElement line;
     const int rc = next_item(lines, reply, replyLength, offset, &line);
     if (rc == kOk) {

@@ -1,5 +1,6 @@
 #include "common/requests/server_settings.h"
 
+#include <cerrno>
 #include <cstring>
 
 #include "common/bounded_copy.h"
@@ -22,7 +23,7 @@ void write_subject(XmlDocument& document, const char* name, const char* value) {
         WriteIntElement(document, tag::browse, 1);
         return;
     }
-    WriteTextElement(document, tag::name, name);
+    WriteReceivedName(document, tag::name, name);
     if (value != nullptr && *value != '\0') {
         WriteTextElement(document, tag::string, value);
     }
@@ -45,6 +46,7 @@ void read_value_attribute(const XmlElement& name, SettingText& value) {
 char* BuildSetRequest(uint32_t* length, int versionTag, int attributes, const char* name,
                       const char* value) {
     if (name == nullptr && value != nullptr) {
+        errno = EINVAL;
         return nullptr;
     }
     XmlDocument document = start_document(kRequestRoom + (value == nullptr ? 0 : strlen(value)));
@@ -58,6 +60,9 @@ char* BuildSetRequest(uint32_t* length, int versionTag, int attributes, const ch
 
 int ScanSetReply(char* reply, int replyLength, int* offset, SettingText* nameBuffer,
                  SettingText* valueBuffer) {
+    if (offset == nullptr) {
+        return kInvalid;
+    }
     XmlElement found;
     const ReplyList& list = nameBuffer != nullptr ? kNames : kValues;
     const int rc = next_item(list, reply, replyLength, offset, &found);

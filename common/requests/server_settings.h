@@ -17,9 +17,9 @@ inline constexpr size_t kSettingTextSize = 4096;
 using SettingText = char[kSettingTextSize];
 
 // The request document, malloc'ed. Without name and value it asks for the list of names, with a
-// name for its value, with a name and a value that is not empty it sets it. Null for a value
-// without a name, for a name that does not fit, for a text that is not sendable (xml_writer.h), and
-// without memory.
+// name for its value, with a name and a value that is not empty it sets it. The name may be one out
+// of a reply (xml_writer.h). Null with errno 22 for a value without a name and for a text that is
+// not sendable, with errno 12 for a name that does not fit and without memory.
 char* BuildSetRequest(uint32_t* length, int versionTag, int attributes, const char* name,
                       const char* value);
 

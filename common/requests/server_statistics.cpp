@@ -27,6 +27,9 @@ char* BuildServerStatisticsRequest(int version, uint32_t* length) {
 
 int ScanServerStatisticsReply(char* reply, int replyLength, int* offset, char** element,
                               int* elementLength) {
+    if (offset == nullptr || element == nullptr || elementLength == nullptr) {
+        return kInvalid;
+    }
     XmlElement found;
     const int rc = next_item(kStatistics, reply, replyLength, offset, &found);
     if (rc == kOk) {
@@ -38,6 +41,9 @@ int ScanServerStatisticsReply(char* reply, int replyLength, int* offset, char** 
 
 int QueryServerStatistics(int version, StatisticsCallback callback, const RequestHooks* hooks,
                           void* context) {
+    if (callback == nullptr) {
+        return kInvalid;
+    }
     uint32_t length = 0;
     HeapText request(BuildServerStatisticsRequest(version, &length));
     Reply reply;

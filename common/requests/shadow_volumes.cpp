@@ -30,7 +30,7 @@ int remove_shadow(const char* volumeName, const char* mountPoint, RemovedShadow*
     }
     uint32_t length = 0;
     HeapText request(BuildRemoveShadowVolumeRequest(volumeName, mountPoint, &length));
-    return run_command(kRemove, std::move(request), length, errorText, log, *removed);
+    return run_command(kRemove, std::move(request), length, errorText, log, removed);
 }
 
 } // namespace
@@ -45,7 +45,7 @@ char* BuildCreateShadowVolumeRequest(const char* volumeName, const char* path,
 }
 
 int ScanCreateShadowVolumeReply(char* reply, int replyLength, char (&created)[kVolumeNameSize]) {
-    return scan_command(kCreate, reply, replyLength, created);
+    return scan_command(kCreate, reply, replyLength, &created);
 }
 
 int CreateShadowVolume(const char* volumeName, const char* path, const char* mountPoint,
@@ -58,7 +58,7 @@ int CreateShadowVolume(const char* volumeName, const char* path, const char* mou
     uint32_t length = 0;
     HeapText request(
         BuildCreateShadowVolumeRequest(volumeName, path, mountPoint, attributes, &length));
-    return run_command(kCreate, std::move(request), length, errorText, log, created);
+    return run_command(kCreate, std::move(request), length, errorText, log, &created);
 }
 
 char* BuildRemoveShadowVolumeRequest(const char* volumeName, const char* mountPoint,
@@ -70,7 +70,7 @@ char* BuildRemoveShadowVolumeRequest(const char* volumeName, const char* mountPo
 }
 
 int ScanRemoveShadowVolumeReply(char* reply, int replyLength, RemovedShadow* removed) {
-    return scan_command(kRemove, reply, replyLength, *removed);
+    return scan_command(kRemove, reply, replyLength, removed);
 }
 
 int RemoveShadowVolume(const char* volumeName, RemovedShadow* removed, ErrorText* errorText,
@@ -97,7 +97,7 @@ char* BuildRemoveShadowConfigurationRequest(const char* volumeName, const char* 
 
 int ScanRemoveShadowConfigurationReply(char* reply, int replyLength,
                                        char (&removed)[kVolumeNameSize]) {
-    return scan_command(kRemoveConfiguration, reply, replyLength, removed);
+    return scan_command(kRemoveConfiguration, reply, replyLength, &removed);
 }
 
 int RemoveShadowConfiguration(const char* volumeName, const char* mountPoint,
@@ -110,7 +110,7 @@ int RemoveShadowConfiguration(const char* volumeName, const char* mountPoint,
     uint32_t length = 0;
     HeapText request(
         BuildRemoveShadowConfigurationRequest(volumeName, mountPoint, shadowVolName, &length));
-    return run_command(kRemoveConfiguration, std::move(request), length, errorText, log, removed);
+    return run_command(kRemoveConfiguration, std::move(request), length, errorText, log, &removed);
 }
 
 } // namespace zrp

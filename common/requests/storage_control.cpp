@@ -61,7 +61,7 @@ XmlDocument build_action_request(uint32_t action, const char* volumeName) {
 XmlDocument build_mount_point_request(const char* volumeName) {
     XmlDocument document = start_control_request();
     WriteOpenGroup(document, command::get_volume_mount_point);
-    WriteTextElement(document, tag::volumeName, volumeName);
+    WriteReceivedName(document, tag::volumeName, volumeName);
     WriteCloseGroup(document, command::get_volume_mount_point);
     end_control_request(document);
     return document;

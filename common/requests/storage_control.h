@@ -3,10 +3,10 @@
 // Every operation asks the storage daemon by its own name and takes a log, which may be null: it
 // gets a dump of request and reply and a line for each failure.
 //
-// Results: 0; 22 for a bad argument (also a text that is_sendable refuses); 12 without memory and
-// for a name that does not fit into a request of 512 bytes; the transport's code; the server's
-// error; 2 for a reply that lacks what was asked for. Nothing was sent with 22 and with 12 for a
-// name.
+// Results: 0; 22 for a bad argument (also a text that is not sendable, xml_writer.h); 12 without
+// memory and for a name that does not fit into a request of 512 bytes; the transport's code; the
+// server's error; 2 for a reply that lacks what was asked for. Nothing was sent with 22 and with 12
+// for a name.
 #pragma once
 
 #include <cstddef>
@@ -49,7 +49,8 @@ int IPCBKSControlList(VolumeListCallback callback, void* userData, const LogCont
 // neither.
 int IPCBKSControlAction(const LogContext* log, uint32_t action, const char* volumeName);
 
-// Where a volume is mounted. mountPoint is emptied first. Returns 75 for a longer path.
+// Where a volume is mounted. The name may be one out of a reply (xml_writer.h). mountPoint is
+// emptied first. Returns 75 for a longer path.
 int IPCBKSControlActionGetMountPoint(const LogContext* log, const char* volumeName,
                                      StorageMountPoint& mountPoint);
 

@@ -94,7 +94,7 @@ char* BuildZrp2bksParmsRequest(int level, int resetAll, const char* words, uint3
 
 int ScanZrp2bksParmsReply(char* reply, int replyLength, DiagnosticChoice* record) {
     XmlElement envelope;
-    if (reply == nullptr || replyLength <= 0 ||
+    if (record == nullptr || reply == nullptr || replyLength <= 0 ||
         FindElement(diagnostic::zrp2bksDiagnosticReply, reply, reply + replyLength, &envelope) !=
             kOk) {
         return kInvalid;

@@ -7,6 +7,8 @@
 #include "../xml_writer.h"
 #include "query.h"
 
+#pragma GCC visibility push(hidden)
+
 namespace zrp {
 
 inline constexpr size_t kControlRequestRoom = 512;
@@ -23,3 +25,5 @@ struct ControlTrace {
 int exchange_control(const ControlTrace& trace, XmlDocument document, Reply* reply);
 
 } // namespace zrp
+
+#pragma GCC visibility pop

@@ -1,5 +1,6 @@
 #include "common/requests/volume_information.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 
@@ -66,13 +67,14 @@ int fill(const VolumeLayout& layout, const XmlElement& volume, void* record) {
 } // namespace
 
 char* BuildVolumeInformationRequest(const char* volumeName, uint32_t* length, int versionTag) {
-    if (strlen(volumeName) > kMaxAskedVolumeName) {
+    if (volumeName == nullptr || strlen(volumeName) > kMaxAskedVolumeName) {
+        errno = EINVAL;
         return nullptr;
     }
     XmlDocument document = start_document(kRequestRoom);
     WriteHead(document, tag::zrpConsoleRequest, tag::volumeInformation);
     WriteOpenGroup(document, tag::volume);
-    WriteTextElement(document, tag::name, volumeName);
+    WriteReceivedName(document, tag::name, volumeName);
     WriteIntElement(document, tag::versionTag, versionTag);
     WriteCloseGroup(document, tag::volume);
     WriteTrailer(document, tag::volumeInformation, tag::zrpConsoleRequest);
@@ -81,6 +83,9 @@ char* BuildVolumeInformationRequest(const char* volumeName, uint32_t* length, in
 
 int ScanVolumeInformationReply(char* reply, int replyLength, int* offset, int* versionTag,
                                VolumeRecord* record) {
+    if (offset == nullptr || versionTag == nullptr || record == nullptr) {
+        return kInvalid;
+    }
     XmlElement volume;
     int next = *offset;
     int rc = next_item(kVolumes, reply, replyLength, &next, &volume);

@@ -14,8 +14,9 @@ inline constexpr int kVolumeInformationVersion = 5; // what the monitor asks for
 
 inline constexpr size_t kMaxAskedVolumeName = 16; // characters of a name that can be asked for
 
-// The request for one volume, malloc'ed. Null without memory and for a name of more than 16
-// characters.
+// The request for one volume, malloc'ed. The name may be one out of a reply (xml_writer.h). Null
+// with errno 22 for a name that is null, has more than 16 characters or is not sendable, with errno
+// 12 without memory.
 char* BuildVolumeInformationRequest(const char* volumeName, uint32_t* length, int versionTag);
 
 // The next volume of a reply. *offset is 0 before the first call and is moved behind the volume;

@@ -54,6 +54,9 @@ char* BuildListVolumesRequest(int startIndex, uint32_t* length) {
 
 int ScanListVolumesReply(char* reply, int replyLength, int* offset, ListedName* name,
                          uint32_t* status, int32_t* volumeNumber) {
+    if (offset == nullptr) {
+        return kInvalid;
+    }
     XmlElement volume;
     int next = *offset;
     int rc = next_item(kVolumes, reply, replyLength, &next, &volume);
@@ -83,7 +86,9 @@ int ScanListVolumesReply(char* reply, int replyLength, int* offset, ListedName* 
 void ScanStartIndex(char* reply, int replyLength, int* startIndex) {
     uint32_t found = 0;
     GetStartIndex(reply, replyLength, &found);
-    *startIndex = static_cast<int>(found);
+    if (startIndex != nullptr) {
+        *startIndex = static_cast<int>(found);
+    }
 }
 
 } // namespace zrp

@@ -35,7 +35,7 @@ char* BuildCreateVolumeRequest(const char* volumeName, const char* mountPoint, i
 }
 
 int ScanCreateVolumeReply(char* reply, int replyLength, char (&created)[kVolumeNameSize]) {
-    return scan_command(kCreate, reply, replyLength, created);
+    return scan_command(kCreate, reply, replyLength, &created);
 }
 
 int CreateVolume(const char* volumeName, const char* mountPoint, int32_t attributes,
@@ -48,7 +48,7 @@ int CreateVolume(const char* volumeName, const char* mountPoint, int32_t attribu
     uint32_t length = 0;
     HeapText request(
         BuildCreateVolumeRequest(volumeName, mountPoint, attributes, volumeNumber, &length));
-    return run_command(kCreate, std::move(request), length, errorText, log, created);
+    return run_command(kCreate, std::move(request), length, errorText, log, &created);
 }
 
 char* BuildRemoveVolumeRequest(const char* volumeName, const char* options, uint32_t* length) {
@@ -59,7 +59,7 @@ char* BuildRemoveVolumeRequest(const char* volumeName, const char* options, uint
 }
 
 int ScanRemoveVolumeReply(char* reply, int replyLength, char (&removed)[kVolumeNameSize]) {
-    return scan_command(kRemove, reply, replyLength, removed);
+    return scan_command(kRemove, reply, replyLength, &removed);
 }
 
 int RemoveVolume(const char* volumeName, char (&removed)[kVolumeNameSize], ErrorText* errorText,
@@ -76,7 +76,7 @@ int RemoveVolumeWithOptions(const char* volumeName, const char* options,
     }
     uint32_t length = 0;
     HeapText request(BuildRemoveVolumeRequest(volumeName, options, &length));
-    return run_command(kRemove, std::move(request), length, errorText, log, removed);
+    return run_command(kRemove, std::move(request), length, errorText, log, &removed);
 }
 
 char* BuildModifyVolumeRequest(const char* volumeName, uint32_t grant, uint32_t revoke,
@@ -88,7 +88,7 @@ char* BuildModifyVolumeRequest(const char* volumeName, uint32_t grant, uint32_t 
 }
 
 int ScanModifyVolumeReply(char* reply, int replyLength, ModifiedVolume* volume) {
-    return scan_command(kModify, reply, replyLength, *volume);
+    return scan_command(kModify, reply, replyLength, volume);
 }
 
 int ModifyVolume(const char* volumeName, uint32_t grant, uint32_t revoke, ModifiedVolume* volume,
@@ -99,7 +99,7 @@ int ModifyVolume(const char* volumeName, uint32_t grant, uint32_t revoke, Modifi
     }
     uint32_t length = 0;
     HeapText request(BuildModifyVolumeRequest(volumeName, grant, revoke, &length));
-    return run_command(kModify, std::move(request), length, errorText, log, *volume);
+    return run_command(kModify, std::move(request), length, errorText, log, volume);
 }
 
 char* BuildPurgeVolumeRequest(const char* volumeName, uint32_t* length) {
@@ -107,11 +107,14 @@ char* BuildPurgeVolumeRequest(const char* volumeName, uint32_t* length) {
 }
 
 int ScanPurgeVolumeReply(char* reply, int replyLength, char (&purged)[kVolumeNameSize]) {
-    return scan_command(kPurge, reply, replyLength, purged);
+    return scan_command(kPurge, reply, replyLength, &purged);
 }
 
 int GetVolumeInformation(const char* volumeName, int* versionTag, VolumeRecord* record,
                          ErrorText* errorText, const LogContext* log) {
+    if (versionTag == nullptr || record == nullptr) {
+        return kInvalid;
+    }
     int rc = check_volume_name(volumeName, log);
     if (rc != kOk) {
         return rc;

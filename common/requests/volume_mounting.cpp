@@ -109,7 +109,7 @@ char* BuildMountAllRequest(uint32_t* length) {
 }
 
 int ScanMountAllReply(char* reply, int replyLength, int* offset, char (&name)[kVolumeNameSize]) {
-    return scan_next(kMountAll, reply, replyLength, offset, name);
+    return scan_next(kMountAll, reply, replyLength, offset, &name);
 }
 
 char* BuildDismountAllRequest(uint32_t* length) {
@@ -117,7 +117,7 @@ char* BuildDismountAllRequest(uint32_t* length) {
 }
 
 int ScanDismountAllReply(char* reply, int replyLength, int* offset, char (&name)[kVolumeNameSize]) {
-    return scan_next(kDismountAll, reply, replyLength, offset, name);
+    return scan_next(kDismountAll, reply, replyLength, offset, &name);
 }
 
 char* BuildMountVolumesRequest(const char* volumes, uint32_t* length) {
@@ -125,11 +125,14 @@ char* BuildMountVolumesRequest(const char* volumes, uint32_t* length) {
 }
 
 int ScanMountVolumesReply(char* reply, int replyLength, int* offset, MountedVolume* volume) {
-    return scan_next(kMount, reply, replyLength, offset, *volume);
+    return scan_next(kMount, reply, replyLength, offset, volume);
 }
 
 int MountVolumes(const char* volumes, MountCallback callback, void* context, ErrorText* errorText,
                  const LogContext* log) {
+    if (callback == nullptr) {
+        return kInvalid;
+    }
     size_t count = 0;
     const int rc = count_volume_words(volumes, &count, log);
     if (rc != kOk) {
@@ -150,11 +153,14 @@ char* BuildDismountVolumesRequest(const char* volumes, uint32_t* length) {
 }
 
 int ScanDismountVolumesReply(char* reply, int replyLength, int* offset, DismountedVolume* volume) {
-    return scan_next(kDismount, reply, replyLength, offset, *volume);
+    return scan_next(kDismount, reply, replyLength, offset, volume);
 }
 
 int DismountVolumes(const char* volumes, DismountCallback callback, void* context,
                     ErrorText* errorText, const LogContext* log) {
+    if (callback == nullptr) {
+        return kInvalid;
+    }
     size_t count = 0;
     const int rc = count_volume_words(volumes, &count, log);
     if (rc != kOk) {

@@ -4,7 +4,8 @@
 // most 15 characters with blanks, tabs, line ends, commas, semicolons or colons between them. The
 // words "VOLUME" and "VOLUMES", in any case, are left out wherever they stand, so that
 // "volumes DATA, HOME" names two volumes. NAME=NUMBER mounts a volume under that number; a number
-// has no meaning for a dismount and is refused there.
+// has no meaning for a dismount and is refused there. A name that holds an entity cannot be named
+// so, since its semicolon ends the word: its "&" is then refused.
 //
 //  - Mounting or dismounting all has a builder and a scanner, the named forms an operation too.
 //  - A builder returns a malloc'ed document, or null with errno 12 without memory and 22 for a text

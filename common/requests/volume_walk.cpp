@@ -38,6 +38,9 @@ int visit_page(const Reply& reply, VolumeCallback callback, void* context) {
 }
 
 int visit_all(VolumeCallback callback, const RequestHooks* hooks, void* context) {
+    if (callback == nullptr) {
+        return kInvalid;
+    }
     int startIndex = 0;
     for (int page = 0; startIndex != kNoNextPage; page++) {
         if (page == kMaxVolumePages) {
@@ -97,6 +100,9 @@ int GetVolumes(VolumeCallback callback, const RequestHooks* hooks, void* context
 }
 
 int GetVolumeArray(VolumeCallback callback, const RequestHooks* hooks, void* context) {
+    if (callback == nullptr) {
+        return kInvalid;
+    }
     VolumeArray array;
     int rc = visit_all(append, hooks, &array);
     for (size_t i = 0; rc == kOk && i < array.count; i++) {
@@ -106,6 +112,9 @@ int GetVolumeArray(VolumeCallback callback, const RequestHooks* hooks, void* con
 }
 
 int GetValidVolumes(VolumeCallback callback, const RequestHooks* hooks, void* context) {
+    if (callback == nullptr) {
+        return kInvalid;
+    }
     ValidVolumes walk = {callback, hooks, context};
     return visit_all(visit_valid, hooks, &walk);
 }

@@ -138,6 +138,13 @@ TEST(Package, HoldsEveryHeaderButThoseThatAreInternal) {
     EXPECT_FALSE(expected.contains("exchange.h"));
 }
 
+TEST(Package, HoldsNoHeaderThatCallsItselfInternal) {
+    for (const std::string& header : headers_below(kHeaders)) {
+        EXPECT_EQ(contents(kHeaders / header).find("Internal to the library"), std::string::npos)
+            << header;
+    }
+}
+
 TEST(Package, EachHeaderCompilesAlone) {
     for (const std::string& header : headers_below(kHeaders)) {
         const Outcome outcome =

@@ -39,14 +39,15 @@ inline std::vector<PeerScript> answer_with(const std::vector<std::string>& repli
 
 // Texts that would break a document, and null.
 inline const std::vector<const char*>& unsendable_texts() {
-    static const std::vector<const char*> texts = {nullptr, "<", "a<b>", "</x>", "\x01", "a\x1Fz"};
+    static const std::vector<const char*> texts = {nullptr,  "<",   "a<b>",  "</x>", "\x01",
+                                                   "a\x1Fz", "R&D", "&nbsp", "&#1;"};
     return texts;
 }
 
 // Texts that stand in a document as they are: none, markup characters, entities, a long one.
 inline const std::vector<std::string>& sendable_texts() {
     static const std::vector<std::string> texts = {
-        "", "R&amp;D", "a>b", "\"q\"'s", "Gr\xC3\xBC n", std::string(5000, 'x')};
+        "", "R&amp;D", "&#228;&#xE4;", "a>b", "\"q\"'s", "Gr\xC3\xBC n", std::string(5000, 'x')};
     return texts;
 }
 

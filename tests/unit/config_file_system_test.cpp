@@ -4,6 +4,7 @@
 #include "common/config/file_system.h"
 #include "common/result.h"
 #include "config_test_files.h"
+#include "failing_malloc.h"
 
 namespace zrp {
 namespace {
@@ -121,6 +122,16 @@ TEST_F(FileSystemTest, APathThatCannotBeCreatedGivesTheErrorOfTheSystem) {
     EXPECT_EQ(errno, EINVAL);
 }
 
+TEST_F(FileSystemTest, WithoutMemoryForThePathNothingIsCreated) {
+    const std::string deep = in("a/b");
+    const FailingMalloc failing(deep.size() + 1);
+    errno = 0;
+    EXPECT_EQ(MakeDirPath(deep.c_str(), 0755), -1);
+    EXPECT_EQ(errno, ENOMEM);
+    EXPECT_EQ(MakeDirectories(deep.c_str()), ENOMEM);
+    EXPECT_FALSE(test::exists(in("a")));
+}
+
 TEST_F(FileSystemTest, DirectoriesOfToolsHaveTheirMode) {
     EXPECT_EQ(MakeDirectories(in("a/b").c_str()), kOk);
     EXPECT_EQ(test::mode_of(in("a")), 0744U);
@@ -167,14 +178,15 @@ TEST_F(FileSystemTest, ALinkThatCannotBeCreatedGivesTheErrorOfTheSystem) {
               ENOENT);
 }
 
-TEST_F(FileSystemTest, AFullDiskLeavesNeitherFileNorLink) {
+TEST_F(FileSystemTest, AFullDiskLeavesAPartOfTheFileAndNoLink) {
     const int rc = test::in_child([this] {
         test::limit_file_size(4);
         return CreateFileAndLink(directory.c_str(), in("new").c_str(), in("link").c_str(),
                                  "content");
     });
     EXPECT_EQ(rc, EFBIG);
-    EXPECT_FALSE(test::exists(in("new")));
+    EXPECT_EQ(test::read_file(in("new")), "cont");
+    EXPECT_EQ(test::mode_of(in("new")), 0644U);
     EXPECT_FALSE(test::exists(in("link")));
 }
 

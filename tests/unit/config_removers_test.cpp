@@ -1,8 +1,15 @@
 #include "common/config/config_removers.h"
 
+#include <cerrno>
+#include <cstddef>
+#include <iterator>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <set>
 #include <sstream>
+#include <sys/prctl.h>
 #include <sys/ptrace.h>
+#include <sys/syscall.h>
 
 #include "common/config/config_appenders.h"
 #include "common/config/config_lines.h"
@@ -50,6 +57,23 @@ bool includes_lines(const std::string& text, const std::string& wanted) {
         }
     }
     return true;
+}
+
+// Lets every renaming of this process fail, as on a broken disk.
+bool forbid_renaming() {
+    sock_filter program[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+#ifdef SYS_rename
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_rename, 2, 0),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_renameat, 1, 0),
+#endif
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_renameat2, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EIO),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    const sock_fprog filter = {std::size(program), program};
+    return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
 }
 
 enum class End { kKilled, kFinished, kNotPermitted };
@@ -283,6 +307,21 @@ TEST_F(ConfigRemoversTest, AFileThatCannotBeDeletedStays) {
     EXPECT_EQ(rc, kNotFound);
     EXPECT_EQ(content(), "A 1\nB 2\n");
     EXPECT_EQ(test::read_file(temporary()), "STALE x\n");
+}
+
+TEST_F(ConfigRemoversTest, ACopyThatCannotBeRenamedKeepsTheLinesForTheNextRewrite) {
+    write("A 1\nB 2\n");
+    const int rc = test::in_child(
+        [this]() -> int { return forbid_renaming() ? remove("A") : test::kNotPermitted; });
+    if (rc == test::kNotPermitted) {
+        GTEST_SKIP() << "no system call filters here";
+    }
+    EXPECT_EQ(rc, kNotFound);
+    EXPECT_FALSE(test::exists(path));
+    EXPECT_EQ(test::read_file(temporary()), "B 2\n");
+    EXPECT_EQ(remove("NO_SUCH_KEY"), kOk);
+    EXPECT_EQ(content(), "B 2\n");
+    EXPECT_FALSE(test::exists(temporary()));
 }
 
 TEST_F(ConfigRemoversTest, AProcessKilledAtAnyStepLosesNoLine) {

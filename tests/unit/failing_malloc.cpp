@@ -1,14 +1,19 @@
 #include "failing_malloc.h"
 
 #include <cerrno>
+#include <cstring>
 #include <new>
 
-// The linker sends every malloc of this program through __wrap_malloc, and every new (std::nothrow)
-// through the other one, whose name is the compiler's for that operator.
+// The linker sends every malloc of this program through __wrap_malloc, and so on; the last one is
+// new (std::nothrow) under the compiler's name for that operator.
 extern "C" {
 [[gnu::weak]] void* __real_malloc(size_t size);
+[[gnu::weak]] void* __real_realloc(void* block, size_t size);
+[[gnu::weak]] char* __real_strdup(const char* text);
 [[gnu::weak]] void* __real__ZnwmRKSt9nothrow_t(size_t size, const std::nothrow_t& tag);
 void* __wrap_malloc(size_t size);
+void* __wrap_realloc(void* block, size_t size);
+char* __wrap_strdup(const char* text);
 void* __wrap__ZnwmRKSt9nothrow_t(size_t size, const std::nothrow_t& tag);
 }
 
@@ -28,6 +33,19 @@ void* __wrap_malloc(size_t size) {
         return nullptr;
     }
     return __real_malloc(size);
+}
+
+void* __wrap_realloc(void* block, size_t size) {
+    if (fails(size)) {
+        errno = ENOMEM;
+        return nullptr;
+    }
+    return __real_realloc(block, size);
+}
+
+// Leaves errno alone: who promises ENOMEM sets it.
+char* __wrap_strdup(const char* text) {
+    return fails(strlen(text) + 1) ? nullptr : __real_strdup(text);
 }
 
 void* __wrap__ZnwmRKSt9nothrow_t(size_t size, const std::nothrow_t& tag) {

@@ -5,7 +5,8 @@
 
 namespace zrp {
 
-// While it lives, malloc and new (std::nothrow) of exactly that size give null to this thread.
+// While it lives, malloc, realloc, strdup and new (std::nothrow) of exactly that size give null to
+// this thread.
 class FailingMalloc {
 public:
     explicit FailingMalloc(size_t size);

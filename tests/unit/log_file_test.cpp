@@ -179,11 +179,35 @@ TEST_F(LogFile, WithoutRootALogIsNotOpenedASecondTime) {
         }
         EXPECT_EQ(operations().LogOpen(path.c_str()), 0);
         EXPECT_EQ(complaint_of_opening(path.c_str(), kNotFound), "f_open(" + path + ") == NULL\n");
-        EXPECT_EQ(operations().SetLogMode(kLogModeDefault), 0);
         operations().LogInfo("the first stream goes on");
         EXPECT_EQ(contents(), "[i TIME] the first stream goes on\n");
         return true;
     });
+}
+
+TEST_F(LogFile, ADefaultModeThatCannotOpenTheFileAgainDropsMessages) {
+    for (const int code : {0, 9}) {
+        ASSERT_EQ(operations().LogOpen(path.c_str()), 0);
+        operations().LogInfo("before");
+        const ptrdiff_t before = open_descriptors();
+        std::filesystem::remove(path);
+        std::filesystem::create_directory(path);
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(operations().SetLogMode(code), 0);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+        EXPECT_EQ(log.mode, code);
+        EXPECT_EQ(log.fileOpen, 0);
+        EXPECT_EQ(log.stream, nullptr);
+        EXPECT_EQ(open_descriptors(), before - 1);
+        std::filesystem::remove(path);
+        operations().LogInfo("dropped");
+        EXPECT_FALSE(std::filesystem::exists(path));
+        EXPECT_EQ(operations().SetLogMode(code), 0);
+        operations().LogInfo("after");
+        EXPECT_EQ(contents(), "[i TIME] after\n");
+        operations().LogClose();
+        std::filesystem::remove(path);
+    }
 }
 
 TEST_F(LogFile, EveryModeCodeReturnsZeroAndOnlySomeAreRecorded) {

@@ -69,7 +69,7 @@ TEST(ScanCommand, ARecordIsFilledWholeOrNotAtAll) {
         for (const std::string& text : {wrap(pair), wrap(half), wrap("")}) {
             Pair record = {"old", 77};
             const int rc = scan_command(command, ExactBlock(text).begin(),
-                                        static_cast<int>(text.size()), record);
+                                        static_cast<int>(text.size()), &record);
             EXPECT_EQ(rc, text == wrap(pair) ? int{kOk} : int{kInvalid}) << text;
             EXPECT_STREQ(record.name, rc == kOk ? "x" : "old");
             EXPECT_EQ(record.number, rc == kOk ? 5 : 77);
@@ -82,7 +82,7 @@ TEST(ScanCommand, ATextInACdataSectionMayLookLikeMarkup) {
         reply_with("evaluate", "<name><![CDATA[a<b]]></name><id><![CDATA[5]]></id>");
     const ExactBlock copy(text);
     Pair record = {"old", 77};
-    EXPECT_EQ(scan_command(kPlain, copy.begin(), static_cast<int>(text.size()), record), kOk);
+    EXPECT_EQ(scan_command(kPlain, copy.begin(), static_cast<int>(text.size()), &record), kOk);
     EXPECT_STREQ(record.name, "a<b");
     EXPECT_EQ(record.number, 5);
 }
@@ -94,17 +94,17 @@ TEST(ScanNext, TheEndIsToldFromAMalformedItem) {
     const auto length = static_cast<int>(text.size());
     Pair record = {"old", 77};
     int offset = 0;
-    EXPECT_EQ(scan_next(kList, copy.begin(), length, &offset, record), kOk);
+    EXPECT_EQ(scan_next(kList, copy.begin(), length, &offset, &record), kOk);
     const int behindFirst = offset;
-    EXPECT_EQ(scan_next(kList, copy.begin(), length, &offset, record), kInvalid);
+    EXPECT_EQ(scan_next(kList, copy.begin(), length, &offset, &record), kInvalid);
     EXPECT_EQ(offset, behindFirst);
     EXPECT_STREQ(record.name, "x");
     offset = length - 20;
-    EXPECT_EQ(scan_next(kList, copy.begin(), length, &offset, record), kRange);
+    EXPECT_EQ(scan_next(kList, copy.begin(), length, &offset, &record), kRange);
     offset = length;
-    EXPECT_EQ(scan_next(kList, copy.begin(), length, &offset, record), kRange);
+    EXPECT_EQ(scan_next(kList, copy.begin(), length, &offset, &record), kRange);
     offset = -1;
-    EXPECT_EQ(scan_next(kList, copy.begin(), length, &offset, record), kRange);
+    EXPECT_EQ(scan_next(kList, copy.begin(), length, &offset, &record), kRange);
 }
 
 using ReplyStart = CatalogueTest;

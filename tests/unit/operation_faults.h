@@ -48,6 +48,9 @@ struct Fault {
     std::optional<PeerScript> script; // nothing: nobody listens
     int code;
     const char* errorText; // of the server's error; null for a failed exchange
+    // The exchange is as good as any, but the reply holds nothing: what becomes of that is the
+    // operation's own, the code is that of most.
+    bool isSpoilt = false;
 };
 
 inline std::vector<Fault> faults() {
@@ -68,6 +71,9 @@ inline std::vector<Fault> faults() {
              read_request(),
              send_bytes(reply("<r><writeResult><error>disk full</error></writeResult></r>"))},
          kWriteError, "disk full"},
+        {"zero length", PeerScript{read_request(), send_bytes(reply(""))}, kInvalid, "", true},
+        {"early close", PeerScript{read_request(), send_bytes(reply_header(20) + "<zrpCons")},
+         kInvalid, "", true},
     };
 }
 
@@ -81,11 +87,17 @@ protected:
         IPCServTerm();
     }
 
+    // What an operation makes of a reply that holds nothing.
+    struct Spoilt {
+        int code = kInvalid;
+        const char* log = "";
+    };
+
     // Runs the operation under every fault of the daemon and expects its code and the one line
-    // "<prefix>CODE" for a failed exchange.
+    // "IPCServRequest rc=CODE" for a failed exchange.
     using Operation = std::function<int(ErrorText* errorText, LogContext* log)>;
     void expect_faults(const char* socketName, const Operation& operation,
-                       const std::string& prefix = "IPCServRequest rc=") {
+                       const Spoilt& spoilt = {kInvalid, ""}) {
         for (const Fault& fault : faults()) {
             SCOPED_TRACE(fault.name);
             empty_file();
@@ -94,16 +106,23 @@ protected:
                 peer.emplace(socketName, std::vector<PeerScript>{*fault.script});
             }
             ErrorText errorText = "untouched";
-            EXPECT_EQ(operation(&errorText, log), fault.code);
+            const int code = fault.isSpoilt ? spoilt.code : fault.code;
+            EXPECT_EQ(operation(&errorText, log), code);
             EXPECT_STREQ(errorText, fault.errorText == nullptr ? "untouched" : fault.errorText);
-            EXPECT_EQ(contents(), fault.errorText != nullptr
-                                      ? ""
-                                      : "[! TIME] " + prefix + std::to_string(fault.code) + "\n");
-            EXPECT_EQ(operation(nullptr, nullptr), fault.code);
+            EXPECT_EQ(contents(), fault.isSpoilt               ? spoilt.log
+                                  : fault.errorText != nullptr ? ""
+                                                               : exchange_line(code));
+            EXPECT_EQ(operation(nullptr, nullptr), code);
         }
+    }
+
+    static std::string exchange_line(int code) {
+        return "[! TIME] IPCServRequest rc=" + std::to_string(code) + "\n";
     }
 
     LogContext* log;
 };
+
+inline constexpr const char* kReplyStartLine = "[! TIME] error from reply start\n";
 
 } // namespace zrp

@@ -54,10 +54,12 @@ TEST_F(RunOperation, TheLogGetsRequestAndReply) {
 }
 
 TEST_F(RunOperation, EachFaultHasItsCodeAndItsLine) {
-    expect_faults(kMainDaemonSocket, [](ErrorText* errorText, LogContext* to) {
-        Reply answer;
-        return run_naming("DATA", errorText, to, &answer);
-    });
+    expect_faults(kMainDaemonSocket,
+                  [](ErrorText* errorText, LogContext* to) {
+                      Reply answer;
+                      return run_naming("DATA", errorText, to, &answer);
+                  },
+                  {kOk, ""});
 }
 
 TEST_F(RunOperation, WithoutADefaultPeerNothingIsTried) {
@@ -130,10 +132,12 @@ TEST(FindCommand, LooksInsideTheEnvelope) {
 }
 
 TEST(Sendable, OrdinaryTextAndEntitiesAreSent) {
-    for (const char* text : {"", "DATA", "R&amp;D",
-                             "Gr\xC3\xB6\xC3\x9F"
-                             "e",
-                             "a > b", "line 1\r\n\tline 2", "\x7F", "\"'"}) {
+    for (const char* text :
+         {"", "DATA", "R&amp;D",
+          "Gr\xC3\xB6\xC3\x9F"
+          "e",
+          "a > b", "line 1\r\n\tline 2", "\x7F", "\"'", "&amp;&lt;&gt;&quot;&apos;",
+          "&#9;&#10;&#13;&#32;&#0228;&#xe4;&#xE4;&#x10FFFF;&#xD7FF;&#xE000;"}) {
         EXPECT_TRUE(is_sendable(text)) << text;
         XmlDocument document = start_document(kRoom);
         EXPECT_GT(WriteTextElement(document, tag::name, text), 0);
@@ -141,9 +145,57 @@ TEST(Sendable, OrdinaryTextAndEntitiesAreSent) {
     }
 }
 
+TEST(Sendable, ANameOutOfAReplyMayHoldAnyAmpersand) {
+    for (const char* text : {"R&D", "&", "&#0;", "&nbsp;", "R&amp;D", ""}) {
+        XmlDocument document = start_document(kRoom);
+        EXPECT_GT(WriteReceivedName(document, tag::name, text), 0);
+        EXPECT_EQ(std::string(document.text.get()), "<name>" + std::string(text) + "</name>");
+    }
+    for (const char* text : {"<", "a\x1F", static_cast<const char*>(nullptr)}) {
+        XmlDocument document = start_document(kRoom);
+        EXPECT_EQ(WriteReceivedName(document, tag::name, text), 0);
+        uint32_t length = 77;
+        errno = 0;
+        EXPECT_EQ(finish_document(document, &length), nullptr);
+        EXPECT_EQ(errno, EINVAL);
+    }
+}
+
 TEST(Sendable, MarkupAndControlCharactersEndTheDocument) {
-    for (const char* text :
-         {"<", "a<b", "\x01", "a\x1F", "\x0B", "\x1B[31m", static_cast<const char*>(nullptr)}) {
+    for (const char* text : {"<",
+                             "a<b",
+                             "\x01",
+                             "a\x1F",
+                             "\x0B",
+                             "\x1B[31m",
+                             "R&D",
+                             "&",
+                             "a&",
+                             "&amp",
+                             "&Amp;",
+                             "&nbsp;",
+                             "& amp;",
+                             "&&amp;",
+                             "&#",
+                             "&#;",
+                             "&#12",
+                             "&#x;",
+                             "&#xG;",
+                             "&#X41;",
+                             "&#-65;",
+                             "&#+65;",
+                             "&# 65;",
+                             "&#65 ;",
+                             "&#0;",
+                             "&#1;",
+                             "&#x1F;",
+                             "&#xD800;",
+                             "&#xDFFF;",
+                             "&#xFFFE;",
+                             "&#xFFFF;",
+                             "&#x110000;",
+                             "&#99999999999999999999;",
+                             static_cast<const char*>(nullptr)}) {
         EXPECT_FALSE(is_sendable(text));
         XmlDocument documents[4];
         for (XmlDocument& document : documents) {

@@ -1,5 +1,6 @@
 #include "common/requests/server_settings.h"
 
+#include <cerrno>
 #include <memory>
 #include <string>
 #include <unistd.h>
@@ -46,7 +47,9 @@ TEST(BuildSetRequest, WithNameAndValueItSetsTheValue) {
 }
 
 TEST(BuildSetRequest, AValueWithoutANameIsRefused) {
+    errno = 0;
     EXPECT_EQ(request(nullptr, "DEBUG"), "null");
+    EXPECT_EQ(errno, EINVAL);
 }
 
 TEST(BuildSetRequest, TheRoomGrowsWithTheValueOnly) {

@@ -94,12 +94,15 @@ TEST_F(StorageFilter, TheListsFaultsHaveTheirLines) {
             peer.emplace(kStorageDaemonSocket, std::vector<PeerScript>{*fault.script});
         }
         Filters filters;
-        EXPECT_EQ(IPCBKSControlFilterList(collect, &filters, log), fault.code);
+        const int code = fault.isSpoilt ? int{kOk} : fault.code; // a list of no filter
+        EXPECT_EQ(IPCBKSControlFilterList(collect, &filters, log), code);
         EXPECT_EQ(contents(),
                   std::string("[! TIME] IPCBKSControlFilterList: ") +
-                      (fault.errorText == nullptr ? "IPCServRequestEx" : "CheckForError") +
-                      "() rc=" + std::to_string(fault.code) + "\n");
-        EXPECT_EQ(IPCBKSControlFilterList(collect, &filters, nullptr), fault.code);
+                      (fault.isSpoilt ? "XML_GetTagElement(\"list\") rc=2\n"
+                                      : (fault.errorText == nullptr ? "IPCServRequestEx() rc="
+                                                                    : "CheckForError() rc=") +
+                                            std::to_string(code) + "\n"));
+        EXPECT_EQ(IPCBKSControlFilterList(collect, &filters, nullptr), code);
     }
 }
 
@@ -183,6 +186,7 @@ TEST_F(StorageFilter, ABadArgumentIsNotSent) {
     EXPECT_EQ(IPCBKSControlFilterList(nullptr, &filters, log), kInvalid);
     EXPECT_EQ(IPCBKSControlFilterSet(log, nullptr, 1), kInvalid);
     EXPECT_EQ(IPCBKSControlFilterSet(log, "a</name>", 1), kInvalid);
+    EXPECT_EQ(IPCBKSControlFilterSet(log, "a&b", 1), kInvalid);
     EXPECT_EQ(IPCBKSControlFilterSet(log, std::string(kRoom, 'x').c_str(), 1), kNoMemory);
     {
         const FailingMalloc failing(kRoom);
@@ -212,6 +216,18 @@ TEST_F(StorageFilter, TheSimulatedServerKeepsWhatIsSet) {
     EXPECT_EQ(strtoul(value_of(log, "events").c_str(), nullptr, 0), 0U);
     EXPECT_EQ(IPCBKSControlFilterReset(log), kOk);
     EXPECT_EQ(value_of(log, "events"), before);
+    EXPECT_EQ(contents(), "");
+}
+
+TEST_F(StorageFilter, TheRefusalOfAnUnknownNameIsNotLookedAt) {
+    const SimulatedServer server;
+    ASSERT_TRUE(server.ready());
+    Filters before;
+    Filters after;
+    ASSERT_EQ(IPCBKSControlFilterList(collect, &before, log), kOk);
+    EXPECT_EQ(IPCBKSControlFilterSet(log, "no such filter", 1), kOk);
+    ASSERT_EQ(IPCBKSControlFilterList(collect, &after, log), kOk);
+    EXPECT_EQ(after, before);
     EXPECT_EQ(contents(), "");
 }
 

@@ -89,6 +89,15 @@ TEST(PurgeVolumeRequest, HoldsTheName) {
               request_with("purgeVolume", "<volumeName>DATA</volumeName>"));
 }
 
+TEST(PurgeVolumeRequest, NeedsMemory) {
+    const FailingMalloc failing(strlen("DATA") + 255);
+    uint32_t length = 77;
+    errno = 0;
+    EXPECT_EQ(BuildPurgeVolumeRequest("DATA", &length), nullptr);
+    EXPECT_EQ(errno, ENOMEM);
+    EXPECT_EQ(length, 77U);
+}
+
 // The replies that hold nothing but the volume's name.
 struct NameScan {
     const char* command;

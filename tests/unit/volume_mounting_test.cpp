@@ -29,6 +29,17 @@ TEST(MountAllRequest, HasNoChildren) {
               "<zrpConsoleRequest pid=\"PID\"><dismountAll/></zrpConsoleRequest>");
 }
 
+TEST(MountAllRequest, NeedsMemory) {
+    const FailingMalloc failing(256);
+    for (const auto build : {BuildMountAllRequest, BuildDismountAllRequest}) {
+        uint32_t length = 77;
+        errno = 0;
+        EXPECT_EQ(build(&length), nullptr);
+        EXPECT_EQ(errno, ENOMEM);
+        EXPECT_EQ(length, 77U);
+    }
+}
+
 TEST(MountVolumesRequest, HasAGroupForEachVolume) {
     EXPECT_EQ(mount_request("VOLUMES DATA, HOME=12"),
               "<zrpConsoleRequest pid=\"PID\"><mountVolumes>\n"

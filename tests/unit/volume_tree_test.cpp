@@ -56,9 +56,11 @@ TEST_F(VolumeTree, ANameOfFifteenCharactersIsSentAndALongerOneIsNot) {
 }
 
 TEST_F(VolumeTree, EachFaultHasItsCodeAndItsLine) {
-    expect_faults(kMainDaemonSocket, [](ErrorText* errorText, LogContext* to) {
-        return VolumeTreeControl("DATA", 3, errorText, to);
-    });
+    expect_faults(kMainDaemonSocket,
+                  [](ErrorText* errorText, LogContext* to) {
+                      return VolumeTreeControl("DATA", 3, errorText, to);
+                  },
+                  {kOk, ""});
 }
 
 TEST_F(VolumeTree, WithoutMemoryTheLogSaysSo) {

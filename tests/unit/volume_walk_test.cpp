@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "common/result.h"
+#include "failing_malloc.h"
 #include "tests/support/scripted_peer.h"
 
 namespace zrp {
@@ -142,6 +143,21 @@ TEST_P(VolumeWalk, LogsAFailedExchange) {
               std::vector<std::string>{"IPCServRequest rc=" + std::to_string(ECONNREFUSED)});
 }
 
+TEST_P(VolumeWalk, WithoutMemoryForItsRequestNothingIsSent) {
+    constexpr size_t kRequestRoom = 256;
+    ScriptedPeer peer(kMainDaemonSocket, {answer(volume(0, "2"))});
+    const RequestHooks hooks = {keep_dump, keep_log};
+    dumped().clear();
+    Visits visits;
+    {
+        const FailingMalloc failing(kRequestRoom);
+        EXPECT_EQ(walk(&visits, &hooks), kNoMemory);
+    }
+    EXPECT_TRUE(visits.seen.empty());
+    EXPECT_TRUE(dumped().empty());
+    EXPECT_EQ(peer.connections(), 0U);
+}
+
 TEST(GetVolumes, KeepsTheFirstPageWhenTheSecondFails) {
     IPCServInit(kMainDaemonSocket);
     const ScriptedPeer peer(kMainDaemonSocket,
@@ -159,6 +175,23 @@ TEST(GetVolumeArray, CallsNothingUnlessTheWholeListIsThere) {
     Visits visits;
     EXPECT_EQ(GetVolumeArray(visit, nullptr, &visits), 5);
     EXPECT_TRUE(visits.seen.empty());
+    IPCServTerm();
+}
+
+// The array grows by one record for each volume, over the pages.
+TEST(GetVolumeArray, WithoutMemoryForARecordCallsNothing) {
+    IPCServInit(kMainDaemonSocket);
+    constexpr size_t kVolumes = 3;
+    for (size_t count = 1; count <= kVolumes + 1; count++) {
+        const ScriptedPeer peer(kMainDaemonSocket, {answer("<startIndex>2</startIndex>" +
+                                                           volume(0, "2") + volume(1, "2")),
+                                                    answer(volume(2, "2"))});
+        Visits visits;
+        const FailingMalloc failing(count * sizeof(ListedVolume));
+        const bool isReached = count <= kVolumes;
+        EXPECT_EQ(GetVolumeArray(visit, nullptr, &visits), isReached ? kNoMemory : kOk) << count;
+        EXPECT_EQ(visits.seen.size(), isReached ? 0U : kVolumes);
+    }
     IPCServTerm();
 }
 

@@ -1,4 +1,4 @@
-#include "genericCode.h"
+#include "common/genericCode.h"
 
 // The assertion below guards a shift whose result would be undefined, so it stays in every build.
 #undef NDEBUG
@@ -13,7 +13,7 @@
 #include <iterator>
 #include <limits>
 
-#include "result.h"
+#include "common/result.h"
 
 namespace zrp {
 namespace {
@@ -40,7 +40,7 @@ constexpr unsigned kAssertLine = 183;
 const SizeUnit& unit_of(uint64_t size) {
     size_t i = 0;
     while (i + 1 < std::size(kSizeUnits) && size >> kSizeUnits[i + 1].shift != 0) {
-        ++i;
+        i++;
     }
     return kSizeUnits[i];
 }
@@ -89,8 +89,8 @@ bool start_report(ParseReport& report, int* status, size_t capacity, size_t* len
     return true;
 }
 
-__attribute__((format(printf, 3, 4))) void refuse(const ParseReport& report, int status,
-                                                  const char* format, ...) {
+[[gnu::format(printf, 3, 4)]] void refuse(const ParseReport& report, int status, const char* format,
+                                          ...) {
     *report.status = status;
     if (report.capacity == 0) {
         return;
@@ -105,7 +105,7 @@ __attribute__((format(printf, 3, 4))) void refuse(const ParseReport& report, int
 
 const char* skip_white_space(const char* text) {
     while (isspace(static_cast<unsigned char>(*text)) != 0) {
-        ++text;
+        text++;
     }
     return text;
 }

@@ -8,7 +8,7 @@ namespace zrp {
 
 struct FreeDeleter {
     void operator()(void* block) const {
-        std::free(block);
+        free(block);
     }
 };
 

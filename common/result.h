@@ -8,7 +8,8 @@
 //     exchange. The transport returns a malloc'ed reply that is NOT NUL-terminated; the caller
 //     frees it after scanning. heap_text.h has the guard for both.
 //  4. A range is a start pointer and an end pointer one past its last character.
-//  5. Nothing throws and nothing writes to the terminal.
+//  5. Nothing throws, and nothing writes to the terminal but the log, which tells on standard error
+//     why it has no file, and ScanThreadsReply, which tells each field that a reply lacks.
 //  6. In requests/, null in the place of an output, an offset or a callback is refused before
 //     anything is scanned or sent, unless the header says that it may be null: a scanner and an
 //     operation return kInvalid, a builder returns null with errno EINVAL. So it is with a null

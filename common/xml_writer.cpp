@@ -15,7 +15,7 @@ namespace {
 
 constexpr size_t kNumberText = 24; // the digits, sign and terminator of any 64-bit number
 
-__attribute__((format(printf, 2, 3))) int append(XmlDocument& document, const char* format, ...) {
+[[gnu::format(printf, 2, 3)]] int append(XmlDocument& document, const char* format, ...) {
     if (document.failed) {
         return 0;
     }

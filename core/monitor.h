@@ -55,6 +55,6 @@ void open_trace();
 void close_trace();
 
 // Writes one event to the debug trace and flushes it; does nothing without a trace.
-__attribute__((format(printf, 1, 2))) void trace(const char* format, ...);
+[[gnu::format(printf, 1, 2)]] void trace(const char* format, ...);
 
 } // namespace zrp

@@ -47,7 +47,7 @@ Inside inside_of(WINDOW* window);
 // would pass the inside of the window is cut, a row outside it prints nothing. Control characters,
 // bytes that are no text in the locale and characters without a width become '?', so that nothing a
 // server sends can steer the terminal.
-__attribute__((format(printf, 4, 5))) void print_at(WINDOW* window, int row, int column,
-                                                    const char* format, ...);
+[[gnu::format(printf, 4, 5)]] void print_at(WINDOW* window, int row, int column, const char* format,
+                                            ...);
 
 } // namespace zrp

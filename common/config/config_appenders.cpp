@@ -1,11 +1,11 @@
-#include "config_appenders.h"
+#include "common/config/config_appenders.h"
 
 #include <algorithm>
 #include <cstring>
 #include <initializer_list>
 
-#include "../result.h"
-#include "config_lines.h"
+#include "common/config/config_lines.h"
+#include "common/result.h"
 
 namespace zrp {
 namespace {

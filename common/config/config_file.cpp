@@ -1,9 +1,9 @@
-#include "config_file.h"
+#include "common/config/config_file.h"
 
 #include <sys/stat.h>
 
-#include "../result.h"
-#include "config_lines.h"
+#include "common/config/config_lines.h"
+#include "common/result.h"
 
 namespace zrp {
 

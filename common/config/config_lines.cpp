@@ -1,4 +1,4 @@
-#include "config_lines.h"
+#include "common/config/config_lines.h"
 
 #include <cstring>
 #include <sys/stat.h>
@@ -45,7 +45,7 @@ size_t split_words(const char* text, ConfigWords& words, size_t maxWords) {
         }
         memcpy(words[count], text, length);
         words[count][length] = '\0';
-        ++count;
+        count++;
         text += length;
     }
     return count;

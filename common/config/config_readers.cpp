@@ -1,10 +1,10 @@
-#include "config_readers.h"
+#include "common/config/config_readers.h"
 
 #include <cstring>
 #include <strings.h>
 
-#include "../result.h"
-#include "config_lines.h"
+#include "common/config/config_lines.h"
+#include "common/result.h"
 
 namespace zrp {
 namespace {
@@ -45,7 +45,7 @@ void copy_word_if_given(const ConfigWord& from, ConfigWord* to) {
 }
 
 bool is_server_name_line(const ConfigWords& words) {
-    for (size_t i = 0; i < kServerNameKeys; ++i) {
+    for (size_t i = 0; i < kServerNameKeys; i++) {
         if (strcasecmp(words[i], kServerNameWords[i]) != 0) {
             return false;
         }

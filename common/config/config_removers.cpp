@@ -1,15 +1,14 @@
-#include "config_removers.h"
+#include "common/config/config_removers.h"
 
 #include <cctype>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <strings.h>
 #include <unistd.h>
 
-#include <climits>
-
-#include "../result.h"
-#include "config_lines.h"
+#include "common/config/config_lines.h"
+#include "common/result.h"
 
 namespace zrp {
 namespace {
@@ -44,7 +43,7 @@ bool is_entry(const char* text, const char* key, const char* value) {
 }
 
 bool every_percent_is_doubled(const ConfigLine& line) {
-    for (size_t i = 0; i < line.length; ++i) {
+    for (size_t i = 0; i < line.length; i++) {
         if (line.text[i] == '%' && line.text[++i] != '%') {
             return false;
         }
@@ -54,10 +53,10 @@ bool every_percent_is_doubled(const ConfigLine& line) {
 
 bool write_line(FILE* copy, const ConfigLine& line) {
     const bool halve = every_percent_is_doubled(line);
-    for (size_t i = 0; i < line.length; ++i) {
+    for (size_t i = 0; i < line.length; i++) {
         fputc(line.text[i], copy);
         if (halve && line.text[i] == '%') {
-            ++i;
+            i++;
         }
     }
     return fflush(copy) == 0 && ferror(copy) == 0;

@@ -1,17 +1,16 @@
-#include "file_system.h"
+#include "common/config/file_system.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <sys/stat.h>
 #include <sys/vfs.h>
 #include <unistd.h>
 
-#include <climits>
-
-#include "../heap_text.h"
-#include "../result.h"
-#include "config_lines.h"
+#include "common/config/config_lines.h"
+#include "common/heap_text.h"
+#include "common/result.h"
 
 namespace zrp {
 namespace {
@@ -151,8 +150,8 @@ int PathsMatch(const char* a, const char* b) {
         return 0;
     }
     while (*a != '\0' && *a == *b) {
-        ++a;
-        ++b;
+        a++;
+        b++;
     }
     const bool equal = *a == *b;
     const bool below = (*a == '\0' && *b == '/') || (*a == '/' && *b == '\0');

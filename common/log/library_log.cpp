@@ -1,9 +1,9 @@
-#include "library_log.h"
+#include "common/log/library_log.h"
 
 #include <cstdio>
 
-#include "../result.h"
-#include "log_keywords.h"
+#include "common/log/log_keywords.h"
+#include "common/result.h"
 
 namespace zrp {
 
@@ -37,10 +37,10 @@ int InitLibraryLog(LibraryLog* context, const char* name, const char* configPath
     if (context == nullptr) {
         return kInvalid;
     }
-    const time_t started = std::time(nullptr);
+    const time_t started = time(nullptr);
     if (context->initialised == 0) {
         context->initialised = 1;
-        std::snprintf(context->name, sizeof(context->name), "%s", name != nullptr ? name : "");
+        snprintf(context->name, sizeof context->name, "%s", name != nullptr ? name : "");
     }
     context->log = attach_log(context->log, logPath, level);
     return start_log_from_config(configPath, started);

@@ -1,7 +1,7 @@
 // The one place where the log meets the configuration files.
-#include "../config/config_readers.h"
-#include "../result.h"
-#include "library_log.h"
+#include "common/config/config_readers.h"
+#include "common/log/library_log.h"
+#include "common/result.h"
 
 namespace zrp {
 
@@ -11,7 +11,7 @@ int start_log_from_config(const char* configPath, time_t started) {
         return kOk;
     }
     char text[kLogLevelTextSize] = "";
-    int size = sizeof(text);
+    int size = sizeof text;
     const int rc = GetConfigValue(configPath, kLogLevelKey, text, &size, kDefaultLogLevel);
     start_log(text, started);
     return rc;

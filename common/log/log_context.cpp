@@ -1,11 +1,11 @@
-#include "log_context.h"
+#include "common/log/log_context.h"
 
 #include <cerrno>
 #include <cstdlib>
 #include <iterator>
 #include <mutex>
 
-#include "log_state.h"
+#include "common/log/log_state.h"
 
 namespace zrp {
 namespace {
@@ -48,7 +48,7 @@ int log_noop() {
 }
 
 void release(char*& text) {
-    std::free(text);
+    free(text);
     text = nullptr;
 }
 
@@ -109,7 +109,7 @@ void reset_context(LogContext& log, int level) {
 }
 
 char* allocate_text(size_t size) {
-    return static_cast<char*>(std::calloc(size, 1));
+    return static_cast<char*>(calloc(size, 1));
 }
 
 } // namespace
@@ -144,13 +144,13 @@ LogContext* InitLogContext(const char* path, int level) {
     reset_context(*log, level);
     log->logName = allocate_text(kLogNameSize);
     if (log->logName == nullptr) {
-        std::fputs("logname == NULL", stderr);
-        std::fflush(stderr);
+        fputs("logname == NULL", stderr);
+        fflush(stderr);
     }
     log->maxFileSize = kLogMaxFileSize;
     log->outputFileName = allocate_text(kLogPathSize);
     if (log->outputFileName == nullptr) {
-        std::fputs("f_output_filename == NULL", stderr);
+        fputs("f_output_filename == NULL", stderr);
     } else if (path != nullptr) {
         open_log_file(*log, path);
     }

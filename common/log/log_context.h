@@ -34,9 +34,8 @@ enum LogLevel : int32_t {
 // Codes of SetLogMode. Those that are not listed do nothing, except that every code above
 // kLogModeReset acts like kLogModeDefault.
 enum LogMode : int {
-    kLogModeDefault =
-        0,              // leave the system log and open the log file again; if that fails, close it
-    kLogModeBackup = 1, // accepted, does nothing
+    kLogModeDefault = 0,   // leave the system log and open the log file again, or have none
+    kLogModeBackup = 1,    // accepted, does nothing
     kLogModeTruncate = 2,  // accepted, does nothing
     kLogModeSyslog = 3,    // close the file; everything goes to the system log
     kLogModeClearFlag = 4, // clear bit 0 of flags

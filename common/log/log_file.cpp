@@ -4,8 +4,8 @@
 #include <syslog.h>
 #include <unistd.h>
 
-#include "../result.h"
-#include "log_state.h"
+#include "common/log/log_state.h"
+#include "common/result.h"
 
 namespace zrp {
 namespace {
@@ -22,7 +22,7 @@ int64_t seek_to_end(FILE* stream) {
 
 // A stream that is open already is replaced without being closed.
 bool open_stream(LogContext& log, const char* path) {
-    FILE* stream = std::fopen(path, "a+e");
+    FILE* stream = fopen(path, "a+e");
     if (stream == nullptr) {
         return false;
     }
@@ -37,11 +37,11 @@ bool open_stream(LogContext& log, const char* path) {
 // The name reaches up to the first "." anywhere in the path, folders included.
 void keep_path(LogContext& log, const char* path) {
     if (path != log.outputFileName) {
-        std::snprintf(log.outputFileName, kLogPathSize, "%s", path);
+        snprintf(log.outputFileName, kLogPathSize, "%s", path);
     }
     if (log.logName != nullptr) {
-        const int length = static_cast<int>(std::strcspn(path, "."));
-        std::snprintf(log.logName, kLogNameSize, "%.*s", length, path);
+        const int length = static_cast<int>(strcspn(path, "."));
+        snprintf(log.logName, kLogNameSize, "%.*s", length, path);
     }
 }
 
@@ -58,8 +58,8 @@ void use_file(LogContext& log, int code) {
 void use_system_log(LogContext& log) {
     close_log_file(log);
     leave_system_log(log); // the C library points at the identity as long as it is open
-    std::snprintf(log.syslogIdent, sizeof(log.syslogIdent), "[%s]",
-                  log.logName != nullptr ? log.logName : "");
+    snprintf(log.syslogIdent, sizeof log.syslogIdent, "[%s]",
+             log.logName != nullptr ? log.logName : "");
     openlog(log.syslogIdent, LOG_PID, LOG_USER);
     log.useSyslog = 1;
     log.mode = kLogModeSyslog;
@@ -70,20 +70,20 @@ void empty_file(LogContext& log) {
         return;
     }
     log.fileSize = 0;
-    ++log.resetCount;
+    log.resetCount++;
 }
 
 } // namespace
 
 int open_log_file(LogContext& log, const char* path) {
     if (log.outputFileName == nullptr) {
-        std::fputs("*f_output_filename == NULL\n", stderr);
+        fputs("*f_output_filename == NULL\n", stderr);
         return kNoMemory;
     }
     if (path == nullptr) {
         path = log.outputFileName;
         if (*path == '\0') {
-            std::fputs("filename == NULL\n", stderr);
+            fputs("filename == NULL\n", stderr);
             return kInvalid;
         }
     }
@@ -92,7 +92,7 @@ int open_log_file(LogContext& log, const char* path) {
         return kTooLong;
     }
     if (!open_stream(log, path)) {
-        std::fprintf(stderr, "f_open(%s) == NULL\n", path);
+        fprintf(stderr, "f_open(%s) == NULL\n", path);
         return kNotFound;
     }
     keep_path(log, path);
@@ -101,7 +101,7 @@ int open_log_file(LogContext& log, const char* path) {
 
 void close_log_file(LogContext& log) {
     if (log.stream != nullptr) {
-        std::fclose(log.stream);
+        fclose(log.stream);
         log.stream = nullptr;
     }
     log.fileOpen = 0;
@@ -127,7 +127,7 @@ void log_close() {
 void log_flush() {
     LogLock log;
     if (log->stream != nullptr) {
-        std::fflush(log->stream);
+        fflush(log->stream);
     }
 }
 

@@ -1,11 +1,11 @@
-#include "log_keywords.h"
+#include "common/log/log_keywords.h"
 
 #include <cctype>
 #include <cstring>
 #include <strings.h>
 
-#include "../result.h"
-#include "log_state.h"
+#include "common/log/log_state.h"
+#include "common/result.h"
 
 namespace zrp {
 namespace {
@@ -71,9 +71,9 @@ bool matches_whole(const Keyword& keyword, const char* text) {
 }
 
 bool matches_prefix(const Keyword& keyword, const char* text) {
-    const size_t length = std::strlen(text);
+    const size_t length = strlen(text);
     if (keyword.cut == Cut::kMayBeLonger) {
-        return strncasecmp(text, keyword.word, std::strlen(keyword.word)) == 0;
+        return strncasecmp(text, keyword.word, strlen(keyword.word)) == 0;
     }
     if (keyword.cut == Cut::kMayBeShortMode && length < kShortestMode) {
         return false;
@@ -100,8 +100,8 @@ int find_keyword(const char* text, Matches matches, const Keyword** found) {
     if (text == nullptr) {
         return kInvalid;
     }
-    while (std::isspace(static_cast<unsigned char>(*text)) != 0) {
-        ++text;
+    while (isspace(static_cast<unsigned char>(*text)) != 0) {
+        text++;
     }
     if (*text == '\0') {
         return kEmptyText;

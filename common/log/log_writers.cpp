@@ -1,12 +1,11 @@
 // What the log writes: messages and dumps.
 #include <algorithm>
+#include <climits>
 #include <cstring>
 #include <ctime>
 #include <syslog.h>
 
-#include <climits>
-
-#include "log_state.h"
+#include "common/log/log_state.h"
 
 namespace zrp {
 namespace {
@@ -43,37 +42,37 @@ bool level_reaches(Entry entry) {
 }
 
 void put_prefix(FILE* stream, Entry entry) {
-    const time_t now = std::time(nullptr);
+    const time_t now = time(nullptr);
     tm local = {};
     localtime_r(&now, &local);
     char text[128];
-    std::strftime(text, sizeof(text), "%F %T", &local);
-    std::fprintf(stream, "[%c %s] ", shape_of(entry).mark, text);
+    strftime(text, sizeof text, "%F %T", &local);
+    fprintf(stream, "[%c %s] ", shape_of(entry).mark, text);
 }
 
 void put_end(FILE* stream, const char* closing) {
-    std::fputs(closing, stream);
-    std::fflush(stream);
+    fputs(closing, stream);
+    fflush(stream);
 }
 
 // The text was a format once already. Taken as one again it turns "%%" into "%"; any other
 // conversion would ask for arguments that are not there and stays as it is.
 void put_as_format(FILE* stream, const char* text) {
-    for (; *text != '\0'; ++text) {
+    for (; *text != '\0'; text++) {
         if (text[0] == '%' && text[1] == '%') {
-            ++text;
+            text++;
         }
-        std::fputc(*text, stream);
+        fputc(*text, stream);
     }
 }
 
 // Each line opens with the offset of its first byte, also the line after the last full one.
 void put_hexadecimal(FILE* stream, const unsigned char* bytes, int length) {
-    std::fprintf(stream, "[%08d]  ", 0);
-    for (int i = 0; i < length; ++i) {
-        std::fprintf(stream, "%02x ", bytes[i]);
+    fprintf(stream, "[%08d]  ", 0);
+    for (int i = 0; i < length; i++) {
+        fprintf(stream, "%02x ", bytes[i]);
         if (i % kDumpBytesPerLine == kDumpBytesPerLine - 1) {
-            std::fprintf(stream, "\n[%08d]  ", i + 1);
+            fprintf(stream, "\n[%08d]  ", i + 1);
         }
     }
 }
@@ -93,11 +92,11 @@ void write_entry(Entry entry, const char* tag, const char* format, va_list argum
         return;
     }
     put_prefix(log->stream, entry);
-    std::fputs(shape_of(entry).opening, log->stream);
+    fputs(shape_of(entry).opening, log->stream);
     if (tag != nullptr) {
-        std::fprintf(log->stream, "%s: ", tag);
+        fprintf(log->stream, "%s: ", tag);
     }
-    std::vfprintf(log->stream, format, arguments);
+    vfprintf(log->stream, format, arguments);
     put_end(log->stream, shape_of(entry).closing);
 }
 
@@ -113,7 +112,7 @@ void log_info_syslog(const char* format, ...) {
     char text[kSystemMessageSize] = "";
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(text, sizeof(text), format, arguments);
+    vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
     syslog(LOG_INFO, "[Info]%s", text);
     if (log->stream != nullptr) {
@@ -138,8 +137,8 @@ void log_text_dump(const void* buffer, int length) {
         return;
     }
     put_prefix(log->stream, Entry::kDump);
-    std::fprintf(log->stream, "<ldump len=\"%d\">\n", length);
-    std::fwrite(bytes, 1, static_cast<size_t>(count), log->stream);
+    fprintf(log->stream, "<ldump len=\"%d\">\n", length);
+    fwrite(bytes, 1, static_cast<size_t>(count), log->stream);
     put_end(log->stream, "\n</ldump>\n");
 }
 
@@ -152,7 +151,7 @@ void log_binary_dump(const void* buffer, int length) {
         return;
     }
     put_prefix(log->stream, Entry::kDump);
-    std::fprintf(log->stream, "\n<bdump len=\"%d\">\n", length);
+    fprintf(log->stream, "\n<bdump len=\"%d\">\n", length);
     put_hexadecimal(log->stream, static_cast<const unsigned char*>(buffer), length);
     put_end(log->stream, "\n</bdump>\n");
 }

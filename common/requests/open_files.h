@@ -5,7 +5,7 @@
 //  - A scanner of a list reads the next item: *offset is 0 before the first call and is moved
 //    behind the item. It returns 0; 34 when no item is left; 22 for an empty reply and when an
 //    element is missing. Texts are cut to their arrays. A failure leaves the outputs as they were.
-//  - An operation returns 22 for a null text and -702 for a volume name of more than 15 characters,
+//  - An operation returns 22 for a null text and -702 for a volume name of more than 15 bytes,
 //    both without an exchange; what run_operation returned; 22 for a malformed reply; or what a
 //    callback returned to stop.
 #pragma once

@@ -2,17 +2,17 @@
 //
 // An operation is a builder, a scanner and these few lines:
 //
-//     int PurgeVolume(const char* volumeName, char (&purged)[kVolumeNameSize],
-//                     ErrorText* errorText, LogContext* log) {
+//     int RemoveVolume(const char* volumeName, char (&removed)[kVolumeNameSize],
+//                      ErrorText* errorText, const LogContext* log) {
 //         int rc = check_volume_name(volumeName, log);
 //         if (rc != kOk) {
 //             return rc;
 //         }
 //         uint32_t length = 0;
-//         HeapText request(BuildPurgeVolumeRequest(volumeName, &length));
+//         HeapText request(BuildRemoveVolumeRequest(volumeName, nullptr, &length));
 //         Reply reply;
 //         rc = run_operation(std::move(request), length, errorText, log, &reply);
-//         return rc == kOk ? ScanPurgeVolumeReply(reply.text.get(), reply.length, purged) : rc;
+//         return rc == kOk ? ScanRemoveVolumeReply(reply.text.get(), reply.length, removed) : rc;
 //     }
 //
 // Every operation takes, as its last arguments, the buffer for the server's error text and the log;

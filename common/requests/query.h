@@ -26,7 +26,7 @@ inline constexpr Peer kManagementComponent = {kManagementSocket, kManagementRequ
 // Optional trace operations of a caller; each may be null.
 struct RequestHooks {
     void (*dump)(const char* text, uint64_t length) = nullptr; // every request and reply
-    __attribute__((format(printf, 1, 2))) void (*log)(const char* format, ...) = nullptr;
+    [[gnu::format(printf, 1, 2)]] void (*log)(const char* format, ...) = nullptr;
 };
 
 // A reply and its length as the scanners take it. A reply of 2 GiB or more has a negative length,

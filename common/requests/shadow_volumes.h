@@ -2,7 +2,7 @@
 //
 //  - The three commands are groups of the one command `shadow`; their conventions are those of
 //    volume_management.h.
-//  - A volume is named by volumeName, for which the limit of 15 characters holds. The name of a
+//  - A volume is named by volumeName, for which the limit of 15 bytes holds. The name of a
 //    shadow is the server's own and may be longer: it is given back as a reply told it.
 //  - mountPoint is the primary volume's. Where it may be null, the server goes by the name alone.
 #pragma once

@@ -15,7 +15,7 @@ inline constexpr int kVolumeInformationVersion = 5; // what the monitor asks for
 inline constexpr size_t kMaxAskedVolumeName = 16; // characters of a name that can be asked for
 
 // The request for one volume, malloc'ed. The name may be one out of a reply (xml_writer.h). Null
-// with errno 22 for a name that is null, has more than 16 characters or is not sendable, with errno
+// with errno 22 for a name that is null, has more than 16 bytes or is not sendable, with errno
 // 12 without memory.
 char* BuildVolumeInformationRequest(const char* volumeName, uint32_t* length, int versionTag);
 

@@ -6,7 +6,7 @@
 //    text that is null or not sendable (xml_writer.h).
 //  - A scanner returns 0, or 22 for an empty reply and when an element is missing. Texts are cut to
 //    their arrays. A failure leaves the record as it was.
-//  - An operation returns 22 for a null text and -702 for a volume name of more than 15 characters,
+//  - An operation returns 22 for a null text and -702 for a volume name of more than 15 bytes,
 //    both without an exchange; else what run_operation returned, or the scanner's code.
 #pragma once
 
@@ -58,7 +58,7 @@ int ScanPurgeVolumeReply(char* reply, int replyLength, char (&purged)[kVolumeNam
 
 // The state of one volume, with the builder and the scanner of volume_information.h. *versionTag is
 // the version asked for and becomes the one of the reply, which says what layout *record has. A
-// name of 16 characters is refused here, though the builder takes it.
+// name of 16 bytes is refused here, though the builder takes it.
 int GetVolumeInformation(const char* volumeName, int* versionTag, VolumeRecord* record,
                          ErrorText* errorText, const LogContext* log);
 

@@ -1,7 +1,7 @@
 // Mounting and dismounting volumes: some that are named, or all.
 //
 // The volumes of MountVolumes and DismountVolumes are one text, as a user types it: names of at
-// most 15 characters with blanks, tabs, line ends, commas, semicolons or colons between them. The
+// most 15 bytes with blanks, tabs, line ends, commas, semicolons or colons between them. The
 // words "VOLUME" and "VOLUMES", in any case, are left out wherever they stand, so that
 // "volumes DATA, HOME" names two volumes. NAME=NUMBER mounts a volume under that number; a number
 // has no meaning for a dismount and is refused there. A name that holds an entity cannot be named
@@ -49,7 +49,7 @@ int ScanMountVolumesReply(char* reply, int replyLength, int* offset, MountedVolu
 
 // Mounts the volumes and gives what became of each to the callback. That some could not be mounted
 // is no failure of the operation. Returns 0; 22 for a text that the builder refuses and -702 for a
-// name of more than 15 characters, both without an exchange; what run_operation returned; 22 for a
+// name of more than 15 bytes, both without an exchange; what run_operation returned; 22 for a
 // reply that is malformed or tells of no volume; or what the callback returned to stop.
 int MountVolumes(const char* volumes, MountCallback callback, void* context, ErrorText* errorText,
                  const LogContext* log);

@@ -17,7 +17,7 @@ struct VolumeWord {
 };
 
 // Takes the next volume from *text and moves *text behind it. Returns 0; 61 when the text holds no
-// further volume; -702 for a name of more than 15 characters, logged as by check_volume_name; 22
+// further volume; -702 for a name of more than 15 bytes, logged as by check_volume_name; 22
 // for an empty name and for a number that is none of 32 bits. A failure leaves both outputs alone.
 int next_volume_word(const char** text, VolumeWord* word, const LogContext* log);
 

@@ -38,7 +38,7 @@ std::set<std::string> declared_names() {
     for (const std::string& header : headers_below(kHeaders)) {
         const std::string text = std::regex_replace(contents(kHeaders / header), kComment, "");
         for (auto match = std::sregex_iterator(text.begin(), text.end(), kName);
-             match != std::sregex_iterator(); ++match) {
+             match != std::sregex_iterator(); match++) {
             names.insert((*match)[1]);
         }
     }

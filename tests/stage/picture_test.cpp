@@ -12,7 +12,7 @@ std::string drawn(std::string_view bytes, int rows = 2, int columns = 8) {
     eye.feed(bytes);
     const std::string svg = draw_svg(eye.snapshot(), "title");
     size_t at = 0;
-    for (int line = 0; line < 3; ++line) {
+    for (int line = 0; line < 3; line++) {
         at = svg.find('\n', at) + 1;
     }
     return svg.substr(at);

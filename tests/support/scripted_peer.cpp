@@ -183,7 +183,7 @@ void ScriptedPeer::serve(Descriptor connection, size_t index) {
     connection.reset(); // before it counts as finished
     {
         const std::lock_guard lock(mutex_);
-        ++finished_;
+        finished_++;
     }
     changed_.notify_all();
 }

@@ -1,5 +1,4 @@
 // Every text argument of every builder, with the longest texts and with hostile ones.
-#include "catalogue_fixture.h"
 #include "common/requests/cluster_resource.h"
 #include "common/requests/connection_management.h"
 #include "common/requests/file_locks.h"
@@ -11,6 +10,7 @@
 #include "common/requests/volume_management.h"
 #include "common/requests/volume_mounting.h"
 #include "common/requests/volume_tree.h"
+#include "tests/unit/catalogue_fixture.h"
 
 namespace zrp {
 namespace {

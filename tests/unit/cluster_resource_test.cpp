@@ -4,10 +4,10 @@
 #include <vector>
 
 #include "common/requests/operation.h"
-#include "failing_malloc.h"
-#include "operation_faults.h"
 #include "tests/support/exact_block.h"
 #include "tests/support/simulated_server.h"
+#include "tests/unit/failing_malloc.h"
+#include "tests/unit/operation_faults.h"
 
 namespace zrp {
 namespace {

@@ -2,7 +2,7 @@
 
 #include "common/config/config_readers.h"
 #include "common/result.h"
-#include "config_test_files.h"
+#include "tests/unit/config_test_files.h"
 
 namespace zrp {
 namespace {
@@ -117,7 +117,7 @@ TEST_F(ConfigAppendersTest, AFileThatCannotBeOpenedIsNotFound) {
 TEST_F(ConfigAppendersTest, AFullDiskAtAnyByteLeavesTheFileAsItWas) {
     const std::string before = "A 1\nB 2";
     const std::string after = before + "\nVOLUME V \"/my volume\" x y\n";
-    for (size_t size = 0; size <= after.size(); ++size) {
+    for (size_t size = 0; size <= after.size(); size++) {
         SCOPED_TRACE(size);
         write(before);
         const int rc = test::in_child([this, size] {

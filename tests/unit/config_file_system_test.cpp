@@ -3,8 +3,8 @@
 #include "common/config/config_lines.h"
 #include "common/config/file_system.h"
 #include "common/result.h"
-#include "config_test_files.h"
-#include "failing_malloc.h"
+#include "tests/unit/config_test_files.h"
+#include "tests/unit/failing_malloc.h"
 
 namespace zrp {
 namespace {

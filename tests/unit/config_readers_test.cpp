@@ -4,7 +4,7 @@
 
 #include "common/config/config_lines.h"
 #include "common/result.h"
-#include "config_test_files.h"
+#include "tests/unit/config_test_files.h"
 
 namespace zrp {
 namespace {

@@ -15,7 +15,7 @@
 #include "common/config/config_lines.h"
 #include "common/config/config_readers.h"
 #include "common/result.h"
-#include "config_test_files.h"
+#include "tests/unit/config_test_files.h"
 
 namespace zrp {
 namespace {
@@ -92,7 +92,7 @@ End kill_at_step(int step, Function function) {
     }
     int status = 0;
     waitpid(child, &status, 0);
-    for (int i = 0; i < step && WIFSTOPPED(status); ++i) {
+    for (int i = 0; i < step && WIFSTOPPED(status); i++) {
         ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
         waitpid(child, &status, 0);
     }
@@ -253,7 +253,7 @@ TEST_F(ConfigRemoversTest, AFullDiskAtAnyByteLosesNoLine) {
     const std::string after = "A 1\nB 100%\n# comment\nlast";
     for (const std::string stale : {"", "STALE half"}) {
         const std::string whole = stale.empty() ? after : stale + "\n" + after;
-        for (size_t size = 0; size <= whole.size(); ++size) {
+        for (size_t size = 0; size <= whole.size(); size++) {
             SCOPED_TRACE(stale + " " + std::to_string(size));
             write(before);
             test::write_file(temporary(), stale);
@@ -332,7 +332,7 @@ TEST_F(ConfigRemoversTest, AProcessKilledAtAnyStepLosesNoLine) {
     int copyAlone = 0;
     int copyInParts = 0;
     End end = End::kKilled;
-    for (int step = 0; end == End::kKilled; ++step) {
+    for (int step = 0; end == End::kKilled; step++) {
         SCOPED_TRACE(step);
         write(before);
         end = kill_at_step(step, [this] { return remove("VOLUME"); });
@@ -341,12 +341,12 @@ TEST_F(ConfigRemoversTest, AProcessKilledAtAnyStepLosesNoLine) {
         }
         if (!test::exists(path)) {
             EXPECT_EQ(test::read_file(temporary()), after);
-            ++copyAlone;
+            copyAlone++;
         } else if (content() == before) {
-            ++oldStood;
+            oldStood++;
         } else {
             EXPECT_EQ(content(), after);
-            ++newStood;
+            newStood++;
         }
         const size_t copied = test::read_file(temporary()).size();
         copyInParts += copied > 0 && copied < after.size() ? 1 : 0;

@@ -1,7 +1,7 @@
 #include "common/requests/connection_management.h"
 
-#include "catalogue_fixture.h"
 #include "common/requests/connection_list.h"
+#include "tests/unit/catalogue_fixture.h"
 
 namespace zrp {
 namespace {

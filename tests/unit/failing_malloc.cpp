@@ -1,4 +1,4 @@
-#include "failing_malloc.h"
+#include "tests/unit/failing_malloc.h"
 
 #include <cerrno>
 #include <cstring>

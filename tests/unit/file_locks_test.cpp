@@ -1,6 +1,6 @@
 #include "common/requests/file_locks.h"
 
-#include "catalogue_fixture.h"
+#include "tests/unit/catalogue_fixture.h"
 
 namespace zrp {
 namespace {

@@ -99,7 +99,7 @@ TEST(CvtBytesToString, OneByteBelowATerabyteIsCutNotRounded) {
 
 TEST(CvtBytesToString, EachUnitBeginsAtItsPowerOfTwo) {
     const char* const units[] = {"KB", "MB", "GB", "TB", "PB", "EB"};
-    for (unsigned i = 0; i < std::size(units); ++i) {
+    for (unsigned i = 0; i < std::size(units); i++) {
         const uint64_t first = uint64_t{1} << (10 * (i + 1));
         EXPECT_EQ(size_text(first), std::string("1 ") + units[i]);
         const std::string below = i == 0 ? "1023" : std::string("1023.99 ") + units[i - 1];
@@ -283,7 +283,7 @@ TEST(CvtStringToU64, ANumberAbove64BitsIsOutOfRange) {
 
 TEST(CvtStringToU64, CutsTheMessageToItsCapacity) {
     const char* const whole = "Not a valid number (x)";
-    for (size_t capacity = 1; capacity <= strlen(whole) + 2; ++capacity) {
+    for (size_t capacity = 1; capacity <= strlen(whole) + 2; capacity++) {
         std::string buffer(capacity + 1, '#');
         uint64_t value = 0;
         int status = 0;

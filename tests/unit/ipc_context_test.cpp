@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "common/heap_text.h"
-#include "failing_malloc.h"
-#include "operation_faults.h"
+#include "tests/unit/failing_malloc.h"
+#include "tests/unit/operation_faults.h"
 
 namespace zrp {
 namespace {

@@ -3,7 +3,7 @@
 #include <ctime>
 
 #include "common/result.h"
-#include "log_fixture.h"
+#include "tests/unit/log_fixture.h"
 
 namespace zrp {
 namespace {
@@ -45,7 +45,7 @@ std::string start_text(time_t started) {
 // Tells whether the text is that of a start between two moments, and then the rest.
 testing::AssertionResult tells_start(const std::string& text, time_t earliest, time_t latest,
                                      const std::string& rest) {
-    for (time_t t = earliest; t <= latest; ++t) {
+    for (time_t t = earliest; t <= latest; t++) {
         if (text == start_text(t) + rest) {
             return testing::AssertionSuccess();
         }

@@ -5,8 +5,8 @@
 #include <string>
 
 #include "common/result.h"
-#include "log_fixture.h"
 #include "tests/support/failing_allocation.h"
+#include "tests/unit/log_fixture.h"
 
 namespace zrp {
 namespace {
@@ -28,7 +28,7 @@ TEST(LogOperationTable, SlotsStandInTheirOrder) {
         offsetof(LogOperations, LogInfoSyslog), offsetof(LogOperations, SetLogMode),
         offsetof(LogOperations, LogNoop),
     };
-    for (size_t i = 0; i < std::size(kSlots); ++i) {
+    for (size_t i = 0; i < std::size(kSlots); i++) {
         EXPECT_EQ(kSlots[i], i * sizeof(void*)) << "slot " << i + 1;
     }
     EXPECT_EQ(sizeof(LogOperations), 23 * sizeof(void*));
@@ -131,7 +131,7 @@ TEST_F(LogContextTest, NoopReturnsZero) {
 TEST(LogLevelName, NamesTheSevenLevelsAndNoOther) {
     const char* const names[] = {"unknown", "NOTHING", "ERROR",      "WARNING", "INFO",
                                  "DEBUG",   "DUMP",    "EVERYTHING", "unknown"};
-    for (int level = -1; level <= 7; ++level) {
+    for (int level = -1; level <= 7; level++) {
         EXPECT_STREQ(LogLevelName(level), names[level + 1]);
     }
     EXPECT_STREQ(LogLevelName(INT32_MAX), "unknown");

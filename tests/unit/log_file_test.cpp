@@ -2,7 +2,7 @@
 #include <sys/syscall.h>
 
 #include "common/result.h"
-#include "log_fixture.h"
+#include "tests/unit/log_fixture.h"
 
 namespace zrp {
 namespace {

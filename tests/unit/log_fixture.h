@@ -32,7 +32,7 @@ inline std::string mask_times(std::string text) {
     const auto fits = [](char shape, char c) {
         return shape == '0' ? std::isdigit(static_cast<unsigned char>(c)) != 0 : c == shape;
     };
-    for (size_t at = 0; at + kShape.size() <= text.size(); ++at) {
+    for (size_t at = 0; at + kShape.size() <= text.size(); at++) {
         if (std::equal(kShape.begin(), kShape.end(), text.data() + at, fits)) {
             text.replace(at, kShape.size(), "TIME");
         }

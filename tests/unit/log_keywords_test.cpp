@@ -3,7 +3,7 @@
 #include <cctype>
 
 #include "common/result.h"
-#include "log_fixture.h"
+#include "tests/unit/log_fixture.h"
 
 namespace zrp {
 namespace {

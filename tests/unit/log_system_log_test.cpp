@@ -1,7 +1,7 @@
 #include <syslog.h>
 
 #include "common/log/log_keywords.h"
-#include "log_fixture.h"
+#include "tests/unit/log_fixture.h"
 
 namespace zrp {
 namespace {

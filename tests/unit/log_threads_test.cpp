@@ -2,7 +2,7 @@
 #include <vector>
 
 #include "common/log/log_keywords.h"
-#include "log_fixture.h"
+#include "tests/unit/log_fixture.h"
 
 namespace zrp {
 namespace {
@@ -14,7 +14,7 @@ constexpr int kRounds = 200;
 
 void write_entries(int writer) {
     const LogOperations& log = GetLogContext()->operations;
-    for (int i = 0; i < kRounds; ++i) {
+    for (int i = 0; i < kRounds; i++) {
         log.LogErrorTag("tag", "%d.%d", writer, i);
         log.LogLDump("<text>", 6);
         log.LogBDump("0123456789abcdef", 16);
@@ -24,7 +24,7 @@ void write_entries(int writer) {
 size_t count_of(const std::string& text, const std::string& part) {
     size_t count = 0;
     for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
-        ++count;
+        count++;
     }
     return count;
 }
@@ -33,14 +33,14 @@ TEST_F(LogThreads, EntriesOfSeveralThreadsStayWhole) {
     InitLogContext(path.c_str(), kLogEverything);
     {
         std::vector<std::jthread> writers;
-        for (int i = 0; i < kWriters; ++i) {
+        for (int i = 0; i < kWriters; i++) {
             writers.emplace_back(write_entries, i);
         }
     }
     const std::string text = contents();
     size_t size = 0;
-    for (int i = 0; i < kWriters; ++i) {
-        for (int round = 0; round < kRounds; ++round) {
+    for (int i = 0; i < kWriters; i++) {
+        for (int round = 0; round < kRounds; round++) {
             const std::string line =
                 "[! TIME] tag: " + std::to_string(i) + "." + std::to_string(round) + "\n";
             EXPECT_EQ(count_of(text, line), 1U) << line;
@@ -62,9 +62,9 @@ TEST_F(LogThreads, LevelsStepAsOftenAsTheyAreAsked) {
     InitLogContext(nullptr, -1000);
     {
         std::vector<std::jthread> steppers;
-        for (int i = 0; i < kWriters; ++i) {
+        for (int i = 0; i < kWriters; i++) {
             steppers.emplace_back([] {
-                for (int step = 0; step < kRounds; ++step) {
+                for (int step = 0; step < kRounds; step++) {
                     GetLogContext()->operations.LogLevelUp();
                 }
             });
@@ -81,7 +81,7 @@ TEST_F(LogThreads, ModesFilesAndLifeCyclesMayChangeWhileOthersWrite) {
         std::atomic<bool> done = false;
         {
             std::vector<std::jthread> others;
-            for (int i = 0; i < 2; ++i) {
+            for (int i = 0; i < 2; i++) {
                 others.emplace_back(write_entries, i);
             }
             others.emplace_back([&] {
@@ -93,7 +93,7 @@ TEST_F(LogThreads, ModesFilesAndLifeCyclesMayChangeWhileOthersWrite) {
                     std::this_thread::yield();
                 }
             });
-            for (int i = 0; i < 50; ++i) {
+            for (int i = 0; i < 50; i++) {
                 log.operations.SetLogMode(kLogModeSyslog);
                 chmod(path.c_str(), 0600);
                 log.operations.SetLogMode(kLogModeDefault);

@@ -4,7 +4,7 @@
 
 #include "common/log/log_keywords.h"
 #include "common/result.h"
-#include "log_fixture.h"
+#include "tests/unit/log_fixture.h"
 
 namespace zrp {
 namespace {
@@ -42,13 +42,13 @@ constexpr char kPlainLine[] = "[- TIME] p6\n";
 
 TEST_F(LogWriters, ALevelWritesItsOwnMessagesAndThoseBelowIt) {
     const char* const messages[] = {kErrorLine, kWarningLine, kInfoLine, kDebugLine, kDumps};
-    for (int level = -1; level <= kLogEverything; ++level) {
+    for (int level = -1; level <= kLogEverything; level++) {
         SCOPED_TRACE(level);
         empty_file();
         operations().SetLogLevel(level);
         write_one_of_each();
         std::string expected;
-        for (int i = 0; i < 5 && i < level; ++i) {
+        for (int i = 0; i < 5 && i < level; i++) {
             expected += messages[i];
         }
         EXPECT_EQ(contents(), expected + kPlainLine);
@@ -102,7 +102,7 @@ TEST_F(LogWriters, ATagStandsBetweenPrefixAndMessage) {
 
 TEST_F(LogWriters, ATaggedMessageHasTheLevelOfItsPlainForm) {
     const LogOperations& log = operations();
-    for (int level = kLogNothing; level <= kLogDebug; ++level) {
+    for (int level = kLogNothing; level <= kLogDebug; level++) {
         SCOPED_TRACE(level);
         empty_file();
         log.SetLogLevel(level);
@@ -181,14 +181,14 @@ TEST_F(LogWriters, ABinaryDumpOf17BytesHasOneByteOnItsSecondLine) {
 }
 
 TEST_F(LogWriters, ABinaryDumpReadsExactlyItsLength) {
-    for (size_t length = 1; length < 40; ++length) {
+    for (size_t length = 1; length < 40; length++) {
         empty_file();
         const std::vector<char> bytes(length, 'A');
         operations().LogBDump(bytes.data(), static_cast<int>(length));
         const std::string text = contents();
         size_t count = 0;
         for (size_t at = text.find("41 "); at != std::string::npos; at = text.find("41 ", at + 1)) {
-            ++count;
+            count++;
         }
         EXPECT_EQ(count, length);
     }

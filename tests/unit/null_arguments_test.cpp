@@ -1,5 +1,4 @@
 // Null in the place of an output, an offset or a callback: one row for each.
-#include "catalogue_fixture.h"
 #include "common/requests/cluster_resource.h"
 #include "common/requests/connection_information.h"
 #include "common/requests/connection_list.h"
@@ -18,6 +17,7 @@
 #include "common/requests/volume_management.h"
 #include "common/requests/volume_mounting.h"
 #include "tests/support/drivers.h"
+#include "tests/unit/catalogue_fixture.h"
 
 namespace zrp {
 namespace {

@@ -1,6 +1,6 @@
 #include "common/requests/open_files.h"
 
-#include "catalogue_fixture.h"
+#include "tests/unit/catalogue_fixture.h"
 
 namespace zrp {
 namespace {

@@ -13,8 +13,8 @@
 #include "common/result.h"
 #include "common/transport.h"
 #include "common/xml_reader.h"
-#include "log_fixture.h"
 #include "tests/support/scripted_peer.h"
+#include "tests/unit/log_fixture.h"
 
 namespace zrp {
 

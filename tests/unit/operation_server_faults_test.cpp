@@ -1,5 +1,4 @@
 // Every operation of the catalogue against a simulated server that spoils its replies.
-#include "catalogue_fixture.h"
 #include "common/requests/connection_management.h"
 #include "common/requests/file_locks.h"
 #include "common/requests/server_connections.h"
@@ -7,7 +6,8 @@
 #include "common/requests/volume_management.h"
 #include "common/requests/volume_mounting.h"
 #include "common/requests/volume_tree.h"
-#include "server_faults.h"
+#include "tests/unit/catalogue_fixture.h"
+#include "tests/unit/server_faults.h"
 
 namespace zrp {
 namespace {

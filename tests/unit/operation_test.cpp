@@ -5,8 +5,8 @@
 
 #include "common/tags.h"
 #include "common/xml_writer.h"
-#include "failing_malloc.h"
-#include "operation_faults.h"
+#include "tests/unit/failing_malloc.h"
+#include "tests/unit/operation_faults.h"
 
 namespace zrp {
 namespace {

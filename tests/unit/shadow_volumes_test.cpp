@@ -1,7 +1,7 @@
 #include "common/requests/shadow_volumes.h"
 
-#include "catalogue_fixture.h"
 #include "common/requests/volume_management.h"
+#include "tests/unit/catalogue_fixture.h"
 
 namespace zrp {
 namespace {

@@ -4,9 +4,9 @@
 #include <utility>
 #include <vector>
 
-#include "failing_malloc.h"
-#include "operation_faults.h"
 #include "tests/support/simulated_server.h"
+#include "tests/unit/failing_malloc.h"
+#include "tests/unit/operation_faults.h"
 
 namespace zrp {
 namespace {

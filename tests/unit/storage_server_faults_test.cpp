@@ -2,9 +2,9 @@
 // replies.
 #include "common/requests/storage_control.h"
 #include "common/requests/storage_filter.h"
-#include "operation_faults.h"
-#include "server_faults.h"
 #include "tests/support/simulated_server.h"
+#include "tests/unit/operation_faults.h"
+#include "tests/unit/server_faults.h"
 
 namespace zrp {
 namespace {

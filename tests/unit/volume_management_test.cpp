@@ -1,7 +1,7 @@
 #include "common/requests/volume_management.h"
 
-#include "catalogue_fixture.h"
 #include "tests/support/failing_allocation.h"
+#include "tests/unit/catalogue_fixture.h"
 
 namespace zrp {
 namespace {

@@ -8,8 +8,8 @@
 #include <gtest/gtest.h>
 
 #include "common/result.h"
-#include "failing_malloc.h"
 #include "tests/support/scripted_peer.h"
+#include "tests/unit/failing_malloc.h"
 
 namespace zrp {
 namespace {

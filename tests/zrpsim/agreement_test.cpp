@@ -55,7 +55,7 @@ TEST(Agreement, ServerStatistics) {
     int elementLength = 0;
     while (ScanServerStatisticsReply(reply.text.get(), reply.length, &offset, &element,
                                      &elementLength) == 0) {
-        ++count;
+        count++;
     }
     EXPECT_EQ(count, 17);
 }
@@ -86,7 +86,7 @@ TEST(Agreement, VolumesPageByPage) {
     World world = make_world(1, {.volumes = 256, .connections = 0});
     size_t seen = 0;
     int next = 0;
-    for (int pages = 0; pages < 20 && next != kNoNextPage; ++pages) {
+    for (int pages = 0; pages < 20 && next != kNoNextPage; pages++) {
         next = compare_volume_page(world, next, &seen);
     }
     EXPECT_EQ(seen, 256U);
@@ -95,7 +95,7 @@ TEST(Agreement, VolumesPageByPage) {
 
 TEST(Agreement, EveryVersionOfVolumeInformation) {
     World world = busy_world();
-    for (int version = 1; version <= kMaxVolumeInformationVersion; ++version) {
+    for (int version = 1; version <= kMaxVolumeInformationVersion; version++) {
         uint32_t length = 0;
         char* request = BuildVolumeInformationRequest("PROJECTS", &length, version);
         const ExactReply reply = ask_with(world, request, length);
@@ -149,7 +149,7 @@ void compare_page(World& world, size_t* seen) {
 TEST(Agreement, ConnectionsPageByPage) {
     World world = busy_world();
     size_t seen = 0;
-    for (size_t pages = 1; pages <= 5; ++pages) {
+    for (size_t pages = 1; pages <= 5; pages++) {
         compare_page(world, &seen);
         ASSERT_EQ(seen, pages * 10);
     }

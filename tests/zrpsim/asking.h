@@ -35,7 +35,7 @@ inline std::string text_of(const std::string& reply, const std::string& tag) {
 inline size_t count_of(const std::string& reply, const std::string& text) {
     size_t count = 0;
     for (size_t at = reply.find(text); at != std::string::npos; at = reply.find(text, at + 1))
-        ++count;
+        count++;
     return count;
 }
 

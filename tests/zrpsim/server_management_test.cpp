@@ -57,7 +57,7 @@ TEST(Threads, HaveTwelveFieldsAndTwoOfThemAreFractions) {
 
 TEST(Threads, NeverExceedTheirPeaks) {
     World world = make_world(1, {});
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < 200; i++) {
         world.upTimeMs += 777;
         const std::string reply = ask(world, "<threads/>");
         EXPECT_LE(std::stoi(text_of(reply, "activeSSGThreads")),

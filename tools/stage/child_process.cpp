@@ -42,7 +42,7 @@ bool same_name(const std::string& entry, const std::string& other) {
 
 std::vector<std::string> merged_environment(const std::vector<std::string>& changes) {
     std::vector<std::string> merged;
-    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+    for (char** entry = environ; entry != nullptr && *entry != nullptr; entry++) {
         merged.emplace_back(*entry);
     }
     for (const std::string& change : changes) {
@@ -80,7 +80,7 @@ struct Plan {
 };
 
 void reset_signals() {
-    for (int signal = 1; signal < NSIG; ++signal) {
+    for (int signal = 1; signal < NSIG; signal++) {
         struct sigaction action {};
         action.sa_handler = SIG_DFL;
         sigaction(signal, &action, nullptr); // refused for a few; those cannot have changed
@@ -94,7 +94,7 @@ bool take_terminal(int terminal) {
     if (setsid() < 0 || ioctl(terminal, TIOCSCTTY, 0) != 0) {
         return false;
     }
-    for (int stream = 0; stream < 3; ++stream) {
+    for (int stream = 0; stream < 3; stream++) {
         if (dup2(terminal, stream) < 0) {
             return false;
         }
@@ -103,7 +103,7 @@ bool take_terminal(int terminal) {
 }
 
 bool take_streams(const std::array<int, 3>& streams) {
-    for (int stream = 0; stream < 3; ++stream) {
+    for (int stream = 0; stream < 3; stream++) {
         const int source = streams[static_cast<size_t>(stream)];
         // dup2 onto itself would leave the close-on-exec flag set.
         const bool done = source == kInherit ||
@@ -183,7 +183,7 @@ ChildProcess::ChildProcess(const ChildOptions& options) {
 
     const std::array<Descriptor*, 3> kept = {&input_, &output_, &errors_};
     std::array<Descriptor, 3> given;
-    for (size_t stream = 0; stream < 3; ++stream) {
+    for (size_t stream = 0; stream < 3; stream++) {
         if (plan.streams[stream] == kPipe) {
             Pipe pipe = make_pipe();
             *kept[stream] = std::move(stream == 0 ? pipe.writer : pipe.reader);

@@ -43,7 +43,7 @@ std::string cell_text(const VTermScreenCell& cell) {
         return " ";
     }
     std::string text;
-    for (int i = 0; i < VTERM_MAX_CHARS_PER_CELL && cell.chars[i] != 0; ++i) {
+    for (int i = 0; i < VTERM_MAX_CHARS_PER_CELL && cell.chars[i] != 0; i++) {
         append_utf8(text, cell.chars[i]);
     }
     return text;
@@ -63,9 +63,9 @@ int color_number(const VTermColor& color) {
 
 std::string Snapshot::text() const {
     std::string result;
-    for (int row = 0; row < rows; ++row) {
+    for (int row = 0; row < rows; row++) {
         std::string line;
-        for (int column = 0; column < columns; ++column) {
+        for (int column = 0; column < columns; column++) {
             line += at(row, column).text;
         }
         result += cut_blanks(std::move(line)) + '\n';
@@ -184,7 +184,7 @@ Cell Eye::cell(int row, int column) const {
 std::string Eye::text_at(int row, int column, int count) const {
     const int end = count > columns() - column ? columns() : column + count;
     std::string text;
-    for (int i = column; i < end; ++i) {
+    for (int i = column; i < end; i++) {
         text += cell(row, i).text;
     }
     return text;
@@ -195,7 +195,7 @@ std::string Eye::row(int row) const {
 }
 
 int Eye::find_row(std::string_view text, int from) const {
-    for (int i = from; i < rows(); ++i) {
+    for (int i = from; i < rows(); i++) {
         if (text_at(i, 0).find(text) != std::string::npos) {
             return i;
         }
@@ -207,8 +207,8 @@ Snapshot Eye::snapshot() const {
     Snapshot snapshot{rows(), columns(), {}};
     snapshot.cells.reserve(static_cast<size_t>(snapshot.rows) *
                            static_cast<size_t>(snapshot.columns));
-    for (int row = 0; row < snapshot.rows; ++row) {
-        for (int column = 0; column < snapshot.columns; ++column) {
+    for (int row = 0; row < snapshot.rows; row++) {
+        for (int column = 0; column < snapshot.columns; column++) {
             snapshot.cells.push_back(cell(row, column));
         }
     }

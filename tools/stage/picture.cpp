@@ -123,7 +123,7 @@ void add_rectangle(std::vector<Rectangle>& all, const Rectangle& added) {
 void draw_backgrounds(const Snapshot& snapshot, std::string& svg) {
     const std::string behindAll = behind_all();
     std::vector<Rectangle> all;
-    for (int row = 0; row < snapshot.rows; ++row) {
+    for (int row = 0; row < snapshot.rows; row++) {
         for (int column = 0, end = 0; column < snapshot.columns; column = end) {
             const std::string color = paper(snapshot.at(row, column));
             while (++end < snapshot.columns && paper(snapshot.at(row, end)) == color) {
@@ -225,15 +225,15 @@ private:
 
 void draw_frames(const Snapshot& snapshot, std::string& svg) {
     Paths paths;
-    for (int row = 0; row < snapshot.rows; ++row) {
+    for (int row = 0; row < snapshot.rows; row++) {
         Line line(paths, true, row);
-        for (int column = 0; column < snapshot.columns; ++column) {
+        for (int column = 0; column < snapshot.columns; column++) {
             line.add(snapshot.at(row, column));
         }
     }
-    for (int column = 0; column < snapshot.columns; ++column) {
+    for (int column = 0; column < snapshot.columns; column++) {
         Line line(paths, false, column);
-        for (int row = 0; row < snapshot.rows; ++row) {
+        for (int row = 0; row < snapshot.rows; row++) {
             line.add(snapshot.at(row, column));
         }
     }
@@ -274,7 +274,7 @@ Stretch stretch_at(const Snapshot& snapshot, int row, int start) {
         return {row, start, start + 2, first.text};
     }
     Stretch stretch{row, start, start, ""};
-    for (int column = start; column < snapshot.columns; ++column) {
+    for (int column = start; column < snapshot.columns; column++) {
         const Cell& cell = snapshot.at(row, column);
         if (!is_text(cell) && (stretch.end < column || cell.text != " ")) {
             break;
@@ -303,11 +303,11 @@ void draw_stretch(const Stretch& stretch, const Cell& look, std::string& svg) {
 }
 
 void draw_texts(const Snapshot& snapshot, std::string& svg) {
-    for (int row = 0; row < snapshot.rows; ++row) {
+    for (int row = 0; row < snapshot.rows; row++) {
         for (int column = 0; column < snapshot.columns;) {
             const Cell& cell = snapshot.at(row, column);
             if (!is_text(cell)) {
-                ++column;
+                column++;
                 continue;
             }
             const Stretch stretch = stretch_at(snapshot, row, column);

@@ -81,7 +81,7 @@ void huge_length(Delivery& delivery) {
 // Rich in what a reader looks for: angle brackets, quotes, slashes and NULs.
 void garbage(Delivery& delivery) {
     constexpr std::string_view kBait("<>/\"\0\xFF= ", 8);
-    for (size_t i = 0; i < delivery.body.size(); ++i) {
+    for (size_t i = 0; i < delivery.body.size(); i++) {
         const uint64_t draw = scatter(delivery.body.size(), delivery.requestNumber, i);
         delivery.body[i] =
             draw % 3 == 0 ? kBait[(draw >> 8U) % kBait.size()] : static_cast<char>(draw >> 16U);

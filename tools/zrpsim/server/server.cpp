@@ -51,7 +51,7 @@ int64_t up_time_ms(const SimulatedClock& clock) {
 }
 
 void listen_as_told(Server& server) {
-    for (int i = 0; i < kPeers; ++i) {
+    for (int i = 0; i < kPeers; i++) {
         const auto peer = static_cast<Peer>(i);
         std::optional<LocalSocket::acceptor>& acceptor =
             server.acceptors.at(static_cast<size_t>(i));

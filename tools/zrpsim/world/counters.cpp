@@ -166,7 +166,7 @@ int32_t counter_value(const World& world, const CounterRow& row, int64_t offset)
 
 void reset_counters(const World& world, std::span<const CounterRow> rows,
                     std::vector<int64_t>& offsets) {
-    for (size_t i = 0; i < rows.size(); ++i) {
+    for (size_t i = 0; i < rows.size(); i++) {
         offsets.at(i) -= counter_value(world, rows[i], offsets.at(i));
     }
 }

@@ -59,7 +59,7 @@ Outcome list_open_files(World& world, pugi::xml_node command, std::string& out) 
     std::string entries;
     const Connection* next = nullptr;
     int count = 0;
-    for (auto at = connections_from(world, page.startIndex); at != world.connections.end(); ++at) {
+    for (auto at = connections_from(world, page.startIndex); at != world.connections.end(); at++) {
         const std::vector<const OpenFile*> files = files_on(*at, volume);
         if (files.empty()) {
             continue;
@@ -69,7 +69,7 @@ Outcome list_open_files(World& world, pugi::xml_node command, std::string& out) 
             break;
         }
         append_files(*at, files, entries);
-        ++count;
+        count++;
     }
     append_iteration(out, count, next);
     out += entries;
@@ -100,7 +100,7 @@ Outcome list_locks(World& world, pugi::xml_node command, std::string& out) {
                 continue;
             }
             append_lock(connection, file, entries);
-            ++count;
+            count++;
         }
     }
     number_element(out, "actualLockCount", count);

@@ -19,7 +19,7 @@ enum Stream : uint64_t {
     kFileChoice,
 };
 
-// The first is the system volume. One name has 16 characters, the most that a request may name.
+// The first is the system volume. One name has 16 bytes, the most that a request may name.
 constexpr std::array kVolumeNames = {
     "SYS",      "DATA",     "HOME",     "PROJECTS", "ENGINEERING_2026", "MAIL",
     "ARCHIVE",  "SCRATCH",  "FINANCE",  "LEGAL",    "MÜNCHEN",          "MEDIA",
@@ -61,7 +61,7 @@ std::string volume_name(int number) {
 
 void open_files(World& world, Connection& connection, uint64_t draw) {
     const uint64_t count = draw % 5;
-    for (uint64_t i = 0; i < count; ++i) {
+    for (uint64_t i = 0; i < count; i++) {
         const uint64_t pick = scatter(world.seed, kFileChoice + i, draw);
         const Volume& volume = world.volumes[pick % world.volumes.size()];
         if ((volume.status & kMounted) == 0) {
@@ -101,7 +101,7 @@ Volume make_volume(const World& world, int number, std::string name) {
 void make_volumes(World& world, int count) {
     constexpr std::array<uint32_t, 6> kExtras = {
         0, kCompression, kUserQuotas, kReadOnly, kUserQuotas | kDirectoryQuotas, kHidden};
-    for (int number = 0; number < std::min(count, kMaxVolumes); ++number) {
+    for (int number = 0; number < std::min(count, kMaxVolumes); number++) {
         const uint64_t draw = scatter(world.seed, kVolumeStatus, static_cast<uint64_t>(number));
         Volume volume = make_volume(world, number, volume_name(number));
         if (number != 0) {
@@ -124,7 +124,7 @@ void make_volumes(World& world, int count) {
 }
 
 void make_connections(World& world, int count) {
-    for (int station = 1; station <= count; ++station) {
+    for (int station = 1; station <= count; station++) {
         const auto index = static_cast<uint64_t>(station);
         const uint64_t state = scatter(world.seed, kConnectionState, index);
         const uint64_t rate = scatter(world.seed, kConnectionRate, index);

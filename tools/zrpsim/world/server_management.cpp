@@ -72,7 +72,7 @@ constexpr std::array kThreads = std::to_array<ThreadRow>({
 });
 
 Outcome threads(World& world, pugi::xml_node, std::string& out) {
-    for (size_t i = 0; i < kThreads.size(); ++i) {
+    for (size_t i = 0; i < kThreads.size(); i++) {
         const ThreadRow& row = kThreads.at(i);
         const uint64_t value = row.least + wave(world, row.swing, 31 + 4 * i, i * 5000);
         std::array<char, 32> text{};

@@ -148,7 +148,7 @@ Outcome list_volumes(World& world, pugi::xml_node command, std::string& out) {
     auto at = std::lower_bound(world.volumes.begin(), world.volumes.end(), page.startIndex,
                                [](const Volume& one, int number) { return one.number < number; });
     std::string entries;
-    for (int i = 0; i < page.maxItems && at != world.volumes.end(); ++i) {
+    for (int i = 0; i < page.maxItems && at != world.volumes.end(); i++) {
         append_entry(*at++, entries);
     }
     if (at != world.volumes.end()) {

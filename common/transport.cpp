@@ -211,7 +211,7 @@ int deliver(const ExchangeRequest& request, OnStatus onStatus, uint64_t* replyLe
         failureCount.fetch_add(1, std::memory_order_relaxed);
         if (onStatus == OnStatus::kFreeReply) {
             free(outcome.reply);
-            return outcome.code;
+            outcome.reply = nullptr;
         }
     }
     *reply = outcome.reply;
@@ -286,6 +286,8 @@ int IPCClient::Receive(uint32_t* status, uint64_t* length, char** buffer) const 
     if (header.magic != kMagic) {
         return kBadMagic;
     }
+    *status = header.status;
+    *length = header.length;
     std::unique_ptr<char, decltype(&free)> body(nullptr, free);
     if (header.length != 0) {
         body.reset(static_cast<char*>(calloc(1, header.length)));
@@ -296,8 +298,6 @@ int IPCClient::Receive(uint32_t* status, uint64_t* length, char** buffer) const 
             return ECANCELED;
         }
     }
-    *status = header.status;
-    *length = header.length;
     *buffer = body.release();
     return kOk;
 }

@@ -69,7 +69,8 @@ struct IPCClient {
     int Send(uint64_t length, const void* data) const;
 
     // Reads one reply. On success *buffer is malloc'ed with exactly *length bytes, or null when the
-    // reply is empty. Bytes that a peer announced but never sent are zero.
+    // reply is empty. Bytes that a peer announced but never sent are zero. On failure *buffer is
+    // null; *status and *length are the header's all the same once that has come whole.
     // Returns 0, 12 without memory, 53 for a wrong magic, 107 for a short header, ECANCELED after
     // IPCServInterrupt.
     int Receive(uint32_t* status, uint64_t* length, char** buffer) const;
@@ -88,7 +89,8 @@ void IPCServInterrupt();
 
 // One exchange with the default peer. On success the caller owns *reply (null when *replyLength is
 // 0). Returns 0; 22 without a default peer; 12; 53; 107; the errno of the connection; or the
-// reply's status, and then *reply is null.
+// reply's status. On failure *reply is null, while *replyLength still tells what the reply's header
+// announced, 0 without one.
 int IPCServRequest(uint32_t requestNumber, uint64_t requestLength, const char* request,
                    uint64_t* replyLength, char** reply);
 

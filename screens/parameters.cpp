@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
-#include <strings.h>
 
+#include "common/ascii_case.h"
 #include "common/result.h"
 #include "core/window.h"
 
@@ -36,7 +36,7 @@ ParameterItemPtr parameterTable[kTableSize];
 
 bool is_hidden(const char* name) {
     return std::any_of(std::begin(kHiddenParameters), std::end(kHiddenParameters),
-                       [&](const char* hidden) { return strcasecmp(hidden, name) == 0; });
+                       [&](const char* hidden) { return equal_ignoring_case(hidden, name); });
 }
 
 // The next item of the reply that can be shown; null with the reason when there is none.

@@ -1,6 +1,7 @@
 #include "screens/shell_command.h"
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <poll.h>
@@ -87,8 +88,9 @@ struct SpawnStreams {
     SpawnStreams& operator=(const SpawnStreams&) = delete;
 };
 
-// -C lets the shell create the files that it writes to, instead of writing through whatever link
-// somebody has put in their place.
+// -C lets the shell create the files that it writes to, instead of emptying the file that
+// somebody's link in their place leads to. It keeps ordinary files only: what leads to a device or
+// a FIFO is written to.
 pid_t start_shell(const char* command, int output) {
     const SpawnAttributes attributes;
     const SpawnStreams streams(output);
@@ -103,11 +105,13 @@ pid_t start_shell(const char* command, int output) {
     return child;
 }
 
-// Throws away what the command writes until all its processes have closed their end. False when the
-// program is to end first.
-bool read_to_end(int reader) {
+// Throws away what the command writes until all its processes have closed their end. False when its
+// time is over or the program is to end first.
+bool read_to_end(int reader, std::chrono::milliseconds patience) {
+    using Clock = std::chrono::steady_clock;
+    const auto deadline = Clock::now() + patience;
     pollfd watched = {reader, POLLIN, 0};
-    while (!termination_requested()) {
+    while (!termination_requested() && Clock::now() < deadline) {
         if (poll(&watched, 1, kLookMs) > 0) {
             char discarded[kDiscardSize];
             const ssize_t size = read(reader, discarded, sizeof discarded);
@@ -131,7 +135,7 @@ int wait_for(pid_t child) {
 
 } // namespace
 
-int run_shell_command(const char* command) {
+int run_shell_command(const char* command, std::chrono::milliseconds patience) {
     if (termination_requested()) {
         errno = ECANCELED;
         return -1;
@@ -142,7 +146,7 @@ int run_shell_command(const char* command) {
         return -1;
     }
     Pipe::close_end(output.writer);
-    if (!read_to_end(output.reader)) {
+    if (!read_to_end(output.reader, patience)) {
         kill(-child, SIGKILL);
     }
     return wait_for(child);

@@ -76,6 +76,8 @@ bool read_line(const File& file, char (&line)[N]) {
     return fgets(line, N, file.get()) != nullptr;
 }
 
+// The end of the file sets no errno: what an earlier call has left there could even read as
+// success, so that it has a code of its own.
 int read_failure(const File& file) {
     return ferror(file.get()) != 0 ? errno : kNoData;
 }

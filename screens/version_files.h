@@ -1,8 +1,10 @@
 // What the files of the installed product tell: version markers, release, platform.
 //
 // The commands write to files at fixed names, so only one of these functions may run at a time. The
-// files are removed before and after use; the shell creates them anew and the reader opens no link
-// and nobody else's file, so that nothing put under their names leads root elsewhere.
+// files are removed before and after use; the shell overwrites no ordinary file and the reader
+// opens no link and nobody else's file. What remains to somebody who may write to their folders and
+// puts a link, a device or a FIFO there just before the shell looks: the line of a version can be
+// led to a device or a FIFO, and a FIFO that nobody reads holds the screen for kCommandPatience.
 #pragma once
 
 #include <cstddef>

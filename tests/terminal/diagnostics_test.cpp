@@ -1,7 +1,6 @@
 // The Diagnostics screen: what it asks for and what it shows.
-#include <fstream>
-
 #include "tests/terminal/diagnostics_world.h"
+#include "tests/terminal/workplace.h"
 
 namespace zrp {
 namespace {
@@ -75,10 +74,10 @@ TEST_F(Diagnostics, ARejectedChoiceKeepsAnotherScreen) {
 }
 
 TEST_F(Diagnostics, AValueThatShrinksLeavesItsLastDigitUntilTheScreenIsDrawnAnew) {
-    daemons.main.answer(kServerCommand, {server_reply(server_value("openFiles", "100")),
-                                         server_reply(server_value("openFiles", "99"))});
+    daemons.main.answer(kServerCommand, {server_reply(server_value("openFiles", "100"))});
     ASSERT_TRUE(choose(terminal, "1"));
-    EXPECT_TRUE(wait_for_value(terminal, 2, "100 ")) << terminal.text();
+    ASSERT_TRUE(wait_for_value(terminal, 2, "100 ")) << terminal.text();
+    daemons.main.answer(kServerCommand, {server_reply(server_value("openFiles", "99"))});
     EXPECT_TRUE(wait_for_value(terminal, 2, "990 ")) << terminal.text();
     ASSERT_TRUE(choose(terminal, "1"));
     EXPECT_TRUE(wait_for_value(terminal, 2, "99  ")) << terminal.text();
@@ -151,10 +150,8 @@ TEST(DiagnosticsTrace, TracesEachCounterThatAReplyNames) {
     Daemons daemons;
     daemons.main.answer(kServerCommand, {server_reply(server_value("openFiles", "17") +
                                                       server_value("never heard of", "1"))});
-    TerminalOptions options = monitor(25, 80, {"-d"});
-    options.child.directory = testing::TempDir();
-    const std::string path = options.child.directory + "/zrptop.log";
-    Terminal terminal(options);
+    const Workplace workplace;
+    Terminal terminal(traced_monitor(workplace));
     ASSERT_TRUE(wait_for_windows(terminal));
     ASSERT_TRUE(choose(terminal, "1"));
     ASSERT_TRUE(wait_for_value(terminal, 2, "17"));
@@ -162,15 +159,13 @@ TEST(DiagnosticsTrace, TracesEachCounterThatAReplyNames) {
     terminal.press(Key::kUp);
     ASSERT_TRUE(terminal.wait_until([&] { return !dialog_is_open(terminal); }));
     expect_clean_end(terminal);
-    std::ifstream file(path);
-    const std::string log{std::istreambuf_iterator<char>(file), {}};
+    const std::string log = workplace.trace();
     for (const char* line :
          {"\ninsert CMgr preallocated count\n", "\ninsert Purge volume requests\n",
           "\nfind openFiles --- value set = 17\n", "\nfind never heard of --- NOT FOUND\n",
           "\nSelectDiagnosticsType: fkey detected fkey=259\n", "\nrelease hash table\n"}) {
         EXPECT_NE(log.find(line), std::string::npos) << line;
     }
-    unlink(path.c_str());
 }
 
 // What a daemon can do wrong. The old values stay, and the next pass tries again.
@@ -183,31 +178,44 @@ std::ostream& operator<<(std::ostream& out, const Fault& fault) {
     return out << fault.name;
 }
 
-class DiagnosticsFault : public DiagnosticsTest, public testing::WithParamInterface<Fault> {};
+class DiagnosticsFault : public DiagnosticsTest, public testing::WithParamInterface<Fault> {
+protected:
+    bool wait_for_request(const CommandAnswers& daemon, const std::string& command, size_t more) {
+        const size_t before = daemon.requests(command).size();
+        return terminal.wait_until(
+            [&] { return daemon.requests(command).size() >= before + more; });
+    }
+};
 
 TEST_P(DiagnosticsFault, OfTheMainDaemonLeavesTheOldValues) {
-    daemons.main.answer_raw(
-        kServerCommand, {reply(server_reply(server_value("openFiles", "111"))), GetParam().bytes,
-                         GetParam().bytes, reply(server_reply(server_value("openFiles", "222")))});
+    daemons.main.answer(kServerCommand, {server_reply(server_value("openFiles", "111"))});
     ASSERT_TRUE(choose(terminal, "1"));
     ASSERT_TRUE(wait_for_value(terminal, 2, "111"));
-    ASSERT_TRUE(wait_for_value(terminal, 7, "0")); // all is painted
+    ASSERT_TRUE(wait_for_value(terminal, 7, "0"));
+    ASSERT_TRUE(terminal.wait_for_rest()); // all is painted
     const stage::Snapshot before = terminal.eye().snapshot();
-    ASSERT_TRUE(terminal.wait_until([&] { return daemons.asked_main() >= 3; }));
+    daemons.main.answer_raw(kServerCommand, {GetParam().bytes});
+    ASSERT_TRUE(
+        wait_for_request(daemons.main, kServerCommand, 2)); // the first of them is dealt with
+    ASSERT_TRUE(terminal.wait_for_rest());
     EXPECT_EQ(terminal.eye().snapshot(), before);
+    daemons.main.answer(kServerCommand, {server_reply(server_value("openFiles", "222"))});
     EXPECT_TRUE(wait_for_value(terminal, 2, "222")) << terminal.text();
 }
 
 TEST_P(DiagnosticsFault, OfTheStorageDaemonLeavesTheOldValues) {
-    daemons.storage.answer_raw(kBksCommand,
-                               {reply(bks_reply(bks_value("Request", "111"))), GetParam().bytes,
-                                GetParam().bytes, reply(bks_reply(bks_value("Request", "222")))});
+    daemons.storage.answer(kBksCommand, {bks_reply(bks_value("Request", "111"))});
     ASSERT_TRUE(choose(terminal, "12"));
     ASSERT_TRUE(wait_for_value(terminal, 2, "111"));
-    ASSERT_TRUE(wait_for_value(terminal, 4, "0")); // all is painted
+    ASSERT_TRUE(wait_for_value(terminal, 4, "0"));
+    ASSERT_TRUE(terminal.wait_for_rest()); // all is painted
     const stage::Snapshot before = terminal.eye().snapshot();
-    ASSERT_TRUE(terminal.wait_until([&] { return daemons.asked_storage() >= 3; }));
+    daemons.storage.answer_raw(kBksCommand, {GetParam().bytes});
+    ASSERT_TRUE(
+        wait_for_request(daemons.storage, kBksCommand, 2)); // the first of them is dealt with
+    ASSERT_TRUE(terminal.wait_for_rest());
     EXPECT_EQ(terminal.eye().snapshot(), before);
+    daemons.storage.answer(kBksCommand, {bks_reply(bks_value("Request", "222"))});
     EXPECT_TRUE(wait_for_value(terminal, 2, "222")) << terminal.text();
 }
 

@@ -4,17 +4,15 @@
 #include <csignal>
 #include <string_view>
 
+#include "tests/terminal/idle_passes.h"
 #include "tests/terminal/session.h"
 #include "tests/terminal/simulator.h"
 
 namespace zrp {
 namespace {
 
-using stage::milliseconds;
-
 constexpr int kFirstRow = kMainTop + 1;
 constexpr int kLastRow = kMainTop + 13;
-constexpr milliseconds kOnePass{1300};
 
 struct ScreenCase {
     const char* name;
@@ -100,18 +98,32 @@ bool brings_values(std::string_view fault) {
     return fault == "drip" || fault == "truncated" || fault == "unclosed";
 }
 
+// The screen has got what the fault leaves of its reply, and shows it. A pass of General asks
+// twice, for the strip and for the screen: with the third spoiled request the screen has had one.
+bool wait_for_faulty_pass(Terminal& terminal, const Simulator& server, std::string_view fault) {
+    if (fault == "refuse") {
+        return wait_for_idle_pass(terminal);
+    }
+    const size_t spoiled = fault == "hang" ? 1 : 3; // nobody asks again behind the first
+    return terminal.wait_until([&] { return server.logged("fault=") >= spoiled; }) &&
+           terminal.wait_for_rest();
+}
+
 class ScreenFault : public testing::TestWithParam<FaultCase> {};
 
+// The clock stands still until replies are spoiled, so that only a spoiled one can bring a figure
+// other than those that are shown.
 TEST_P(ScreenFault, LeavesTheOldValuesAndTheNextPassFillsTheScreenAgain) {
     ZRP_NEEDS_ROOT();
     const auto& [screen, fault] = GetParam();
-    Simulator server;
+    Simulator server({"--clock", "1000000"});
     Terminal terminal(monitor());
     ASSERT_TRUE(open_screen(terminal, screen)) << terminal.text();
-    server.tell(order_for(GetParam()));
-    terminal.pump(kOnePass); // a pass under way may still end well
+    ASSERT_TRUE(terminal.wait_for_rest());
     const std::string before = figures(terminal);
-    terminal.pump(kOnePass);
+    server.tell(order_for(GetParam()));
+    server.tell("clock 2000000");
+    ASSERT_TRUE(wait_for_faulty_pass(terminal, server, fault)) << terminal.text();
     if (!brings_values(fault)) {
         EXPECT_EQ(figures(terminal), before);
     }
@@ -154,7 +166,10 @@ TEST_P(DialogFault, LetsItOpenLater) {
     ASSERT_TRUE(open_screen(terminal, kGeneral));
     server.tell(order_for(GetParam()));
     terminal.press(screen.key);
-    terminal.pump(kOnePass);
+    if (std::string_view(fault) != "refuse") { // which no log tells
+        ASSERT_TRUE(terminal.wait_until([&] { return server.logged("fault=") >= 1; }));
+    }
+    ASSERT_TRUE(terminal.wait_for_rest());
     if (std::string_view(fault) == "hang") {
         terminal.child().send_signal(SIGTERM);
         expect_ended_cleanly(terminal);

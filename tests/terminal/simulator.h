@@ -4,11 +4,14 @@
 //     Terminal terminal(monitor());
 //     ...
 //     server.tell("fault hang:set");
+//     terminal.wait_until([&] { return server.logged("fault=hang") > 0; });
 #pragma once
 
 #include <algorithm>
+#include <fstream>
 #include <stdexcept>
 #include <string>
+#include <sys/mman.h>
 #include <unistd.h>
 #include <vector>
 
@@ -40,6 +43,17 @@ public:
         expect_line("ready");
     }
 
+    // How many requests the daemons have read so far whose line in their log has the text in it:
+    // "SOCKET NUMBER LENGTH COMMAND", with " fault=KIND" behind it when the reply is spoiled.
+    [[nodiscard]] size_t logged(const std::string& text) const {
+        size_t count = 0;
+        std::ifstream lines("/proc/self/fd/" + std::to_string(log_.get()));
+        for (std::string line; std::getline(lines, line);) {
+            count += line.find(text) != std::string::npos ? 1U : 0U;
+        }
+        return count;
+    }
+
     // Carries out one line of the server's control input.
     void tell(const std::string& line) {
         const std::string bytes = line + "\n";
@@ -51,12 +65,13 @@ public:
     }
 
 private:
-    static stage::ChildOptions options(const std::vector<std::string>& arguments) {
+    [[nodiscard]] stage::ChildOptions options(const std::vector<std::string>& arguments) const {
         stage::ChildOptions options;
-        options.arguments = {ZRPSIM_PROGRAM, "--control"};
+        options.arguments = {ZRPSIM_PROGRAM, "--control", "--verbose"};
         options.arguments.insert(options.arguments.end(), arguments.begin(), arguments.end());
         options.standardInput = stage::kPipe;
         options.standardOutput = stage::kPipe;
+        options.standardErrors = log_.get();
         return options;
     }
 
@@ -67,6 +82,7 @@ private:
         }
     }
 
+    const stage::Descriptor log_{memfd_create("log", MFD_CLOEXEC)}; // before whoever writes to it
     stage::ChildProcess process_;
 };
 

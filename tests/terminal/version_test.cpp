@@ -496,7 +496,8 @@ TEST(Version, OfDaemonsThatNeverAnswerKeepsNobodyFromEnding) {
     Terminal terminal(machine.monitor());
     ASSERT_TRUE(wait_for_windows(terminal));
     terminal.press(Key::kF7);
-    terminal.pump(milliseconds{1500});
+    ASSERT_TRUE(terminal.wait_until([&] { return server.logged("fault=hang") == 1; }));
+    ASSERT_TRUE(terminal.wait_for_rest());
     EXPECT_EQ(terminal.eye().find_row("[zrptop]"), -1);
     expect_clean_end(terminal);
 }

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/unit/failing_malloc.h"
 #include "tests/unit/traced.h"
 
 namespace zrp {
@@ -175,6 +176,17 @@ TEST(DiagTables, TraceEachInsertInOrderAndTheirRelease) {
     EXPECT_NE(text.find("\ninsert backgroundCloseCount\ninsert Request\n"), std::string::npos);
     EXPECT_TRUE(text.ends_with("\ninsert Purge volume requests\nrelease hash table\n"));
     EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 53 + 41 + 1);
+}
+
+TEST(DiagTables, WithoutMemoryForTheFirstTheSecondIsNotTried) {
+    const TraceText traced;
+    {
+        const FailingMalloc failing(sizeof(DiagHashTable));
+        inithashtable();
+    }
+    EXPECT_EQ(traced.get(), "inithashtable failed\n");
+    EXPECT_EQ(serverDiagTable, nullptr);
+    EXPECT_EQ(bksDiagTable, nullptr);
 }
 
 } // namespace

@@ -1,8 +1,13 @@
 // The Parameters screen: the results of its functions.
+#include <clocale>
+#include <cstdlib>
+#include <filesystem>
+
 #include "common/result.h"
 #include "screens/parameters.h"
 #include "tests/unit/failing_malloc.h"
 #include "tests/unit/screen_fixture.h"
+#include "tools/stage/child_process.h"
 
 namespace zrp {
 namespace {
@@ -47,6 +52,29 @@ TEST_F(ParametersScreen, TheListHasAResultForEachStep) {
     }
     const FailingMalloc failing(kRequestSize);
     EXPECT_EQ(loadParameterList(), kNoMemory);
+}
+
+// Where a small letter "i" and a large "I" belong to two different letters.
+TEST_F(ParametersScreen, ATurkishLocaleHidesTheSameNames) {
+    std::string folder = testing::TempDir() + "parameters_XXXXXX";
+    ASSERT_NE(mkdtemp(folder.data()), nullptr);
+    const stage::ExitStatus compiled =
+        stage::ChildProcess({.arguments = {"localedef", "-i", "tr_TR", "-f", "ISO-8859-9",
+                                           folder + "/tr_TR.ISO-8859-9"},
+                             .standardErrors = stage::kNull})
+            .wait()
+            .value_or(stage::ExitStatus{1});
+    setenv("LOCPATH", folder.c_str(), 1);
+    const bool turkish = setlocale(LC_CTYPE, "tr_TR.ISO-8859-9") != nullptr;
+    unsetenv("LOCPATH");
+    std::filesystem::remove_all(folder);
+    if (compiled != stage::ExitStatus{} || !turkish) {
+        GTEST_SKIP() << "localedef cannot make the locale";
+    }
+    const Answering daemon({set_reply("<name>max_file_descriptor_number</name>"
+                                      "<name>Zrp_File_Server_Name</name>")});
+    EXPECT_EQ(loadParameterList(), kInvalid);
+    setlocale(LC_CTYPE, "C");
 }
 
 TEST_F(ParametersScreen, AValueHasAResultForEachStepAndKeepsTheOldOneOnFailure) {

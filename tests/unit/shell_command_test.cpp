@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -135,6 +136,18 @@ TEST(ShellCommand, WritesThroughNoLinkThatStandsInTheFilesPlace) {
     std::filesystem::create_hard_link(victim, link);
     EXPECT_NE(run_shell_command(("echo gone > " + link).c_str()), 0);
     EXPECT_EQ(contents(victim), "precious");
+}
+
+TEST(ShellCommand, IsBrokenOffWhenItsTimeIsOver) {
+    const Folder folder;
+    const std::string fifo = folder / "fifo";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    for (const std::string& command :
+         {"echo nobody reads > " + fifo, std::string("yes; yes"), std::string("sleep 100")}) {
+        const int status = run_shell_command(command.c_str(), milliseconds{200});
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << command;
+    }
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
 }
 
 TEST(ShellCommand, LeavesNoDescriptorAndNoChildBehind) {

@@ -124,9 +124,17 @@ struct RangeCase {
     ptrdiff_t next; // place of the byte behind the word
 };
 
+TEST(GetRangeUInt64, AHexadecimalWordBetweenBlanksYields31) {
+    const ExactBlock range(" 0x1F ");
+    uint64_t number = 7;
+    const char* next = nullptr;
+    EXPECT_EQ(GetRangeUInt64(range.begin(), range.end(), &number, &next), kOk);
+    EXPECT_EQ(number, 31U);
+    EXPECT_EQ(next - range.begin(), 5);
+}
+
 TEST(GetRangeUInt64, ReadsTheFirstWordWithAutomaticBase) {
     const RangeCase cases[] = {
-        {" 0x1F ", kOk, 31, 5},
         {"42", kOk, 42, 2},
         {"017 5", kOk, 15, 3},
         {"\t\n\v\f\r 9\n", kOk, 9, 7},

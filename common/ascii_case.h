@@ -1,6 +1,8 @@
 // Letter case as the daemons know it. Internal to the library.
 #pragma once
 
+#include <cstddef>
+
 #pragma GCC visibility push(hidden)
 
 namespace zrp {
@@ -16,6 +18,16 @@ constexpr bool equal_ignoring_case(const char* one, const char* other) {
         other++;
     }
     return ascii_lower(*one) == ascii_lower(*other);
+}
+
+// The same for no more than so many characters of each.
+constexpr bool equal_ignoring_case(const char* one, const char* other, size_t length) {
+    while (length > 0 && *one != '\0' && ascii_lower(*one) == ascii_lower(*other)) {
+        one++;
+        other++;
+        length--;
+    }
+    return length == 0 || ascii_lower(*one) == ascii_lower(*other);
 }
 
 } // namespace zrp

@@ -1,8 +1,8 @@
 #include "common/config/config_readers.h"
 
 #include <cstring>
-#include <strings.h>
 
+#include "common/ascii_case.h"
 #include "common/config/config_lines.h"
 #include "common/result.h"
 
@@ -46,7 +46,7 @@ void copy_word_if_given(const ConfigWord& from, ConfigWord* to) {
 
 bool is_server_name_line(const ConfigWords& words) {
     for (size_t i = 0; i < kServerNameKeys; i++) {
-        if (strcasecmp(words[i], kServerNameWords[i]) != 0) {
+        if (!equal_ignoring_case(words[i], kServerNameWords[i])) {
             return false;
         }
     }
@@ -71,7 +71,8 @@ int find_entry(const char* path, const char* keyword, unsigned index, Memory mem
             memset(entry.words, 0, sizeof entry.words);
         }
         const size_t count = split_words(entry.line.text, entry.words, kConfigMaxWords);
-        if (count >= kMinEntryWords && strcasecmp(entry.words[0], keyword) == 0 && index-- == 0) {
+        if (count >= kMinEntryWords && equal_ignoring_case(entry.words[0], keyword) &&
+            index-- == 0) {
             return kOk;
         }
     }
@@ -93,10 +94,18 @@ const char* copy_quoted(const ConfigLine& line, ConfigWord& value) {
     return last + 1;
 }
 
+bool holds_word(const char* text, const char* word) {
+    const size_t length = strlen(word);
+    while (*text != '\0' && !equal_ignoring_case(text, word, length)) {
+        text++;
+    }
+    return *text != '\0';
+}
+
 unsigned options_within(const char* text) {
     unsigned attributes = 0;
     for (const VolumeOption& option : kVolumeOptions) {
-        if (strcasestr(text, option.word) != nullptr) {
+        if (holds_word(text, option.word)) {
             attributes |= option.bit;
         }
     }
@@ -106,7 +115,8 @@ unsigned options_within(const char* text) {
 unsigned options_of_words(const ConfigWords& words) {
     unsigned attributes = 0;
     for (const VolumeOption& option : kVolumeOptions) {
-        if (strcasecmp(words[3], option.word) == 0 || strcasecmp(words[4], option.word) == 0) {
+        if (equal_ignoring_case(words[3], option.word) ||
+            equal_ignoring_case(words[4], option.word)) {
             attributes |= option.bit;
         }
     }

@@ -4,9 +4,9 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
-#include <strings.h>
 #include <unistd.h>
 
+#include "common/ascii_case.h"
 #include "common/config/config_lines.h"
 #include "common/result.h"
 
@@ -16,7 +16,7 @@ namespace {
 using TemporaryPath = char[PATH_MAX];
 
 bool begins_with(const char* text, const char* word) {
-    return strncasecmp(text, word, strlen(word)) == 0;
+    return equal_ignoring_case(text, word, strlen(word));
 }
 
 bool is_server_name(const char* text) {

@@ -2,8 +2,8 @@
 
 #include <cctype>
 #include <cstring>
-#include <strings.h>
 
+#include "common/ascii_case.h"
 #include "common/log/log_state.h"
 #include "common/result.h"
 
@@ -67,18 +67,18 @@ constexpr Keyword kKeywords[] = {
 };
 
 bool matches_whole(const Keyword& keyword, const char* text) {
-    return keyword.cut != Cut::kPrefixParserOnly && strcasecmp(text, keyword.word) == 0;
+    return keyword.cut != Cut::kPrefixParserOnly && equal_ignoring_case(text, keyword.word);
 }
 
 bool matches_prefix(const Keyword& keyword, const char* text) {
     const size_t length = strlen(text);
     if (keyword.cut == Cut::kMayBeLonger) {
-        return strncasecmp(text, keyword.word, strlen(keyword.word)) == 0;
+        return equal_ignoring_case(text, keyword.word, strlen(keyword.word));
     }
     if (keyword.cut == Cut::kMayBeShortMode && length < kShortestMode) {
         return false;
     }
-    return strncasecmp(text, keyword.word, length) == 0;
+    return equal_ignoring_case(text, keyword.word, length);
 }
 
 void apply(const Keyword& keyword) {

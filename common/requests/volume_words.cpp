@@ -4,8 +4,8 @@
 #include <charconv>
 #include <cstring>
 #include <string_view>
-#include <strings.h>
 
+#include "common/ascii_case.h"
 #include "common/bounded_copy.h"
 #include "common/result.h"
 
@@ -21,7 +21,7 @@ constexpr std::string_view kNoiseWords[] = {"VOLUME", "VOLUMES"};
 bool is_noise(std::string_view word) {
     return std::any_of(std::begin(kNoiseWords), std::end(kNoiseWords), [&](std::string_view noise) {
         return word.size() == noise.size() &&
-               strncasecmp(word.data(), noise.data(), noise.size()) == 0;
+               equal_ignoring_case(word.data(), noise.data(), noise.size());
     });
 }
 

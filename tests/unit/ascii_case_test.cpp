@@ -22,5 +22,13 @@ TEST(EqualIgnoringCase, OnlyLettersHaveACase) {
     EXPECT_TRUE(equal_ignoring_case("\xc4", "\xc4"));
 }
 
+TEST(EqualIgnoringCase, ComparesNoMoreThanItIsToldTo) {
+    EXPECT_TRUE(equal_ignoring_case("VOLUME DATA", "volumes", 6));
+    EXPECT_FALSE(equal_ignoring_case("VOLUME DATA", "volumes", 7));
+    EXPECT_TRUE(equal_ignoring_case("a", "b", 0));
+    EXPECT_TRUE(equal_ignoring_case("a", "A", 9));
+    EXPECT_FALSE(equal_ignoring_case("a", "AB", 9));
+}
+
 } // namespace
 } // namespace zrp

@@ -132,8 +132,9 @@ TEST(VolumeDialog, AFailedExchangeOnTheSecondPageOpensNoDialog) {
 
 TEST(VolumeDialog, VolumeNumbersWithoutAPlaceInTheTableAreIgnored) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed(256, "A") + listed(-1, "B") + listed(2147483647, "C") +
-                                   listed(-2147483648, "D") + listed(5, "GOOD"))});
+    VolumeStage stage({volume_list(listed(5, "GOOD") + listed(256, "A") + listed(-1, "B") +
+                                   listed(2147483647, "C") + listed(-2147483648, "D") +
+                                   listed(4294967301, "E") + listed(-4294967290, "F"))});
     ASSERT_TRUE(stage.open_dialog());
     EXPECT_EQ(entry(stage, 0, 0), "5. GOOD");
     EXPECT_EQ(entry(stage, 0, 1), "");

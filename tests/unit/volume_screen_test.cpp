@@ -81,6 +81,19 @@ TEST_F(VolumeList, HoldsTheMountedVolumesUnderTheirNumbers) {
     EXPECT_STREQ(volumeList[1].name, "");
 }
 
+// The low 32 bits of the wide ones are 5 and 6.
+TEST_F(VolumeList, LeavesOutNumbersWithoutAPlace) {
+    const Answering daemon(
+        {reply(volume_list(listed(5, "GOOD") + listed(256, "A") + listed(-1, "B") +
+                           listed(4294967301, "C") + listed(-4294967290, "D")))});
+    const TraceText traced;
+    ASSERT_EQ(do_list_volumes(), kOk);
+    EXPECT_EQ(volumeCount, 1);
+    EXPECT_STREQ(volumeList[5].name, "GOOD");
+    EXPECT_STREQ(volumeList[6].name, "");
+    EXPECT_NE(traced.get().find("v=C stat=3 id=4294967301\n"), std::string::npos);
+}
+
 TEST_F(VolumeList, AServerErrorOnTheSecondPageKeepsTheFirstAndIsNoFailure) {
     const Answering daemon({reply(volume_list(listed(3, "DATA"), "1")), kRefusalReply});
     EXPECT_EQ(do_list_volumes(), kOk);

@@ -5,6 +5,7 @@
 
 #include "common/bounded_copy.h"
 #include "common/requests/volume_information.h"
+#include "common/requests/volume_list.h"
 #include "common/result.h"
 #include "screens/volume.h"
 #include "screens/volume_dialog.h"
@@ -98,6 +99,14 @@ TEST_F(VolumeList, AServerErrorOnTheSecondPageKeepsTheFirstAndIsNoFailure) {
     const Answering daemon({reply(volume_list(listed(3, "DATA"), "1")), kRefusalReply});
     EXPECT_EQ(do_list_volumes(), kOk);
     EXPECT_EQ(volumeCount, 1);
+    EXPECT_STREQ(volumeList[3].name, "DATA");
+}
+
+TEST_F(VolumeList, EndsAfterTheMostPagesWhenTheServerAlwaysNamesANext) {
+    const Answering daemon({reply(volume_list(listed(3, "DATA"), "1"))});
+    EXPECT_EQ(do_list_volumes(), kOk);
+    EXPECT_EQ(daemon.connections(), static_cast<size_t>(kMaxVolumePages));
+    EXPECT_EQ(volumeCount, kMaxVolumePages);
     EXPECT_STREQ(volumeList[3].name, "DATA");
 }
 
@@ -211,6 +220,7 @@ protected:
 
 TEST_F(VolumeScreen, WithoutAWindowIsOutOfRange) {
     EXPECT_EQ(drawVolumeLabels(nullptr), kRange);
+    EXPECT_EQ(updateVolumeWindow(nullptr), kRange);
 }
 
 TEST_F(VolumeScreen, ANameOf17CharactersIsNeverFetched) {

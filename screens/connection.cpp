@@ -160,7 +160,7 @@ int fetchConnectionEntry(int station, ConnectionEntry* entry) {
 int SelectConnectionNumber(int* fkeyHit, int* fkey) {
     selectedConnection = kNoConnection;
     *fkeyHit = 0;
-    const DialogWindow window(kDialogHeight);
+    const DialogWindow window(kTraceTag, kDialogHeight);
     if (window.get() == nullptr) {
         return kInvalid;
     }

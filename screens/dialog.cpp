@@ -1,6 +1,7 @@
 #include "screens/dialog.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 
 #include <climits>
@@ -21,13 +22,15 @@ constexpr int kPromptColumn = 1;
 
 } // namespace
 
-DialogWindow::DialogWindow(int height)
+DialogWindow::DialogWindow(const char* traceTag, int height)
     : window(create_newwin(height, COLS - kWidthLess, kFirstRow, kFirstColumn)) {
-    if (window != nullptr) {
-        const CursesLock lock;
-        keypad(window, TRUE);
-        wrefresh(window);
+    if (window == nullptr) {
+        trace("%s: create_newwin() failed err=%d\n", traceTag, errno);
+        return;
     }
+    const CursesLock lock;
+    keypad(window, TRUE);
+    wrefresh(window);
 }
 
 DialogWindow::~DialogWindow() {

@@ -1,7 +1,6 @@
 #include "screens/volume_dialog.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cinttypes>
 
 #include "common/bounded_copy.h"
@@ -232,9 +231,8 @@ int SelectVolumeNumber(int* fkeyFlag, int* fkey) {
         trace("%s: do_list_volumes() volumeCount == 0\n", kDialogTag);
         return kInvalid;
     }
-    const DialogWindow dialog(kDialogHeight);
+    const DialogWindow dialog(kDialogTag, kDialogHeight);
     if (dialog.get() == nullptr) {
-        trace("%s: create_newwin() failed err=%d\n", kDialogTag, errno);
         return kInvalid;
     }
     return choose_volume(dialog.get(), fkeyFlag, fkey);

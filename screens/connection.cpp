@@ -186,7 +186,7 @@ int updateConnectionWindow(WINDOW* window) {
     }
     ConnectionInformationPtr information;
     int version = kConnectionInformationVersion;
-    int rc = GetConnectionInformation(selectedConnection, &version, &information, nullptr);
+    int rc = GetConnectionInformation(selectedConnection, &version, &information);
     if (rc != kOk) {
         return rc;
     }

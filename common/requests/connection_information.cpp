@@ -170,15 +170,14 @@ int ScanConnectionInformationReply(char* reply, int replyLength, ConnectionInfor
     return rc;
 }
 
-int GetConnectionInformation(int station, int* versionTag, ConnectionInformationPtr* record,
-                             const RequestHooks* hooks) {
+int GetConnectionInformation(int station, int* versionTag, ConnectionInformationPtr* record) {
     uint32_t length = 0;
     HeapText request(BuildConnectionInformationRequest(station, *versionTag, &length));
     if (request == nullptr) {
         return kRequestNotBuilt;
     }
     Reply reply;
-    int rc = send_query(kDefaultPeer, std::move(request), length, hooks, &reply);
+    int rc = send_query(kDefaultPeer, std::move(request), length, &traceHooks, &reply);
     if (rc != kOk) {
         return rc;
     }

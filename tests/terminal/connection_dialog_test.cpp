@@ -303,6 +303,7 @@ INSTANTIATE_TEST_SUITE_P(
                     DialogKey{"F6", Key::kF6, "MAXIMUM_CACHED_FILES_PER_VOLUME"},
                     DialogKey{"F1", Key::kF1, "MAXIMUM_CACHED_FILES_PER_VOLUME"},
                     DialogKey{"Up", Key::kUp, "MAXIMUM_CACHED_FILES_PER_VOLUME"},
+                    DialogKey{"Down", Key::kDown, "MAXIMUM_CACHED_FILES_PER_VOLUME"},
                     DialogKey{"Tab", Key::kTab, "Enter selection"},
                     DialogKey{"Right", Key::kRight, "Enter selection"},
                     DialogKey{"PageDown", Key::kPageDown, "Enter selection"},
@@ -311,6 +312,20 @@ INSTANTIATE_TEST_SUITE_P(
                     DialogKey{"PageUp", Key::kPageUp, "Enter volume number"},
                     DialogKey{"Home", Key::kHome, kStatistic}),
     [](const auto& key) { return std::string(key.param.name); });
+
+TEST(ConnectionDialog, F4OpensItAgainWithTheListOfTheMoment) {
+    ZRP_NEEDS_ROOT();
+    CommandAnswers daemon;
+    daemon.answer(kList, {page(users(1, 3)), page(users(7, 3))});
+    Dialog dialog(daemon);
+    ASSERT_TRUE(dialog.open());
+    dialog.terminal.type("12");
+    dialog.terminal.press(Key::kF4);
+    EXPECT_TRUE(dialog.terminal.wait_for_text(kListRow, kListColumnOfPage, "7. user7 "))
+        << dialog.terminal.text();
+    EXPECT_TRUE(dialog.wait_for_prompt());
+    EXPECT_EQ(daemon.requests(kList).size(), 2U);
+}
 
 TEST(ConnectionDialog, F12EndsTheProgram) {
     ZRP_NEEDS_ROOT();

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -14,8 +15,6 @@
 #include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
-
-#include <climits>
 
 #include "common/exchange.h"
 #include "common/result.h"

@@ -12,7 +12,8 @@ namespace zrp {
 // Installs the handlers. ncurses finds its own signals taken and leaves them alone.
 void install_signal_handlers();
 
-// Remembers the terminal's modes as the user's shell left them. Call it before ncurses changes them.
+// Remembers the terminal's modes as the user's shell left them. Call it before ncurses changes
+// them.
 void remember_terminal_modes();
 
 // The terminal is the monitor's between these two: only then does a request for the end touch it.

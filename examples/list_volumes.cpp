@@ -2,6 +2,7 @@
 //
 //     list_volumes
 #include <cstdio>
+
 #include <zrp/requests/volume_status.h>
 #include <zrp/requests/volume_walk.h>
 #include <zrp/transport.h>

@@ -3,6 +3,7 @@
 //     try_volume NAME DIRECTORY
 #include <cstdio>
 #include <cstring>
+
 #include <zrp/requests/volume_management.h>
 #include <zrp/requests/volume_walk.h>
 #include <zrp/result.h>

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <unistd.h>
 #include <utility>
+
 #include <zrp/requests/diagnostics.h>
 #include <zrp/result.h>
 

@@ -1,9 +1,8 @@
 #include "screens/connection.h"
 
 #include <cinttypes>
-#include <cstring>
-
 #include <climits>
+#include <cstring>
 
 #include "common/requests/connection_information.h"
 #include "common/result.h"
@@ -160,7 +159,7 @@ int fetchConnectionEntry(int station, ConnectionEntry* entry) {
 int SelectConnectionNumber(int* fkeyHit, int* fkey) {
     selectedConnection = kNoConnection;
     *fkeyHit = 0;
-    const DialogWindow window(kDialogHeight);
+    const DialogWindow window(kTraceTag, kDialogHeight);
     if (window.get() == nullptr) {
         return kInvalid;
     }
@@ -186,7 +185,7 @@ int updateConnectionWindow(WINDOW* window) {
     }
     ConnectionInformationPtr information;
     int version = kConnectionInformationVersion;
-    int rc = GetConnectionInformation(selectedConnection, &version, &information, nullptr);
+    int rc = GetConnectionInformation(selectedConnection, &version, &information);
     if (rc != kOk) {
         return rc;
     }

@@ -130,7 +130,7 @@ void draw_menu(WINDOW* window) {
 } // namespace
 
 int SelectDiagnosticsType(int* fkeyHit, int* fkey) {
-    const DialogWindow dialog(kDialogHeight);
+    const DialogWindow dialog(kDialogTag, kDialogHeight);
     if (dialog.get() == nullptr) {
         return kInvalid;
     }

@@ -1,9 +1,9 @@
 #include "screens/dialog.h"
 
 #include <algorithm>
-#include <cstdlib>
-
+#include <cerrno>
 #include <climits>
+#include <cstdlib>
 
 #include "common/result.h"
 #include "core/line_editor.h"
@@ -21,13 +21,15 @@ constexpr int kPromptColumn = 1;
 
 } // namespace
 
-DialogWindow::DialogWindow(int height)
+DialogWindow::DialogWindow(const char* traceTag, int height)
     : window(create_newwin(height, COLS - kWidthLess, kFirstRow, kFirstColumn)) {
-    if (window != nullptr) {
-        const CursesLock lock;
-        keypad(window, TRUE);
-        refresh_window(window);
+    if (window == nullptr) {
+        trace("%s: create_newwin() failed err=%d\n", traceTag, errno);
+        return;
     }
+    const CursesLock lock;
+    keypad(window, TRUE);
+    refresh_window(window);
 }
 
 DialogWindow::~DialogWindow() {

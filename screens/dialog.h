@@ -13,10 +13,11 @@ inline constexpr int kDialogInputMax = 32; // characters of a typed line
 using DialogInput = char[kDialogInputMax + 1];
 
 // A framed window over the top of the main window with function keys switched on; wiped off the
-// terminal at the end of its scope. Test get() for null, with the reason in errno.
+// terminal at the end of its scope. Test get() for null; the trace then has the reason, under the
+// dialog's name.
 class DialogWindow {
 public:
-    explicit DialogWindow(int height);
+    DialogWindow(const char* traceTag, int height);
     ~DialogWindow();
     DialogWindow(const DialogWindow&) = delete;
     DialogWindow& operator=(const DialogWindow&) = delete;

@@ -1,7 +1,7 @@
 #include "screens/volume_dialog.h"
 
 #include <algorithm>
-#include <cerrno>
+#include <cinttypes>
 
 #include "common/bounded_copy.h"
 #include "common/requests/query.h"
@@ -36,7 +36,7 @@ constexpr int kColumnCount = 3;
 constexpr int kFirstPageRows = 8;
 constexpr int kLaterPageRows = 16;
 
-bool has_slot(int number) {
+bool has_slot(int64_t number) {
     return number >= 0 && number < kVolumeSlots;
 }
 
@@ -50,15 +50,15 @@ void empty_volume_list() {
 }
 
 // Stores a mounted volume. Returns the count stored.
-int store_volume(const ListedName& name, uint32_t status, int32_t number) {
+int store_volume(const ListedName& name, uint32_t status, int64_t number) {
     if ((status & kVolumeMounted) == 0) {
-        trace("%s: v=%s stat=%x id=%d NOT MOUNTED\n", kListTag, name, status, number);
+        trace("%s: v=%s stat=%x id=%" PRId64 " NOT MOUNTED\n", kListTag, name, status, number);
         return 0;
     }
     if (!has_slot(number)) {
         return 0;
     }
-    volumeList[number].id = number;
+    volumeList[number].id = static_cast<int32_t>(number);
     copy_cut(volumeList[number].name, name);
     return 1;
 }
@@ -68,20 +68,21 @@ int store_page(const Reply& reply) {
     char* const text = reply.text.get();
     ListedName name;
     uint32_t status = 0;
-    int32_t number = 0;
+    int64_t number = 0;
     int stored = 0;
     int offset = 0;
     for (;;) {
         trace("%s: ScanListVolumesReply() offset=%d ans=0x%p\n", kListTag, offset,
               static_cast<void*>(text));
         trace_text(kListTag, "reply+offset", text + offset, reply.length - offset);
-        const int rc = ScanListVolumesReply(text, reply.length, &offset, &name, &status, &number);
+        const int rc = scan_listed_volume(text, reply.length, &offset, &name, &status, &number);
         if (rc != kOk) {
             trace("%s: ScanListVolumesReply() rc=%d\n", kListTag, rc);
             trace("%s: ans=0x%p rc=%d\n", kListTag, static_cast<void*>(text), rc);
             return stored;
         }
-        trace("%s: ScanListVolumesReply() v=%s stat=%x id=%d\n", kListTag, name, status, number);
+        trace("%s: ScanListVolumesReply() v=%s stat=%x id=%" PRId64 "\n", kListTag, name, status,
+              number);
         stored += store_volume(name, status, number);
     }
 }
@@ -230,9 +231,8 @@ int SelectVolumeNumber(int* fkeyFlag, int* fkey) {
         trace("%s: do_list_volumes() volumeCount == 0\n", kDialogTag);
         return kInvalid;
     }
-    const DialogWindow dialog(kDialogHeight);
+    const DialogWindow dialog(kDialogTag, kDialogHeight);
     if (dialog.get() == nullptr) {
-        trace("%s: create_newwin() failed err=%d\n", kDialogTag, errno);
         return kInvalid;
     }
     return choose_volume(dialog.get(), fkeyFlag, fkey);

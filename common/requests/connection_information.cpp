@@ -173,8 +173,7 @@ int ScanConnectionInformationReply(char* reply, int replyLength, ConnectionInfor
     return rc;
 }
 
-int GetConnectionInformation(int station, int* versionTag, ConnectionInformationPtr* record,
-                             const RequestHooks* hooks) {
+int GetConnectionInformation(int station, int* versionTag, ConnectionInformationPtr* record) {
     if (versionTag == nullptr || record == nullptr) {
         return kInvalid;
     }
@@ -184,7 +183,7 @@ int GetConnectionInformation(int station, int* versionTag, ConnectionInformation
         return kRequestNotBuilt;
     }
     Reply reply;
-    int rc = send_query(kDefaultPeer, std::move(request), length, hooks, &reply);
+    int rc = send_query(kDefaultPeer, std::move(request), length, &traceHooks, &reply);
     if (rc != kOk) {
         return rc;
     }

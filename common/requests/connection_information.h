@@ -48,10 +48,9 @@ char* BuildConnectionInformationRequest(int station, int versionTag, uint32_t* l
 int ScanConnectionInformationReply(char* reply, int replyLength, ConnectionInformationPtr* record);
 
 // Asks the default peer. *versionTag is the layout to ask for and becomes that of the reply, when
-// it names one. hooks may be null. An error that the server reports shows itself as a missing
-// element. Returns 0, -1 when the request could not be built, the transport's code, or the
-// scanner's.
-int GetConnectionInformation(int station, int* versionTag, ConnectionInformationPtr* record,
-                             const RequestHooks* hooks);
+// it names one. Request and reply go to traceHooks. An error that the server reports shows itself
+// as a missing element. Returns 0, -1 when the request could not be built, the transport's code, or
+// the scanner's.
+int GetConnectionInformation(int station, int* versionTag, ConnectionInformationPtr* record);
 
 } // namespace zrp

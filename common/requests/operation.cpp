@@ -1,10 +1,9 @@
 #include "common/requests/operation.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <utility>
-
-#include <climits>
 
 #include "common/requests/reply_list.h"
 #include "common/result.h"

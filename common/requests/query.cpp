@@ -4,6 +4,9 @@
 #include "common/xml_reader.h"
 
 namespace zrp {
+
+RequestHooks traceHooks;
+
 namespace {
 
 void dump(const RequestHooks* hooks, const char* text, uint64_t length) {

@@ -29,6 +29,10 @@ struct RequestHooks {
     [[gnu::format(printf, 1, 2)]] void (*log)(const char* format, ...) = nullptr;
 };
 
+// The hooks of the operations that take none: none, unless the program installs some before its
+// threads ask.
+extern RequestHooks traceHooks;
+
 // A reply and its length as the scanners take it. A reply of 2 GiB or more has a negative length,
 // which every scanner takes for an empty one: nothing of it is looked at.
 struct Reply {

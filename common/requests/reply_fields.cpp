@@ -28,6 +28,9 @@ int read_field(const ReplyField& field, const XmlElement& outer, void* record) {
     case FieldKind::kDecimal:
         store(member, static_cast<uint32_t>(leading_decimal(text)));
         break;
+    case FieldKind::kDecimal64:
+        store(member, leading_decimal(text));
+        break;
     case FieldKind::kNumber32:
         store(member, static_cast<uint32_t>(leading_number(text)));
         break;

@@ -12,10 +12,11 @@ namespace zrp {
 // How the text of an element becomes a member. "Automatic base" takes decimal, 0x-hexadecimal and
 // 0-octal numbers; a text that is no number gives 0.
 enum class FieldKind : uint8_t {
-    kDecimal,  // int32_t or uint32_t, decimal
-    kNumber32, // uint32_t, automatic base
-    kNumber64, // uint64_t, automatic base
-    kText,     // char[N]: NUL-terminated, cut to the array without splitting a UTF-8 sequence
+    kDecimal,   // int32_t or uint32_t, decimal
+    kDecimal64, // int64_t, decimal; beyond 64 bits the nearest number
+    kNumber32,  // uint32_t, automatic base
+    kNumber64,  // uint64_t, automatic base
+    kText,      // char[N]: NUL-terminated, cut to the array without splitting a UTF-8 sequence
 };
 
 // One row of a table: element name, conversion, place in the record.

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "common/bounded_copy.h"
 #include "common/requests/reply_list.h"
 #include "common/requests/volume_information_layouts.h"
 #include "common/result.h"
@@ -25,9 +26,17 @@ struct FoundVersion {
 
 constexpr ReplyField kVersion = ZRP_FIELD(tag::versionTag, kDecimal, FoundVersion, version);
 
-bool name_fits(const XmlElement& volume) {
+using VolumeName = char[kVolumeNameSize];
+
+// A name that holds a '<' in a CDATA section is found only once, so it is kept.
+bool read_name(const XmlElement& volume, VolumeName& text) {
     XmlElement name;
-    return find_inside(volume, tag::name, &name) == kOk && name.contentLength < kVolumeNameSize;
+    if (find_inside(volume, tag::name, &name) != kOk || name.contentStart == nullptr ||
+        name.contentLength >= kVolumeNameSize) {
+        return false;
+    }
+    copy_cut(text, name.contentStart, name.contentLength);
+    return true;
 }
 
 int32_t number_at(const void* record, size_t offset) {
@@ -47,7 +56,7 @@ int read_pointed_text(const ReplyField& field, size_t pointer, const XmlElement&
     return rc;
 }
 
-// The record is zero-filled before.
+// The record is zero-filled before, but for its name.
 int fill(const VolumeLayout& layout, const XmlElement& volume, void* record) {
     int rc = read_fields(layout.head.data(), layout.head.size(), volume, record);
     if (rc == kOk && !layout.pool.empty() && number_at(record, layout.mountPointType) != 0) {
@@ -98,13 +107,15 @@ int ScanVolumeInformationReply(char* reply, int replyLength, int* offset, int* v
         return kRange;
     }
     const VolumeLayout* layout = find_volume_layout(found.version);
-    if (layout == nullptr || !name_fits(volume)) {
+    VolumeName name = {};
+    if (layout == nullptr || !read_name(volume, name)) {
         return kInvalid;
     }
     VolumeRecord filled(calloc(1, layout->size));
     if (filled == nullptr) {
         return kNoMemory;
     }
+    memcpy(filled.get(), name, sizeof name); // every layout begins with it
     rc = fill(*layout, volume, filled.get());
     if (rc == kOk) {
         *offset = next;

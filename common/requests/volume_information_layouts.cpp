@@ -14,7 +14,6 @@ namespace v1 {
 using Record = VolumeInformationV1;
 
 constexpr ReplyField kHead[] = {
-    FIELD(kText, name),
     FIELD(kDecimal, volumeNumber),
     FIELD(kNumber32, volumeType),
     FIELD(kNumber32, status),
@@ -42,7 +41,6 @@ namespace v3 {
 using Record = VolumeInformationV3;
 
 constexpr ReplyField kHead[] = {
-    FIELD(kText, name),
     FIELD(kDecimal, volumeNumber),
     FIELD(kNumber32, status),
 };
@@ -58,7 +56,6 @@ namespace v4 {
 using Record = VolumeInformationV4;
 
 constexpr ReplyField kHead[] = {
-    FIELD(kText, name),
     FIELD(kDecimal, volumeNumber),
     FIELD(kNumber32, volumeType),
     FIELD(kNumber32, status),
@@ -93,7 +90,6 @@ namespace v5 {
 using Record = VolumeInformation;
 
 constexpr ReplyField kHead[] = {
-    FIELD(kText, name),
     FIELD(kDecimal, volumeNumber),
     FIELD(kNumber32, volumeType),
     FIELD(kNumber32, status),
@@ -152,6 +148,7 @@ constexpr ReplyField kPool[] = {
 // A layout without its own choices: the texts that every record has.
 template <typename Record>
 constexpr VolumeLayout with_texts(ReplyFields head) {
+    static_assert(offsetof(Record, name) == 0 && sizeof(Record::name) == kVolumeNameSize);
     VolumeLayout layout = {};
     layout.size = sizeof(Record);
     layout.head = head;

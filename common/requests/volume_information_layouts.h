@@ -12,10 +12,11 @@ namespace zrp {
 
 using ReplyFields = std::span<const ReplyField>;
 
+// Each record begins with the volume's name, which is read before there is a record.
 struct VolumeLayout {
     size_t size;
     bool keepsPartial;     // handed over even when an element is missing
-    ReplyFields head;      // up to mountPointType
+    ReplyFields head;      // behind the name, up to mountPointType
     size_t mountPointType; // place of the int32_t that says whether the pool's fields follow
     ReplyFields pool;
     ReplyField mountPointText;

@@ -19,14 +19,14 @@ constexpr ReplyList kVolumes = {{tag::listVolumes}, tag::volume, kNotFound, kRan
 struct FoundVolume {
     ListedName name;
     uint32_t status;
-    int32_t volumeNumber;
+    int64_t volumeNumber;
 };
 
 constexpr ReplyField kStatus = ZRP_FIELD(tag::status, kNumber32, FoundVolume, status);
-constexpr ReplyField kNumber = ZRP_FIELD(tag::volumeNumber, kDecimal, FoundVolume, volumeNumber);
+constexpr ReplyField kNumber = ZRP_FIELD(tag::volumeNumber, kDecimal64, FoundVolume, volumeNumber);
 
 void hand_over(const FoundVolume& found, ListedName* name, uint32_t* status,
-               int32_t* volumeNumber) {
+               int64_t* volumeNumber) {
     if (name != nullptr) {
         copy_cut(*name, found.name);
     }
@@ -52,8 +52,8 @@ char* BuildListVolumesRequest(int startIndex, uint32_t* length) {
     return finish_document(document, length);
 }
 
-int ScanListVolumesReply(char* reply, int replyLength, int* offset, ListedName* name,
-                         uint32_t* status, int32_t* volumeNumber) {
+int scan_listed_volume(char* reply, int replyLength, int* offset, ListedName* name,
+                       uint32_t* status, int64_t* volumeNumber) {
     if (offset == nullptr) {
         return kInvalid;
     }
@@ -81,6 +81,17 @@ int ScanListVolumesReply(char* reply, int replyLength, int* offset, ListedName* 
     hand_over(found, name, status, volumeNumber);
     *offset = next;
     return kOk;
+}
+
+int ScanListVolumesReply(char* reply, int replyLength, int* offset, ListedName* name,
+                         uint32_t* status, int32_t* volumeNumber) {
+    int64_t number = 0;
+    const int rc = scan_listed_volume(reply, replyLength, offset, name, status,
+                                      volumeNumber != nullptr ? &number : nullptr);
+    if (rc == kOk && volumeNumber != nullptr) {
+        *volumeNumber = static_cast<int32_t>(number);
+    }
+    return rc;
 }
 
 void ScanStartIndex(char* reply, int replyLength, int* startIndex) {

@@ -30,6 +30,11 @@ char* BuildListVolumesRequest(int startIndex, uint32_t* length);
 int ScanListVolumesReply(char* reply, int replyLength, int* offset, ListedName* name,
                          uint32_t* status, int32_t* volumeNumber);
 
+// The same, with a number that 32 bits cannot hold as it stands: ScanListVolumesReply gives its low
+// bits, which may be the number of another volume.
+int scan_listed_volume(char* reply, int replyLength, int* offset, ListedName* name,
+                       uint32_t* status, int64_t* volumeNumber);
+
 // The index at which the next page begins, -1 when the page is the last.
 void ScanStartIndex(char* reply, int replyLength, int* startIndex);
 

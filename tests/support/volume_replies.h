@@ -1,6 +1,7 @@
 // Replies about volumes.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace zrp {
@@ -9,7 +10,8 @@ inline std::string element(const std::string& tag, const std::string& content) {
     return "<" + tag + ">" + content + "</" + tag + ">";
 }
 
-inline std::string listed(int number, const std::string& name, const std::string& status = "0x3") {
+inline std::string listed(int64_t number, const std::string& name,
+                          const std::string& status = "0x3") {
     return element("volume", element("name", name) + element("status", status) +
                                  element("volumeNumber", std::to_string(number)));
 }

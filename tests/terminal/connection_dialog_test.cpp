@@ -11,12 +11,25 @@ namespace {
 
 using namespace connection_world;
 
-TEST(ConnectionDialog, ListsTheConnectionsOfAPage) {
-    ZRP_NEEDS_ROOT();
+// The monitor on a daemon with pages of connections.
+class ConnectionDialog : public testing::Test {
+protected:
+    void SetUp() override {
+        ZRP_NEEDS_ROOT();
+    }
+
+    // False when the prompt does not come.
+    bool open(const std::vector<std::string>& pages) {
+        daemon.answer(kList, pages);
+        return dialog.open();
+    }
+
     CommandAnswers daemon;
-    daemon.answer(kList, {page(users(1, 10))});
-    Dialog dialog(daemon);
-    ASSERT_TRUE(dialog.open()) << dialog.terminal.text();
+    Dialog dialog{daemon};
+};
+
+TEST_F(ConnectionDialog, ListsTheConnectionsOfAPage) {
+    ASSERT_TRUE(open({page(users(1, 10))})) << dialog.terminal.text();
     for (int i = 0; i < 10; i++) {
         EXPECT_EQ(dialog.terminal.eye().text_at(kListRow + i, kListColumnOfPage, 12),
                   (std::to_string(i + 1) + ". " + user(i + 1) + "        ").substr(0, 12));
@@ -32,24 +45,16 @@ TEST(ConnectionDialog, ListsTheConnectionsOfAPage) {
     expect_clean_end(dialog.terminal);
 }
 
-TEST(ConnectionDialog, APageOfTenEndingWithStation41OffersPlusFromStation42) {
-    ZRP_NEEDS_ROOT();
-    CommandAnswers daemon;
-    daemon.answer(kList, {page(users(20, 9) + entry(41, user(41))), page(users(42, 3))});
-    Dialog dialog(daemon);
-    ASSERT_TRUE(dialog.open());
+TEST_F(ConnectionDialog, APageOfTenEndingWithStation41OffersPlusFromStation42) {
+    ASSERT_TRUE(open({page(users(20, 9) + entry(41, user(41))), page(users(42, 3))}));
     dialog.answer("+");
     ASSERT_TRUE(dialog.terminal.wait_for_text(kListRow, kListColumnOfPage, "42. user42"));
     EXPECT_EQ(page_request(daemon, 1), "<startIndex>42</startIndex><maxItems>10</maxItems>");
     EXPECT_EQ(inside(dialog.terminal, kListRow + 3), "") << "the old page is wiped";
 }
 
-TEST(ConnectionDialog, APageOfNineEndsThePagingAndPlusReturnsToTheTop) {
-    ZRP_NEEDS_ROOT();
-    CommandAnswers daemon;
-    daemon.answer(kList, {page(users(1, 10)), page(users(11, 9)), page(users(1, 10))});
-    Dialog dialog(daemon);
-    ASSERT_TRUE(dialog.open());
+TEST_F(ConnectionDialog, APageOfNineEndsThePagingAndPlusReturnsToTheTop) {
+    ASSERT_TRUE(open({page(users(1, 10)), page(users(11, 9)), page(users(1, 10))}));
     dialog.answer("+");
     ASSERT_TRUE(dialog.terminal.wait_for_text(kListRow, kListColumnOfPage, "11. user11"));
     dialog.answer("+");
@@ -58,12 +63,8 @@ TEST(ConnectionDialog, APageOfNineEndsThePagingAndPlusReturnsToTheTop) {
     EXPECT_EQ(page_request(daemon, 2), "<maxItems>10</maxItems>");
 }
 
-TEST(ConnectionDialog, MinusReturnsToTheTop) {
-    ZRP_NEEDS_ROOT();
-    CommandAnswers daemon;
-    daemon.answer(kList, {page(users(1, 10)), page(users(11, 10)), page(users(1, 10))});
-    Dialog dialog(daemon);
-    ASSERT_TRUE(dialog.open());
+TEST_F(ConnectionDialog, MinusReturnsToTheTop) {
+    ASSERT_TRUE(open({page(users(1, 10)), page(users(11, 10)), page(users(1, 10))}));
     dialog.answer("+");
     ASSERT_TRUE(dialog.terminal.wait_for_text(kListRow, kListColumnOfPage, "11. user11"));
     dialog.answer("-5");
@@ -71,14 +72,10 @@ TEST(ConnectionDialog, MinusReturnsToTheTop) {
     EXPECT_EQ(page_request(daemon, 2), "<maxItems>10</maxItems>");
 }
 
-TEST(ConnectionDialog, AConnectionThatIsNotLoggedInIsNotListedButTakesAPlace) {
-    ZRP_NEEDS_ROOT();
-    CommandAnswers daemon;
-    daemon.answer(kList, {page(entry(1, "first") + entry(2, "NOT LOGGED IN") + users(3, 7) +
-                               entry(10, "NOT LOGGED IN")),
-                          page(users(11, 1))});
-    Dialog dialog(daemon);
-    ASSERT_TRUE(dialog.open());
+TEST_F(ConnectionDialog, AConnectionThatIsNotLoggedInIsNotListedButTakesAPlace) {
+    ASSERT_TRUE(open({page(entry(1, "first") + entry(2, "NOT LOGGED IN") + users(3, 7) +
+                           entry(10, "NOT LOGGED IN")),
+                      page(users(11, 1))}));
     EXPECT_EQ(inside(dialog.terminal, kListRow), "  1. first");
     EXPECT_EQ(inside(dialog.terminal, kListRow + 1), "  3. user3");
     EXPECT_EQ(inside(dialog.terminal, kListRow + 7), "  9. user9");
@@ -88,23 +85,15 @@ TEST(ConnectionDialog, AConnectionThatIsNotLoggedInIsNotListedButTakesAPlace) {
     EXPECT_EQ(page_request(daemon, 1), "<startIndex>11</startIndex><maxItems>10</maxItems>");
 }
 
-TEST(ConnectionDialog, AnEntryThatCannotBeReadEndsThePage) {
-    ZRP_NEEDS_ROOT();
-    CommandAnswers daemon;
-    daemon.answer(kList, {page(users(1, 2) + "<connectionTag><name>broken</name></connectionTag>" +
-                               users(4, 9))});
-    Dialog dialog(daemon);
-    ASSERT_TRUE(dialog.open());
+TEST_F(ConnectionDialog, AnEntryThatCannotBeReadEndsThePage) {
+    ASSERT_TRUE(open(
+        {page(users(1, 2) + "<connectionTag><name>broken</name></connectionTag>" + users(4, 9))}));
     EXPECT_EQ(inside(dialog.terminal, kListRow + 1), "  2. user2");
     EXPECT_EQ(inside(dialog.terminal, kListRow + 2), "");
 }
 
-TEST(ConnectionDialog, AServerThatSendsMoreThanAPageIsCutToOne) {
-    ZRP_NEEDS_ROOT();
-    CommandAnswers daemon;
-    daemon.answer(kList, {page(users(1, 50)), page("")});
-    Dialog dialog(daemon);
-    ASSERT_TRUE(dialog.open());
+TEST_F(ConnectionDialog, AServerThatSendsMoreThanAPageIsCutToOne) {
+    ASSERT_TRUE(open({page(users(1, 50)), page("")}));
     EXPECT_EQ(inside(dialog.terminal, kListRow + 9), "  10. user10");
     EXPECT_EQ(inside(dialog.terminal, kListRow + 10), "");
     dialog.answer("+");
@@ -112,30 +101,22 @@ TEST(ConnectionDialog, AServerThatSendsMoreThanAPageIsCutToOne) {
     EXPECT_EQ(page_request(daemon, 1), "<startIndex>11</startIndex><maxItems>10</maxItems>");
 }
 
-TEST(ConnectionDialog, TheLastStationOfAllEndsThePaging) {
-    ZRP_NEEDS_ROOT();
-    CommandAnswers daemon;
-    daemon.answer(kList, {page(users(1, 9) + entry(2147483647, "last")), page(users(1, 2))});
-    Dialog dialog(daemon);
-    ASSERT_TRUE(dialog.open());
+TEST_F(ConnectionDialog, TheLastStationOfAllEndsThePaging) {
+    ASSERT_TRUE(open({page(users(1, 9) + entry(2147483647, "last")), page(users(1, 2))}));
     dialog.answer("+");
     ASSERT_TRUE(
         dialog.terminal.wait_until([&] { return inside(dialog.terminal, kListRow + 2).empty(); }));
     EXPECT_EQ(page_request(daemon, 1), "<maxItems>10</maxItems>");
 }
 
-TEST(ConnectionDialog, OverlongNamesAreCutAtTheFrameAndCannotSteerTheTerminal) {
-    ZRP_NEEDS_ROOT();
-    CommandAnswers daemon;
-    daemon.answer(kList, {page(entry(1, std::string(600, 'n')) + entry(2, "a\x1b[2Jb\xff%s%n"))});
-    Dialog dialog(daemon);
-    ASSERT_TRUE(dialog.open());
+TEST_F(ConnectionDialog, OverlongNamesAreCutAtTheFrameAndCannotSteerTheTerminal) {
+    ASSERT_TRUE(open({page(entry(1, std::string(600, 'n')) + entry(2, "a\x1b[2Jb\xff%s%n"))}));
     EXPECT_EQ(inside(dialog.terminal, kListRow), "  1. " + std::string(71, 'n'));
     EXPECT_EQ(inside(dialog.terminal, kListRow + 1), "  2. a?[2Jb?%s%n");
     EXPECT_EQ(dialog.terminal.cell(kListRow, 78).text, kVertical);
 }
 
-TEST(ConnectionDialog, FitsTheSmallestTerminal) {
+TEST(ConnectionDialogOnASmallTerminal, StaysInsideItsFrame) {
     ZRP_NEEDS_ROOT();
     CommandAnswers daemon;
     daemon.answer(kList, {page(users(1, 10))});
@@ -154,15 +135,12 @@ TEST(ConnectionDialog, FitsTheSmallestTerminal) {
 }
 
 // Lines that end the dialog without a choice.
-class ConnectionQuitLine : public testing::TestWithParam<const char*> {};
+class ConnectionQuitLine : public ConnectionDialog,
+                           public testing::WithParamInterface<const char*> {};
 
 TEST_P(ConnectionQuitLine, KeepsTheScreenShownBefore) {
-    ZRP_NEEDS_ROOT();
-    CommandAnswers daemon;
     daemon.answer("serverStatistics", {statistics(parm("figure", "111"))});
-    daemon.answer(kList, {page(users(1, 3))});
-    Dialog dialog(daemon);
-    ASSERT_TRUE(dialog.open());
+    ASSERT_TRUE(open({page(users(1, 3))}));
     dialog.answer(GetParam());
     ASSERT_TRUE(dialog.wait_until_closed());
     EXPECT_TRUE(dialog.terminal.wait_for_text(6, kListColumn, "figure: 111"))
@@ -173,13 +151,9 @@ TEST_P(ConnectionQuitLine, KeepsTheScreenShownBefore) {
 
 INSTANTIATE_TEST_SUITE_P(Lines, ConnectionQuitLine, testing::Values("", "q", "Q", "quit", " -1"));
 
-TEST(ConnectionDialog, AListThatFailsEndsTheDialog) {
-    ZRP_NEEDS_ROOT();
-    CommandAnswers daemon;
+TEST_F(ConnectionDialog, AListThatFailsEndsTheDialog) {
     daemon.answer("serverStatistics", {statistics(parm("figure", "111"))});
-    daemon.answer(kList, {page(users(1, 10)), kRefusal});
-    Dialog dialog(daemon);
-    ASSERT_TRUE(dialog.open());
+    ASSERT_TRUE(open({page(users(1, 10)), kRefusal}));
     dialog.answer("+");
     ASSERT_TRUE(dialog.wait_until_closed());
     EXPECT_TRUE(dialog.terminal.wait_for_text(6, kListColumn, "figure: 111"));
@@ -190,12 +164,8 @@ TEST(ConnectionDialog, AListThatFailsEndsTheDialog) {
     expect_clean_end(dialog.terminal);
 }
 
-TEST(ConnectionDialog, AnEmptyListStillAsks) {
-    ZRP_NEEDS_ROOT();
-    CommandAnswers daemon;
-    daemon.answer(kList, {"<zrpConsoleReply/>"});
-    Dialog dialog(daemon);
-    EXPECT_TRUE(dialog.open());
+TEST_F(ConnectionDialog, AnEmptyListStillAsks) {
+    EXPECT_TRUE(open({"<zrpConsoleReply/>"}));
     EXPECT_EQ(inside(dialog.terminal, kListRow), "");
 }
 
@@ -204,15 +174,12 @@ struct TypedNumber {
     const char* station;
 };
 
-class ConnectionNumber : public testing::TestWithParam<TypedNumber> {};
+class ConnectionNumber : public ConnectionDialog,
+                         public testing::WithParamInterface<TypedNumber> {};
 
 TEST_P(ConnectionNumber, IsTakenAsItStands) {
-    ZRP_NEEDS_ROOT();
-    CommandAnswers daemon;
-    daemon.answer(kList, {page(users(1, 3))});
     daemon.answer(kInformation, {kRefusal});
-    Dialog dialog(daemon);
-    ASSERT_TRUE(dialog.open());
+    ASSERT_TRUE(open({page(users(1, 3))}));
     dialog.answer(GetParam().line);
     ASSERT_TRUE(dialog.terminal.wait_until([&] { return !daemon.requests(kInformation).empty(); }));
     EXPECT_EQ(daemon.requests(kInformation).at(0),
@@ -229,13 +196,9 @@ INSTANTIATE_TEST_SUITE_P(Lines, ConnectionNumber,
                                          TypedNumber{"abc", "0"}, TypedNumber{" -3", "-3"},
                                          TypedNumber{"4294967298", "2147483647"}));
 
-TEST(ConnectionDialog, AFunctionKeySelectsConnection0) {
-    ZRP_NEEDS_ROOT();
-    CommandAnswers daemon;
-    daemon.answer(kList, {page(users(1, 3))});
+TEST_F(ConnectionDialog, AFunctionKeySelectsConnection0) {
     daemon.answer(kInformation, {information(2, "chosen")});
-    Dialog dialog(daemon);
-    ASSERT_TRUE(dialog.open());
+    ASSERT_TRUE(open({page(users(1, 3))}));
     dialog.answer("2");
     ASSERT_TRUE(dialog.shows_title("(2) chosen"));
     dialog.terminal.press(Key::kF4);
@@ -248,13 +211,9 @@ TEST(ConnectionDialog, AFunctionKeySelectsConnection0) {
     }));
 }
 
-TEST(ConnectionDialog, QuittingLeavesNoConnectionSelected) {
-    ZRP_NEEDS_ROOT();
-    CommandAnswers daemon;
-    daemon.answer(kList, {page(users(1, 3))});
+TEST_F(ConnectionDialog, QuittingLeavesNoConnectionSelected) {
     daemon.answer(kInformation, {information(2, "chosen")});
-    Dialog dialog(daemon);
-    ASSERT_TRUE(dialog.open());
+    ASSERT_TRUE(open({page(users(1, 3))}));
     dialog.answer("2");
     ASSERT_TRUE(dialog.shows_title("(2) chosen"));
     dialog.terminal.press(Key::kF4);
@@ -303,6 +262,7 @@ INSTANTIATE_TEST_SUITE_P(
                     DialogKey{"F6", Key::kF6, "MAXIMUM_CACHED_FILES_PER_VOLUME"},
                     DialogKey{"F1", Key::kF1, "MAXIMUM_CACHED_FILES_PER_VOLUME"},
                     DialogKey{"Up", Key::kUp, "MAXIMUM_CACHED_FILES_PER_VOLUME"},
+                    DialogKey{"Down", Key::kDown, "MAXIMUM_CACHED_FILES_PER_VOLUME"},
                     DialogKey{"Tab", Key::kTab, "Enter selection"},
                     DialogKey{"Right", Key::kRight, "Enter selection"},
                     DialogKey{"PageDown", Key::kPageDown, "Enter selection"},
@@ -312,38 +272,36 @@ INSTANTIATE_TEST_SUITE_P(
                     DialogKey{"Home", Key::kHome, kStatistic}),
     [](const auto& key) { return std::string(key.param.name); });
 
-TEST(ConnectionDialog, F12EndsTheProgram) {
-    ZRP_NEEDS_ROOT();
-    CommandAnswers daemon;
-    daemon.answer(kList, {page(users(1, 3))});
-    Dialog dialog(daemon);
-    ASSERT_TRUE(dialog.open());
+TEST_F(ConnectionDialog, F4OpensItAgainWithTheListOfTheMoment) {
+    ASSERT_TRUE(open({page(users(1, 3)), page(users(7, 3))}));
+    dialog.terminal.type("12");
+    dialog.terminal.press(Key::kF4);
+    EXPECT_TRUE(dialog.terminal.wait_for_text(kListRow, kListColumnOfPage, "7. user7 "))
+        << dialog.terminal.text();
+    EXPECT_TRUE(dialog.wait_for_prompt());
+    EXPECT_EQ(daemon.requests(kList).size(), 2U);
+}
+
+TEST_F(ConnectionDialog, F12EndsTheProgram) {
+    ASSERT_TRUE(open({page(users(1, 3))}));
     expect_clean_end(dialog.terminal);
 }
 
-TEST(ConnectionDialog, ASignalEndsTheProgram) {
-    ZRP_NEEDS_ROOT();
-    CommandAnswers daemon;
-    daemon.answer(kList, {page(users(1, 3))});
-    Dialog dialog(daemon);
-    ASSERT_TRUE(dialog.open());
+TEST_F(ConnectionDialog, ASignalEndsTheProgram) {
+    ASSERT_TRUE(open({page(users(1, 3))}));
     dialog.terminal.child().send_signal(SIGTERM);
     expect_ended_cleanly(dialog.terminal);
 }
 
-TEST(ConnectionDialog, ALostTerminalEndsTheProgram) {
-    ZRP_NEEDS_ROOT();
-    CommandAnswers daemon;
-    daemon.answer(kList, {page(users(1, 3))});
-    Dialog dialog(daemon);
-    ASSERT_TRUE(dialog.open());
+TEST_F(ConnectionDialog, ALostTerminalEndsTheProgram) {
+    ASSERT_TRUE(open({page(users(1, 3))}));
     dialog.terminal.hang_up();
     const auto status = dialog.terminal.wait_for_exit();
     ASSERT_TRUE(status.has_value());
     EXPECT_EQ(*status, ExitStatus{});
 }
 
-TEST(ConnectionDialog, TracesKeysAndLines) {
+TEST(ConnectionDialogTrace, HasKeysAndLines) {
     ZRP_NEEDS_ROOT();
     const Workplace workplace;
     CommandAnswers daemon;
@@ -363,7 +321,7 @@ TEST(ConnectionDialog, TracesKeysAndLines) {
     EXPECT_NE(trace.find("\nSelectConnectionNumber: fkey detected fkey=276\n"), std::string::npos);
 }
 
-TEST(ConnectionDialog, PagesThroughTwentyThousandConnections) {
+TEST(ConnectionDialogOnTheSimulator, PagesThroughTwentyThousandConnections) {
     ZRP_NEEDS_ROOT();
     const Simulator server({"--connections", "20000"});
     Terminal terminal(monitor());

@@ -1,5 +1,9 @@
 // The Connection screen.
 
+#include <algorithm>
+#include <string_view>
+#include <tuple>
+
 #include "tests/terminal/connection_world.h"
 #include "tests/terminal/simulator.h"
 
@@ -84,6 +88,20 @@ INSTANTIATE_TEST_SUITE_P(Bits, ConnectionStatus,
                                          Status{"0x1", true}, Status{"32", true},
                                          Status{"0x200", true}));
 
+void expect_old_values(const Dialog& dialog) {
+    EXPECT_EQ(dialog.terminal.eye().text_at(kTitleRow, kTitleValueColumn, 10), "(3) before");
+    EXPECT_EQ(dialog.terminal.eye().text_at(kTitleRow + 3, kValueColumn, 4), "111 ");
+}
+
+// After at least one whole pass, and with none under way.
+void expect_old_values_later(Dialog& dialog, const CommandAnswers& daemon) {
+    const size_t asked = daemon.requests(kInformation).size();
+    ASSERT_TRUE(dialog.terminal.wait_until(
+        [&] { return daemon.requests(kInformation).size() >= asked + 2; }));
+    ASSERT_TRUE(dialog.terminal.wait_for_rest());
+    expect_old_values(dialog);
+}
+
 TEST(Connection, AFailedRequestLeavesTheOldValues) {
     ZRP_NEEDS_ROOT();
     CommandAnswers daemon;
@@ -93,21 +111,14 @@ TEST(Connection, AFailedRequestLeavesTheOldValues) {
     ASSERT_TRUE(dialog.open());
     dialog.answer("3");
     ASSERT_TRUE(dialog.terminal.wait_for_text(kTitleRow + 5, kValueColumn, "2 "));
-    const auto expect_old_values = [&] {
-        const size_t asked = daemon.requests(kInformation).size();
-        ASSERT_TRUE(dialog.terminal.wait_until(
-            [&] { return daemon.requests(kInformation).size() >= asked + 2; }));
-        EXPECT_EQ(dialog.terminal.eye().text_at(kTitleRow, kTitleValueColumn, 10), "(3) before");
-        EXPECT_EQ(dialog.terminal.eye().text_at(kTitleRow + 3, kValueColumn, 4), "111 ");
-    };
     daemon.answer(kList, {kRefusal});
     daemon.answer(kInformation, {information(3, "after.")});
-    expect_old_values();
+    expect_old_values_later(dialog, daemon);
     daemon.answer(kList, {page("")});
-    expect_old_values();
+    expect_old_values_later(dialog, daemon);
+    daemon.answer(kInformation, {kRefusal}); // first, for a pass that begins now
     daemon.answer(kList, {page(entry(3, "after.", "222"))});
-    daemon.answer(kInformation, {kRefusal});
-    expect_old_values();
+    expect_old_values_later(dialog, daemon);
     daemon.answer(kInformation, {information(3, "after.")});
     EXPECT_TRUE(dialog.shows_title("(3) after. "));
     EXPECT_TRUE(dialog.terminal.wait_for_text(kTitleRow + 3, kValueColumn, "222 "));
@@ -191,43 +202,81 @@ bool is_harmless(const std::string& fault) {
     return fault == "drip" || fault == "unclosed";
 }
 
-class ConnectionFault : public testing::TestWithParam<const char*> {};
+// A fault, and the request of the two of a pass that meets it.
+using FaultCase = std::tuple<const char*, const char*>;
 
-// The clock stands still but where a command's replies are spoiled, so that only a spoiled one can
-// bring other figures.
+class ConnectionFault : public testing::TestWithParam<FaultCase> {};
+
+// The clock moves on only once the fault is set, so that other figures come from a spoiled reply.
 TEST_P(ConnectionFault, LeavesTheOldValuesWhenItBringsNone) {
     ZRP_NEEDS_ROOT();
-    int clock = 1000000;
-    Simulator server({"--clock", std::to_string(clock)});
+    const auto& [fault, command] = GetParam();
+    Simulator server({"--clock", "1000000"});
     Terminal terminal(monitor());
     ASSERT_TRUE(open_station(terminal, "2"));
     ASSERT_TRUE(terminal.wait_for_text(kTitleRow + 2, kValueColumn, "10.1.0.3 "));
-    const std::string fault = GetParam();
-    for (const char* command : {kInformation, kList}) {
-        ASSERT_TRUE(terminal.wait_for_rest());
-        const std::string before = bytes_read(terminal);
-        const size_t spoiled = server.logged("fault=");
-        server.tell("fault " + fault + ":" + command);
-        server.tell("clock " + std::to_string(clock += 1000000));
-        if (is_harmless(fault)) {
-            EXPECT_TRUE(terminal.wait_until([&] { return bytes_read(terminal) != before; }));
-            continue;
-        }
-        const size_t more = fault == "hang" ? 1 : 2; // nobody asks again behind the first
-        ASSERT_TRUE(terminal.wait_until([&] { return server.logged("fault=") >= spoiled + more; }));
+    ASSERT_TRUE(terminal.wait_for_rest());
+    const std::string before = bytes_read(terminal);
+    const size_t spoiled = server.logged("fault=");
+    server.tell("fault " + std::string(fault) + ":" + command);
+    server.tell("clock 2000000");
+    if (!is_harmless(fault)) {
+        ASSERT_TRUE(terminal.wait_until([&] { return server.logged("fault=") >= spoiled + 2; }));
         ASSERT_TRUE(terminal.wait_for_rest());
         EXPECT_EQ(bytes_read(terminal), before);
         EXPECT_EQ(terminal.eye().text_at(kTitleRow, kTitleValueColumn, 4), "(2) ");
         server.tell("fault none");
-        if (fault == "hang") {
-            break; // for good: the exchange under way waits until the program ends
-        }
-        EXPECT_TRUE(terminal.wait_until([&] { return bytes_read(terminal) != before; }));
     }
+    EXPECT_TRUE(terminal.wait_until([&] { return bytes_read(terminal) != before; }));
     expect_clean_end(terminal);
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, ConnectionFault, testing::ValuesIn(kReplyFaults), name_of_fault);
+std::vector<const char*> ending_faults() {
+    std::vector<const char*> faults(std::begin(kReplyFaults), std::end(kReplyFaults));
+    std::erase(faults, std::string_view("hang"));
+    return faults;
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, ConnectionFault,
+                         testing::Combine(testing::ValuesIn(ending_faults()),
+                                          testing::Values(kInformation, kList)),
+                         [](const auto& fault) {
+                             std::string name = std::get<0>(fault.param);
+                             std::replace(name.begin(), name.end(), '-', '_');
+                             return name + "_" + std::get<1>(fault.param);
+                         });
+
+// A request that is never answered holds its pass until the program ends.
+class ConnectionHang : public testing::TestWithParam<const char*> {};
+
+TEST_P(ConnectionHang, LeavesTheOldValuesForGood) {
+    ZRP_NEEDS_ROOT();
+    const std::string hung = GetParam();
+    CommandAnswers daemon;
+    daemon.answer("serverStatistics", {statistics(up_time("9"))});
+    daemon.answer(kList, {page(entry(3, "before", "111"))});
+    daemon.answer(kInformation, {information(3, "before")});
+    PeerScript script = daemon.script();
+    script.push_back(wait_for_close()); // an empty answer leaves the connection open
+    Dialog dialog(script);
+    ASSERT_TRUE(dialog.open());
+    dialog.answer("3");
+    ASSERT_TRUE(dialog.terminal.wait_for_text(kTitleRow + 5, kValueColumn, "2 "));
+    const size_t asked = daemon.requests(hung).size();
+    daemon.answer_raw(hung, {""});
+    if (hung == kList) {
+        daemon.answer(kInformation, {information(3, "after.")});
+    } else {
+        daemon.answer(kList, {page(entry(3, "after.", "222"))});
+    }
+    ASSERT_TRUE(dialog.terminal.wait_until([&] { return daemon.requests(hung).size() > asked; }));
+    ASSERT_TRUE(dialog.terminal.wait_for_rest());
+    expect_old_values(dialog);
+    expect_clean_end(dialog.terminal);
+}
+
+INSTANTIATE_TEST_SUITE_P(Requests, ConnectionHang, testing::Values(kInformation, kList),
+                         [](const auto& request) { return std::string(request.param); });
 
 } // namespace
 } // namespace zrp

@@ -27,7 +27,9 @@ inline constexpr int kValueColumn = 27;
 // The monitor with the dialog open over General.
 struct Dialog {
     explicit Dialog(CommandAnswers& daemon, const TerminalOptions& options = monitor())
-        : peer(kMainDaemonSocket, {daemon.script()}), terminal(options) {}
+        : Dialog(daemon.script(), options) {}
+    explicit Dialog(const PeerScript& script, const TerminalOptions& options = monitor())
+        : peer(kMainDaemonSocket, {script}), terminal(options) {}
 
     // False when the prompt does not come.
     bool open() {

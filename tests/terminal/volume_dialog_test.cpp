@@ -2,6 +2,7 @@
 
 #include <csignal>
 
+#include "common/requests/volume_list.h"
 #include "tests/terminal/volume_world.h"
 
 namespace zrp {
@@ -132,8 +133,9 @@ TEST(VolumeDialog, AFailedExchangeOnTheSecondPageOpensNoDialog) {
 
 TEST(VolumeDialog, VolumeNumbersWithoutAPlaceInTheTableAreIgnored) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed(256, "A") + listed(-1, "B") + listed(2147483647, "C") +
-                                   listed(-2147483648, "D") + listed(5, "GOOD"))});
+    VolumeStage stage({volume_list(listed(5, "GOOD") + listed(256, "A") + listed(-1, "B") +
+                                   listed(2147483647, "C") + listed(-2147483648, "D") +
+                                   listed(4294967301, "E") + listed(-4294967290, "F"))});
     ASSERT_TRUE(stage.open_dialog());
     EXPECT_EQ(entry(stage, 0, 0), "5. GOOD");
     EXPECT_EQ(entry(stage, 0, 1), "");
@@ -266,28 +268,39 @@ struct KeyCase {
 
 class VolumeDialogKey : public testing::TestWithParam<KeyCase> {};
 
-// The digits before the key are dropped with the dialog.
+constexpr const char* kParameter = "LOG_LEVEL";
+
+// Over Parameters, so that a key that leads to General is seen to do so. The digits before the key
+// are dropped with the dialog.
 TEST_P(VolumeDialogKey, EndsTheDialogAndIsActedOn) {
     ZRP_NEEDS_ROOT();
     VolumeStage stage({volume_list(listed(0, "SYS") + listed(12, "TWELVE"))});
+    // At once the list of one setting, and the value of that setting.
+    stage.daemon->answer("set", {"<zrpConsoleReply><set><name>LOG_LEVEL</name>"
+                                 "<string>INFO</string></set></zrpConsoleReply>"});
+    ASSERT_TRUE(wait_for_windows(stage.terminal));
+    stage.terminal.press(Key::kF6);
+    ASSERT_TRUE(stage.terminal.wait_for(kParameter)) << stage.terminal.text();
     ASSERT_TRUE(stage.open_dialog());
+    ASSERT_EQ(stage.terminal.eye().find_row(GetParam().shown), -1) << "the dialog hides it";
     stage.terminal.type("12");
     ASSERT_TRUE(stage.terminal.wait_for_text(kPromptRow, kInputColumn, "12"));
     stage.terminal.press(GetParam().key);
     EXPECT_TRUE(stage.terminal.wait_for(GetParam().shown)) << stage.terminal.text();
+    EXPECT_TRUE(stage.terminal.wait_until(
+        [&] { return stage.terminal.eye().find_row("Enter volume") == -1; }));
     EXPECT_TRUE(stage.daemon->requests("volumeInformation").empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Keys, VolumeDialogKey,
-                         testing::Values(KeyCase{"F1", Key::kF1, "figure: 1"},
-                                         KeyCase{"F2", Key::kF2, "figure: 1"},
-                                         KeyCase{"Home", Key::kHome, "figure: 1"},
-                                         KeyCase{"ShiftTab", Key::kShiftTab, "figure: 1"},
-                                         KeyCase{"Left", Key::kLeft, "figure: 1"},
-                                         KeyCase{"PageUp", Key::kPageUp, "figure: 1"},
-                                         KeyCase{"Up", Key::kUp, "figure: 1"},
-                                         KeyCase{"Down", Key::kDown, "figure: 1"}),
-                         [](const auto& key) { return std::string(key.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    Keys, VolumeDialogKey,
+    testing::Values(KeyCase{"F1", Key::kF1, kParameter}, KeyCase{"F2", Key::kF2, "figure: 1"},
+                    KeyCase{"F6", Key::kF6, kParameter}, KeyCase{"Home", Key::kHome, "figure: 1"},
+                    KeyCase{"ShiftTab", Key::kShiftTab, "figure: 1"},
+                    KeyCase{"Left", Key::kLeft, "figure: 1"},
+                    KeyCase{"PageUp", Key::kPageUp, "figure: 1"},
+                    KeyCase{"Up", Key::kUp, kParameter}, KeyCase{"Down", Key::kDown, kParameter}),
+    [](const auto& key) { return std::string(key.param.name); });
 
 TEST(VolumeDialog, F3OpensItAgainWithTheListOfTheMoment) {
     ZRP_NEEDS_ROOT();
@@ -313,16 +326,21 @@ TEST(VolumeDialog, ASignalEndsTheProgram) {
     expect_ended_cleanly(stage.terminal);
 }
 
+// The daemon takes its time, so that the most pages of a list would take it far longer than the
+// test takes.
 TEST(VolumeDialog, ASignalEndsAListThatHasNoEnd) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed(0, "SYS"))});
-    ASSERT_TRUE(wait_for_windows(stage.terminal));
-    stage.daemon->answer("listVolumes", {volume_list("", "1")});
-    stage.terminal.press(Key::kF3);
-    ASSERT_TRUE(stage.terminal.wait_until(
-        [&] { return stage.daemon->requests("listVolumes").size() > 5; }));
-    stage.terminal.child().send_signal(SIGTERM);
-    expect_ended_cleanly(stage.terminal);
+    const auto daemon = VolumeStage::prepared({volume_list("", "1")});
+    PeerScript slow = daemon->script();
+    slow.insert(slow.begin() + 1, pause_for(stage::milliseconds{20}));
+    const ScriptedPeer peer(kMainDaemonSocket, {slow});
+    Terminal terminal(monitor());
+    ASSERT_TRUE(wait_for_windows(terminal));
+    terminal.press(Key::kF3);
+    ASSERT_TRUE(terminal.wait_until([&] { return daemon->requests("listVolumes").size() > 5; }));
+    terminal.child().send_signal(SIGTERM);
+    expect_ended_cleanly(terminal);
+    EXPECT_LT(daemon->requests("listVolumes").size(), size_t{kMaxVolumePages});
 }
 
 TEST(VolumeDialog, StaysInsideItsFrameOnTheSmallestTerminal) {

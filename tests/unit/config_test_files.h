@@ -1,6 +1,7 @@
 // Private files for the tests of the configuration library, and children that fail in their stead.
 #pragma once
 
+#include <climits>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -14,7 +15,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <climits>
 #include <gtest/gtest.h>
 
 namespace zrp::test {

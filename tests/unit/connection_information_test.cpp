@@ -1,5 +1,7 @@
 #include "common/requests/connection_information.h"
 
+#include <cstdarg>
+#include <cstdio>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -8,6 +10,8 @@
 
 #include "common/result.h"
 #include "tests/support/exact_block.h"
+#include "tests/support/scripted_peer.h"
+#include "tests/unit/failing_malloc.h"
 
 namespace zrp {
 namespace {
@@ -238,6 +242,101 @@ TEST(ScanConnectionInformationReply, ReadsNothingBehindAConnectionThatIsCutShort
         ASSERT_TRUE(rc == kInvalid || length >= lastCount) << length;
         ASSERT_EQ(rc == kOk, record != nullptr) << length;
     }
+}
+
+Names dumped;
+std::string logged;
+
+void note_dump(const char* text, uint64_t length) {
+    dumped.emplace_back(text, length);
+}
+
+__attribute__((format(printf, 1, 2))) void note_log(const char* format, ...) {
+    char line[64];
+    va_list arguments;
+    va_start(arguments, format);
+    vsnprintf(line, sizeof line, format, arguments);
+    va_end(arguments);
+    logged += line;
+}
+
+class ConnectionQuery : public testing::Test {
+protected:
+    ConnectionQuery() {
+        IPCServInit(kMainDaemonSocket);
+        dumped.clear();
+        logged.clear();
+    }
+    ~ConnectionQuery() override {
+        traceHooks = {};
+        IPCServTerm();
+    }
+
+    int query(const std::string& bytes) {
+        const ScriptedPeer peer(kMainDaemonSocket, {{read_request(), send_bytes(bytes)}});
+        const int rc = GetConnectionInformation(41, &version, &record);
+        request = peer.requests().at(0).substr(sizeof(RequestHeader));
+        return rc;
+    }
+
+    int version = 1;
+    ConnectionInformationPtr record;
+    std::string request;
+};
+
+TEST_F(ConnectionQuery, AsksTheDefaultPeerForTheStation) {
+    EXPECT_EQ(query(reply(kSample)), kOk);
+    ASSERT_NE(record, nullptr);
+    EXPECT_STREQ(record->entry.name, "admin.acme");
+    uint32_t length = 0;
+    const HeapText built(BuildConnectionInformationRequest(41, 1, &length));
+    EXPECT_EQ(request, std::string(built.get(), length));
+    EXPECT_EQ(version, 1) << "the reply names none";
+}
+
+TEST_F(ConnectionQuery, TellsTheVersionOfTheReply) {
+    const std::string sample =
+        information_reply("<versionTag>3</versionTag>" + own_children(0, kOwnChildren) +
+                          kOpenFiles + kSecurityEquals);
+    EXPECT_EQ(query(reply(sample)), kOk);
+    EXPECT_EQ(version, 3);
+    EXPECT_STREQ(record->entry.name, "admin.acme");
+}
+
+TEST_F(ConnectionQuery, AFailureLeavesVersionAndRecordAlone) {
+    EXPECT_EQ(query(reply("<zrpConsoleReply><connectionInformationTag><connectionTag>"
+                          "<versionTag>3</versionTag></connectionTag>"
+                          "</connectionInformationTag></zrpConsoleReply>")),
+              kInvalid);
+    EXPECT_EQ(query(reply("<zrpConsoleReply><result value=\"-5\"/></zrpConsoleReply>")), kInvalid)
+        << "a reported error is no error of its own";
+    EXPECT_EQ(query(reply("", 5)), 5);
+    EXPECT_EQ(query("short"), kShortHeader);
+    EXPECT_EQ(version, 1);
+    EXPECT_EQ(record, nullptr);
+}
+
+TEST_F(ConnectionQuery, WithoutMemoryForTheRequestNobodyIsAsked) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{read_request(), send_bytes(reply(kSample))}});
+    const FailingMalloc failing(512);
+    EXPECT_EQ(GetConnectionInformation(41, &version, &record), kRequestNotBuilt);
+    EXPECT_EQ(peer.connections(), 0U);
+}
+
+TEST_F(ConnectionQuery, RequestAndReplyGoToTheTraceHooks) {
+    EXPECT_EQ(query(reply(kSample)), kOk);
+    EXPECT_EQ(dumped, Names());
+    traceHooks = {.dump = note_dump, .log = note_log};
+    EXPECT_EQ(query(reply(kSample)), kOk);
+    EXPECT_EQ(dumped, (Names{request, kSample}));
+    EXPECT_EQ(logged, "");
+}
+
+TEST_F(ConnectionQuery, OnlyTheRequestOfAFailedExchangeGoesToTheTraceHooks) {
+    traceHooks = {.dump = note_dump, .log = note_log};
+    EXPECT_EQ(query(reply("", 5)), 5);
+    EXPECT_EQ(dumped, (Names{request}));
+    EXPECT_EQ(logged, "IPCServRequest rc=5");
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "tests/support/failing_allocation.h"
 #include "tests/unit/failing_malloc.h"
 #include "tests/unit/screen_fixture.h"
+#include "tests/unit/traced.h"
 
 namespace zrp {
 namespace {
@@ -95,7 +96,9 @@ TEST_F(ConnectionPage, WithoutAWindowIsNotAskedFor) {
     int fkeyHit = kUnset;
     int fkey = kUnset;
     const NoRoomForWindows none;
+    const TraceText traced;
     EXPECT_EQ(SelectConnectionNumber(&fkeyHit, &fkey), kInvalid);
+    EXPECT_TRUE(tells_of_no_window(traced.get(), "SelectConnectionNumber")) << traced.get();
     EXPECT_EQ(selectedConnection, -1);
 }
 

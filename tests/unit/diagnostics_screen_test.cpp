@@ -152,7 +152,9 @@ TEST_F(DiagnosticsUpdate, HasNoDialogWithoutRoomForIt) {
     const NoRoomForWindows none;
     int fkeyHit = 0;
     int fkey = 0;
+    const TraceText traced;
     EXPECT_EQ(SelectDiagnosticsType(&fkeyHit, &fkey), kInvalid);
+    EXPECT_TRUE(tells_of_no_window(traced.get(), "SelectDiagnosticsType")) << traced.get();
     EXPECT_EQ(currentDiagType, kNoDiagType);
 }
 

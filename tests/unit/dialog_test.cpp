@@ -1,6 +1,7 @@
 #include "screens/dialog.h"
 
 #include <climits>
+
 #include <gtest/gtest.h>
 
 namespace {

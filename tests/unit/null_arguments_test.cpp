@@ -245,12 +245,12 @@ const Operation kOperations[] = {
     {"GetConnectionInformation version",
      [](const LogContext*) {
          ConnectionInformationPtr record;
-         return GetConnectionInformation(1, nullptr, &record, nullptr);
+         return GetConnectionInformation(1, nullptr, &record);
      }},
     {"GetConnectionInformation record",
      [](const LogContext*) {
          int version = kConnectionInformationVersion;
-         return GetConnectionInformation(1, &version, nullptr, nullptr);
+         return GetConnectionInformation(1, &version, nullptr);
      }},
     {"QueryConnections entries",
      [](const LogContext*) {

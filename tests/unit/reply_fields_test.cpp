@@ -75,6 +75,25 @@ TEST(ReadFields, AWideNumberKeepsItsLowBits) {
     EXPECT_EQ(read.record.number32, 0xFFFFFFFEU);
 }
 
+TEST(ReadFields, AWideDecimalKeepsItsValue) {
+    struct Wide {
+        int64_t decimal;
+    };
+    constexpr ReplyField kWide[] = {ZRP_FIELD("d", kDecimal64, Wide, decimal)};
+    const std::pair<const char*, int64_t> cases[] = {{"4294967301", 4294967301},
+                                                     {" -4294967297x", -4294967297},
+                                                     {"99999999999999999999", INT64_MAX},
+                                                     {"0x10", 0}};
+    for (const auto& [text, value] : cases) {
+        const ExactBlock reply("<o><d>" + std::string(text) + "</d></o>");
+        XmlElement outer;
+        ASSERT_EQ(FindElement("o", reply.begin(), reply.end(), &outer), kOk);
+        Wide wide = {};
+        EXPECT_EQ(read_fields(kWide, outer, &wide), kOk);
+        EXPECT_EQ(wide.decimal, value);
+    }
+}
+
 TEST(ReadFields, ATextIsCutToItsMember) {
     EXPECT_STREQ(read_record("<d>1</d><n>1</n><w>1</w><t>abcdef</t>").record.text, "abc");
     EXPECT_STREQ(read_record("<d>1</d><n>1</n><w>1</w><t>ab\xC3\xA4</t>").record.text, "ab");

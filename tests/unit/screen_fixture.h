@@ -2,6 +2,7 @@
 // that plays each answer once.
 #pragma once
 
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -46,6 +47,12 @@ struct NoRoomForWindows {
 
     const int columns = COLS;
 };
+
+// Whether the trace ends with the dialog's failure to open its window.
+inline bool tells_of_no_window(const std::string& traced, const std::string& dialog) {
+    return std::regex_search(
+        traced, std::regex("(^|\n)" + dialog + ": create_newwin\\(\\) failed err=\\d+\n$"));
+}
 
 // Answers the first request with the first bytes, and so on; the last bytes stay.
 inline std::vector<PeerScript> in_turn(const std::vector<std::string>& answers) {

@@ -360,6 +360,26 @@ TEST(ScanVolumeInformationReply, ANameOfMoreThan31CharactersIsRefused) {
     }
 }
 
+// A section's markers are taken out where it is found, so that its text cannot be found again.
+TEST(ScanVolumeInformationReply, ReadsTextsWithMarkupInACdataSection) {
+    const std::string section = "<![CDATA[A<B]]>";
+    for (const int version : {1, 2, 3, 4, 5, 6}) {
+        EXPECT_EQ(Scan(with(version, "name", section)).rc, kOk) << version;
+        EXPECT_EQ(Scan(with(version, "name", "<![CDATA[" + std::string(31, '<') + "]]>")).rc, kOk);
+        EXPECT_EQ(Scan(with(version, "name", "<![CDATA[" + std::string(32, '<') + "]]>")).rc,
+                  kInvalid);
+    }
+    const Scan named(with(5, "name", section));
+    ASSERT_EQ(named.rc, kOk);
+    EXPECT_STREQ(named.as<VolumeInformation>().name, "A<B");
+    const Scan mounted(with(5, "mountPoint", section));
+    ASSERT_EQ(mounted.rc, kOk);
+    EXPECT_STREQ(mounted.as<VolumeInformation>().mountPoint, "A<B");
+    const Scan shadowed(with(5, "shadow", section));
+    ASSERT_EQ(shadowed.rc, kOk);
+    EXPECT_STREQ(shadowed.as<VolumeInformation>().shadowMountPoint, "A<B");
+}
+
 TEST(ScanVolumeInformationReply, LongTextsAreCutBetweenCharacters) {
     std::string path(4102, 'x');
     path += "\xc3\xbc and more";

@@ -83,6 +83,27 @@ TEST(ScanListVolumesReply, ReadsTheStatusWithAnyBaseAndTheNumberAsDecimal) {
     EXPECT_EQ(scan.number, 0);
 }
 
+TEST(ScanListVolumesReply, OfANumberThatIsTooWideGivesItsLowBits) {
+    Scan scan(list(volume("A", "1", "4294967301") + volume("B", "1", "4294967295")));
+    ASSERT_EQ(scan.next(), kOk);
+    EXPECT_EQ(scan.number, 5);
+    ASSERT_EQ(scan.next(), kOk);
+    EXPECT_EQ(scan.number, -1);
+}
+
+TEST(ScanListedVolume, GivesTheWholeNumber) {
+    const ExactBlock reply(list(volume("A", "0x3", "4294967301")));
+    int offset = 0;
+    ListedName name;
+    uint32_t status = 0;
+    int64_t number = 0;
+    ASSERT_EQ(scan_listed_volume(reply.begin(), reply.length(), &offset, &name, &status, &number),
+              kOk);
+    EXPECT_STREQ(name, "A");
+    EXPECT_EQ(status, 3U);
+    EXPECT_EQ(number, 4294967301);
+}
+
 TEST(ScanListVolumesReply, MovesTheOffsetBehindTheVolume) {
     const std::string one = volume("A", "1", "1");
     Scan scan(list(one));

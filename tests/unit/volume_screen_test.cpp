@@ -5,6 +5,7 @@
 
 #include "common/bounded_copy.h"
 #include "common/requests/volume_information.h"
+#include "common/requests/volume_list.h"
 #include "common/result.h"
 #include "screens/volume.h"
 #include "screens/volume_dialog.h"
@@ -81,10 +82,31 @@ TEST_F(VolumeList, HoldsTheMountedVolumesUnderTheirNumbers) {
     EXPECT_STREQ(volumeList[1].name, "");
 }
 
+// The low 32 bits of the wide ones are 5 and 6.
+TEST_F(VolumeList, LeavesOutNumbersWithoutAPlace) {
+    const Answering daemon(
+        {reply(volume_list(listed(5, "GOOD") + listed(256, "A") + listed(-1, "B") +
+                           listed(4294967301, "C") + listed(-4294967290, "D")))});
+    const TraceText traced;
+    ASSERT_EQ(do_list_volumes(), kOk);
+    EXPECT_EQ(volumeCount, 1);
+    EXPECT_STREQ(volumeList[5].name, "GOOD");
+    EXPECT_STREQ(volumeList[6].name, "");
+    EXPECT_NE(traced.get().find("v=C stat=3 id=4294967301\n"), std::string::npos);
+}
+
 TEST_F(VolumeList, AServerErrorOnTheSecondPageKeepsTheFirstAndIsNoFailure) {
     const Answering daemon({reply(volume_list(listed(3, "DATA"), "1")), kRefusalReply});
     EXPECT_EQ(do_list_volumes(), kOk);
     EXPECT_EQ(volumeCount, 1);
+    EXPECT_STREQ(volumeList[3].name, "DATA");
+}
+
+TEST_F(VolumeList, EndsAfterTheMostPagesWhenTheServerAlwaysNamesANext) {
+    const Answering daemon({reply(volume_list(listed(3, "DATA"), "1"))});
+    EXPECT_EQ(do_list_volumes(), kOk);
+    EXPECT_EQ(daemon.connections(), static_cast<size_t>(kMaxVolumePages));
+    EXPECT_EQ(volumeCount, kMaxVolumePages);
     EXPECT_STREQ(volumeList[3].name, "DATA");
 }
 
@@ -171,9 +193,7 @@ TEST_F(VolumeChoice, WithoutAWindowIsInvalid) {
     const NoRoomForWindows none;
     const TraceText traced;
     EXPECT_EQ(SelectVolumeNumber(&fkeyFlag, &fkey), kInvalid);
-    EXPECT_TRUE(std::regex_search(
-        traced.get(), std::regex("\nSelectVolumeNumber: create_newwin\\(\\) failed err=\\d+\n$")))
-        << traced.get();
+    EXPECT_TRUE(tells_of_no_window(traced.get(), "SelectVolumeNumber")) << traced.get();
 }
 
 class VolumeScreen : public ScreenTest {
@@ -198,6 +218,7 @@ protected:
 
 TEST_F(VolumeScreen, WithoutAWindowIsOutOfRange) {
     EXPECT_EQ(drawVolumeLabels(nullptr), kRange);
+    EXPECT_EQ(updateVolumeWindow(nullptr), kRange);
 }
 
 TEST_F(VolumeScreen, ANameOf17CharactersIsNeverFetched) {

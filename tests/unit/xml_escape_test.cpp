@@ -1,7 +1,7 @@
+#include <climits>
 #include <string>
 #include <string_view>
 
-#include <climits>
 #include <gtest/gtest.h>
 
 #include "common/xml_reader.h"

@@ -1,10 +1,10 @@
 #include "common/xml_writer.h"
 
+#include <climits>
 #include <cstdint>
 #include <string>
 #include <unistd.h>
 
-#include <climits>
 #include <gtest/gtest.h>
 
 #include "common/tags.h"

@@ -107,10 +107,8 @@ int read_next(const ManagementList& list, char* reply, int replyLength, int* nex
 
 void log_reply_start(char* reply, int replyLength, const LogContext* log) {
     XmlElement envelope;
-    const bool found =
-        reply != nullptr && replyLength > 0 &&
-        FindElement(tag::zrpConsoleReply, reply, reply + replyLength, &envelope) == kOk;
-    if (!found && log != nullptr) {
+    if (log != nullptr &&
+        find_in_reply(reply, replyLength, tag::zrpConsoleReply, &envelope) != kOk) {
         log->operations.LogError("error from reply start");
     }
 }

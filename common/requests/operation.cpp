@@ -63,11 +63,9 @@ int run_operation(HeapText document, uint32_t length, ErrorText* errorText, cons
 int find_command(char* reply, int length, const char* outer, const char* command,
                  XmlElement* element) {
     XmlElement envelope;
-    if (reply == nullptr || length <= 0 ||
-        FindElement(outer, reply, reply + length, &envelope) != kOk) {
-        return kInvalid;
-    }
-    return find_inside(envelope, command, element) == kOk ? kOk : kInvalid;
+    const bool found = find_in_reply(reply, length, outer, &envelope) == kOk &&
+                       find_inside(envelope, command, element) == kOk;
+    return found ? kOk : kInvalid;
 }
 
 int find_command(char* reply, int length, const char* command, XmlElement* element) {

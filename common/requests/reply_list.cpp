@@ -45,6 +45,13 @@ int next_item(const ReplyList& list, char* reply, int length, int* offset, XmlEl
     return kOk;
 }
 
+int find_in_reply(char* reply, int length, const char* tag, XmlElement* element) {
+    if (reply == nullptr || length <= 0) {
+        return kNotFound;
+    }
+    return FindElement(tag, reply, reply + length, element);
+}
+
 int find_inside(const XmlElement& outer, const char* tag, XmlElement* element) {
     if (outer.contentStart == nullptr) {
         return kNotFound;

@@ -22,6 +22,9 @@ struct ReplyList {
 // item. Returns 0; 22 for an empty reply (also a negative length); or one of the list's own codes.
 int next_item(const ReplyList& list, char* reply, int length, int* offset, XmlElement* item);
 
+// Looks for an element anywhere in a reply. Returns 0; 2 also for an empty reply.
+int find_in_reply(char* reply, int length, const char* tag, XmlElement* element);
+
 // Looks for an element inside another; a self-closing one holds nothing. Returns 0, or 2.
 int find_inside(const XmlElement& outer, const char* tag, XmlElement* element);
 

@@ -76,8 +76,7 @@ char* BuildThreadsRequest(uint32_t* length) {
 
 int ScanThreadsReply(char* reply, int replyLength, ThreadStatistics* record) {
     XmlElement threads;
-    if (record == nullptr || reply == nullptr || replyLength <= 0 ||
-        FindElement(tag::threads, reply, reply + replyLength, &threads) != kOk) {
+    if (record == nullptr || find_in_reply(reply, replyLength, tag::threads, &threads) != kOk) {
         return kInvalid;
     }
     for (const ThreadField& field : kFields) {

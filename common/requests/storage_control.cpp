@@ -67,19 +67,13 @@ XmlDocument build_mount_point_request(const char* volumeName) {
     return document;
 }
 
-int find_in_reply(const Reply& reply, const char* name, XmlElement* element) {
-    return reply.length <= 0
-               ? kNotFound
-               : FindElement(name, reply.text.get(), reply.text.get() + reply.length, element);
-}
-
 // *mark is the first of the step marks that a failure writes.
 int find_exclusion(const Reply& reply, XmlElement* exclusion, int* mark) {
     XmlElement envelope;
     *mark = 1;
     int rc = check_reply(reply, nullptr);
     if (rc == kOk) {
-        rc = find_in_reply(reply, command::zrp2bks_reply, &envelope);
+        rc = find_in_reply(reply.text.get(), reply.length, command::zrp2bks_reply, &envelope);
     }
     if (rc == kOk) {
         *mark = 2;
@@ -171,7 +165,7 @@ int IPCBKSControlActionGetMountPoint(const LogContext* log, const char* volumeNa
     }
     XmlElement found;
     if (rc == kOk) {
-        rc = find_in_reply(reply, command::get_volume_mount_point, &found);
+        rc = find_in_reply(reply.text.get(), reply.length, command::get_volume_mount_point, &found);
     }
     if (rc == kOk && found.contentLength >= kStorageMountPointSize) {
         rc = kTooLong;

@@ -94,9 +94,8 @@ char* BuildZrp2bksParmsRequest(int level, int resetAll, const char* words, uint3
 
 int ScanZrp2bksParmsReply(char* reply, int replyLength, DiagnosticChoice* record) {
     XmlElement envelope;
-    if (record == nullptr || reply == nullptr || replyLength <= 0 ||
-        FindElement(diagnostic::zrp2bksDiagnosticReply, reply, reply + replyLength, &envelope) !=
-            kOk) {
+    if (record == nullptr ||
+        find_in_reply(reply, replyLength, diagnostic::zrp2bksDiagnosticReply, &envelope) != kOk) {
         return kInvalid;
     }
     DiagnosticChoice scanned = {};

@@ -1,5 +1,6 @@
 #include "common/requests/storage_filter.h"
 
+#include "common/requests/reply_list.h"
 #include "common/requests/storage_exchange.h"
 #include "common/result.h"
 #include "common/tags.h"
@@ -94,9 +95,7 @@ int IPCBKSControlFilterList(FilterCallback callback, void* userData, const LogCo
         return rc;
     }
     XmlElement list;
-    rc = reply.length <= 0
-             ? kNotFound
-             : FindElement(control::list, reply.text.get(), reply.text.get() + reply.length, &list);
+    rc = find_in_reply(reply.text.get(), reply.length, control::list, &list);
     if (rc != kOk) {
         log_missing(log, control::list, rc);
         return kOk;

@@ -96,6 +96,22 @@ TEST(NextItem, AnItemCutShortEndsTheList) {
     EXPECT_EQ(walked.rc, kInvalid);
 }
 
+TEST(FindInReply, LooksAnywhere) {
+    const ExactBlock reply("<o><a>1</a></o>");
+    XmlElement element;
+    ASSERT_EQ(find_in_reply(reply.begin(), reply.length(), "a", &element), kOk);
+    EXPECT_EQ(std::string_view(element.contentStart, element.contentLength), "1");
+    EXPECT_EQ(find_in_reply(reply.begin(), reply.length(), "b", &element), kNotFound);
+}
+
+TEST(FindInReply, FindsNothingInAnEmptyReply) {
+    char reply[] = "<a>1</a>";
+    XmlElement element;
+    EXPECT_EQ(find_in_reply(nullptr, 8, "a", &element), kNotFound);
+    EXPECT_EQ(find_in_reply(reply, 0, "a", &element), kNotFound);
+    EXPECT_EQ(find_in_reply(reply, -1, "a", &element), kNotFound);
+}
+
 TEST(FindInside, LooksOnlyIntoTheElement) {
     const ExactBlock reply("<o><a>1</a></o><b>2</b><e/>");
     XmlElement outer;

@@ -128,8 +128,9 @@ TEST_P(Signal, EndsTheProgramWhileADialogReads) {
 // The main thread itself waits: each dialog but the one without a list asks for it first.
 TEST_P(Signal, EndsTheProgramWhileADialogWaitsForAMuteDaemon) {
     ZRP_NEEDS_ROOT();
-    for (const auto& [dialog, command] :
+    for (const auto& [dialog, asked] :
          {std::pair{kVolume, "listVolumes"}, {kConnection, connection_world::kList}}) {
+        const char* command = asked; // a lambda takes no part of a pair
         const auto daemon = House::prepared();
         daemon->answer_raw(command, {reply_header(100)}); // and the text never comes
         PeerScript script = daemon->script();

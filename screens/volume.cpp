@@ -2,8 +2,8 @@
 
 #include <iterator>
 
+#include "common/engine/query.h"
 #include "common/genericCode.h"
-#include "common/requests/query.h"
 #include "common/requests/volume_information.h"
 #include "common/requests/volume_status.h"
 #include "common/result.h"

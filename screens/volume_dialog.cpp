@@ -4,7 +4,7 @@
 #include <cinttypes>
 
 #include "common/bounded_copy.h"
-#include "common/requests/query.h"
+#include "common/engine/query.h"
 #include "common/requests/volume_list.h"
 #include "common/result.h"
 #include "common/xml_reader.h"

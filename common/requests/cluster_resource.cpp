@@ -3,9 +3,9 @@
 #include <cerrno>
 #include <string_view>
 
-#include "common/requests/operation.h"
-#include "common/requests/reply_fields.h"
-#include "common/requests/reply_list.h"
+#include "common/engine/operation.h"
+#include "common/engine/reply_fields.h"
+#include "common/engine/reply_list.h"
 #include "common/result.h"
 #include "common/tags.h"
 #include "common/xml_writer.h"

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <span>
 
-#include "operation.h"
+#include "../engine/operation.h"
 
 namespace zrp {
 

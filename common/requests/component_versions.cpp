@@ -1,6 +1,6 @@
 #include "common/requests/component_versions.h"
 
-#include "common/requests/query.h"
+#include "common/engine/query.h"
 #include "common/result.h"
 #include "common/tags.h"
 #include "common/xml_reader.h"

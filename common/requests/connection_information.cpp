@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "common/bounded_copy.h"
-#include "common/requests/reply_fields.h"
-#include "common/requests/reply_list.h"
+#include "common/engine/reply_fields.h"
+#include "common/engine/reply_list.h"
 #include "common/result.h"
 #include "common/tags.h"
 #include "common/xml_reader.h"

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <memory>
 
+#include "../engine/query.h"
 #include "connection_list.h"
-#include "query.h"
 
 namespace zrp {
 

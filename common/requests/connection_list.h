@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "query.h"
-#include "reply_fields.h"
+#include "../engine/query.h"
+#include "../engine/reply_fields.h"
 
 namespace zrp {
 

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <utility>
 
-#include "common/requests/management_command.h"
+#include "common/engine/management_command.h"
 #include "common/result.h"
 #include "common/tags.h"
 #include "common/xml_writer.h"

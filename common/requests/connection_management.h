@@ -13,7 +13,7 @@
 #include <cstdint>
 #include <span>
 
-#include "operation.h"
+#include "../engine/operation.h"
 
 namespace zrp {
 

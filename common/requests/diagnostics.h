@@ -6,9 +6,9 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "../engine/query.h"
+#include "../engine/reply_list.h"
 #include "../tags.h"
-#include "query.h"
-#include "reply_list.h"
 
 namespace zrp {
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "common/requests/management_command.h"
+#include "common/engine/management_command.h"
 #include "common/result.h"
 #include "common/tags.h"
 

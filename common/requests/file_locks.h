@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
+#include "../engine/operation.h"
 #include "open_files.h"
-#include "operation.h"
 
 namespace zrp {
 

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "common/bounded_copy.h"
-#include "common/requests/management_command.h"
+#include "common/engine/management_command.h"
 #include "common/result.h"
 #include "common/tags.h"
 

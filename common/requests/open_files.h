@@ -13,7 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "operation.h"
+#include "../engine/operation.h"
 
 namespace zrp {
 

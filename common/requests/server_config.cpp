@@ -1,6 +1,6 @@
 #include "common/requests/server_config.h"
 
-#include "common/requests/reply_record.h"
+#include "common/engine/reply_record.h"
 #include "common/tags.h"
 #include "common/xml_writer.h"
 

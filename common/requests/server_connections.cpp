@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "common/requests/reply_record.h"
+#include "common/engine/reply_record.h"
 #include "common/tags.h"
 #include "common/xml_writer.h"
 

@@ -1,6 +1,6 @@
 #include "common/requests/server_counters.h"
 
-#include "common/requests/reply_record.h"
+#include "common/engine/reply_record.h"
 #include "common/tags.h"
 
 namespace zrp {

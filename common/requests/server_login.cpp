@@ -1,7 +1,7 @@
 #include "common/requests/server_login.h"
 
 #include "common/bounded_copy.h"
-#include "common/requests/reply_list.h"
+#include "common/engine/reply_list.h"
 #include "common/result.h"
 #include "common/tags.h"
 #include "common/xml_writer.h"

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "common/bounded_copy.h"
-#include "common/requests/reply_list.h"
+#include "common/engine/reply_list.h"
 #include "common/result.h"
 #include "common/tags.h"
 #include "common/xml_reader.h"

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "query.h"
+#include "../engine/query.h"
 
 namespace zrp {
 

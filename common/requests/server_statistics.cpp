@@ -1,6 +1,6 @@
 #include "common/requests/server_statistics.h"
 
-#include "common/requests/reply_list.h"
+#include "common/engine/reply_list.h"
 #include "common/result.h"
 #include "common/tags.h"
 #include "common/xml_reader.h"

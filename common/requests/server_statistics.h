@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "query.h"
+#include "../engine/query.h"
 
 namespace zrp {
 

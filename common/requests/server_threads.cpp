@@ -8,8 +8,8 @@
 #include <string_view>
 
 #include "common/bounded_copy.h"
+#include "common/engine/reply_list.h"
 #include "common/range_number.h"
-#include "common/requests/reply_list.h"
 #include "common/result.h"
 #include "common/tags.h"
 #include "common/xml_writer.h"

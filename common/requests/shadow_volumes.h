@@ -9,7 +9,7 @@
 
 #include <cstdint>
 
-#include "operation.h"
+#include "../engine/operation.h"
 #include "volume_information.h"
 
 namespace zrp {

@@ -1,7 +1,7 @@
 #include "common/requests/storage_filter.h"
 
-#include "common/requests/reply_list.h"
-#include "common/requests/storage_exchange.h"
+#include "common/engine/reply_list.h"
+#include "common/engine/storage_exchange.h"
 #include "common/result.h"
 #include "common/tags.h"
 #include "common/xml_reader.h"

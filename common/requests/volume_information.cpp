@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "common/bounded_copy.h"
-#include "common/requests/reply_list.h"
+#include "common/engine/reply_list.h"
 #include "common/requests/volume_information_layouts.h"
 #include "common/result.h"
 #include "common/tags.h"

@@ -4,7 +4,7 @@
 
 #include <span>
 
-#include "reply_fields.h"
+#include "../engine/reply_fields.h"
 
 #pragma GCC visibility push(hidden)
 

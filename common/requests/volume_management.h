@@ -12,7 +12,7 @@
 
 #include <cstdint>
 
-#include "operation.h"
+#include "../engine/operation.h"
 #include "volume_information.h"
 
 namespace zrp {

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <utility>
 
-#include "common/requests/management_command.h"
+#include "common/engine/management_command.h"
 #include "common/requests/volume_words.h"
 #include "common/result.h"
 #include "common/tags.h"

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "common/requests/operation.h"
+#include "common/engine/operation.h"
 #include "common/result.h"
 #include "common/tags.h"
 #include "common/xml_writer.h"

@@ -5,7 +5,7 @@
 // server's error, what the callback returned to stop, or 34 for a list without an end.
 #pragma once
 
-#include "query.h"
+#include "../engine/query.h"
 #include "volume_list.h"
 
 namespace zrp {

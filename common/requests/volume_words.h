@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "operation.h"
+#include "../engine/operation.h"
 
 #pragma GCC visibility push(hidden)
 

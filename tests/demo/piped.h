@@ -8,21 +8,21 @@
 
 #include <gtest/gtest.h>
 
-#include "tools/stage/child_process.h"
+#include "tools/harness/child_process.h"
 
 namespace zrp {
 
-using stage::ChildProcess;
-using stage::ExitStatus;
+using harness::ChildProcess;
+using harness::ExitStatus;
 
 // Several times what a walk takes on a machine with nothing else to do.
-inline constexpr stage::milliseconds kWalkPatience{240000};
+inline constexpr harness::milliseconds kWalkPatience{240000};
 
 class Demo : public testing::Test {
 protected:
     void SetUp() override {
         ChildProcess namespaces(
-            {.arguments = {"unshare", "-Urnm", "true"}, .standardErrors = stage::kNull});
+            {.arguments = {"unshare", "-Urnm", "true"}, .standardErrors = harness::kNull});
         if (geteuid() != 0 && namespaces.wait() != ExitStatus{}) {
             GTEST_SKIP() << "needs root or namespaces";
         }
@@ -35,8 +35,8 @@ struct Piped {
         arguments.insert(arguments.begin(),
                          {"sh", "-c", "exec \"$@\" 2>&1", "sh", ZRPDEMO_PROGRAM});
         ChildProcess demo({.arguments = std::move(arguments),
-                           .standardInput = stage::kNull,
-                           .standardOutput = stage::kPipe});
+                           .standardInput = harness::kNull,
+                           .standardOutput = harness::kPipe});
         said = demo.read_all(kWalkPatience);
         status = demo.wait();
     }

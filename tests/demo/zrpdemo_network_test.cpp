@@ -1,15 +1,15 @@
 #include "common/transport.h"
 #include "tests/support/needs.h"
 #include "tests/support/scripted_peer.h"
-#include "tools/stage/child_process.h"
+#include "tools/harness/child_process.h"
 
 namespace zrp {
 namespace {
 
-using stage::ChildProcess;
-using stage::ExitStatus;
+using harness::ChildProcess;
+using harness::ExitStatus;
 
-constexpr stage::milliseconds kWalkPatience{240000};
+constexpr harness::milliseconds kWalkPatience{240000};
 
 struct Result {
     std::string said;
@@ -19,8 +19,8 @@ struct Result {
 Result run(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), {"sh", "-c", "exec \"$@\" 2>&1", "sh"});
     ChildProcess demo({.arguments = std::move(arguments),
-                       .standardInput = stage::kNull,
-                       .standardOutput = stage::kPipe});
+                       .standardInput = harness::kNull,
+                       .standardOutput = harness::kPipe});
     Result result;
     result.said = demo.read_all(kWalkPatience);
     result.status = demo.wait();

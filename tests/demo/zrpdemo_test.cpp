@@ -5,13 +5,13 @@
 #include <unistd.h>
 
 #include "tests/demo/piped.h"
-#include "tools/stage/terminal.h"
+#include "tools/harness/terminal.h"
 
 namespace zrp {
 namespace {
 
-using stage::Key;
-using stage::Terminal;
+using harness::Key;
+using harness::Terminal;
 
 bool is_number(const std::string& text) {
     return std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
@@ -143,7 +143,7 @@ TEST_F(Demo, WithATerminalTheMonitorRunsOnIt) {
     EXPECT_EQ(live.processes.size(), 2U); // server and monitor
     live.terminal.press(Key::kF12);
     EXPECT_EQ(live.terminal.wait_for_exit(), ExitStatus{}) << live.terminal.text();
-    EXPECT_FALSE(live.terminal.eye().alternate_screen());
+    EXPECT_FALSE(live.terminal.screen().alternate_screen());
     EXPECT_TRUE(are_gone(live.processes));
 }
 
@@ -152,7 +152,7 @@ TEST_F(Demo, CtrlCEndsItInOrder) {
     ASSERT_TRUE(live.cameUp) << live.terminal.text();
     live.terminal.type("\x03");
     EXPECT_EQ(live.terminal.wait_for_exit(), ExitStatus{}) << live.terminal.text();
-    EXPECT_FALSE(live.terminal.eye().alternate_screen());
+    EXPECT_FALSE(live.terminal.screen().alternate_screen());
     EXPECT_TRUE(are_gone(live.processes));
 }
 
@@ -162,7 +162,7 @@ TEST_F(Demo, ASignalIsPassedOnToTheMonitor) {
         ASSERT_TRUE(live.cameUp) << live.terminal.text();
         live.terminal.child().send_signal(signal);
         EXPECT_EQ(live.terminal.wait_for_exit(), ExitStatus{}) << live.terminal.text();
-        EXPECT_FALSE(live.terminal.eye().alternate_screen());
+        EXPECT_FALSE(live.terminal.screen().alternate_screen());
         EXPECT_TRUE(are_gone(live.processes));
     }
 }

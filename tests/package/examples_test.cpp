@@ -12,7 +12,7 @@ namespace zrp {
 namespace {
 
 namespace fs = std::filesystem;
-using stage::ExitStatus;
+using harness::ExitStatus;
 
 constexpr ExitStatus kSuccess{0, 0};
 constexpr ExitStatus kFailure{1, 0};

@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tools/stage/child_process.h"
+#include "tools/harness/child_process.h"
 
 namespace zrp {
 
@@ -19,26 +19,26 @@ inline const std::filesystem::path kLibraries = kPrefix / ZRP_LIBRARY_FOLDER;
 inline const std::filesystem::path kHeaders = kPrefix / "include/zrp";
 
 struct Outcome {
-    stage::ExitStatus status;
+    harness::ExitStatus status;
     std::string output; // and what went to standard error, behind it
 };
 
 // Runs a program to its end.
 inline Outcome run(std::vector<std::string> arguments, std::vector<std::string> environment = {}) {
-    stage::ChildOptions options;
+    harness::ChildOptions options;
     options.arguments = std::move(arguments);
     options.environment = std::move(environment);
-    options.standardOutput = stage::kPipe;
-    options.standardErrors = stage::kPipe;
-    constexpr stage::milliseconds kCompilerPatience{60000};
-    stage::ChildProcess child(options);
+    options.standardOutput = harness::kPipe;
+    options.standardErrors = harness::kPipe;
+    constexpr harness::milliseconds kCompilerPatience{60000};
+    harness::ChildProcess child(options);
     Outcome outcome;
     outcome.output = child.read_all(kCompilerPatience);
     char buffer[4096];
     for (ssize_t count = 0; (count = read(child.errors().get(), buffer, sizeof buffer)) > 0;) {
         outcome.output.append(buffer, static_cast<size_t>(count));
     }
-    outcome.status = child.wait().value_or(stage::ExitStatus{-1, 0});
+    outcome.status = child.wait().value_or(harness::ExitStatus{-1, 0});
     return outcome;
 }
 

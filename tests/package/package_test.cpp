@@ -70,7 +70,7 @@ struct Symbol {
 // The external symbols that a library defines.
 std::vector<Symbol> symbols_of(const fs::path& library, const std::string& table) {
     const Outcome outcome = run({"nm", "-C", "--defined-only", table, library});
-    EXPECT_EQ(outcome.status, (stage::ExitStatus{0, 0})) << outcome.output;
+    EXPECT_EQ(outcome.status, (harness::ExitStatus{0, 0})) << outcome.output;
     std::vector<Symbol> symbols;
     std::istringstream lines(outcome.output);
     for (std::string line; std::getline(lines, line);) {
@@ -151,7 +151,7 @@ TEST(Package, EachHeaderCompilesAlone) {
             run({ZRP_COMPILER, "-std=c++20", "-Wall", "-Wextra", "-Wpedantic", "-Wconversion",
                  "-Wshadow", "-Werror", "-fsyntax-only", "-I", kPrefix / "include", "-include",
                  "zrp/" + header, "-x", "c++", "/dev/null"});
-        EXPECT_EQ(outcome.status, (stage::ExitStatus{0, 0})) << outcome.output;
+        EXPECT_EQ(outcome.status, (harness::ExitStatus{0, 0})) << outcome.output;
     }
 }
 

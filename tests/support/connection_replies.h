@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace zrp::connection_world {
+namespace zrp::connection_fixture {
 
 inline constexpr const char* kList = "listConnections";
 inline constexpr const char* kInformation = "connectionInformationTag";
@@ -63,4 +63,4 @@ inline const std::string kRefusal =
     "<zrpConsoleReply><result value=\"-5\"><description>no</description></result>"
     "</zrpConsoleReply>";
 
-} // namespace zrp::connection_world
+} // namespace zrp::connection_fixture

@@ -6,22 +6,22 @@
 
 namespace {
 
-zrp::stage::Network& network() {
-    static zrp::stage::Network entered;
+zrp::harness::Network& network() {
+    static zrp::harness::Network entered;
     return entered;
 }
 
 // False when no test may run.
 bool enter_network() {
-    network() = zrp::stage::enter_private_network();
+    network() = zrp::harness::enter_private_network();
     switch (network().kind) {
-    case zrp::stage::NetworkKind::kPrivate:
+    case zrp::harness::NetworkKind::kPrivate:
         return true;
-    case zrp::stage::NetworkKind::kShared:
+    case zrp::harness::NetworkKind::kShared:
         std::printf("Using the machine's own network, one test at a time: %s.\n",
                     network().reason.c_str());
         return true;
-    case zrp::stage::NetworkKind::kRefused:
+    case zrp::harness::NetworkKind::kRefused:
         break;
     }
     std::printf("No test is run: %s.\n", network().reason.c_str());
@@ -30,7 +30,7 @@ bool enter_network() {
 
 } // namespace
 
-const zrp::stage::Network& zrp::test_network() {
+const zrp::harness::Network& zrp::test_network() {
     return network();
 }
 

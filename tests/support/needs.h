@@ -3,12 +3,12 @@
 
 #include <gtest/gtest.h>
 
-#include "tools/stage/private_network.h"
+#include "tools/harness/private_network.h"
 
 namespace zrp {
 
 // The network that main() has entered before the first test.
-const stage::Network& test_network();
+const harness::Network& test_network();
 
 } // namespace zrp
 
@@ -21,7 +21,7 @@ const stage::Network& test_network();
 
 // Namespaces of its own: for mounts, and for more than one user of the names at a time.
 #define ZRP_NEEDS_NAMESPACES()                                                                     \
-    if (zrp::test_network().kind != zrp::stage::NetworkKind::kPrivate) {                           \
+    if (zrp::test_network().kind != zrp::harness::NetworkKind::kPrivate) {                         \
         GTEST_SKIP() << "needs namespaces: " << zrp::test_network().reason;                        \
     }                                                                                              \
     static_assert(true, "takes the semicolon")

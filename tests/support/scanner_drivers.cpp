@@ -4,11 +4,11 @@
 
 #include <cstring>
 
+#include "common/engine/reply_fields.h"
+#include "common/engine/reply_list.h"
 #include "common/requests/connection_information.h"
 #include "common/requests/connection_list.h"
 #include "common/requests/diagnostics.h"
-#include "common/requests/reply_fields.h"
-#include "common/requests/reply_list.h"
 #include "common/requests/server_settings.h"
 #include "common/requests/server_statistics.h"
 #include "common/requests/volume_information.h"

@@ -14,8 +14,8 @@
 namespace zrp {
 namespace {
 
-using stage::Descriptor;
-using stage::milliseconds;
+using harness::Descriptor;
+using harness::milliseconds;
 
 constexpr size_t kWholeStream = SIZE_MAX;
 

@@ -20,8 +20,8 @@
 #include <vector>
 
 #include "common/transport.h"
-#include "tools/stage/deadline.h"
-#include "tools/stage/descriptor.h"
+#include "tools/harness/deadline.h"
+#include "tools/harness/descriptor.h"
 
 namespace zrp {
 
@@ -39,7 +39,7 @@ struct PeerStep {
     Kind kind;
     size_t count = 0;
     std::string bytes = {};
-    stage::milliseconds pause{0};
+    harness::milliseconds pause{0};
     std::function<std::string(const std::string& request)> choose = {};
 };
 
@@ -51,14 +51,14 @@ PeerStep send_bytes(std::string bytes);
 // The bytes that are chosen for the request read so far, given without its header. The choice is
 // made on the connection's own thread.
 PeerStep reply_to(std::function<std::string(const std::string& request)> choose);
-PeerStep pause_for(stage::milliseconds time); // so that pieces arrive one by one
-PeerStep wait_for_close();                    // reads on until the client closes
-PeerStep hang();                              // does nothing until the peer is destroyed
+PeerStep pause_for(harness::milliseconds time); // so that pieces arrive one by one
+PeerStep wait_for_close();                      // reads on until the client closes
+PeerStep hang();                                // does nothing until the peer is destroyed
 PeerStep reset(); // closes with the request unread: an error instead of an end for the client
 
 // The steps that send the bytes in pieces of the given size, with a pause between them.
 PeerScript send_in_pieces(std::string_view bytes, size_t size,
-                          stage::milliseconds pauseBetween = stage::milliseconds{2});
+                          harness::milliseconds pauseBetween = harness::milliseconds{2});
 
 // The 12 bytes in front of a reply.
 std::string reply_header(uint32_t length, uint32_t status = 0, uint32_t magic = kMagic);
@@ -79,22 +79,22 @@ public:
     [[nodiscard]] size_t connections() const;
 
     // True once so many connections have been accepted, or have followed their scripts to the end.
-    bool wait_for_connections(size_t count, stage::milliseconds patience = stage::kPatience);
-    bool wait_for_finished(size_t count, stage::milliseconds patience = stage::kPatience);
+    bool wait_for_connections(size_t count, harness::milliseconds patience = harness::kPatience);
+    bool wait_for_finished(size_t count, harness::milliseconds patience = harness::kPatience);
 
 private:
     void accept_all();
-    void serve(stage::Descriptor connection, size_t index);
-    bool follow(const PeerStep& step, const stage::Descriptor& connection, size_t index);
-    bool receive(const stage::Descriptor& connection, size_t index, size_t count);
-    bool receive_request(const stage::Descriptor& connection, size_t index);
-    bool send_all(const stage::Descriptor& connection, std::string_view bytes);
+    void serve(harness::Descriptor connection, size_t index);
+    bool follow(const PeerStep& step, const harness::Descriptor& connection, size_t index);
+    bool receive(const harness::Descriptor& connection, size_t index, size_t count);
+    bool receive_request(const harness::Descriptor& connection, size_t index);
+    bool send_all(const harness::Descriptor& connection, std::string_view bytes);
     bool wait_for(int fd, short events, int timeout = -1) const;
 
     const std::vector<PeerScript> scripts_;
-    stage::Descriptor listener_;
-    stage::Descriptor stopReader_; // readable once the peer shall stop
-    stage::Descriptor stopWriter_;
+    harness::Descriptor listener_;
+    harness::Descriptor stopReader_; // readable once the peer shall stop
+    harness::Descriptor stopWriter_;
 
     mutable std::mutex mutex_;
     std::condition_variable changed_;
@@ -111,7 +111,7 @@ public:
     explicit RefusingPeer(std::string_view name);
 
 private:
-    stage::Descriptor socket_;
+    harness::Descriptor socket_;
 };
 
 } // namespace zrp

@@ -3,11 +3,11 @@
 namespace zrp {
 namespace {
 
-stage::ChildOptions options_for(std::vector<std::string> arguments) {
-    stage::ChildOptions options;
+harness::ChildOptions options_for(std::vector<std::string> arguments) {
+    harness::ChildOptions options;
     options.arguments = std::move(arguments);
     options.arguments.insert(options.arguments.begin(), ZRPSIM_PROGRAM);
-    options.standardOutput = stage::kPipe;
+    options.standardOutput = harness::kPipe;
     return options;
 }
 

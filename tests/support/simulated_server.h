@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/stage/child_process.h"
+#include "tools/harness/child_process.h"
 
 namespace zrp {
 
@@ -20,7 +20,7 @@ public:
     }
 
 private:
-    stage::ChildProcess child_;
+    harness::ChildProcess child_;
     bool ready_ = false;
 };
 

@@ -2,14 +2,14 @@
 
 #include <csignal>
 
-#include "tests/terminal/connection_world.h"
+#include "tests/terminal/connection_fixture.h"
 #include "tests/terminal/simulator.h"
-#include "tests/terminal/workplace.h"
+#include "tests/terminal/trace_folder.h"
 
 namespace zrp {
 namespace {
 
-using namespace connection_world;
+using namespace connection_fixture;
 
 // The monitor on a daemon with pages of connections.
 class ConnectionDialog : public testing::Test {
@@ -31,11 +31,11 @@ protected:
 TEST_F(ConnectionDialog, ListsTheConnectionsOfAPage) {
     ASSERT_TRUE(open({page(users(1, 10))})) << dialog.terminal.text();
     for (int i = 0; i < 10; i++) {
-        EXPECT_EQ(dialog.terminal.eye().text_at(kListRow + i, kListColumnOfPage, 12),
+        EXPECT_EQ(dialog.terminal.screen().text_at(kListRow + i, kListColumnOfPage, 12),
                   (std::to_string(i + 1) + ". " + user(i + 1) + "        ").substr(0, 12));
     }
-    EXPECT_EQ(dialog.terminal.eye().text_at(kPromptRow, kPromptColumn, 60), kPrompt);
-    EXPECT_EQ(dialog.terminal.eye().cursor().row, kPromptRow);
+    EXPECT_EQ(dialog.terminal.screen().text_at(kPromptRow, kPromptColumn, 60), kPrompt);
+    EXPECT_EQ(dialog.terminal.screen().cursor().row, kPromptRow);
     EXPECT_EQ(dialog.terminal.cell(kMainTop, 1).text, kTopLeft);
     EXPECT_EQ(dialog.terminal.cell(kDialogBottom, 78).text, kBottomRight);
     EXPECT_EQ(daemon.requests(kList).at(0), "<zrpConsoleRequest pid=\"" +
@@ -160,7 +160,7 @@ TEST_F(ConnectionDialog, AListThatFailsEndsTheDialog) {
     dialog.terminal.press(Key::kF4);
     ASSERT_TRUE(dialog.terminal.wait_until([&] { return daemon.requests(kList).size() >= 3; }));
     ASSERT_TRUE(dialog.terminal.wait_for_rest());
-    EXPECT_EQ(dialog.terminal.eye().find_row("Enter connection number"), -1);
+    EXPECT_EQ(dialog.terminal.screen().find_row("Enter connection number"), -1);
     expect_clean_end(dialog.terminal);
 }
 
@@ -250,7 +250,7 @@ TEST_P(ConnectionDialogKey, OpensItsScreen) {
     terminal.press(GetParam().key);
     EXPECT_TRUE(terminal.wait_for(GetParam().shown)) << terminal.text();
     EXPECT_TRUE(terminal.wait_until(
-        [&] { return terminal.eye().find_row("Enter connection number") == -1; }));
+        [&] { return terminal.screen().find_row("Enter connection number") == -1; }));
     expect_clean_end(terminal);
 }
 
@@ -303,11 +303,11 @@ TEST_F(ConnectionDialog, ALostTerminalEndsTheProgram) {
 
 TEST(ConnectionDialogTrace, HasKeysAndLines) {
     ZRP_NEEDS_ROOT();
-    const Workplace workplace;
+    const TraceFolder folder;
     CommandAnswers daemon;
     daemon.answer(kList, {page(users(1, 3))});
     daemon.answer(kInformation, {information(2, "chosen")});
-    Dialog dialog(daemon, traced_monitor(workplace));
+    Dialog dialog(daemon, traced_monitor(folder));
     ASSERT_TRUE(dialog.open());
     dialog.answer("2");
     ASSERT_TRUE(dialog.shows_title("(2) chosen"));
@@ -315,7 +315,7 @@ TEST(ConnectionDialogTrace, HasKeysAndLines) {
     ASSERT_TRUE(dialog.wait_for_prompt());
     dialog.terminal.press(Key::kF12);
     expect_ended_cleanly(dialog.terminal);
-    const std::string trace = workplace.trace();
+    const std::string trace = folder.trace();
     EXPECT_NE(trace.find("\nSelectConnectionNumber: normal string = 2\n"), std::string::npos)
         << trace;
     EXPECT_NE(trace.find("\nSelectConnectionNumber: fkey detected fkey=276\n"), std::string::npos);
@@ -397,7 +397,7 @@ class ConnectionDialogHangs : public ConnectionDialogFault {};
 TEST_P(ConnectionDialogHangs, UntilASignalEndsTheProgram) {
     ZRP_NEEDS_ROOT();
     ASSERT_TRUE(press_f4());
-    ASSERT_TRUE(terminal.wait_until([&] { return terminal.eye().find_row(kStatistic) == -1; }));
+    ASSERT_TRUE(terminal.wait_until([&] { return terminal.screen().find_row(kStatistic) == -1; }));
     terminal.child().send_signal(SIGTERM);
     expect_ended_cleanly(terminal);
 }

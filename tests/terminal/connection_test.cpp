@@ -4,21 +4,21 @@
 #include <string_view>
 #include <tuple>
 
-#include "tests/terminal/connection_world.h"
+#include "tests/terminal/connection_fixture.h"
 #include "tests/terminal/simulator.h"
 
 namespace zrp {
 namespace {
 
-using namespace connection_world;
+using namespace connection_fixture;
 
 const char* const kLabels[] = {"     Login time:", "Network address:", "     bytes Read:",
                                "  bytes Written:", "     Open files:"};
 
 void expect_labels(const Terminal& terminal) {
-    EXPECT_EQ(terminal.eye().text_at(kTitleRow, kTitleColumn, 11), "Connection:");
+    EXPECT_EQ(terminal.screen().text_at(kTitleRow, kTitleColumn, 11), "Connection:");
     for (int i = 0; i < 5; i++) {
-        EXPECT_EQ(terminal.eye().text_at(kTitleRow + 1 + i, kLabelColumn, 16), kLabels[i]);
+        EXPECT_EQ(terminal.screen().text_at(kTitleRow + 1 + i, kLabelColumn, 16), kLabels[i]);
     }
 }
 
@@ -79,7 +79,7 @@ TEST_P(ConnectionStatus, DecidesWhetherMoreThanTheTitleShows) {
     ASSERT_TRUE(dialog.shows_title("(5) admin "));
     ASSERT_TRUE(
         dialog.terminal.wait_until([&] { return daemon.requests(kInformation).size() >= 2; }));
-    EXPECT_EQ(dialog.terminal.eye().text_at(kTitleRow + 1, kValueColumn, 9),
+    EXPECT_EQ(dialog.terminal.screen().text_at(kTitleRow + 1, kValueColumn, 9),
               GetParam().detailed ? "in admin " : "         ");
 }
 
@@ -89,8 +89,8 @@ INSTANTIATE_TEST_SUITE_P(Bits, ConnectionStatus,
                                          Status{"0x200", true}));
 
 void expect_old_values(const Dialog& dialog) {
-    EXPECT_EQ(dialog.terminal.eye().text_at(kTitleRow, kTitleValueColumn, 10), "(3) before");
-    EXPECT_EQ(dialog.terminal.eye().text_at(kTitleRow + 3, kValueColumn, 4), "111 ");
+    EXPECT_EQ(dialog.terminal.screen().text_at(kTitleRow, kTitleValueColumn, 10), "(3) before");
+    EXPECT_EQ(dialog.terminal.screen().text_at(kTitleRow + 3, kValueColumn, 4), "111 ");
 }
 
 // After at least one whole pass, and with none under way.
@@ -224,7 +224,7 @@ TEST_P(ConnectionFault, LeavesTheOldValuesWhenItBringsNone) {
         ASSERT_TRUE(terminal.wait_until([&] { return server.logged("fault=") >= spoiled + 2; }));
         ASSERT_TRUE(terminal.wait_for_rest());
         EXPECT_EQ(bytes_read(terminal), before);
-        EXPECT_EQ(terminal.eye().text_at(kTitleRow, kTitleValueColumn, 4), "(2) ");
+        EXPECT_EQ(terminal.screen().text_at(kTitleRow, kTitleValueColumn, 4), "(2) ");
         server.tell("fault none");
     }
     EXPECT_TRUE(terminal.wait_until([&] { return bytes_read(terminal) != before; }));

@@ -1,10 +1,10 @@
 // The Diagnostics screen's dialog.
-#include "tests/terminal/diagnostics_world.h"
+#include "tests/terminal/diagnostics_fixture.h"
 
 namespace zrp {
 namespace {
 
-using namespace diagnostics_world;
+using namespace diagnostics_fixture;
 
 using DiagnosticsDialog = DiagnosticsTest;
 
@@ -36,7 +36,7 @@ TEST(DiagnosticsDialogSmall, StaysInsideItsWindowOnTheSmallestTerminal) {
     Terminal terminal(monitor(25, 40));
     ASSERT_TRUE(wait_for_windows(terminal));
     ASSERT_TRUE(open_dialog(terminal));
-    EXPECT_EQ(terminal.eye().text_at(kTop + 2, 2, 37),
+    EXPECT_EQ(terminal.screen().text_at(kTop + 2, 2, 37),
               "         1 - Directory Cache        " + std::string(kVertical));
     terminal.type("1\r");
     ASSERT_TRUE(terminal.wait_for("ZRP Server Directory Cache"));
@@ -52,7 +52,7 @@ TEST_F(DiagnosticsDialog, AnEmptyLineOrQKeepsTheScreen) {
         ASSERT_TRUE(choose(terminal, text)) << text;
         ASSERT_TRUE(terminal.wait_until([&] { return shows_box_only(terminal); })) << text;
     }
-    terminal.pump(stage::milliseconds{1500});
+    terminal.pump(harness::milliseconds{1500});
     EXPECT_EQ(daemons.asked_main() + daemons.asked_storage(), 0U);
 }
 

@@ -1,11 +1,11 @@
 // All groups of counters on the simulated server.
-#include "tests/terminal/diagnostics_world.h"
+#include "tests/terminal/diagnostics_fixture.h"
 #include "tests/terminal/simulator.h"
 
 namespace zrp {
 namespace {
 
-using namespace diagnostics_world;
+using namespace diagnostics_fixture;
 
 struct Group {
     const char* choice;

@@ -1,14 +1,14 @@
 // The Diagnostics screen: what it asks for and what it shows.
-#include "tests/terminal/diagnostics_world.h"
-#include "tests/terminal/workplace.h"
+#include "tests/terminal/diagnostics_fixture.h"
+#include "tests/terminal/trace_folder.h"
 
 namespace zrp {
 namespace {
 
-using namespace diagnostics_world;
+using namespace diagnostics_fixture;
 
 using Diagnostics = DiagnosticsTest;
-using stage::milliseconds;
+using harness::milliseconds;
 
 TEST_F(Diagnostics, NineAsksTheMainDaemonAndShowsFourColons) {
     ASSERT_TRUE(choose(terminal, "9"));
@@ -150,8 +150,8 @@ TEST(DiagnosticsTrace, TracesEachCounterThatAReplyNames) {
     Daemons daemons;
     daemons.main.answer(kServerCommand, {server_reply(server_value("openFiles", "17") +
                                                       server_value("never heard of", "1"))});
-    const Workplace workplace;
-    Terminal terminal(traced_monitor(workplace));
+    const TraceFolder folder;
+    Terminal terminal(traced_monitor(folder));
     ASSERT_TRUE(wait_for_windows(terminal));
     ASSERT_TRUE(choose(terminal, "1"));
     ASSERT_TRUE(wait_for_value(terminal, 2, "17"));
@@ -159,7 +159,7 @@ TEST(DiagnosticsTrace, TracesEachCounterThatAReplyNames) {
     terminal.press(Key::kUp);
     ASSERT_TRUE(terminal.wait_until([&] { return !dialog_is_open(terminal); }));
     expect_clean_end(terminal);
-    const std::string log = workplace.trace();
+    const std::string log = folder.trace();
     for (const char* line :
          {"\ninsert CMgr preallocated count\n", "\ninsert Purge volume requests\n",
           "\nfind openFiles --- value set = 17\n", "\nfind never heard of --- NOT FOUND\n",
@@ -193,12 +193,12 @@ TEST_P(DiagnosticsFault, OfTheMainDaemonLeavesTheOldValues) {
     ASSERT_TRUE(wait_for_value(terminal, 2, "111"));
     ASSERT_TRUE(wait_for_value(terminal, 7, "0"));
     ASSERT_TRUE(terminal.wait_for_rest()); // all is painted
-    const stage::Snapshot before = terminal.eye().snapshot();
+    const harness::Snapshot before = terminal.screen().snapshot();
     daemons.main.answer_raw(kServerCommand, {GetParam().bytes});
     ASSERT_TRUE(
         wait_for_request(daemons.main, kServerCommand, 2)); // the first of them is dealt with
     ASSERT_TRUE(terminal.wait_for_rest());
-    EXPECT_EQ(terminal.eye().snapshot(), before);
+    EXPECT_EQ(terminal.screen().snapshot(), before);
     daemons.main.answer(kServerCommand, {server_reply(server_value("openFiles", "222"))});
     EXPECT_TRUE(wait_for_value(terminal, 2, "222")) << terminal.text();
 }
@@ -209,12 +209,12 @@ TEST_P(DiagnosticsFault, OfTheStorageDaemonLeavesTheOldValues) {
     ASSERT_TRUE(wait_for_value(terminal, 2, "111"));
     ASSERT_TRUE(wait_for_value(terminal, 4, "0"));
     ASSERT_TRUE(terminal.wait_for_rest()); // all is painted
-    const stage::Snapshot before = terminal.eye().snapshot();
+    const harness::Snapshot before = terminal.screen().snapshot();
     daemons.storage.answer_raw(kBksCommand, {GetParam().bytes});
     ASSERT_TRUE(
         wait_for_request(daemons.storage, kBksCommand, 2)); // the first of them is dealt with
     ASSERT_TRUE(terminal.wait_for_rest());
-    EXPECT_EQ(terminal.eye().snapshot(), before);
+    EXPECT_EQ(terminal.screen().snapshot(), before);
     daemons.storage.answer(kBksCommand, {bks_reply(bks_value("Request", "222"))});
     EXPECT_TRUE(wait_for_value(terminal, 2, "222")) << terminal.text();
 }

@@ -37,7 +37,7 @@ TEST_P(DialogChain, PassesThroughAllThreeInARow) {
         key = GetParam().key;
     }
     for (const char* prompt : {kVolumePrompt, kConnectionPrompt, kDiagnosticsPrompt}) {
-        EXPECT_EQ(terminal.eye().find_row(prompt), -1) << terminal.text();
+        EXPECT_EQ(terminal.screen().find_row(prompt), -1) << terminal.text();
     }
     expect_clean_end(terminal);
 }
@@ -95,7 +95,7 @@ TEST_P(DialogJump, OpensTheScreenOfTheKey) {
     ASSERT_TRUE(terminal.wait_for(GetParam().prompt)) << terminal.text();
     terminal.press(GetParam().key);
     EXPECT_TRUE(terminal.wait_for(GetParam().shown)) << terminal.text();
-    EXPECT_EQ(terminal.eye().find_row(GetParam().prompt), -1);
+    EXPECT_EQ(terminal.screen().find_row(GetParam().prompt), -1);
     expect_clean_end(terminal);
 }
 

@@ -31,7 +31,7 @@ protected:
         ASSERT_TRUE(terminal.wait_for_text(kStripTextRow, kUpTimeColumn, "11 Days"))
             << terminal.text();
         ASSERT_TRUE(terminal.wait_for_rest());
-        before = terminal.eye().snapshot();
+        before = terminal.screen().snapshot();
         terminal.press(GetParam().key);
         ASSERT_TRUE(terminal.wait_for(GetParam().prompt));
         expect_window_only("opened");
@@ -73,7 +73,7 @@ protected:
 
     const Simulator server{{"--clock", "1000000", "--volumes", "256", "--connections", "500"}};
     Terminal terminal{monitor(kRows, kColumns)};
-    stage::Snapshot before;
+    harness::Snapshot before;
 };
 
 TEST_P(SmallDialog, NeverDrawsOutsideItsWindow) {

@@ -6,13 +6,13 @@
 #include <functional>
 #include <thread>
 
-#include "tests/terminal/house.h"
+#include "tests/terminal/monitor_fixture.h"
 #include "tests/terminal/session.h"
 
 namespace zrp {
 namespace {
 
-using stage::milliseconds;
+using harness::milliseconds;
 
 constexpr int kSignals[] = {SIGALRM, SIGHUP, SIGINT, SIGPIPE, SIGQUIT, SIGTERM};
 
@@ -36,7 +36,7 @@ milliseconds processor_time(Terminal& terminal) {
 // Whether the program does nothing for so long, without its output being read.
 bool stands_still(Terminal& terminal, milliseconds period) {
     constexpr milliseconds kLook{20};
-    const stage::Deadline deadline(stage::kPatience);
+    const harness::Deadline deadline(harness::kPatience);
     for (milliseconds still{0}; still < period; still += kLook) {
         if (deadline.passed()) {
             return false;
@@ -115,13 +115,13 @@ TEST_P(Signal, EndsTheProgramAtItsStart) {
 
 TEST_P(Signal, EndsTheProgramWhileADialogReads) {
     ZRP_NEEDS_ROOT();
-    for (const Place& dialog : kDialogs) {
-        House house;
-        ASSERT_TRUE(house.begin());
-        ASSERT_TRUE(house.open_dialog(dialog));
-        house.terminal.type("1");
-        house.terminal.child().send_signal(GetParam());
-        expect_end_in_time(house.terminal);
+    for (const ScreenCase& dialog : kDialogs) {
+        MonitorFixture fixture;
+        ASSERT_TRUE(fixture.begin());
+        ASSERT_TRUE(fixture.open_dialog(dialog));
+        fixture.terminal.type("1");
+        fixture.terminal.child().send_signal(GetParam());
+        expect_end_in_time(fixture.terminal);
     }
 }
 
@@ -129,9 +129,9 @@ TEST_P(Signal, EndsTheProgramWhileADialogReads) {
 TEST_P(Signal, EndsTheProgramWhileADialogWaitsForAMuteDaemon) {
     ZRP_NEEDS_ROOT();
     for (const auto& [dialog, asked] :
-         {std::pair{kVolume, "listVolumes"}, {kConnection, connection_world::kList}}) {
+         {std::pair{kVolume, "listVolumes"}, {kConnection, connection_fixture::kList}}) {
         const char* command = asked; // a lambda takes no part of a pair
-        const auto daemon = House::prepared();
+        const auto daemon = MonitorFixture::prepared();
         daemon->answer_raw(command, {reply_header(100)}); // and the text never comes
         PeerScript script = daemon->script();
         script.push_back(wait_for_close());
@@ -170,7 +170,7 @@ TEST(Ending, F12EndsTheProgramWhileAPassWaitsForAMuteDaemon) {
 // The dialog gives the main window back before the key is acted on, and waits for the pass there.
 TEST(Ending, F12EndsTheProgramInADialogWhileAPassWaitsForAMuteDaemon) {
     ZRP_NEEDS_ROOT();
-    const auto daemon = House::prepared();
+    const auto daemon = MonitorFixture::prepared();
     PeerScript script = daemon->script();
     script.push_back(wait_for_close());
     const ScriptedPeer peer(kMainDaemonSocket, {script});
@@ -214,26 +214,26 @@ TEST(Ending, WaitingForAMuteDaemonBurnsNoProcessor) {
 
 TEST(Ending, WaitingForTheEndOfALongWaitBurnsNoProcessor) {
     ZRP_NEEDS_ROOT();
-    House house;
-    ASSERT_TRUE(house.begin());
-    ASSERT_TRUE(house.slow_down());
-    house.terminal.press(Key::kF12);
-    const milliseconds before = processor_time(house.terminal);
-    house.terminal.pump(milliseconds{2500});
-    EXPECT_LT(processor_time(house.terminal) - before, milliseconds{300});
-    expect_ended_cleanly(house.terminal);
+    MonitorFixture fixture;
+    ASSERT_TRUE(fixture.begin());
+    ASSERT_TRUE(fixture.slow_down());
+    fixture.terminal.press(Key::kF12);
+    const milliseconds before = processor_time(fixture.terminal);
+    fixture.terminal.pump(milliseconds{2500});
+    EXPECT_LT(processor_time(fixture.terminal) - before, milliseconds{300});
+    expect_ended_cleanly(fixture.terminal);
 }
 
 // The last resort counts from the wait that the refresh thread is in.
 TEST(Ending, ALongWaitIsWaitedForAlsoWhenTheIntervalIsShortByNow) {
     ZRP_NEEDS_ROOT();
-    House house;
-    ASSERT_TRUE(house.begin());
-    ASSERT_TRUE(house.slow_down());
-    house.terminal.type(std::string(9, '-'));
-    house.terminal.press(Key::kF12);
-    EXPECT_FALSE(house.terminal.wait_for_exit(milliseconds{6500}).has_value());
-    expect_ended_cleanly(house.terminal);
+    MonitorFixture fixture;
+    ASSERT_TRUE(fixture.begin());
+    ASSERT_TRUE(fixture.slow_down());
+    fixture.terminal.type(std::string(9, '-'));
+    fixture.terminal.press(Key::kF12);
+    EXPECT_FALSE(fixture.terminal.wait_for_exit(milliseconds{6500}).has_value());
+    expect_ended_cleanly(fixture.terminal);
 }
 
 TEST(Ending, ASignalEndsTheProgramOnATerminalThatIsStopped) {
@@ -299,8 +299,8 @@ TEST(Ending, ASignalEndsTheProgramOnATerminalThatTakesNoOutput) {
     ASSERT_TRUE(terminal.wait_for("figure: 1"));
     std::string switches; // each draws the whole screen anew, and nobody reads it
     for (int i = 0; i < 200; i++) {
-        switches += stage::key_bytes(Key::kF6);
-        switches += stage::key_bytes(Key::kF2);
+        switches += harness::key_bytes(Key::kF6);
+        switches += harness::key_bytes(Key::kF2);
     }
     terminal.type(switches);
     // The kernel may move on what was written without waking the writer for the room that this
@@ -355,27 +355,27 @@ TEST(LostTerminal, AnEndOfInputEndsTheProgram) {
     EXPECT_EQ(terminal.wait_for_exit(kEndPatience), ExitStatus{}) << terminal.text();
 }
 
-class LostTerminalInDialog : public testing::TestWithParam<Place> {};
+class LostTerminalInDialog : public testing::TestWithParam<ScreenCase> {};
 
 TEST_P(LostTerminalInDialog, EndsTheProgram) {
     ZRP_NEEDS_ROOT();
-    House house;
-    ASSERT_TRUE(house.begin());
-    ASSERT_TRUE(house.open_dialog(GetParam()));
-    house.terminal.type("1");
-    house.terminal.hang_up();
-    EXPECT_EQ(house.terminal.wait_for_exit(kEndPatience), ExitStatus{});
+    MonitorFixture fixture;
+    ASSERT_TRUE(fixture.begin());
+    ASSERT_TRUE(fixture.open_dialog(GetParam()));
+    fixture.terminal.type("1");
+    fixture.terminal.hang_up();
+    EXPECT_EQ(fixture.terminal.wait_for_exit(kEndPatience), ExitStatus{});
 }
 
 TEST_P(LostTerminalInDialog, EndsTheProgramAlsoWhenNoHangupSignalComes) {
     ZRP_NEEDS_ROOT();
     TerminalOptions options = monitor();
     options.child.arguments = {"env", "--block-signal=HUP", ZRPTOP_PROGRAM};
-    House house(options);
-    ASSERT_TRUE(house.begin());
-    ASSERT_TRUE(house.open_dialog(GetParam()));
-    house.terminal.hang_up();
-    EXPECT_EQ(house.terminal.wait_for_exit(kEndPatience), ExitStatus{});
+    MonitorFixture fixture(options);
+    ASSERT_TRUE(fixture.begin());
+    ASSERT_TRUE(fixture.open_dialog(GetParam()));
+    fixture.terminal.hang_up();
+    EXPECT_EQ(fixture.terminal.wait_for_exit(kEndPatience), ExitStatus{});
 }
 
 INSTANTIATE_TEST_SUITE_P(Dialogs, LostTerminalInDialog, testing::ValuesIn(kDialogs),
@@ -391,11 +391,11 @@ TEST(Stopping, CtrlZGivesTheTerminalBackAndContinuingDrawsItAnew) {
     Terminal terminal(options);
     ASSERT_TRUE(terminal.wait_for("figure: 1")) << terminal.text();
     terminal.type("\x1a");
-    ASSERT_TRUE(terminal.wait_until([&] { return !terminal.eye().alternate_screen(); }))
+    ASSERT_TRUE(terminal.wait_until([&] { return !terminal.screen().alternate_screen(); }))
         << terminal.text();
     ASSERT_TRUE(terminal.wait_for("stopped"));
     terminal.type("\n");
-    ASSERT_TRUE(terminal.wait_until([&] { return terminal.eye().alternate_screen(); }));
+    ASSERT_TRUE(terminal.wait_until([&] { return terminal.screen().alternate_screen(); }));
     EXPECT_TRUE(terminal.wait_for_text(6, kListColumn, "figure: 1")) << terminal.text();
     expect_clean_end(terminal);
 }
@@ -435,7 +435,7 @@ TEST(Stopping, ContinuedInTheBackgroundItStopsAgain) {
     terminal.type("\x1a");
     ASSERT_TRUE(terminal.wait_for("stopped"));
     ASSERT_TRUE(terminal.wait_for_rest());
-    EXPECT_FALSE(terminal.eye().alternate_screen()) << terminal.text();
+    EXPECT_FALSE(terminal.screen().alternate_screen()) << terminal.text();
     terminal.type("\n");
     EXPECT_TRUE(terminal.wait_for("status 0")) << terminal.raw_output();
 }

@@ -25,9 +25,9 @@ TEST(General, ListsEachStatisticAsNameAndValue) {
     const ScriptedPeer peer(kMainDaemonSocket, answers({statistics(numbered(3))}));
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_for_text(8, kListColumn, "stat3: 103")) << terminal.text();
-    EXPECT_EQ(terminal.eye().text_at(6, 1, 16), std::string(kVertical) + "    stat1: 101 ");
+    EXPECT_EQ(terminal.screen().text_at(6, 1, 16), std::string(kVertical) + "    stat1: 101 ");
     EXPECT_EQ(terminal.cell(6, kListColumn),
-              (stage::Cell{.text = "s", .foreground = kWhite, .background = kBlue}));
+              (harness::Cell{.text = "s", .foreground = kWhite, .background = kBlue}));
 }
 
 TEST(General, AsksWithTheOneLineDocumentWithoutAProcessId) {
@@ -48,9 +48,9 @@ TEST(General, AReplyWithFifteenStatisticsShowsTheFirstElevenThatAreNoUpTime) {
     const ScriptedPeer peer(kMainDaemonSocket, answers({statistics(numbered(15))}));
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_for_text(kLastRow, kListColumn, "stat11: 111")) << terminal.text();
-    EXPECT_EQ(terminal.eye().text_at(9, kListColumn, 10), "stat4: 104");
-    EXPECT_EQ(terminal.eye().text_at(10, kListColumn, 10), "stat5: 105");
-    EXPECT_EQ(terminal.eye().text_at(kLastRow + 1, 2, 20), std::string(20, ' '));
+    EXPECT_EQ(terminal.screen().text_at(9, kListColumn, 10), "stat4: 104");
+    EXPECT_EQ(terminal.screen().text_at(10, kListColumn, 10), "stat5: 105");
+    EXPECT_EQ(terminal.screen().text_at(kLastRow + 1, 2, 20), std::string(20, ' '));
 }
 
 TEST(General, AStatisticWithoutAValueIsListedWithAnEmptyOne) {
@@ -60,7 +60,7 @@ TEST(General, AStatisticWithoutAValueIsListedWithAnEmptyOne) {
         answers({statistics("<parm><name>bare</name></parm>" + parm("next", "1"))}));
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_for_text(7, kListColumn, "next: 1"));
-    EXPECT_EQ(terminal.eye().text_at(6, kListColumn, 12), "bare:       ");
+    EXPECT_EQ(terminal.screen().text_at(6, kListColumn, 12), "bare:       ");
 }
 
 TEST(General, AStatisticWithoutANameOrWithAValueTooLongIsSkipped) {
@@ -71,7 +71,7 @@ TEST(General, AStatisticWithoutANameOrWithAValueTooLongIsSkipped) {
                             parm("long", std::string(4097, 'x')) + parm("kept", "1"))}));
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_for("kept: 1"));
-    EXPECT_EQ(terminal.eye().find_row("kept: 1"), kFirstRow) << terminal.text();
+    EXPECT_EQ(terminal.screen().find_row("kept: 1"), kFirstRow) << terminal.text();
 }
 
 TEST(General, ALongNameIsCutAtTheFrame) {
@@ -81,7 +81,7 @@ TEST(General, ALongNameIsCutAtTheFrame) {
         answers({statistics(parm(std::string(300, 'n'), "1") + parm("after", "2"))}));
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_for_text(7, kListColumn, "after: 2")) << terminal.text();
-    EXPECT_EQ(terminal.eye().text_at(6, kListColumn, 72), std::string(72, 'n'));
+    EXPECT_EQ(terminal.screen().text_at(6, kListColumn, 72), std::string(72, 'n'));
     EXPECT_EQ(terminal.cell(6, kFrameColumn).text, kVertical);
     EXPECT_EQ(terminal.cell(7, 1).text, kVertical);
 }
@@ -129,7 +129,7 @@ TEST_P(UpTimeStrip, ShowsTheDuration) {
     Terminal terminal(monitor());
     EXPECT_TRUE(terminal.wait_for_text(kStripTextRow, kUpTimeColumn, GetParam().text))
         << terminal.text();
-    EXPECT_EQ(terminal.eye().find_row("serverUpTime"), -1);
+    EXPECT_EQ(terminal.screen().find_row("serverUpTime"), -1);
 }
 
 INSTANTIATE_TEST_SUITE_P(Durations, UpTimeStrip,
@@ -145,7 +145,7 @@ TEST(UpTimeStrip, IsWipedBeforeAShorterTextIsWritten) {
     const ScriptedPeer peer(kMainDaemonSocket, answers({before, before, statistics(up_time("7"))}));
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_for_text(kStripTextRow, kUpTimeColumn, "7 Seconds"));
-    EXPECT_EQ(terminal.eye().text_at(kStripTextRow, kUpTimeColumn, 60),
+    EXPECT_EQ(terminal.screen().text_at(kStripTextRow, kUpTimeColumn, 60),
               "7 Seconds " + std::string(50, ' '));
     EXPECT_EQ(terminal.cell(kStripTextRow, kFrameColumn).text, kVertical);
 }
@@ -199,9 +199,9 @@ TEST_P(ServerFault, LeavesTheOldValuesAndIsTriedAgain) {
     ScriptedPeer peer(kMainDaemonSocket, scripts);
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_for_text(6, kListColumn, "figure: 111"));
-    const stage::Snapshot before = terminal.eye().snapshot();
+    const harness::Snapshot before = terminal.screen().snapshot();
     ASSERT_TRUE(terminal.wait_until([&] { return peer.connections() >= 5; }));
-    EXPECT_EQ(terminal.eye().snapshot(), before) << "a whole pass that failed";
+    EXPECT_EQ(terminal.screen().snapshot(), before) << "a whole pass that failed";
     EXPECT_TRUE(terminal.wait_for_text(6, kListColumn, "figure: 222")) << terminal.text();
     EXPECT_TRUE(terminal.wait_for_text(kStripTextRow, kUpTimeColumn, "1 Minute 17 Seconds "));
     expect_clean_end(terminal);
@@ -233,8 +233,8 @@ TEST(General, WithoutADaemonTheScreenStandsAndFillsOnceThereIsOne) {
     ZRP_NEEDS_ROOT();
     Terminal terminal(monitor());
     ASSERT_TRUE(wait_for_windows(terminal));
-    terminal.pump(stage::milliseconds{1200});
-    EXPECT_EQ(terminal.eye().text_at(kStripTextRow, 2, 40),
+    terminal.pump(harness::milliseconds{1200});
+    EXPECT_EQ(terminal.screen().text_at(kStripTextRow, 2, 40),
               "Server Up Time:" + std::string(25, ' '));
     const ScriptedPeer peer(kMainDaemonSocket, answers({kNewValues}));
     EXPECT_TRUE(terminal.wait_for_text(6, kListColumn, "figure: 222")) << terminal.text();

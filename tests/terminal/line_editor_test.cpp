@@ -53,12 +53,12 @@ TEST(LineEditor, ShowsEachCharacterAsItIsTyped) {
 TEST(LineEditor, BackspaceOnAnEmptyLineDoesNothingAndDrawsNothing) {
     Terminal terminal(probe());
     ASSERT_TRUE(wait_for_prompt(terminal));
-    const stage::Snapshot before = terminal.eye().snapshot();
+    const harness::Snapshot before = terminal.screen().snapshot();
     terminal.press(Key::kBackspace);
     terminal.press(Key::kDelete);
     terminal.type(kKill);
     ASSERT_TRUE(terminal.wait_for_rest());
-    EXPECT_EQ(terminal.eye().snapshot(), before) << terminal.text();
+    EXPECT_EQ(terminal.screen().snapshot(), before) << terminal.text();
     terminal.press(Key::kEnter);
     EXPECT_TRUE(wait_for_result(terminal, 1, "rc=0 hit=0 key=0 []")) << terminal.text();
 }
@@ -72,7 +72,7 @@ TEST(LineEditor, AnEraseKeyTakesOneCharacterFromTextAndScreen) {
     EXPECT_TRUE(wait_for_line(terminal, "123 ")) << terminal.row(kRow);
     terminal.press(Key::kDelete);
     EXPECT_TRUE(wait_for_line(terminal, "12 ")) << terminal.row(kRow);
-    EXPECT_EQ(terminal.eye().text_at(kRow, 1, 3), "1? ");
+    EXPECT_EQ(terminal.screen().text_at(kRow, 1, 3), "1? ");
     terminal.press(Key::kEnter);
     EXPECT_TRUE(wait_for_result(terminal, 1, "rc=0 hit=0 key=0 [12]"));
 }
@@ -93,7 +93,7 @@ TEST(LineEditor, CharactersPastTheMaximumAreIgnored) {
     ASSERT_TRUE(wait_for_prompt(terminal));
     terminal.type("123456\r");
     EXPECT_TRUE(wait_for_result(terminal, 1, "rc=0 hit=0 key=0 [1234]")) << terminal.text();
-    EXPECT_EQ(terminal.eye().text_at(kRow, kColumn, 6), "1234  ");
+    EXPECT_EQ(terminal.screen().text_at(kRow, kColumn, 6), "1234  ");
 }
 
 TEST(LineEditor, ANegativeMaximumSetsNoLimit) {
@@ -161,7 +161,7 @@ TEST(LineEditor, ALineTooLongForTheWindowShowsItsEndInsideTheFrame) {
     terminal.type("abcdefghijklmnopqrstuvwxyz");
     ASSERT_TRUE(wait_for_line(terminal, "lmnopqrstuvwxyz")) << terminal.text();
     EXPECT_NE(terminal.cell(kRow, 19).text, "z");
-    EXPECT_EQ(terminal.eye().text_at(2, 1, 8), "old text");
+    EXPECT_EQ(terminal.screen().text_at(2, 1, 8), "old text");
     terminal.press(Key::kBackspace);
     EXPECT_TRUE(wait_for_line(terminal, "klmnopqrstuvwxy")) << terminal.text();
 }
@@ -174,7 +174,7 @@ TEST(LineEditor, KillingALineTooLongForTheWindowLeavesThePromptAndTheFrame) {
     terminal.type(kKill);
     ASSERT_TRUE(wait_for_line(terminal, std::string(15, ' '))) << terminal.text();
     EXPECT_EQ(terminal.cell(kRow, 0).text, kVertical);
-    EXPECT_EQ(terminal.eye().text_at(kRow, 1, 3), "1? ");
+    EXPECT_EQ(terminal.screen().text_at(kRow, 1, 3), "1? ");
     EXPECT_EQ(terminal.cell(kRow, 19).text, kVertical);
 }
 

@@ -39,7 +39,7 @@ protected:
     }
 
     [[nodiscard]] bool shows(const std::string& text) const {
-        return terminal.eye().find_row(text) != -1;
+        return terminal.screen().find_row(text) != -1;
     }
 
     // Whether the dialog lists the text. Its first entry, which stays, tells that it lists at all.

@@ -144,7 +144,8 @@ bool open_parameters(Terminal& terminal, const std::string& firstLine) {
 
 // What stands inside the main window's frame at a row.
 std::string inside(const Terminal& terminal, int row) {
-    const std::string all = terminal.eye().text_at(row, kColumn, terminal.eye().columns() - 4);
+    const std::string all =
+        terminal.screen().text_at(row, kColumn, terminal.screen().columns() - 4);
     const size_t last = all.find_last_not_of(' ');
     return last == std::string::npos ? "" : all.substr(0, last + 1);
 }
@@ -159,7 +160,7 @@ TEST(Parameters, ShowsEachNameWithItsValue) {
     ASSERT_TRUE(terminal.wait_for_text(kFirstRow + 1, kColumn, "SERVER_CONTACT = a b "));
     EXPECT_EQ(inside(terminal, kFirstRow + 2), "");
     EXPECT_EQ(terminal.cell(kFirstRow, kColumn),
-              (stage::Cell{.text = "L", .foreground = kWhite, .background = kBlue}));
+              (harness::Cell{.text = "L", .foreground = kWhite, .background = kBlue}));
     expect_clean_end(terminal);
 }
 
@@ -406,7 +407,7 @@ TEST_P(ParametersOnTheSimulator, FillTheScreen) {
         << terminal.text();
     EXPECT_TRUE(terminal.wait_for_text(GetParam().lastRow, kColumn, GetParam().lastText))
         << terminal.text();
-    EXPECT_EQ(terminal.eye().find_row("SHADOW_VOLUME"), -1);
+    EXPECT_EQ(terminal.screen().find_row("SHADOW_VOLUME"), -1);
     expect_clean_end(terminal);
 }
 

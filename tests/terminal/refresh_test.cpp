@@ -1,17 +1,17 @@
 // Keys of the main thread, the refresh thread and what passes between them.
 
-#include "tests/terminal/house.h"
+#include "tests/terminal/monitor_fixture.h"
 #include "tests/terminal/session.h"
 
 namespace zrp {
 namespace {
 
-using stage::milliseconds;
+using harness::milliseconds;
 
 const std::string kFigures = statistics(parm("figure", "1") + up_time("9"));
 
 bool shows_figures(const Terminal& terminal) {
-    return terminal.eye().text_at(6, kListColumn, 9) == "figure: 1";
+    return terminal.screen().text_at(6, kListColumn, 9) == "figure: 1";
 }
 
 bool shows_empty_frame(const Terminal& terminal) {
@@ -139,15 +139,15 @@ TEST(KeyLoop, KeysWithoutAMeaningAreIgnored) {
 
 TEST(RefreshThread, EachPassAsksForTheStripAndForTheList) {
     ZRP_NEEDS_ROOT();
-    House house;
-    ASSERT_TRUE(house.begin());
-    ASSERT_TRUE(house.slow_down()); // one more pass has begun and ended since
-    const size_t requests = house.peer.connections();
+    MonitorFixture fixture;
+    ASSERT_TRUE(fixture.begin());
+    ASSERT_TRUE(fixture.slow_down()); // one more pass has begun and ended since
+    const size_t requests = fixture.peer.connections();
     EXPECT_EQ(requests % 2, 0U);
-    EXPECT_EQ(house.strips(), requests);
-    ASSERT_TRUE(house.terminal.wait_until([&] { return house.peer.connections() > requests; }));
-    ASSERT_TRUE(house.terminal.wait_for_rest());
-    EXPECT_EQ(house.peer.connections(), requests + 2);
+    EXPECT_EQ(fixture.strips(), requests);
+    ASSERT_TRUE(fixture.terminal.wait_until([&] { return fixture.peer.connections() > requests; }));
+    ASSERT_TRUE(fixture.terminal.wait_for_rest());
+    EXPECT_EQ(fixture.peer.connections(), requests + 2);
 }
 
 TerminalOptions watched_monitor() {
@@ -168,21 +168,21 @@ TEST(RefreshThread, AtTheStartNeverDrawsWhileTheMainThreadIsInsideNcurses) {
 
 TEST(RefreshThread, NeverDrawsWhileTheMainThreadIsInsideNcurses) {
     ZRP_NEEDS_ROOT();
-    House house(watched_monitor());
-    ASSERT_TRUE(house.begin()) << house.terminal.raw_output();
-    for (const Place& place : {kVolume, kDiagnostics, kGeneral}) {
-        ASSERT_TRUE(house.show(place)) << place.name << house.terminal.raw_output();
-        ASSERT_TRUE(house.open_dialog(kVolume)) << house.terminal.raw_output();
-        const size_t before = house.strips();
-        const stage::Deadline deadline(stage::kPatience);
-        while (house.strips() == before && !deadline.passed()) {
-            house.terminal.type("12\x7f\x7f");
-            house.terminal.pump(milliseconds{20});
+    MonitorFixture fixture(watched_monitor());
+    ASSERT_TRUE(fixture.begin()) << fixture.terminal.raw_output();
+    for (const ScreenCase& entry : {kVolume, kDiagnostics, kGeneral}) {
+        ASSERT_TRUE(fixture.show(entry)) << entry.name << fixture.terminal.raw_output();
+        ASSERT_TRUE(fixture.open_dialog(kVolume)) << fixture.terminal.raw_output();
+        const size_t before = fixture.strips();
+        const harness::Deadline deadline(harness::kPatience);
+        while (fixture.strips() == before && !deadline.passed()) {
+            fixture.terminal.type("12\x7f\x7f");
+            fixture.terminal.pump(milliseconds{20});
         }
-        house.terminal.type("\x15q\r");
-        ASSERT_TRUE(house.wait_for_screen(place)) << house.terminal.raw_output();
+        fixture.terminal.type("\x15q\r");
+        ASSERT_TRUE(fixture.wait_for_screen(entry)) << fixture.terminal.raw_output();
     }
-    expect_clean_end(house.terminal);
+    expect_clean_end(fixture.terminal);
 }
 
 // Many screen switches while passes run: every frame stays whole and the figures come back.
@@ -191,12 +191,12 @@ TEST(RefreshThread, FastSwitchingLeavesNoWrongCell) {
     const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_until([&] { return shows_figures(terminal); }));
-    const stage::Snapshot before = terminal.eye().snapshot();
+    const harness::Snapshot before = terminal.screen().snapshot();
     for (int i = 0; i < 40; i++) {
         terminal.press(i % 2 == 0 ? Key::kF6 : Key::kF2);
         terminal.pump(milliseconds{60});
     }
-    EXPECT_TRUE(terminal.wait_until([&] { return terminal.eye().snapshot() == before; }))
+    EXPECT_TRUE(terminal.wait_until([&] { return terminal.screen().snapshot() == before; }))
         << terminal.text();
 }
 

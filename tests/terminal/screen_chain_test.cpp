@@ -2,19 +2,19 @@
 
 #include <fstream>
 
-#include "tests/terminal/house.h"
-#include "tests/terminal/workplace.h"
+#include "tests/terminal/monitor_fixture.h"
+#include "tests/terminal/trace_folder.h"
 
 namespace zrp {
 namespace {
 
-using stage::milliseconds;
+using harness::milliseconds;
 
 struct Move {
-    const Place& from;
+    const ScreenCase& from;
     const char* keyName;
     Key key;
-    const Place& to;
+    const ScreenCase& to;
 };
 
 std::ostream& operator<<(std::ostream& out, const Move& move) {
@@ -26,16 +26,16 @@ class ScreenMove : public testing::TestWithParam<Move> {};
 TEST_P(ScreenMove, LeadsToTheNeighbour) {
     ZRP_NEEDS_ROOT();
     const Move& move = GetParam();
-    House house;
-    ASSERT_TRUE(house.begin());
-    ASSERT_TRUE(house.show(move.from)) << house.terminal.text();
-    house.terminal.press(move.key);
+    MonitorFixture fixture;
+    ASSERT_TRUE(fixture.begin());
+    ASSERT_TRUE(fixture.show(move.from)) << fixture.terminal.text();
+    fixture.terminal.press(move.key);
     if (move.to.prompt != nullptr) {
-        EXPECT_TRUE(house.wait_for_dialog(move.to)) << house.terminal.text();
+        EXPECT_TRUE(fixture.wait_for_dialog(move.to)) << fixture.terminal.text();
     } else {
-        EXPECT_TRUE(house.wait_for_screen(move.to)) << house.terminal.text();
+        EXPECT_TRUE(fixture.wait_for_screen(move.to)) << fixture.terminal.text();
     }
-    expect_clean_end(house.terminal);
+    expect_clean_end(fixture.terminal);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -59,176 +59,177 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& move) { return std::string(move.param.from.name) + "_" + move.param.keyName; });
 
 // The screens that the chain passes are never switched to: nobody asks for their figures.
-void expect_dialogs_only(const House& house) {
+void expect_dialogs_only(const MonitorFixture& fixture) {
     for (const char* command : {"volumeInformation", "connectionInformationTag", "diagnostics"}) {
-        EXPECT_TRUE(house.daemon->requests(command).empty()) << command;
+        EXPECT_TRUE(fixture.daemon->requests(command).empty()) << command;
     }
 }
 
 TEST(ScreenChain, TabLeadsThroughAllThreeDialogsToParameters) {
     ZRP_NEEDS_ROOT();
-    House house;
-    ASSERT_TRUE(house.begin());
-    for (const Place& dialog : kDialogs) {
-        house.terminal.press(Key::kTab);
-        ASSERT_TRUE(house.wait_for_dialog(dialog)) << dialog.name << house.terminal.text();
+    MonitorFixture fixture;
+    ASSERT_TRUE(fixture.begin());
+    for (const ScreenCase& dialog : kDialogs) {
+        fixture.terminal.press(Key::kTab);
+        ASSERT_TRUE(fixture.wait_for_dialog(dialog)) << dialog.name << fixture.terminal.text();
     }
-    house.terminal.press(Key::kTab);
-    EXPECT_TRUE(house.wait_for_screen(kParameters)) << house.terminal.text();
-    expect_dialogs_only(house);
-    expect_clean_end(house.terminal);
+    fixture.terminal.press(Key::kTab);
+    EXPECT_TRUE(fixture.wait_for_screen(kParameters)) << fixture.terminal.text();
+    expect_dialogs_only(fixture);
+    expect_clean_end(fixture.terminal);
 }
 
 TEST(ScreenChain, ShiftTabLeadsBackThroughAllThreeDialogsToGeneral) {
     ZRP_NEEDS_ROOT();
-    House house;
-    ASSERT_TRUE(house.begin());
-    ASSERT_TRUE(house.show(kParameters));
-    for (const Place& dialog : {kDiagnostics, kConnection, kVolume}) {
-        house.terminal.press(Key::kShiftTab);
-        ASSERT_TRUE(house.wait_for_dialog(dialog)) << dialog.name << house.terminal.text();
+    MonitorFixture fixture;
+    ASSERT_TRUE(fixture.begin());
+    ASSERT_TRUE(fixture.show(kParameters));
+    for (const ScreenCase& dialog : {kDiagnostics, kConnection, kVolume}) {
+        fixture.terminal.press(Key::kShiftTab);
+        ASSERT_TRUE(fixture.wait_for_dialog(dialog)) << dialog.name << fixture.terminal.text();
     }
-    house.terminal.press(Key::kShiftTab);
-    EXPECT_TRUE(house.wait_for_screen(kGeneral)) << house.terminal.text();
-    EXPECT_EQ(house.terminal.eye().find_row(kParameters.shown), -1);
-    expect_dialogs_only(house);
-    expect_clean_end(house.terminal);
+    fixture.terminal.press(Key::kShiftTab);
+    EXPECT_TRUE(fixture.wait_for_screen(kGeneral)) << fixture.terminal.text();
+    EXPECT_EQ(fixture.terminal.screen().find_row(kParameters.shown), -1);
+    expect_dialogs_only(fixture);
+    expect_clean_end(fixture.terminal);
 }
 
 TEST(ScreenChain, QuittingTheVolumeDialogAfterTabOnGeneralLeavesGeneralShown) {
     ZRP_NEEDS_ROOT();
-    House house;
-    ASSERT_TRUE(house.begin());
-    house.terminal.press(Key::kTab);
-    ASSERT_TRUE(house.wait_for_dialog(kVolume));
-    house.terminal.type("q\r");
-    ASSERT_TRUE(house.wait_for_screen(kGeneral));
-    house.daemon->answer("serverStatistics", {statistics(parm("figure", "2"))});
-    EXPECT_TRUE(house.terminal.wait_for("figure: 2")) << house.terminal.text();
-    expect_dialogs_only(house);
+    MonitorFixture fixture;
+    ASSERT_TRUE(fixture.begin());
+    fixture.terminal.press(Key::kTab);
+    ASSERT_TRUE(fixture.wait_for_dialog(kVolume));
+    fixture.terminal.type("q\r");
+    ASSERT_TRUE(fixture.wait_for_screen(kGeneral));
+    fixture.daemon->answer("serverStatistics", {statistics(parm("figure", "2"))});
+    EXPECT_TRUE(fixture.terminal.wait_for("figure: 2")) << fixture.terminal.text();
+    expect_dialogs_only(fixture);
 }
 
 // No pass comes in between: what shows is what the way itself left in the main window.
 TEST(ScreenChain, TheWayForwardOpensItsDialogOverTheOldContents) {
     ZRP_NEEDS_ROOT();
-    House house;
-    ASSERT_TRUE(house.begin());
-    ASSERT_TRUE(house.slow_down());
-    const stage::Snapshot before = house.terminal.eye().snapshot();
-    house.terminal.press(Key::kTab);
-    ASSERT_TRUE(house.wait_for_dialog(kVolume));
-    house.terminal.type("q\r");
-    EXPECT_TRUE(house.terminal.wait_until([&] {
-        return house.terminal.eye().snapshot() == before;
-    })) << house.terminal.text();
-    EXPECT_EQ(house.asked_since(), 1U); // the dialog's list
+    MonitorFixture fixture;
+    ASSERT_TRUE(fixture.begin());
+    ASSERT_TRUE(fixture.slow_down());
+    const harness::Snapshot before = fixture.terminal.screen().snapshot();
+    fixture.terminal.press(Key::kTab);
+    ASSERT_TRUE(fixture.wait_for_dialog(kVolume));
+    fixture.terminal.type("q\r");
+    EXPECT_TRUE(fixture.terminal.wait_until([&] {
+        return fixture.terminal.screen().snapshot() == before;
+    })) << fixture.terminal.text();
+    EXPECT_EQ(fixture.asked_since(), 1U); // the dialog's list
 }
 
 TEST(ScreenChain, TheWayBackClearsTheMainWindowFirst) {
     ZRP_NEEDS_ROOT();
-    House house;
-    ASSERT_TRUE(house.begin());
-    ASSERT_TRUE(house.show(kParameters));
-    ASSERT_TRUE(house.slow_down());
-    house.terminal.press(Key::kShiftTab);
-    ASSERT_TRUE(house.wait_for_dialog(kDiagnostics));
-    house.terminal.type("q\r");
-    ASSERT_TRUE(house.terminal.wait_until([&] { return house.dialog_is_closed(kDiagnostics); }));
-    ASSERT_TRUE(house.terminal.wait_for_rest());
+    MonitorFixture fixture;
+    ASSERT_TRUE(fixture.begin());
+    ASSERT_TRUE(fixture.show(kParameters));
+    ASSERT_TRUE(fixture.slow_down());
+    fixture.terminal.press(Key::kShiftTab);
+    ASSERT_TRUE(fixture.wait_for_dialog(kDiagnostics));
+    fixture.terminal.type("q\r");
+    ASSERT_TRUE(
+        fixture.terminal.wait_until([&] { return fixture.dialog_is_closed(kDiagnostics); }));
+    ASSERT_TRUE(fixture.terminal.wait_for_rest());
     const std::string empty = std::string(" ") + kVertical + std::string(76, ' ') + kVertical;
     for (int row = 6; row < 19; row++) {
-        EXPECT_EQ(house.terminal.row(row), empty) << house.terminal.text();
+        EXPECT_EQ(fixture.terminal.row(row), empty) << fixture.terminal.text();
     }
-    EXPECT_EQ(house.terminal.cell(5, 1).text, kTopLeft);
-    EXPECT_EQ(house.asked_since(), 0U);
+    EXPECT_EQ(fixture.terminal.cell(5, 1).text, kTopLeft);
+    EXPECT_EQ(fixture.asked_since(), 0U);
 }
 
-class ShownScreen : public testing::TestWithParam<Place> {};
+class ShownScreen : public testing::TestWithParam<ScreenCase> {};
 
 TEST_P(ShownScreen, ItsOwnKeyDoesNothing) {
     ZRP_NEEDS_ROOT();
-    House house;
-    ASSERT_TRUE(house.begin());
-    ASSERT_TRUE(house.show(GetParam()));
-    ASSERT_TRUE(house.slow_down());
-    const stage::Snapshot before = house.terminal.eye().snapshot();
-    house.terminal.press(GetParam().key);
+    MonitorFixture fixture;
+    ASSERT_TRUE(fixture.begin());
+    ASSERT_TRUE(fixture.show(GetParam()));
+    ASSERT_TRUE(fixture.slow_down());
+    const harness::Snapshot before = fixture.terminal.screen().snapshot();
+    fixture.terminal.press(GetParam().key);
     ASSERT_TRUE(
-        house.terminal.wait_for_rest()); // an emptied window would stand until the next pass
-    EXPECT_EQ(house.terminal.eye().snapshot(), before) << house.terminal.text();
+        fixture.terminal.wait_for_rest()); // an emptied window would stand until the next pass
+    EXPECT_EQ(fixture.terminal.screen().snapshot(), before) << fixture.terminal.text();
 }
 
 INSTANTIATE_TEST_SUITE_P(WithoutDialog, ShownScreen,
                          testing::Values(kGeneral, kParameters, kVersion),
                          [](const auto& place) { return std::string(place.param.name); });
 
-class InDialog : public testing::TestWithParam<Place> {};
+class InDialog : public testing::TestWithParam<ScreenCase> {};
 
 TEST_P(InDialog, F1ClosesItAndLeavesTheScreenShownBefore) {
     ZRP_NEEDS_ROOT();
-    House house;
-    ASSERT_TRUE(house.begin());
-    ASSERT_TRUE(house.open_dialog(GetParam()));
-    house.terminal.press(Key::kF1);
-    EXPECT_TRUE(house.wait_for_screen(kGeneral)) << house.terminal.text();
-    expect_dialogs_only(house);
-    expect_clean_end(house.terminal);
+    MonitorFixture fixture;
+    ASSERT_TRUE(fixture.begin());
+    ASSERT_TRUE(fixture.open_dialog(GetParam()));
+    fixture.terminal.press(Key::kF1);
+    EXPECT_TRUE(fixture.wait_for_screen(kGeneral)) << fixture.terminal.text();
+    expect_dialogs_only(fixture);
+    expect_clean_end(fixture.terminal);
 }
 
 TEST_P(InDialog, HomeLeadsToGeneral) {
     ZRP_NEEDS_ROOT();
-    House house;
-    ASSERT_TRUE(house.begin());
-    ASSERT_TRUE(house.show(kParameters));
-    ASSERT_TRUE(house.open_dialog(GetParam()));
-    house.terminal.press(Key::kHome);
-    EXPECT_TRUE(house.wait_for_screen(kGeneral)) << house.terminal.text();
-    EXPECT_EQ(house.terminal.eye().find_row(kParameters.shown), -1);
-    expect_clean_end(house.terminal);
+    MonitorFixture fixture;
+    ASSERT_TRUE(fixture.begin());
+    ASSERT_TRUE(fixture.show(kParameters));
+    ASSERT_TRUE(fixture.open_dialog(GetParam()));
+    fixture.terminal.press(Key::kHome);
+    EXPECT_TRUE(fixture.wait_for_screen(kGeneral)) << fixture.terminal.text();
+    EXPECT_EQ(fixture.terminal.screen().find_row(kParameters.shown), -1);
+    expect_clean_end(fixture.terminal);
 }
 
 TEST_P(InDialog, TheUpTimeStripMovesOn) {
     ZRP_NEEDS_ROOT();
-    House house;
-    ASSERT_TRUE(house.begin());
-    ASSERT_TRUE(house.open_dialog(GetParam()));
+    MonitorFixture fixture;
+    ASSERT_TRUE(fixture.begin());
+    ASSERT_TRUE(fixture.open_dialog(GetParam()));
     for (const char* seconds : {"20", "21"}) {
-        house.daemon->answer("serverStatistics",
-                             {statistics(parm("figure", "2") + up_time(seconds))});
-        EXPECT_TRUE(house.terminal.wait_for_text(kStripTextRow, kUpTimeColumn,
-                                                 std::string(seconds) + " Seconds"))
-            << house.terminal.text();
+        fixture.daemon->answer("serverStatistics",
+                               {statistics(parm("figure", "2") + up_time(seconds))});
+        EXPECT_TRUE(fixture.terminal.wait_for_text(kStripTextRow, kUpTimeColumn,
+                                                   std::string(seconds) + " Seconds"))
+            << fixture.terminal.text();
     }
-    EXPECT_FALSE(house.dialog_is_closed(GetParam()));
-    EXPECT_EQ(house.terminal.eye().find_row("figure: 2"), -1);
-    expect_clean_end(house.terminal);
+    EXPECT_FALSE(fixture.dialog_is_closed(GetParam()));
+    EXPECT_EQ(fixture.terminal.screen().find_row("figure: 2"), -1);
+    expect_clean_end(fixture.terminal);
 }
 
 // Both threads draw: the typed line, and the strip in a length that changes with every pass.
 TEST_P(InDialog, TypingFastWhileTheStripIsRedrawnLeavesNoWrongCell) {
     ZRP_NEEDS_ROOT();
-    House house;
-    ASSERT_TRUE(house.begin());
-    ASSERT_TRUE(house.open_dialog(GetParam()));
-    const stage::Snapshot before = house.terminal.eye().snapshot();
+    MonitorFixture fixture;
+    ASSERT_TRUE(fixture.begin());
+    ASSERT_TRUE(fixture.open_dialog(GetParam()));
+    const harness::Snapshot before = fixture.terminal.screen().snapshot();
     std::vector<std::string> replies;
     for (int i = 0; i < 20; i++) {
         replies.push_back(statistics(up_time(i % 2 == 0 ? "90061" : "1")));
     }
-    house.daemon->answer("serverStatistics", replies);
-    const size_t first = house.strips();
-    const stage::Deadline deadline(stage::kPatience);
-    while (house.strips() < first + 4 && !deadline.passed()) {
-        house.terminal.type("1234567890");
-        house.terminal.pump(milliseconds{5});
-        house.terminal.type(std::string(10, '\x7f'));
-        house.terminal.pump(milliseconds{5});
+    fixture.daemon->answer("serverStatistics", replies);
+    const size_t first = fixture.strips();
+    const harness::Deadline deadline(harness::kPatience);
+    while (fixture.strips() < first + 4 && !deadline.passed()) {
+        fixture.terminal.type("1234567890");
+        fixture.terminal.pump(milliseconds{5});
+        fixture.terminal.type(std::string(10, '\x7f'));
+        fixture.terminal.pump(milliseconds{5});
     }
-    house.daemon->answer("serverStatistics", {statistics(up_time("9"))});
-    EXPECT_TRUE(house.terminal.wait_until([&] {
-        return house.terminal.eye().snapshot() == before;
-    })) << house.terminal.text();
-    expect_clean_end(house.terminal);
+    fixture.daemon->answer("serverStatistics", {statistics(up_time("9"))});
+    EXPECT_TRUE(fixture.terminal.wait_until([&] {
+        return fixture.terminal.screen().snapshot() == before;
+    })) << fixture.terminal.text();
+    expect_clean_end(fixture.terminal);
 }
 
 INSTANTIATE_TEST_SUITE_P(Dialogs, InDialog, testing::ValuesIn(kDialogs),
@@ -240,38 +241,38 @@ protected:
     static constexpr const char* kBytes = "\x1b[57~";
 
     void SetUp() override {
-        const std::filesystem::path source = workplace.path / "source";
+        const std::filesystem::path source = folder.path / "source";
         std::ofstream(source) << "zrptop-exit|xterm with an exit key,\n"
                                  "\tkext=\\E[57~, use=xterm-256color,\n";
-        stage::ChildProcess compiler({.arguments = {"tic", "-x", "-o", workplace.path, source}});
+        harness::ChildProcess compiler({.arguments = {"tic", "-x", "-o", folder.path, source}});
         ASSERT_EQ(compiler.wait(), ExitStatus{});
     }
 
     TerminalOptions options() {
-        TerminalOptions all = monitor_in({"TERMINFO=" + workplace.path.string()});
+        TerminalOptions all = monitor_in({"TERMINFO=" + folder.path.string()});
         all.term = "zrptop-exit";
         return all;
     }
 
-    Workplace workplace;
+    TraceFolder folder;
 };
 
 TEST_F(ExitKey, EndsTheProgram) {
     ZRP_NEEDS_ROOT();
-    House house(options());
-    ASSERT_TRUE(house.begin());
-    house.terminal.type(kBytes);
-    expect_ended_cleanly(house.terminal);
+    MonitorFixture fixture(options());
+    ASSERT_TRUE(fixture.begin());
+    fixture.terminal.type(kBytes);
+    expect_ended_cleanly(fixture.terminal);
 }
 
 TEST_F(ExitKey, EndsTheProgramInADialog) {
     ZRP_NEEDS_ROOT();
-    for (const Place& dialog : kDialogs) {
-        House house(options());
-        ASSERT_TRUE(house.begin());
-        ASSERT_TRUE(house.open_dialog(dialog));
-        house.terminal.type(kBytes);
-        expect_ended_cleanly(house.terminal);
+    for (const ScreenCase& dialog : kDialogs) {
+        MonitorFixture fixture(options());
+        ASSERT_TRUE(fixture.begin());
+        ASSERT_TRUE(fixture.open_dialog(dialog));
+        fixture.terminal.type(kBytes);
+        expect_ended_cleanly(fixture.terminal);
     }
 }
 

@@ -19,7 +19,7 @@ TerminalOptions monitor_in(const Environment& environment) {
 }
 
 bool wait_for_windows(Terminal& terminal) {
-    const int lastRow = terminal.eye().rows() - 6; // the main window's lower frame
+    const int lastRow = terminal.screen().rows() - 6; // the main window's lower frame
     return terminal.wait_for_text(kStripTextRow, 2, "Server Up Time:") &&
            terminal.wait_until([&] { return terminal.cell(lastRow, 1).text != " "; });
 }
@@ -49,8 +49,8 @@ void expect_ended_cleanly(Terminal& terminal) {
     const auto status = terminal.wait_for_exit();
     ASSERT_TRUE(status.has_value()) << "still running:\n" << terminal.text();
     EXPECT_EQ(*status, ExitStatus{}) << terminal.raw_output();
-    EXPECT_FALSE(terminal.eye().alternate_screen());
-    EXPECT_TRUE(terminal.eye().cursor().visible);
+    EXPECT_FALSE(terminal.screen().alternate_screen());
+    EXPECT_TRUE(terminal.screen().cursor().visible);
 }
 
 void expect_clean_end(Terminal& terminal) {

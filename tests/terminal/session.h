@@ -11,17 +11,17 @@
 #include "common/transport.h"
 #include "tests/support/needs.h"
 #include "tests/support/scripted_peer.h"
-#include "tools/stage/terminal.h"
+#include "tools/harness/terminal.h"
 
 namespace zrp {
 
-using stage::ExitStatus;
-using stage::Key;
-using stage::Terminal;
-using stage::TerminalOptions;
+using harness::ExitStatus;
+using harness::Key;
+using harness::Terminal;
+using harness::TerminalOptions;
 using Environment = std::vector<std::string>;
 
-// ncurses' colour numbers as the eye gives them.
+// ncurses' colour numbers as the screen gives them.
 inline constexpr int kBlack = 0;
 inline constexpr int kBlue = 4;
 inline constexpr int kCyan = 6;

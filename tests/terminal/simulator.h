@@ -17,7 +17,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tools/stage/child_process.h"
+#include "tools/harness/child_process.h"
 
 namespace zrp {
 
@@ -65,12 +65,12 @@ public:
     }
 
 private:
-    [[nodiscard]] stage::ChildOptions options(const std::vector<std::string>& arguments) const {
-        stage::ChildOptions options;
+    [[nodiscard]] harness::ChildOptions options(const std::vector<std::string>& arguments) const {
+        harness::ChildOptions options;
         options.arguments = {ZRPSIM_PROGRAM, "--control", "--verbose"};
         options.arguments.insert(options.arguments.end(), arguments.begin(), arguments.end());
-        options.standardInput = stage::kPipe;
-        options.standardOutput = stage::kPipe;
+        options.standardInput = harness::kPipe;
+        options.standardOutput = harness::kPipe;
         options.standardErrors = log_.get();
         return options;
     }
@@ -82,8 +82,8 @@ private:
         }
     }
 
-    const stage::Descriptor log_{memfd_create("log", MFD_CLOEXEC)}; // before whoever writes to it
-    stage::ChildProcess process_;
+    const harness::Descriptor log_{memfd_create("log", MFD_CLOEXEC)}; // before whoever writes to it
+    harness::ChildProcess process_;
 };
 
 } // namespace zrp

@@ -4,7 +4,7 @@
 #include <fstream>
 
 #include "tests/terminal/session.h"
-#include "tests/terminal/workplace.h"
+#include "tests/terminal/trace_folder.h"
 
 namespace zrp {
 namespace {
@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 // A command run as another user than root.
 std::vector<std::string> as_somebody(const std::vector<std::string>& command) {
-    const bool namespaces = test_network().kind == stage::NetworkKind::kPrivate;
+    const bool namespaces = test_network().kind == harness::NetworkKind::kPrivate;
     std::vector<std::string> all = namespaces
                                        ? std::vector<std::string>{"unshare", "--user"}
                                        : std::vector<std::string>{"setpriv", "--reuid=65534"};
@@ -26,20 +26,20 @@ const std::string kTraceHead = "\n" + std::string(87, '*') + "\n";
 TEST(StartUp, ANonRootUserAskingForHelpIsToldToBeRoot) {
     ZRP_NEEDS_ROOT();
     // A copy, since not everybody may look into the folder of the build.
-    const Workplace place;
-    const std::string program = place.path / "zrptop";
+    const TraceFolder folder;
+    const std::string program = folder.path / "zrptop";
     fs::copy_file(ZRPTOP_PROGRAM, program);
-    fs::permissions(place.path, fs::perms::others_exec, fs::perm_options::add);
-    stage::ChildProcess child(
-        {.arguments = as_somebody({program, "-h"}), .standardOutput = stage::kPipe});
+    fs::permissions(folder.path, fs::perms::others_exec, fs::perm_options::add);
+    harness::ChildProcess child(
+        {.arguments = as_somebody({program, "-h"}), .standardOutput = harness::kPipe});
     EXPECT_EQ(child.read_all(), "must be root.\n");
     EXPECT_EQ(child.wait(), ExitStatus{.code = 1});
 }
 
 void expect_banner(const char* option) {
-    stage::ChildProcess child({.arguments = {ZRPTOP_PROGRAM, option},
-                               .standardOutput = stage::kPipe,
-                               .standardErrors = stage::kNull});
+    harness::ChildProcess child({.arguments = {ZRPTOP_PROGRAM, option},
+                                 .standardOutput = harness::kPipe,
+                                 .standardErrors = harness::kNull});
     EXPECT_EQ(child.read_line(), "zrptop - Velmora ZRP Server Monitoring Utility");
     EXPECT_TRUE(child.read_line().has_value());
     EXPECT_EQ(child.read_line(), "This program is unsupported by Velmora, Inc.");
@@ -115,7 +115,7 @@ TEST_P(Size, PlacesMenuStripAndMainWindow) {
     EXPECT_EQ(terminal.cell(2, right).text, kTopRight);
     EXPECT_EQ(terminal.cell(4, 1).text, kBottomLeft);
     EXPECT_EQ(terminal.cell(4, right).text, kBottomRight);
-    EXPECT_EQ(terminal.eye().text_at(3, 2, 15), "Server Up Time:");
+    EXPECT_EQ(terminal.screen().text_at(3, 2, 15), "Server Up Time:");
 
     const int bottom = rows - 6;
     EXPECT_EQ(terminal.cell(5, 1).text, kTopLeft);
@@ -142,7 +142,7 @@ TEST(StartUp, TheMenuIsCyanOnBlackAndTheWindowsAreWhiteOnBlue) {
         EXPECT_EQ(terminal.cell(row, column).foreground, kWhite) << row << ' ' << column;
         EXPECT_EQ(terminal.cell(row, column).background, kBlue) << row << ' ' << column;
     }
-    EXPECT_FALSE(terminal.eye().cursor().visible);
+    EXPECT_FALSE(terminal.screen().cursor().visible);
 }
 
 TEST(StartUp, ResizingTheTerminalLaterMovesNoWindow) {
@@ -152,7 +152,7 @@ TEST(StartUp, ResizingTheTerminalLaterMovesNoWindow) {
     terminal.resize(45, 120);
     terminal.press(Key::kF6);
     terminal.press(Key::kF2);
-    terminal.pump(stage::milliseconds{1500});
+    terminal.pump(harness::milliseconds{1500});
     EXPECT_EQ(terminal.cell(2, 78).text, kTopRight) << terminal.text();
     EXPECT_EQ(terminal.cell(19, 78).text, kBottomRight) << terminal.text();
     expect_clean_end(terminal);
@@ -160,65 +160,65 @@ TEST(StartUp, ResizingTheTerminalLaterMovesNoWindow) {
 
 TEST(Trace, BeginsWithARuleAndTheSizes) {
     ZRP_NEEDS_ROOT();
-    const Workplace workplace;
-    Terminal terminal(traced_monitor(workplace));
+    const TraceFolder folder;
+    Terminal terminal(traced_monitor(folder));
     ASSERT_TRUE(wait_for_windows(terminal));
-    EXPECT_TRUE(workplace.trace().starts_with(kTraceHead + "maxy=25 maxx=80 LINES=25 COLS=80\n"))
-        << workplace.trace();
+    EXPECT_TRUE(folder.trace().starts_with(kTraceHead + "maxy=25 maxx=80 LINES=25 COLS=80\n"))
+        << folder.trace();
 }
 
 TEST(Trace, TheOptionGivenTwiceLeavesOneFreshTrace) {
     ZRP_NEEDS_ROOT();
-    const Workplace workplace;
-    std::ofstream(workplace.path / "zrptop.log") << "of an earlier run\n";
-    TerminalOptions options = traced_monitor(workplace);
+    const TraceFolder folder;
+    std::ofstream(folder.path / "zrptop.log") << "of an earlier run\n";
+    TerminalOptions options = traced_monitor(folder);
     options.child.arguments.emplace_back("--d");
     Terminal terminal(options);
     ASSERT_TRUE(wait_for_windows(terminal));
-    EXPECT_TRUE(workplace.trace().starts_with(kTraceHead + "maxy=25 maxx=80 LINES=25 COLS=80\n"))
-        << workplace.trace();
+    EXPECT_TRUE(folder.trace().starts_with(kTraceHead + "maxy=25 maxx=80 LINES=25 COLS=80\n"))
+        << folder.trace();
 }
 
 TEST(Trace, IsWrittenBeforeATerminalIsRefused) {
     ZRP_NEEDS_ROOT();
-    const Workplace workplace;
-    Terminal terminal(traced_monitor(workplace, 20, 80));
+    const TraceFolder folder;
+    Terminal terminal(traced_monitor(folder, 20, 80));
     expect_ended_cleanly(terminal);
-    EXPECT_EQ(workplace.trace(), kTraceHead + "maxy=20 maxx=80 LINES=20 COLS=80\n");
+    EXPECT_EQ(folder.trace(), kTraceHead + "maxy=20 maxx=80 LINES=20 COLS=80\n");
 }
 
 TEST(Trace, IsLeftOutSilentlyWhereItCannotBeOpened) {
     ZRP_NEEDS_ROOT();
-    const Workplace workplace;
-    fs::create_directory(workplace.path / "zrptop.log");
-    Terminal terminal(traced_monitor(workplace));
+    const TraceFolder folder;
+    fs::create_directory(folder.path / "zrptop.log");
+    Terminal terminal(traced_monitor(folder));
     ASSERT_TRUE(wait_for_windows(terminal)) << terminal.text();
     expect_clean_end(terminal);
 }
 
 TEST(Trace, NamesEachKeyByItsCode) {
     ZRP_NEEDS_ROOT();
-    const Workplace workplace;
-    Terminal terminal(traced_monitor(workplace));
+    const TraceFolder folder;
+    Terminal terminal(traced_monitor(folder));
     ASSERT_TRUE(wait_for_windows(terminal));
     for (const Key key : {Key::kF6, Key::kTab, Key::kShiftTab, Key::kUp}) {
         terminal.press(key);
     }
     terminal.type("+z");
     expect_clean_end(terminal);
-    EXPECT_EQ(workplace.trace_of("main"), "main: special key=270\n"
-                                          "main: key=9\n"
-                                          "main: special key=353\n"
-                                          "main: special key=259\n"
-                                          "main: key=43\n"
-                                          "main: key=122\n"
-                                          "main: special key=276\n");
+    EXPECT_EQ(folder.trace_of("main"), "main: special key=270\n"
+                                       "main: key=9\n"
+                                       "main: special key=353\n"
+                                       "main: special key=259\n"
+                                       "main: key=43\n"
+                                       "main: key=122\n"
+                                       "main: special key=276\n");
 }
 
 TEST(Trace, NamesEachKeyOfADialogAndNoKeyThatItHandsBack) {
     ZRP_NEEDS_ROOT();
-    const Workplace workplace;
-    Terminal terminal(traced_monitor(workplace));
+    const TraceFolder folder;
+    Terminal terminal(traced_monitor(folder));
     ASSERT_TRUE(wait_for_windows(terminal));
     terminal.press(Key::kF5);
     ASSERT_TRUE(terminal.wait_for("Enter selection"));
@@ -230,23 +230,22 @@ TEST(Trace, NamesEachKeyOfADialogAndNoKeyThatItHandsBack) {
     ASSERT_TRUE(terminal.wait_for("Enter selection"));
     terminal.type("q\r");
     expect_clean_end(terminal);
-    EXPECT_EQ(workplace.trace_of("main"), "main: special key=269\n"
-                                          "main: special key=269\n"
-                                          "main: special key=276\n");
-    EXPECT_EQ(workplace.trace_of("zrptop_wgetnstr"),
-              "zrptop_wgetnstr: getch() key=49\n"
-              "zrptop_wgetnstr: normal key detected key=49\n"
-              "zrptop_wgetnstr: getch() key=50\n"
-              "zrptop_wgetnstr: normal key detected key=50\n"
-              "zrptop_wgetnstr: getch() key=263\n"
-              "zrptop_wgetnstr: erasec key detected key=263\n"
-              "zrptop_wgetnstr: getch() key=21\n"
-              "zrptop_wgetnstr: killc key detected key=21\n"
-              "zrptop_wgetnstr: getch() key=339\n"
-              "zrptop_wgetnstr: special key detected key=260\n"
-              "zrptop_wgetnstr: getch() key=113\n"
-              "zrptop_wgetnstr: normal key detected key=113\n"
-              "zrptop_wgetnstr: getch() key=10\n");
+    EXPECT_EQ(folder.trace_of("main"), "main: special key=269\n"
+                                       "main: special key=269\n"
+                                       "main: special key=276\n");
+    EXPECT_EQ(folder.trace_of("zrptop_wgetnstr"), "zrptop_wgetnstr: getch() key=49\n"
+                                                  "zrptop_wgetnstr: normal key detected key=49\n"
+                                                  "zrptop_wgetnstr: getch() key=50\n"
+                                                  "zrptop_wgetnstr: normal key detected key=50\n"
+                                                  "zrptop_wgetnstr: getch() key=263\n"
+                                                  "zrptop_wgetnstr: erasec key detected key=263\n"
+                                                  "zrptop_wgetnstr: getch() key=21\n"
+                                                  "zrptop_wgetnstr: killc key detected key=21\n"
+                                                  "zrptop_wgetnstr: getch() key=339\n"
+                                                  "zrptop_wgetnstr: special key detected key=260\n"
+                                                  "zrptop_wgetnstr: getch() key=113\n"
+                                                  "zrptop_wgetnstr: normal key detected key=113\n"
+                                                  "zrptop_wgetnstr: getch() key=10\n");
 }
 
 // Terminals and locales that users have.
@@ -258,7 +257,7 @@ TEST_P(Surroundings, ShowTheFiguresAllTheSame) {
                             answers({statistics(up_time("61") + parm("load", "0.25"))}));
     Terminal terminal(monitor_in(GetParam()));
     EXPECT_TRUE(terminal.wait_for_text(6, kListColumn, "load: 0.25")) << terminal.text();
-    EXPECT_EQ(terminal.eye().text_at(3, kUpTimeColumn, 19), "1 Minute 1 Second  ");
+    EXPECT_EQ(terminal.screen().text_at(3, kUpTimeColumn, 19), "1 Minute 1 Second  ");
     terminal.press(Key::kF12);
     EXPECT_EQ(terminal.wait_for_exit(), ExitStatus{});
 }
@@ -269,16 +268,17 @@ INSTANTIATE_TEST_SUITE_P(Locales, Surroundings,
 
 TEST(Surroundings, ALocaleWithADecimalCommaChangesNoFigure) {
     ZRP_NEEDS_ROOT();
-    const Workplace workplace;
-    const std::string locale = (workplace.path / "de_DE.UTF-8").string();
-    stage::ChildProcess compiler({.arguments = {"localedef", "-i", "de_DE", "-f", "UTF-8", locale},
-                                  .standardErrors = stage::kNull});
+    const TraceFolder folder;
+    const std::string locale = (folder.path / "de_DE.UTF-8").string();
+    harness::ChildProcess compiler(
+        {.arguments = {"localedef", "-i", "de_DE", "-f", "UTF-8", locale},
+         .standardErrors = harness::kNull});
     if (compiler.wait() != ExitStatus{}) {
         GTEST_SKIP() << "localedef cannot make the locale";
     }
     const ScriptedPeer peer(kMainDaemonSocket,
                             answers({statistics(up_time("61") + parm("load", "0.25"))}));
-    Terminal terminal(monitor_in({"LOCPATH=" + workplace.path.string(), "LC_ALL=de_DE.UTF-8"}));
+    Terminal terminal(monitor_in({"LOCPATH=" + folder.path.string(), "LC_ALL=de_DE.UTF-8"}));
     EXPECT_TRUE(terminal.wait_for_text(6, kListColumn, "load: 0.25")) << terminal.text();
     expect_clean_end(terminal);
 }
@@ -290,7 +290,7 @@ TEST(StartUp, ATerminalWithoutColoursWorksAllTheSame) {
     options.term = "vt100";
     Terminal terminal(options);
     ASSERT_TRUE(terminal.wait_for_text(6, kListColumn, "requests: 7")) << terminal.text();
-    EXPECT_EQ(terminal.cell(6, kListColumn).background, stage::kDefaultColor);
+    EXPECT_EQ(terminal.cell(6, kListColumn).background, harness::kDefaultColor);
     terminal.press(Key::kF1); // a vt100 has no F12
     EXPECT_EQ(terminal.wait_for_exit(), ExitStatus{}) << terminal.text();
 }

@@ -14,8 +14,8 @@
 namespace zrp {
 namespace {
 
-using stage::ChildProcess;
-using stage::milliseconds;
+using harness::ChildProcess;
+using harness::milliseconds;
 
 constexpr int kTop = kMainTop;
 constexpr int kColumn = 6;          // of the terminal
@@ -68,7 +68,7 @@ struct Machine {
 };
 
 std::string at_line(const Terminal& terminal, int line) {
-    std::string text = terminal.eye().text_at(kTop + line, 2, 76);
+    std::string text = terminal.screen().text_at(kTop + line, 2, 76);
     text.erase(text.find_last_not_of(' ') + 1);
     return text;
 }
@@ -135,7 +135,7 @@ TEST(Version, AsksTheRunningComponentsFirst) {
     const Machine machine;
     machine.replace_program("uname", "exit 1");
     machine.opt.write(kEngineFile, binary("VeRsIoZrP = from the file"));
-    ChildProcess server({.arguments = {ZRPSIM_PROGRAM}, .standardOutput = stage::kPipe});
+    ChildProcess server({.arguments = {ZRPSIM_PROGRAM}, .standardOutput = harness::kPipe});
     ASSERT_EQ(server.read_line(), "ready");
     for (const auto& [rows, columns] : {std::pair{25, 80}, std::pair{40, 100}}) {
         Terminal terminal(machine.monitor(rows, columns));
@@ -337,8 +337,8 @@ TEST(Version, LinksInPlaceOfItsTemporaryFilesAreNotFollowed) {
     ASSERT_TRUE(show_versions(terminal)) << terminal.text();
     EXPECT_TRUE(terminal.wait_for("[zrpcon] console 5"));
     terminal.pump(milliseconds{1500});
-    EXPECT_EQ(terminal.eye().find_row("Platform"), -1) << terminal.text();
-    EXPECT_EQ(terminal.eye().find_row("precious"), -1) << terminal.text();
+    EXPECT_EQ(terminal.screen().find_row("Platform"), -1) << terminal.text();
+    EXPECT_EQ(terminal.screen().find_row("precious"), -1) << terminal.text();
     expect_clean_end(terminal);
     std::ifstream file(victim);
     EXPECT_EQ((std::string{std::istreambuf_iterator<char>(file), {}}), "precious");
@@ -498,7 +498,7 @@ TEST(Version, OfDaemonsThatNeverAnswerKeepsNobodyFromEnding) {
     terminal.press(Key::kF7);
     ASSERT_TRUE(terminal.wait_until([&] { return server.logged("fault=hang") == 1; }));
     ASSERT_TRUE(terminal.wait_for_rest());
-    EXPECT_EQ(terminal.eye().find_row("[zrptop]"), -1);
+    EXPECT_EQ(terminal.screen().find_row("[zrptop]"), -1);
     expect_clean_end(terminal);
 }
 

@@ -3,7 +3,7 @@
 #include <csignal>
 
 #include "common/requests/volume_list.h"
-#include "tests/terminal/volume_world.h"
+#include "tests/terminal/volume_fixture.h"
 
 namespace zrp {
 namespace {
@@ -11,65 +11,67 @@ namespace {
 constexpr int kFrameColumn = 78;
 
 // The entry at a place of the list, with the blanks up to the next column.
-std::string entry(const VolumeStage& stage, int row, int column) {
-    std::string text = stage.terminal.eye().text_at(kFirstListRow + row, kListColumns[column], 20);
+std::string entry(const VolumeFixture& fixture, int row, int column) {
+    std::string text =
+        fixture.terminal.screen().text_at(kFirstListRow + row, kListColumns[column], 20);
     text.erase(text.find_last_not_of(' ') + 1);
     return text;
 }
 
-bool wait_for_entry(VolumeStage& stage, int row, int column, const std::string& text) {
-    return stage.terminal.wait_until([&] { return entry(stage, row, column) == text; });
+bool wait_for_entry(VolumeFixture& fixture, int row, int column, const std::string& text) {
+    return fixture.terminal.wait_until([&] { return entry(fixture, row, column) == text; });
 }
 
 TEST(VolumeDialog, ListsMountedVolumesInThreeColumns) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed(0, "SYS") + listed(2, "DATA") + listed(7, "OFF", "0x1") +
-                                   listed(13, "HOME", "2") + listed(255, "LAST"))});
-    ASSERT_TRUE(stage.open_dialog()) << stage.terminal.text();
-    EXPECT_EQ(entry(stage, 0, 0), "0. SYS");
-    EXPECT_EQ(entry(stage, 0, 1), "2. DATA");
-    EXPECT_EQ(entry(stage, 0, 2), "13. HOME");
-    EXPECT_EQ(entry(stage, 1, 0), "255. LAST");
-    EXPECT_EQ(entry(stage, 1, 1), "");
-    EXPECT_EQ(stage.terminal.cell(kDialogTop, 1).text, kTopLeft);
-    EXPECT_EQ(stage.terminal.cell(kDialogBottom, kFrameColumn).text, kBottomRight);
-    EXPECT_EQ(stage.terminal.cell(kFirstListRow, kListColumns[0]),
-              (stage::Cell{.text = "0", .foreground = kWhite, .background = kBlue}));
+    VolumeFixture fixture(
+        {volume_list(listed(0, "SYS") + listed(2, "DATA") + listed(7, "OFF", "0x1") +
+                     listed(13, "HOME", "2") + listed(255, "LAST"))});
+    ASSERT_TRUE(fixture.open_dialog()) << fixture.terminal.text();
+    EXPECT_EQ(entry(fixture, 0, 0), "0. SYS");
+    EXPECT_EQ(entry(fixture, 0, 1), "2. DATA");
+    EXPECT_EQ(entry(fixture, 0, 2), "13. HOME");
+    EXPECT_EQ(entry(fixture, 1, 0), "255. LAST");
+    EXPECT_EQ(entry(fixture, 1, 1), "");
+    EXPECT_EQ(fixture.terminal.cell(kDialogTop, 1).text, kTopLeft);
+    EXPECT_EQ(fixture.terminal.cell(kDialogBottom, kFrameColumn).text, kBottomRight);
+    EXPECT_EQ(fixture.terminal.cell(kFirstListRow, kListColumns[0]),
+              (harness::Cell{.text = "0", .foreground = kWhite, .background = kBlue}));
 }
 
 TEST(VolumeDialog, AsksForTheListWithoutAProcessId) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed_volumes(2), "2"), volume_list(listed(2, "V2"))});
-    ASSERT_TRUE(stage.open_dialog());
-    EXPECT_EQ(stage.daemon->requests("listVolumes"),
+    VolumeFixture fixture({volume_list(listed_volumes(2), "2"), volume_list(listed(2, "V2"))});
+    ASSERT_TRUE(fixture.open_dialog());
+    EXPECT_EQ(fixture.daemon->requests("listVolumes"),
               (std::vector<std::string>{
                   "<zrpConsoleRequest><listVolumes></listVolumes></zrpConsoleRequest>",
                   "<zrpConsoleRequest><listVolumes><startIndex>2</startIndex></listVolumes>"
                   "</zrpConsoleRequest>"}));
-    EXPECT_EQ(entry(stage, 0, 2), "2. V2");
+    EXPECT_EQ(entry(fixture, 0, 2), "2. V2");
 }
 
 TEST(VolumeDialog, AServerWithoutAMountedVolumeOpensNoDialog) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed(1, "OFF", "0x1"))});
-    ASSERT_TRUE(stage.terminal.wait_for("figure: 1"));
-    const stage::Snapshot before = stage.terminal.eye().snapshot();
-    stage.terminal.press(Key::kF3);
-    ASSERT_TRUE(
-        stage.terminal.wait_until([&] { return !stage.daemon->requests("listVolumes").empty(); }));
-    ASSERT_TRUE(stage.terminal.wait_for_rest());
-    EXPECT_EQ(stage.terminal.eye().snapshot(), before) << stage.terminal.text();
+    VolumeFixture fixture({volume_list(listed(1, "OFF", "0x1"))});
+    ASSERT_TRUE(fixture.terminal.wait_for("figure: 1"));
+    const harness::Snapshot before = fixture.terminal.screen().snapshot();
+    fixture.terminal.press(Key::kF3);
+    ASSERT_TRUE(fixture.terminal.wait_until(
+        [&] { return !fixture.daemon->requests("listVolumes").empty(); }));
+    ASSERT_TRUE(fixture.terminal.wait_for_rest());
+    EXPECT_EQ(fixture.terminal.screen().snapshot(), before) << fixture.terminal.text();
 }
 
 TEST(VolumeDialog, NoVolumesAfterTabOnGeneralLeaveGeneralShown) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list("")});
-    ASSERT_TRUE(stage.terminal.wait_for("figure: 1"));
-    stage.terminal.press(Key::kTab);
-    ASSERT_TRUE(
-        stage.terminal.wait_until([&] { return !stage.daemon->requests("listVolumes").empty(); }));
-    stage.daemon->answer("serverStatistics", {statistics(parm("figure", "2"))});
-    EXPECT_TRUE(stage.terminal.wait_for("figure: 2")) << stage.terminal.text();
+    VolumeFixture fixture({volume_list("")});
+    ASSERT_TRUE(fixture.terminal.wait_for("figure: 1"));
+    fixture.terminal.press(Key::kTab);
+    ASSERT_TRUE(fixture.terminal.wait_until(
+        [&] { return !fixture.daemon->requests("listVolumes").empty(); }));
+    fixture.daemon->answer("serverStatistics", {statistics(parm("figure", "2"))});
+    EXPECT_TRUE(fixture.terminal.wait_for("figure: 2")) << fixture.terminal.text();
 }
 
 struct NextIndex {
@@ -81,9 +83,9 @@ class LastPage : public testing::TestWithParam<NextIndex> {};
 
 TEST_P(LastPage, EndsThePaging) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed(0, "SYS"), GetParam().text)});
-    ASSERT_TRUE(stage.open_dialog());
-    EXPECT_EQ(stage.daemon->requests("listVolumes").size(), 1U);
+    VolumeFixture fixture({volume_list(listed(0, "SYS"), GetParam().text)});
+    ASSERT_TRUE(fixture.open_dialog());
+    EXPECT_EQ(fixture.daemon->requests("listVolumes").size(), 1U);
 }
 
 INSTANTIATE_TEST_SUITE_P(StartIndex, LastPage,
@@ -95,14 +97,14 @@ class FurtherPage : public testing::TestWithParam<NextIndex> {};
 
 TEST_P(FurtherPage, IsAskedForFromTheIndexThatTheReplyNames) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage(
+    VolumeFixture fixture(
         {volume_list(listed(0, "SYS"), GetParam().text), volume_list(listed(1, "DATA"))});
-    ASSERT_TRUE(stage.open_dialog());
-    ASSERT_EQ(stage.daemon->requests("listVolumes").size(), 2U);
-    EXPECT_EQ(stage.daemon->requests("listVolumes").at(1),
+    ASSERT_TRUE(fixture.open_dialog());
+    ASSERT_EQ(fixture.daemon->requests("listVolumes").size(), 2U);
+    EXPECT_EQ(fixture.daemon->requests("listVolumes").at(1),
               "<zrpConsoleRequest><listVolumes><startIndex>" + std::string(GetParam().text) +
                   "</startIndex></listVolumes></zrpConsoleRequest>");
-    EXPECT_EQ(entry(stage, 0, 1), "1. DATA");
+    EXPECT_EQ(entry(fixture, 0, 1), "1. DATA");
 }
 
 INSTANTIATE_TEST_SUITE_P(StartIndex, FurtherPage,
@@ -112,108 +114,108 @@ INSTANTIATE_TEST_SUITE_P(StartIndex, FurtherPage,
 
 TEST(VolumeDialog, AServerErrorOnTheSecondPageKeepsTheVolumesOfTheFirst) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed(0, "SYS"), "1"), server_error(-601)});
-    ASSERT_TRUE(stage.open_dialog());
-    EXPECT_EQ(stage.daemon->requests("listVolumes").size(), 2U);
-    EXPECT_EQ(entry(stage, 0, 0), "0. SYS");
+    VolumeFixture fixture({volume_list(listed(0, "SYS"), "1"), server_error(-601)});
+    ASSERT_TRUE(fixture.open_dialog());
+    EXPECT_EQ(fixture.daemon->requests("listVolumes").size(), 2U);
+    EXPECT_EQ(entry(fixture, 0, 0), "0. SYS");
 }
 
 TEST(VolumeDialog, AFailedExchangeOnTheSecondPageOpensNoDialog) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed(0, "SYS"), "1")});
-    stage.daemon->answer_raw("listVolumes",
-                             {reply(volume_list(listed(0, "SYS"), "1")), reply("", 5)});
-    ASSERT_TRUE(wait_for_windows(stage.terminal));
-    stage.terminal.press(Key::kF3);
-    ASSERT_TRUE(stage.terminal.wait_until(
-        [&] { return stage.daemon->requests("listVolumes").size() == 2; }));
-    ASSERT_TRUE(stage.terminal.wait_for_rest());
-    EXPECT_EQ(stage.terminal.eye().find_row("Enter volume"), -1) << stage.terminal.text();
+    VolumeFixture fixture({volume_list(listed(0, "SYS"), "1")});
+    fixture.daemon->answer_raw("listVolumes",
+                               {reply(volume_list(listed(0, "SYS"), "1")), reply("", 5)});
+    ASSERT_TRUE(wait_for_windows(fixture.terminal));
+    fixture.terminal.press(Key::kF3);
+    ASSERT_TRUE(fixture.terminal.wait_until(
+        [&] { return fixture.daemon->requests("listVolumes").size() == 2; }));
+    ASSERT_TRUE(fixture.terminal.wait_for_rest());
+    EXPECT_EQ(fixture.terminal.screen().find_row("Enter volume"), -1) << fixture.terminal.text();
 }
 
 TEST(VolumeDialog, VolumeNumbersWithoutAPlaceInTheTableAreIgnored) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed(5, "GOOD") + listed(256, "A") + listed(-1, "B") +
-                                   listed(2147483647, "C") + listed(-2147483648, "D") +
-                                   listed(4294967301, "E") + listed(-4294967290, "F"))});
-    ASSERT_TRUE(stage.open_dialog());
-    EXPECT_EQ(entry(stage, 0, 0), "5. GOOD");
-    EXPECT_EQ(entry(stage, 0, 1), "");
+    VolumeFixture fixture({volume_list(listed(5, "GOOD") + listed(256, "A") + listed(-1, "B") +
+                                       listed(2147483647, "C") + listed(-2147483648, "D") +
+                                       listed(4294967301, "E") + listed(-4294967290, "F"))});
+    ASSERT_TRUE(fixture.open_dialog());
+    EXPECT_EQ(entry(fixture, 0, 0), "5. GOOD");
+    EXPECT_EQ(entry(fixture, 0, 1), "");
 }
 
 TEST(VolumeDialog, ANameTooLongForTheTableIsCutBetweenCharacters) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed(0, std::string(62, 'x') + "\u00fcyz"))});
-    ASSERT_TRUE(stage.open_dialog());
-    EXPECT_EQ(stage.terminal.eye().text_at(kFirstListRow, kListColumns[0], 70),
+    VolumeFixture fixture({volume_list(listed(0, std::string(62, 'x') + "\u00fcyz"))});
+    ASSERT_TRUE(fixture.open_dialog());
+    EXPECT_EQ(fixture.terminal.screen().text_at(kFirstListRow, kListColumns[0], 70),
               "0. " + std::string(62, 'x') + "     ");
 }
 
 TEST(VolumeDialog, ControlCharactersOfANameDoNotReachTheTerminal) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed(0, "A\x1b[2J\nB"))});
-    ASSERT_TRUE(stage.open_dialog());
-    EXPECT_EQ(entry(stage, 0, 0), "0. A?[2J?B");
+    VolumeFixture fixture({volume_list(listed(0, "A\x1b[2J\nB"))});
+    ASSERT_TRUE(fixture.open_dialog());
+    EXPECT_EQ(entry(fixture, 0, 0), "0. A?[2J?B");
 }
 
 TEST(VolumeDialog, PlusPagesThrough25VolumesAndWrapsToTheTop) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed_volumes(25))});
-    ASSERT_TRUE(stage.open_dialog());
-    EXPECT_EQ(entry(stage, 0, 0), "0. V0");
-    EXPECT_EQ(entry(stage, 7, 2), "23. V23");
-    stage.terminal.type("+\r");
-    ASSERT_TRUE(wait_for_entry(stage, 0, 0, "24. V24")) << stage.terminal.text();
-    EXPECT_TRUE(wait_for_entry(stage, 0, 1, ""));
-    stage.terminal.type("+\r");
-    ASSERT_TRUE(wait_for_entry(stage, 0, 0, "0. V0")) << stage.terminal.text();
-    EXPECT_TRUE(wait_for_entry(stage, 7, 2, "23. V23")) << stage.terminal.text();
+    VolumeFixture fixture({volume_list(listed_volumes(25))});
+    ASSERT_TRUE(fixture.open_dialog());
+    EXPECT_EQ(entry(fixture, 0, 0), "0. V0");
+    EXPECT_EQ(entry(fixture, 7, 2), "23. V23");
+    fixture.terminal.type("+\r");
+    ASSERT_TRUE(wait_for_entry(fixture, 0, 0, "24. V24")) << fixture.terminal.text();
+    EXPECT_TRUE(wait_for_entry(fixture, 0, 1, ""));
+    fixture.terminal.type("+\r");
+    ASSERT_TRUE(wait_for_entry(fixture, 0, 0, "0. V0")) << fixture.terminal.text();
+    EXPECT_TRUE(wait_for_entry(fixture, 7, 2, "23. V23")) << fixture.terminal.text();
 }
 
 // The prompt covers most of the ninth row; the rows below it show up to the frame.
 TEST(VolumeDialog, LaterPagesRunOnBelowThePromptToTheFrame) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed_volumes(100))});
-    ASSERT_TRUE(stage.open_dialog());
-    EXPECT_EQ(entry(stage, 9, 0), "");
-    stage.terminal.type("+\r");
-    ASSERT_TRUE(wait_for_entry(stage, 10, 2, "56. V56")) << stage.terminal.text();
-    EXPECT_EQ(entry(stage, 0, 0), "24. V24");
-    EXPECT_TRUE(stage.terminal.wait_for_text(kPromptRow, kPromptColumn, kVolumePrompt));
-    EXPECT_EQ(stage.terminal.cell(kDialogBottom, 10).text, "\u2500");
+    VolumeFixture fixture({volume_list(listed_volumes(100))});
+    ASSERT_TRUE(fixture.open_dialog());
+    EXPECT_EQ(entry(fixture, 9, 0), "");
+    fixture.terminal.type("+\r");
+    ASSERT_TRUE(wait_for_entry(fixture, 10, 2, "56. V56")) << fixture.terminal.text();
+    EXPECT_EQ(entry(fixture, 0, 0), "24. V24");
+    EXPECT_TRUE(fixture.terminal.wait_for_text(kPromptRow, kPromptColumn, kVolumePrompt));
+    EXPECT_EQ(fixture.terminal.cell(kDialogBottom, 10).text, "\u2500");
     // 48 were drawn, though fewer are seen.
-    stage.terminal.type("+\r");
-    EXPECT_TRUE(wait_for_entry(stage, 0, 0, "48. V48")) << stage.terminal.text();
+    fixture.terminal.type("+\r");
+    EXPECT_TRUE(wait_for_entry(fixture, 0, 0, "48. V48")) << fixture.terminal.text();
 }
 
 TEST(VolumeDialog, TheNextPageStartsAtTheNumberOfEntriesDrawn) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed_volumes(50, 3))});
-    ASSERT_TRUE(stage.open_dialog());
-    EXPECT_EQ(entry(stage, 7, 2), "69. V69"); // the 24th
-    stage.terminal.type("+\r");
-    EXPECT_TRUE(wait_for_entry(stage, 0, 0, "24. V24")) << stage.terminal.text();
+    VolumeFixture fixture({volume_list(listed_volumes(50, 3))});
+    ASSERT_TRUE(fixture.open_dialog());
+    EXPECT_EQ(entry(fixture, 7, 2), "69. V69"); // the 24th
+    fixture.terminal.type("+\r");
+    EXPECT_TRUE(wait_for_entry(fixture, 0, 0, "24. V24")) << fixture.terminal.text();
 }
 
 TEST(VolumeDialog, MinusOnTheTopPageChangesNothing) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed_volumes(40))});
-    ASSERT_TRUE(stage.open_dialog());
-    stage.terminal.type("-\r9999\r");
-    ASSERT_TRUE(stage.terminal.wait_for_text(kPromptRow, kInputColumn, "9999"));
-    EXPECT_EQ(entry(stage, 0, 0), "0. V0");
-    EXPECT_EQ(entry(stage, 9, 0), ""); // a page drawn anew would go on here
+    VolumeFixture fixture({volume_list(listed_volumes(40))});
+    ASSERT_TRUE(fixture.open_dialog());
+    fixture.terminal.type("-\r9999\r");
+    ASSERT_TRUE(fixture.terminal.wait_for_text(kPromptRow, kInputColumn, "9999"));
+    EXPECT_EQ(entry(fixture, 0, 0), "0. V0");
+    EXPECT_EQ(entry(fixture, 9, 0), ""); // a page drawn anew would go on here
 }
 
 TEST(VolumeDialog, MinusGoesBackToTheTopWithALongPage) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed_volumes(40))});
-    ASSERT_TRUE(stage.open_dialog());
-    stage.terminal.type("+\r");
-    ASSERT_TRUE(wait_for_entry(stage, 0, 0, "24. V24"));
-    stage.terminal.type("-\r");
-    ASSERT_TRUE(wait_for_entry(stage, 0, 0, "0. V0"));
-    EXPECT_TRUE(wait_for_entry(stage, 9, 0, "27. V27")) << stage.terminal.text();
+    VolumeFixture fixture({volume_list(listed_volumes(40))});
+    ASSERT_TRUE(fixture.open_dialog());
+    fixture.terminal.type("+\r");
+    ASSERT_TRUE(wait_for_entry(fixture, 0, 0, "24. V24"));
+    fixture.terminal.type("-\r");
+    ASSERT_TRUE(wait_for_entry(fixture, 0, 0, "0. V0"));
+    EXPECT_TRUE(wait_for_entry(fixture, 9, 0, "27. V27")) << fixture.terminal.text();
 }
 
 class RefusedNumber : public testing::TestWithParam<const char*> {};
@@ -221,16 +223,16 @@ class RefusedNumber : public testing::TestWithParam<const char*> {};
 // The listed number that follows is taken: the dialog was still there.
 TEST_P(RefusedNumber, PromptsAgain) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed(7, "SEVEN") + listed(8, "OFF", "0x1"))});
-    stage.daemon->answer("volumeInformation", {volume_information({})});
-    ASSERT_TRUE(stage.open_dialog());
-    stage.terminal.type(std::string(GetParam()) + "\r");
-    ASSERT_TRUE(stage.terminal.wait_for_rest());
-    EXPECT_EQ(stage.terminal.eye().text_at(kPromptRow, kPromptColumn, 55), kVolumePrompt);
-    EXPECT_EQ(stage.terminal.cell(kDialogBottom, 1).text, kBottomLeft);
-    stage.terminal.type("7\r");
-    EXPECT_TRUE(stage.terminal.wait_for_text(kTitleRow, kTitleColumn, "Volume: SEVEN"))
-        << stage.terminal.text();
+    VolumeFixture fixture({volume_list(listed(7, "SEVEN") + listed(8, "OFF", "0x1"))});
+    fixture.daemon->answer("volumeInformation", {volume_information({})});
+    ASSERT_TRUE(fixture.open_dialog());
+    fixture.terminal.type(std::string(GetParam()) + "\r");
+    ASSERT_TRUE(fixture.terminal.wait_for_rest());
+    EXPECT_EQ(fixture.terminal.screen().text_at(kPromptRow, kPromptColumn, 55), kVolumePrompt);
+    EXPECT_EQ(fixture.terminal.cell(kDialogBottom, 1).text, kBottomLeft);
+    fixture.terminal.type("7\r");
+    EXPECT_TRUE(fixture.terminal.wait_for_text(kTitleRow, kTitleColumn, "Volume: SEVEN"))
+        << fixture.terminal.text();
 }
 
 INSTANTIATE_TEST_SUITE_P(Lines, RefusedNumber,
@@ -239,23 +241,23 @@ INSTANTIATE_TEST_SUITE_P(Lines, RefusedNumber,
 
 TEST(VolumeDialog, TheText7abcSelects7) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed(7, "SEVEN"))});
-    ASSERT_TRUE(stage.choose("7abc", {}));
-    EXPECT_TRUE(stage.terminal.wait_for_text(kTitleRow, kTitleColumn, "Volume: SEVEN"));
+    VolumeFixture fixture({volume_list(listed(7, "SEVEN"))});
+    ASSERT_TRUE(fixture.choose("7abc", {}));
+    EXPECT_TRUE(fixture.terminal.wait_for_text(kTitleRow, kTitleColumn, "Volume: SEVEN"));
 }
 
 class VolumeQuitLine : public testing::TestWithParam<const char*> {};
 
 TEST_P(VolumeQuitLine, LeavesTheScreenShownBefore) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed(0, "SYS"))});
-    ASSERT_TRUE(stage.open_dialog());
-    stage.terminal.type(std::string(GetParam()) + "\r");
-    EXPECT_TRUE(stage.terminal.wait_for("figure: 1")) << stage.terminal.text();
-    EXPECT_EQ(stage.terminal.eye().find_row("Enter volume"), -1);
-    EXPECT_EQ(stage.terminal.cell(19, 1).text, kBottomLeft); // the main window's frame
-    EXPECT_EQ(stage.terminal.cell(kDialogBottom, 10).text, " ");
-    EXPECT_TRUE(stage.daemon->requests("volumeInformation").empty());
+    VolumeFixture fixture({volume_list(listed(0, "SYS"))});
+    ASSERT_TRUE(fixture.open_dialog());
+    fixture.terminal.type(std::string(GetParam()) + "\r");
+    EXPECT_TRUE(fixture.terminal.wait_for("figure: 1")) << fixture.terminal.text();
+    EXPECT_EQ(fixture.terminal.screen().find_row("Enter volume"), -1);
+    EXPECT_EQ(fixture.terminal.cell(19, 1).text, kBottomLeft); // the main window's frame
+    EXPECT_EQ(fixture.terminal.cell(kDialogBottom, 10).text, " ");
+    EXPECT_TRUE(fixture.daemon->requests("volumeInformation").empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(Lines, VolumeQuitLine, testing::Values("q", "Q", "", "quit"));
@@ -274,22 +276,22 @@ constexpr const char* kParameter = "LOG_LEVEL";
 // are dropped with the dialog.
 TEST_P(VolumeDialogKey, EndsTheDialogAndIsActedOn) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed(0, "SYS") + listed(12, "TWELVE"))});
+    VolumeFixture fixture({volume_list(listed(0, "SYS") + listed(12, "TWELVE"))});
     // At once the list of one setting, and the value of that setting.
-    stage.daemon->answer("set", {"<zrpConsoleReply><set><name>LOG_LEVEL</name>"
-                                 "<string>INFO</string></set></zrpConsoleReply>"});
-    ASSERT_TRUE(wait_for_windows(stage.terminal));
-    stage.terminal.press(Key::kF6);
-    ASSERT_TRUE(stage.terminal.wait_for(kParameter)) << stage.terminal.text();
-    ASSERT_TRUE(stage.open_dialog());
-    ASSERT_EQ(stage.terminal.eye().find_row(GetParam().shown), -1) << "the dialog hides it";
-    stage.terminal.type("12");
-    ASSERT_TRUE(stage.terminal.wait_for_text(kPromptRow, kInputColumn, "12"));
-    stage.terminal.press(GetParam().key);
-    EXPECT_TRUE(stage.terminal.wait_for(GetParam().shown)) << stage.terminal.text();
-    EXPECT_TRUE(stage.terminal.wait_until(
-        [&] { return stage.terminal.eye().find_row("Enter volume") == -1; }));
-    EXPECT_TRUE(stage.daemon->requests("volumeInformation").empty());
+    fixture.daemon->answer("set", {"<zrpConsoleReply><set><name>LOG_LEVEL</name>"
+                                   "<string>INFO</string></set></zrpConsoleReply>"});
+    ASSERT_TRUE(wait_for_windows(fixture.terminal));
+    fixture.terminal.press(Key::kF6);
+    ASSERT_TRUE(fixture.terminal.wait_for(kParameter)) << fixture.terminal.text();
+    ASSERT_TRUE(fixture.open_dialog());
+    ASSERT_EQ(fixture.terminal.screen().find_row(GetParam().shown), -1) << "the dialog hides it";
+    fixture.terminal.type("12");
+    ASSERT_TRUE(fixture.terminal.wait_for_text(kPromptRow, kInputColumn, "12"));
+    fixture.terminal.press(GetParam().key);
+    EXPECT_TRUE(fixture.terminal.wait_for(GetParam().shown)) << fixture.terminal.text();
+    EXPECT_TRUE(fixture.terminal.wait_until(
+        [&] { return fixture.terminal.screen().find_row("Enter volume") == -1; }));
+    EXPECT_TRUE(fixture.daemon->requests("volumeInformation").empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -304,35 +306,35 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(VolumeDialog, F3OpensItAgainWithTheListOfTheMoment) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed(0, "OLD")), volume_list(listed(0, "NEW"))});
-    ASSERT_TRUE(stage.open_dialog());
-    EXPECT_EQ(entry(stage, 0, 0), "0. OLD");
-    stage.terminal.press(Key::kF3);
-    EXPECT_TRUE(wait_for_entry(stage, 0, 0, "0. NEW")) << stage.terminal.text();
+    VolumeFixture fixture({volume_list(listed(0, "OLD")), volume_list(listed(0, "NEW"))});
+    ASSERT_TRUE(fixture.open_dialog());
+    EXPECT_EQ(entry(fixture, 0, 0), "0. OLD");
+    fixture.terminal.press(Key::kF3);
+    EXPECT_TRUE(wait_for_entry(fixture, 0, 0, "0. NEW")) << fixture.terminal.text();
 }
 
 TEST(VolumeDialog, F12EndsTheProgram) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed(0, "SYS"))});
-    ASSERT_TRUE(stage.open_dialog());
-    expect_clean_end(stage.terminal);
+    VolumeFixture fixture({volume_list(listed(0, "SYS"))});
+    ASSERT_TRUE(fixture.open_dialog());
+    expect_clean_end(fixture.terminal);
 }
 
 TEST(VolumeDialog, ASignalEndsTheProgram) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed(0, "SYS"))});
-    ASSERT_TRUE(stage.open_dialog());
-    stage.terminal.child().send_signal(SIGTERM);
-    expect_ended_cleanly(stage.terminal);
+    VolumeFixture fixture({volume_list(listed(0, "SYS"))});
+    ASSERT_TRUE(fixture.open_dialog());
+    fixture.terminal.child().send_signal(SIGTERM);
+    expect_ended_cleanly(fixture.terminal);
 }
 
 // The daemon takes its time, so that the most pages of a list would take it far longer than the
 // test takes.
 TEST(VolumeDialog, ASignalEndsAListThatHasNoEnd) {
     ZRP_NEEDS_ROOT();
-    const auto daemon = VolumeStage::prepared({volume_list("", "1")});
+    const auto daemon = VolumeFixture::prepared({volume_list("", "1")});
     PeerScript slow = daemon->script();
-    slow.insert(slow.begin() + 1, pause_for(stage::milliseconds{20}));
+    slow.insert(slow.begin() + 1, pause_for(harness::milliseconds{20}));
     const ScriptedPeer peer(kMainDaemonSocket, {slow});
     Terminal terminal(monitor());
     ASSERT_TRUE(wait_for_windows(terminal));
@@ -345,32 +347,32 @@ TEST(VolumeDialog, ASignalEndsAListThatHasNoEnd) {
 
 TEST(VolumeDialog, StaysInsideItsFrameOnTheSmallestTerminal) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed_volumes(100))}, 25, 40);
-    ASSERT_TRUE(wait_for_windows(stage.terminal));
-    stage.terminal.press(Key::kF3);
-    ASSERT_TRUE(stage.terminal.wait_for_text(kPromptRow, kPromptColumn, "Enter volume number"));
-    stage.terminal.type("+\r");
-    ASSERT_TRUE(wait_for_entry(stage, 0, 0, "24. V24")) << stage.terminal.text();
-    stage.terminal.type("12345678901234567890");
-    ASSERT_TRUE(stage.terminal.wait_for("67890"));
+    VolumeFixture fixture({volume_list(listed_volumes(100))}, 25, 40);
+    ASSERT_TRUE(wait_for_windows(fixture.terminal));
+    fixture.terminal.press(Key::kF3);
+    ASSERT_TRUE(fixture.terminal.wait_for_text(kPromptRow, kPromptColumn, "Enter volume number"));
+    fixture.terminal.type("+\r");
+    ASSERT_TRUE(wait_for_entry(fixture, 0, 0, "24. V24")) << fixture.terminal.text();
+    fixture.terminal.type("12345678901234567890");
+    ASSERT_TRUE(fixture.terminal.wait_for("67890"));
     for (int row = kDialogTop + 1; row < kDialogBottom; row++) {
-        EXPECT_EQ(stage.terminal.cell(row, 1).text, kVertical) << row;
-        EXPECT_EQ(stage.terminal.cell(row, 38).text, kVertical) << row;
-        EXPECT_EQ(stage.terminal.cell(row, 0).text, " ") << row;
-        EXPECT_EQ(stage.terminal.cell(row, 39).text, " ") << row;
+        EXPECT_EQ(fixture.terminal.cell(row, 1).text, kVertical) << row;
+        EXPECT_EQ(fixture.terminal.cell(row, 38).text, kVertical) << row;
+        EXPECT_EQ(fixture.terminal.cell(row, 0).text, " ") << row;
+        EXPECT_EQ(fixture.terminal.cell(row, 39).text, " ") << row;
     }
-    EXPECT_EQ(stage.terminal.cell(kDialogBottom, 38).text, kBottomRight);
+    EXPECT_EQ(fixture.terminal.cell(kDialogBottom, 38).text, kBottomRight);
 }
 
 TEST(VolumeDialog, SpansAWideTerminal) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed_volumes(25))}, 40, 100);
-    ASSERT_TRUE(stage.open_dialog());
-    EXPECT_EQ(stage.terminal.cell(kDialogTop, 98).text, kTopRight);
-    EXPECT_EQ(stage.terminal.cell(kDialogBottom, 98).text, kBottomRight);
-    stage.terminal.type("q\r");
-    EXPECT_TRUE(stage.terminal.wait_for("figure: 1"));
-    EXPECT_EQ(stage.terminal.cell(kDialogBottom, 98).text, kVertical); // of the main window
+    VolumeFixture fixture({volume_list(listed_volumes(25))}, 40, 100);
+    ASSERT_TRUE(fixture.open_dialog());
+    EXPECT_EQ(fixture.terminal.cell(kDialogTop, 98).text, kTopRight);
+    EXPECT_EQ(fixture.terminal.cell(kDialogBottom, 98).text, kBottomRight);
+    fixture.terminal.type("q\r");
+    EXPECT_TRUE(fixture.terminal.wait_for("figure: 1"));
+    EXPECT_EQ(fixture.terminal.cell(kDialogBottom, 98).text, kVertical); // of the main window
 }
 
 // What a server can do wrong. The dialog does not open and the screen stays.
@@ -388,17 +390,17 @@ class VolumeListFault : public testing::TestWithParam<Fault> {};
 TEST_P(VolumeListFault, OpensNoDialogAndTheNextAttemptDoes) {
     ZRP_NEEDS_ROOT();
     const std::string good = volume_list(listed(0, "SYS"));
-    VolumeStage stage({good});
-    stage.daemon->answer_raw("listVolumes", {GetParam().bytes, reply(good)});
-    ASSERT_TRUE(stage.terminal.wait_for("figure: 1"));
-    const stage::Snapshot before = stage.terminal.eye().snapshot();
-    stage.terminal.press(Key::kF3);
-    ASSERT_TRUE(stage.terminal.wait_until(
-        [&] { return stage.daemon->requests("listVolumes").size() == 1; }));
-    ASSERT_TRUE(stage.terminal.wait_for_rest());
-    EXPECT_EQ(stage.terminal.eye().snapshot(), before) << stage.terminal.text();
-    stage.terminal.press(Key::kF3);
-    EXPECT_TRUE(stage.terminal.wait_for_text(kPromptRow, kPromptColumn, kVolumePrompt));
+    VolumeFixture fixture({good});
+    fixture.daemon->answer_raw("listVolumes", {GetParam().bytes, reply(good)});
+    ASSERT_TRUE(fixture.terminal.wait_for("figure: 1"));
+    const harness::Snapshot before = fixture.terminal.screen().snapshot();
+    fixture.terminal.press(Key::kF3);
+    ASSERT_TRUE(fixture.terminal.wait_until(
+        [&] { return fixture.daemon->requests("listVolumes").size() == 1; }));
+    ASSERT_TRUE(fixture.terminal.wait_for_rest());
+    EXPECT_EQ(fixture.terminal.screen().snapshot(), before) << fixture.terminal.text();
+    fixture.terminal.press(Key::kF3);
+    EXPECT_TRUE(fixture.terminal.wait_for_text(kPromptRow, kPromptColumn, kVolumePrompt));
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -1,33 +1,33 @@
 // The Volume screen: labels, values, and what it keeps when the server fails.
 
-#include "tests/terminal/volume_world.h"
-#include "tests/terminal/workplace.h"
+#include "tests/terminal/trace_folder.h"
+#include "tests/terminal/volume_fixture.h"
 
 namespace zrp {
 namespace {
 
 const std::string kList = volume_list(listed(0, "SYS") + listed(3, "DATA"));
 
-std::string value(const VolumeStage& stage, int row, int count) {
-    return stage.terminal.eye().text_at(row, kValueColumn, count);
+std::string value(const VolumeFixture& fixture, int row, int count) {
+    return fixture.terminal.screen().text_at(row, kValueColumn, count);
 }
 
-bool wait_for_value(VolumeStage& stage, int row, const std::string& text) {
-    return stage.terminal.wait_for_text(row, kValueColumn, text);
+bool wait_for_value(VolumeFixture& fixture, int row, const std::string& text) {
+    return fixture.terminal.wait_for_text(row, kValueColumn, text);
 }
 
 // Waits until the volume has been asked for that often from now on.
-bool wait_for_updates(VolumeStage& stage, size_t count) {
-    const size_t before = stage.daemon->requests("volumeInformation").size();
-    return stage.terminal.wait_until(
-        [&] { return stage.daemon->requests("volumeInformation").size() >= before + count; });
+bool wait_for_updates(VolumeFixture& fixture, size_t count) {
+    const size_t before = fixture.daemon->requests("volumeInformation").size();
+    return fixture.terminal.wait_until(
+        [&] { return fixture.daemon->requests("volumeInformation").size() >= before + count; });
 }
 
 TEST(Volume, DrawsTitleAndLabelsWithTheirColonsInOneColumn) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({kList});
-    ASSERT_TRUE(stage.choose("3", {.name = "DATA"}));
-    ASSERT_TRUE(wait_for_value(stage, kTrusteesRow, "333"));
+    VolumeFixture fixture({kList});
+    ASSERT_TRUE(fixture.choose("3", {.name = "DATA"}));
+    ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333"));
     const char* const rows[] = {
         "    Volume: DATA     ",        "                   Status:  ",
         "              Mount point:  ", "       Shadow Mount point:  ",
@@ -37,33 +37,33 @@ TEST(Volume, DrawsTitleAndLabelsWithTheirColonsInOneColumn) {
     };
     int row = kTitleRow;
     for (const std::string text : rows) {
-        EXPECT_EQ(stage.terminal.eye().text_at(row, 2, static_cast<int>(text.size())), text);
+        EXPECT_EQ(fixture.terminal.screen().text_at(row, 2, static_cast<int>(text.size())), text);
         row++;
     }
-    EXPECT_EQ(stage.terminal.cell(kTitleRow, kTitleColumn),
-              (stage::Cell{.text = "V", .foreground = kWhite, .background = kBlue}));
+    EXPECT_EQ(fixture.terminal.cell(kTitleRow, kTitleColumn),
+              (harness::Cell{.text = "V", .foreground = kWhite, .background = kBlue}));
 }
 
 TEST(Volume, DrawsTheValuesBehindTheLabels) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({kList});
-    ASSERT_TRUE(stage.choose("0", {.status = "0x40000003", .shadow = "<shadow>/s</shadow>"}));
-    ASSERT_TRUE(wait_for_value(stage, kTrusteesRow, "333 ")) << stage.terminal.text();
-    EXPECT_EQ(value(stage, kStatusRow, 24), "online mounted BKS      ");
-    EXPECT_EQ(value(stage, kMountPointRow, 10), "/mnt/sys  ");
-    EXPECT_EQ(value(stage, kShadowRow, 5), "n/a  ");
-    EXPECT_EQ(value(stage, kCapacityRow, 6), "8 MB  ");
-    EXPECT_EQ(value(stage, kFilesRow, 5), "111  ");
-    EXPECT_EQ(value(stage, kFoldersRow, 5), "222  ");
+    VolumeFixture fixture({kList});
+    ASSERT_TRUE(fixture.choose("0", {.status = "0x40000003", .shadow = "<shadow>/s</shadow>"}));
+    ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333 ")) << fixture.terminal.text();
+    EXPECT_EQ(value(fixture, kStatusRow, 24), "online mounted BKS      ");
+    EXPECT_EQ(value(fixture, kMountPointRow, 10), "/mnt/sys  ");
+    EXPECT_EQ(value(fixture, kShadowRow, 5), "n/a  ");
+    EXPECT_EQ(value(fixture, kCapacityRow, 6), "8 MB  ");
+    EXPECT_EQ(value(fixture, kFilesRow, 5), "111  ");
+    EXPECT_EQ(value(fixture, kFoldersRow, 5), "222  ");
 }
 
 TEST(Volume, AsksForTheVolumeByNameInVersion5) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({kList});
-    ASSERT_TRUE(stage.choose("3", {}));
-    ASSERT_TRUE(wait_for_updates(stage, 1));
-    EXPECT_EQ(stage.daemon->requests("volumeInformation").at(0),
-              "<zrpConsoleRequest pid=\"" + std::to_string(stage.terminal.child().pid()) +
+    VolumeFixture fixture({kList});
+    ASSERT_TRUE(fixture.choose("3", {}));
+    ASSERT_TRUE(wait_for_updates(fixture, 1));
+    EXPECT_EQ(fixture.daemon->requests("volumeInformation").at(0),
+              "<zrpConsoleRequest pid=\"" + std::to_string(fixture.terminal.child().pid()) +
                   "\"><volumeInformation>\n<volume><name>DATA</name><versionTag>5</versionTag>"
                   "</volume>\n</volumeInformation></zrpConsoleRequest>");
 }
@@ -78,10 +78,10 @@ class VolumeStatus : public testing::TestWithParam<StatusCase> {};
 
 TEST_P(VolumeStatus, ShowsItsWords) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({kList});
-    ASSERT_TRUE(stage.choose("0", {.status = GetParam().status}));
-    ASSERT_TRUE(wait_for_value(stage, kTrusteesRow, "333"));
-    EXPECT_EQ(value(stage, kStatusRow, 40).substr(0, strlen(GetParam().words) + 3),
+    VolumeFixture fixture({kList});
+    ASSERT_TRUE(fixture.choose("0", {.status = GetParam().status}));
+    ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333"));
+    EXPECT_EQ(value(fixture, kStatusRow, 40).substr(0, strlen(GetParam().words) + 3),
               std::string(GetParam().words) + "   ");
 }
 
@@ -94,125 +94,127 @@ INSTANTIATE_TEST_SUITE_P(Bits, VolumeStatus,
 
 TEST(Volume, AStatusLongerThanTheRowIsCutAtTheFrame) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({kList});
-    ASSERT_TRUE(stage.choose("0", {.status = "0xFFFFFFFF"}));
-    ASSERT_TRUE(wait_for_value(stage, kTrusteesRow, "333"));
-    EXPECT_EQ(value(stage, kStatusRow, 48), "online activating mounted \"being mounted\" \"read ");
-    EXPECT_EQ(stage.terminal.cell(kStatusRow, 78).text, kVertical);
-    EXPECT_EQ(stage.terminal.cell(kMountPointRow, 1).text, kVertical);
+    VolumeFixture fixture({kList});
+    ASSERT_TRUE(fixture.choose("0", {.status = "0xFFFFFFFF"}));
+    ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333"));
+    EXPECT_EQ(value(fixture, kStatusRow, 48),
+              "online activating mounted \"being mounted\" \"read ");
+    EXPECT_EQ(fixture.terminal.cell(kStatusRow, 78).text, kVertical);
+    EXPECT_EQ(fixture.terminal.cell(kMountPointRow, 1).text, kVertical);
 }
 
 TEST(Volume, AVolumeNameOf16CharactersIsAskedFor) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed(1, "ABCDEFGHIJKLMNOP"))});
-    ASSERT_TRUE(stage.choose("1", {}));
-    EXPECT_TRUE(wait_for_value(stage, kTrusteesRow, "333")) << stage.terminal.text();
+    VolumeFixture fixture({volume_list(listed(1, "ABCDEFGHIJKLMNOP"))});
+    ASSERT_TRUE(fixture.choose("1", {}));
+    EXPECT_TRUE(wait_for_value(fixture, kTrusteesRow, "333")) << fixture.terminal.text();
 }
 
 TEST(Volume, AVolumeNameOf17CharactersIsSelectedButNeverAskedFor) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({volume_list(listed(1, "ABCDEFGHIJKLMNOPQ"))});
-    ASSERT_TRUE(stage.choose("1", {}));
-    EXPECT_TRUE(stage.terminal.wait_for_text(kTitleRow, kTitleColumn, "Volume: ABCDEFGHIJKLMNOPQ"));
-    stage.terminal.pump(stage::milliseconds{1500});
-    EXPECT_TRUE(stage.daemon->requests("volumeInformation").empty());
-    EXPECT_EQ(value(stage, kStatusRow, 10), std::string(10, ' '));
+    VolumeFixture fixture({volume_list(listed(1, "ABCDEFGHIJKLMNOPQ"))});
+    ASSERT_TRUE(fixture.choose("1", {}));
+    EXPECT_TRUE(
+        fixture.terminal.wait_for_text(kTitleRow, kTitleColumn, "Volume: ABCDEFGHIJKLMNOPQ"));
+    fixture.terminal.pump(harness::milliseconds{1500});
+    EXPECT_TRUE(fixture.daemon->requests("volumeInformation").empty());
+    EXPECT_EQ(value(fixture, kStatusRow, 10), std::string(10, ' '));
 }
 
 TEST(Volume, ValuesShorterThanBeforeLeaveOldCharactersBehind) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({kList});
-    ASSERT_TRUE(stage.choose(
+    VolumeFixture fixture({kList});
+    ASSERT_TRUE(fixture.choose(
         "0", {.mountPoint = "<mountPoint>/a/long/path</mountPoint>", .files = "12345"}));
-    ASSERT_TRUE(wait_for_value(stage, kFilesRow, "12345"));
-    stage.daemon->answer(
+    ASSERT_TRUE(wait_for_value(fixture, kFilesRow, "12345"));
+    fixture.daemon->answer(
         "volumeInformation",
         {volume_information(
             {.status = "0", .mountPoint = "<mountPoint>/b</mountPoint>", .files = "9"})});
-    ASSERT_TRUE(wait_for_value(stage, kFilesRow, "92345 ")) << stage.terminal.text();
-    EXPECT_EQ(value(stage, kMountPointRow, 12), "/b/long/path");
-    EXPECT_EQ(value(stage, kStatusRow, 16), "dismounted ted  "); // over "online mounted "
+    ASSERT_TRUE(wait_for_value(fixture, kFilesRow, "92345 ")) << fixture.terminal.text();
+    EXPECT_EQ(value(fixture, kMountPointRow, 12), "/b/long/path");
+    EXPECT_EQ(value(fixture, kStatusRow, 16), "dismounted ted  "); // over "online mounted "
 }
 
 TEST(Volume, AnEmptyValueLeavesTheOldOne) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({kList});
-    ASSERT_TRUE(stage.choose("0", {}));
-    ASSERT_TRUE(wait_for_value(stage, kMountPointRow, "/mnt/sys"));
-    stage.daemon->answer(
+    VolumeFixture fixture({kList});
+    ASSERT_TRUE(fixture.choose("0", {}));
+    ASSERT_TRUE(wait_for_value(fixture, kMountPointRow, "/mnt/sys"));
+    fixture.daemon->answer(
         "volumeInformation",
         {volume_information({.mountPoint = "<mountPoint></mountPoint>", .files = "777"})});
-    ASSERT_TRUE(wait_for_value(stage, kFilesRow, "777"));
-    EXPECT_EQ(value(stage, kMountPointRow, 8), "/mnt/sys");
+    ASSERT_TRUE(wait_for_value(fixture, kFilesRow, "777"));
+    EXPECT_EQ(value(fixture, kMountPointRow, 8), "/mnt/sys");
 }
 
 TEST(Volume, TextsOfTheServerAreShownAsTheyAre) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({kList});
-    ASSERT_TRUE(
-        stage.choose("0", {.mountPoint = "<mountPoint>/%s%n/Gr\u00fc\u00dfe\x1b[2J</mountPoint>"}));
-    EXPECT_TRUE(wait_for_value(stage, kMountPointRow, "/%s%n/Gr\u00fc\u00dfe?[2J "))
-        << stage.terminal.text();
+    VolumeFixture fixture({kList});
+    ASSERT_TRUE(fixture.choose(
+        "0", {.mountPoint = "<mountPoint>/%s%n/Gr\u00fc\u00dfe\x1b[2J</mountPoint>"}));
+    EXPECT_TRUE(wait_for_value(fixture, kMountPointRow, "/%s%n/Gr\u00fc\u00dfe?[2J "))
+        << fixture.terminal.text();
 }
 
 TEST(Volume, TheLargestFiguresFit) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({kList});
-    ASSERT_TRUE(stage.choose("0", {.clusters = "0x7FFFFFFFFFFFF",
-                                   .files = "0xFFFFFFFFFFFFFFFF",
-                                   .folders = "010",
-                                   .trustees = "4294967296"}));
-    ASSERT_TRUE(wait_for_value(stage, kTrusteesRow, "4294967296 "));
-    EXPECT_EQ(value(stage, kCapacityRow, 10), "7.99 EB   ");
-    EXPECT_EQ(value(stage, kFilesRow, 21), "18446744073709551615 ");
-    EXPECT_EQ(value(stage, kFoldersRow, 3), "8  ");
+    VolumeFixture fixture({kList});
+    ASSERT_TRUE(fixture.choose("0", {.clusters = "0x7FFFFFFFFFFFF",
+                                     .files = "0xFFFFFFFFFFFFFFFF",
+                                     .folders = "010",
+                                     .trustees = "4294967296"}));
+    ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "4294967296 "));
+    EXPECT_EQ(value(fixture, kCapacityRow, 10), "7.99 EB   ");
+    EXPECT_EQ(value(fixture, kFilesRow, 21), "18446744073709551615 ");
+    EXPECT_EQ(value(fixture, kFoldersRow, 3), "8  ");
 }
 
 // The layouts of the other versions hold the figures elsewhere, or not at all.
 TEST(Volume, AnAnswerInVersion2ShowsItsShadowMountPoint) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({kList});
-    ASSERT_TRUE(stage.choose("0", {.version = 2, .shadow = "<shadow>/mnt/shadow</shadow>"}));
-    ASSERT_TRUE(wait_for_value(stage, kTrusteesRow, "333 ")) << stage.terminal.text();
-    EXPECT_EQ(value(stage, kShadowRow, 12), "/mnt/shadow ");
-    EXPECT_EQ(value(stage, kCapacityRow, 5), "8 MB ");
-    EXPECT_EQ(value(stage, kFilesRow, 4), "111 ");
+    VolumeFixture fixture({kList});
+    ASSERT_TRUE(fixture.choose("0", {.version = 2, .shadow = "<shadow>/mnt/shadow</shadow>"}));
+    ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333 ")) << fixture.terminal.text();
+    EXPECT_EQ(value(fixture, kShadowRow, 12), "/mnt/shadow ");
+    EXPECT_EQ(value(fixture, kCapacityRow, 5), "8 MB ");
+    EXPECT_EQ(value(fixture, kFilesRow, 4), "111 ");
 }
 
 TEST(Volume, AnAnswerInVersion2WithoutAShadowShowsNone) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({kList});
-    ASSERT_TRUE(stage.choose("0", {.version = 2}));
-    ASSERT_TRUE(wait_for_value(stage, kTrusteesRow, "333 "));
-    EXPECT_EQ(value(stage, kShadowRow, 4), "n/a ");
+    VolumeFixture fixture({kList});
+    ASSERT_TRUE(fixture.choose("0", {.version = 2}));
+    ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333 "));
+    EXPECT_EQ(value(fixture, kShadowRow, 4), "n/a ");
 }
 
 class OtherVersion : public testing::TestWithParam<int> {};
 
 TEST_P(OtherVersion, ShowsTheSameFigures) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({kList});
+    VolumeFixture fixture({kList});
     ASSERT_TRUE(
-        stage.choose("0", {.version = GetParam(), .shadow = "<shadow>/mnt/shadow</shadow>"}));
-    ASSERT_TRUE(wait_for_value(stage, kTrusteesRow, "333 ")) << stage.terminal.text();
-    EXPECT_EQ(value(stage, kStatusRow, 15), "online mounted ");
-    EXPECT_EQ(value(stage, kMountPointRow, 9), "/mnt/sys ");
-    EXPECT_EQ(value(stage, kShadowRow, 4), "n/a ");
-    EXPECT_EQ(value(stage, kCapacityRow, 5), "8 MB ");
-    EXPECT_EQ(value(stage, kFilesRow, 4), "111 ");
-    EXPECT_EQ(value(stage, kFoldersRow, 4), "222 ");
+        fixture.choose("0", {.version = GetParam(), .shadow = "<shadow>/mnt/shadow</shadow>"}));
+    ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333 ")) << fixture.terminal.text();
+    EXPECT_EQ(value(fixture, kStatusRow, 15), "online mounted ");
+    EXPECT_EQ(value(fixture, kMountPointRow, 9), "/mnt/sys ");
+    EXPECT_EQ(value(fixture, kShadowRow, 4), "n/a ");
+    EXPECT_EQ(value(fixture, kCapacityRow, 5), "8 MB ");
+    EXPECT_EQ(value(fixture, kFilesRow, 4), "111 ");
+    EXPECT_EQ(value(fixture, kFoldersRow, 4), "222 ");
 }
 
 INSTANTIATE_TEST_SUITE_P(Answered, OtherVersion, testing::Values(1, 4, 6));
 
 TEST(Volume, AnAnswerInVersion3HasNoFigures) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({kList});
-    ASSERT_TRUE(stage.choose("0", {.version = 3}));
-    ASSERT_TRUE(wait_for_value(stage, kShadowRow, "n/a")) << stage.terminal.text();
-    EXPECT_EQ(value(stage, kMountPointRow, 9), "/mnt/sys ");
+    VolumeFixture fixture({kList});
+    ASSERT_TRUE(fixture.choose("0", {.version = 3}));
+    ASSERT_TRUE(wait_for_value(fixture, kShadowRow, "n/a")) << fixture.terminal.text();
+    EXPECT_EQ(value(fixture, kMountPointRow, 9), "/mnt/sys ");
     for (const int row : {kCapacityRow, kFilesRow, kFoldersRow, kTrusteesRow}) {
-        EXPECT_EQ(value(stage, row, 8), std::string(8, ' '));
+        EXPECT_EQ(value(fixture, row, 8), std::string(8, ' '));
     }
 }
 
@@ -251,16 +253,16 @@ class VolumeFault : public testing::TestWithParam<Fault> {};
 
 TEST_P(VolumeFault, LeavesTheOldValuesAndIsTriedAgain) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({kList});
-    ASSERT_TRUE(stage.choose("0", {}));
-    ASSERT_TRUE(wait_for_value(stage, kTrusteesRow, "333"));
-    const stage::Snapshot before = stage.terminal.eye().snapshot();
-    stage.daemon->answer_raw("volumeInformation", {GetParam().bytes});
-    ASSERT_TRUE(wait_for_updates(stage, 2)); // so that the first is drawn or not
-    EXPECT_EQ(stage.terminal.eye().snapshot(), before) << stage.terminal.text();
-    stage.daemon->answer("volumeInformation", {volume_information(kNewFacts)});
-    EXPECT_TRUE(wait_for_value(stage, kFilesRow, "999")) << stage.terminal.text();
-    expect_clean_end(stage.terminal);
+    VolumeFixture fixture({kList});
+    ASSERT_TRUE(fixture.choose("0", {}));
+    ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333"));
+    const harness::Snapshot before = fixture.terminal.screen().snapshot();
+    fixture.daemon->answer_raw("volumeInformation", {GetParam().bytes});
+    ASSERT_TRUE(wait_for_updates(fixture, 2)); // so that the first is drawn or not
+    EXPECT_EQ(fixture.terminal.screen().snapshot(), before) << fixture.terminal.text();
+    fixture.daemon->answer("volumeInformation", {volume_information(kNewFacts)});
+    EXPECT_TRUE(wait_for_value(fixture, kFilesRow, "999")) << fixture.terminal.text();
+    expect_clean_end(fixture.terminal);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -282,76 +284,76 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(Volume, F3AndAChoiceRedrawTheScreenFromEmpty) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({kList});
-    ASSERT_TRUE(stage.choose("0", {.files = "12345"}));
-    ASSERT_TRUE(wait_for_value(stage, kFilesRow, "12345"));
-    stage.terminal.press(Key::kF3);
-    ASSERT_TRUE(stage.terminal.wait_for_text(kPromptRow, kPromptColumn, kVolumePrompt));
-    stage.daemon->answer("volumeInformation", {volume_information({.files = "9"})});
-    stage.terminal.type("3\r");
-    ASSERT_TRUE(stage.terminal.wait_for_text(kTitleRow, kTitleColumn, "Volume: DATA"));
-    EXPECT_TRUE(wait_for_value(stage, kFilesRow, "9    ")) << stage.terminal.text();
-    EXPECT_EQ(stage.terminal.eye().find_row("Enter volume"), -1);
+    VolumeFixture fixture({kList});
+    ASSERT_TRUE(fixture.choose("0", {.files = "12345"}));
+    ASSERT_TRUE(wait_for_value(fixture, kFilesRow, "12345"));
+    fixture.terminal.press(Key::kF3);
+    ASSERT_TRUE(fixture.terminal.wait_for_text(kPromptRow, kPromptColumn, kVolumePrompt));
+    fixture.daemon->answer("volumeInformation", {volume_information({.files = "9"})});
+    fixture.terminal.type("3\r");
+    ASSERT_TRUE(fixture.terminal.wait_for_text(kTitleRow, kTitleColumn, "Volume: DATA"));
+    EXPECT_TRUE(wait_for_value(fixture, kFilesRow, "9    ")) << fixture.terminal.text();
+    EXPECT_EQ(fixture.terminal.screen().find_row("Enter volume"), -1);
 }
 
 // The number typed last is kept even when the user then quits: it names no volume to ask for.
 TEST(Volume, ARefusedNumberStopsTheFiguresOfTheShownVolume) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({kList});
-    ASSERT_TRUE(stage.choose("0", {}));
-    ASSERT_TRUE(wait_for_value(stage, kTrusteesRow, "333"));
-    stage.terminal.press(Key::kF3);
-    ASSERT_TRUE(stage.terminal.wait_for_text(kPromptRow, kPromptColumn, kVolumePrompt));
-    stage.terminal.type("300\rq\r");
-    ASSERT_TRUE(stage.terminal.wait_until(
-        [&] { return stage.terminal.eye().find_row("Enter volume") == -1; }));
-    ASSERT_TRUE(wait_for_updates(stage, 2));
-    EXPECT_NE(stage.daemon->requests("volumeInformation").back().find("<name></name>"),
+    VolumeFixture fixture({kList});
+    ASSERT_TRUE(fixture.choose("0", {}));
+    ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333"));
+    fixture.terminal.press(Key::kF3);
+    ASSERT_TRUE(fixture.terminal.wait_for_text(kPromptRow, kPromptColumn, kVolumePrompt));
+    fixture.terminal.type("300\rq\r");
+    ASSERT_TRUE(fixture.terminal.wait_until(
+        [&] { return fixture.terminal.screen().find_row("Enter volume") == -1; }));
+    ASSERT_TRUE(wait_for_updates(fixture, 2));
+    EXPECT_NE(fixture.daemon->requests("volumeInformation").back().find("<name></name>"),
               std::string::npos);
-    expect_clean_end(stage.terminal);
+    expect_clean_end(fixture.terminal);
 }
 
 TEST(Volume, FitsTheSmallestTerminal) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({kList}, 25, 40);
-    stage.daemon->answer("volumeInformation", {volume_information({})});
-    ASSERT_TRUE(wait_for_windows(stage.terminal));
-    stage.terminal.press(Key::kF3);
-    ASSERT_TRUE(stage.terminal.wait_for("Enter volume number"));
-    stage.terminal.type("0\r");
-    ASSERT_TRUE(wait_for_value(stage, kStatusRow, "online m")) << stage.terminal.text();
-    EXPECT_EQ(stage.terminal.cell(kStatusRow, 38).text, kVertical);
-    EXPECT_EQ(stage.terminal.cell(kMountPointRow, 1).text, kVertical);
+    VolumeFixture fixture({kList}, 25, 40);
+    fixture.daemon->answer("volumeInformation", {volume_information({})});
+    ASSERT_TRUE(wait_for_windows(fixture.terminal));
+    fixture.terminal.press(Key::kF3);
+    ASSERT_TRUE(fixture.terminal.wait_for("Enter volume number"));
+    fixture.terminal.type("0\r");
+    ASSERT_TRUE(wait_for_value(fixture, kStatusRow, "online m")) << fixture.terminal.text();
+    EXPECT_EQ(fixture.terminal.cell(kStatusRow, 38).text, kVertical);
+    EXPECT_EQ(fixture.terminal.cell(kMountPointRow, 1).text, kVertical);
 }
 
 TEST(Volume, AWideTerminalShowsMoreOfAStatus) {
     ZRP_NEEDS_ROOT();
-    VolumeStage stage({kList}, 40, 100);
-    ASSERT_TRUE(stage.choose("0", {.status = "0xFFFFFFFF"}));
+    VolumeFixture fixture({kList}, 40, 100);
+    ASSERT_TRUE(fixture.choose("0", {.status = "0xFFFFFFFF"}));
     EXPECT_TRUE(
-        wait_for_value(stage, kStatusRow,
+        wait_for_value(fixture, kStatusRow,
                        "online activating mounted \"being mounted\" \"read only\" \"data migra"))
-        << stage.terminal.text();
+        << fixture.terminal.text();
 }
 
 // Against the simulated server, whose figures move.
 class SimulatedServer {
 public:
     explicit SimulatedServer(std::vector<std::string> arguments)
-        : child({.arguments = with_program(std::move(arguments)), .standardOutput = stage::kPipe}) {
-    }
+        : child({.arguments = with_program(std::move(arguments)),
+                 .standardOutput = harness::kPipe}) {}
 
     static std::vector<std::string> with_program(std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), ZRPSIM_PROGRAM);
         return arguments;
     }
 
-    stage::ChildProcess child;
+    harness::ChildProcess child;
 };
 
 bool open_dialog_of_simulation(Terminal& terminal) {
     if (!terminal.wait_for("Server Up Time: ") || !terminal.wait_until([&] {
-            return terminal.eye().text_at(kStripTextRow, kUpTimeColumn, 1) != " ";
+            return terminal.screen().text_at(kStripTextRow, kUpTimeColumn, 1) != " ";
         })) {
         return false;
     }
@@ -367,10 +369,10 @@ TEST(Volume, ShowsAVolumeOfTheSimulatedServer) {
     terminal.type("0\r");
     ASSERT_TRUE(terminal.wait_for_text(kTitleRow, kTitleColumn, "Volume: ")) << terminal.text();
     ASSERT_TRUE(terminal.wait_for_text(kShadowRow, kValueColumn, "n/a"));
-    EXPECT_EQ(terminal.eye().text_at(kMountPointRow, kValueColumn, 1), "/");
-    const std::string files = terminal.eye().text_at(kFilesRow, kValueColumn, 10);
+    EXPECT_EQ(terminal.screen().text_at(kMountPointRow, kValueColumn, 1), "/");
+    const std::string files = terminal.screen().text_at(kFilesRow, kValueColumn, 10);
     EXPECT_TRUE(terminal.wait_until([&] {
-        return terminal.eye().text_at(kFilesRow, kValueColumn, 10) != files;
+        return terminal.screen().text_at(kFilesRow, kValueColumn, 10) != files;
     })) << terminal.text();
     expect_clean_end(terminal);
 }
@@ -384,12 +386,12 @@ TEST(Volume, PagesThrough256Volumes) {
     std::vector<int> starts;
     for (int turn = 0; turn < 5; turn++) {
         ASSERT_TRUE(terminal.wait_for_rest()); // the whole page stands
-        const std::string before = terminal.eye().row(kFirstListRow);
-        starts.push_back(std::stoi(terminal.eye().text_at(kFirstListRow, kListColumns[0], 4)));
+        const std::string before = terminal.screen().row(kFirstListRow);
+        starts.push_back(std::stoi(terminal.screen().text_at(kFirstListRow, kListColumns[0], 4)));
         terminal.type("+\r");
         // Between two pages the row is empty for a moment.
         ASSERT_TRUE(turn >= kChangingTurns || terminal.wait_until([&] {
-            return terminal.eye().row(kFirstListRow) != before &&
+            return terminal.screen().row(kFirstListRow) != before &&
                    isdigit(terminal.cell(kFirstListRow, kListColumns[0]).text.front()) != 0;
         })) << terminal.text();
     }
@@ -412,18 +414,18 @@ void expect_lines(const std::string& trace, const std::vector<std::string>& line
 
 TEST(Volume, TracesTheDialogAndTheScreen) {
     ZRP_NEEDS_ROOT();
-    const Workplace workplace;
+    const TraceFolder folder;
     const std::string list = volume_list(listed(0, "SYS") + listed(4, "OFF", "0x1"));
-    VolumeStage stage({list}, traced_monitor(workplace));
-    ASSERT_TRUE(stage.choose("0", {}));
-    ASSERT_TRUE(wait_for_value(stage, kTrusteesRow, "333"));
-    stage.terminal.press(Key::kF3);
-    ASSERT_TRUE(stage.terminal.wait_for_text(kPromptRow, kPromptColumn, kVolumePrompt));
-    stage.terminal.press(Key::kUp);
-    ASSERT_TRUE(stage.terminal.wait_until(
-        [&] { return stage.terminal.eye().find_row("Enter volume") == -1; }));
-    expect_clean_end(stage.terminal);
-    expect_lines(workplace.trace(),
+    VolumeFixture fixture({list}, traced_monitor(folder));
+    ASSERT_TRUE(fixture.choose("0", {}));
+    ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333"));
+    fixture.terminal.press(Key::kF3);
+    ASSERT_TRUE(fixture.terminal.wait_for_text(kPromptRow, kPromptColumn, kVolumePrompt));
+    fixture.terminal.press(Key::kUp);
+    ASSERT_TRUE(fixture.terminal.wait_until(
+        [&] { return fixture.terminal.screen().find_row("Enter volume") == -1; }));
+    expect_clean_end(fixture.terminal);
+    expect_lines(folder.trace(),
                  {"SelectVolumeNumber: call do_list_volumes()",
                   "do_list_volumes: BuildListVolumesRequest(0)",
                   "do_list_volumes: startingIndex=-1 szReply=" + std::to_string(list.size()),
@@ -442,21 +444,21 @@ TEST(Volume, TracesTheDialogAndTheScreen) {
 
 TEST(Volume, TracesWhatFails) {
     ZRP_NEEDS_ROOT();
-    const Workplace workplace;
-    VolumeStage stage({kList}, traced_monitor(workplace));
-    stage.daemon->answer_raw("listVolumes", {reply("", 5), reply(volume_list("")),
-                                             reply(server_error(9)), reply(kList)});
-    ASSERT_TRUE(wait_for_windows(stage.terminal));
-    stage.terminal.type("\x1bOR\x1bOR\x1bOR"); // F3 three times
-    ASSERT_TRUE(stage.terminal.wait_until(
-        [&] { return stage.daemon->requests("listVolumes").size() == 3; }));
-    stage.daemon->answer_raw("volumeInformation", {reply("", 6), reply(server_error(8)), ""});
-    ASSERT_TRUE(stage.open_dialog());
-    stage.terminal.type("0\r");
-    ASSERT_TRUE(wait_for_updates(stage, 3));
-    expect_clean_end(stage.terminal);
+    const TraceFolder folder;
+    VolumeFixture fixture({kList}, traced_monitor(folder));
+    fixture.daemon->answer_raw("listVolumes", {reply("", 5), reply(volume_list("")),
+                                               reply(server_error(9)), reply(kList)});
+    ASSERT_TRUE(wait_for_windows(fixture.terminal));
+    fixture.terminal.type("\x1bOR\x1bOR\x1bOR"); // F3 three times
+    ASSERT_TRUE(fixture.terminal.wait_until(
+        [&] { return fixture.daemon->requests("listVolumes").size() == 3; }));
+    fixture.daemon->answer_raw("volumeInformation", {reply("", 6), reply(server_error(8)), ""});
+    ASSERT_TRUE(fixture.open_dialog());
+    fixture.terminal.type("0\r");
+    ASSERT_TRUE(wait_for_updates(fixture, 3));
+    expect_clean_end(fixture.terminal);
     expect_lines(
-        workplace.trace(),
+        folder.trace(),
         {"do_list_volumes: QueryZRPServer() rc=5", "SelectVolumeNumber: do_list_volumes() rc=5",
          "SelectVolumeNumber: do_list_volumes() volumeCount == 0",
          "do_list_volumes: CheckForError() rc=9", "do_list_volumes: volumeCount=0",

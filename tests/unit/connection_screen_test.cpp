@@ -11,7 +11,7 @@
 namespace zrp {
 namespace {
 
-using namespace connection_world;
+using namespace connection_fixture;
 
 constexpr size_t kListRequestSize = 256;
 constexpr size_t kInformationRequestSize = 512;

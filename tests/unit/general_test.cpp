@@ -10,7 +10,7 @@
 #include "core/monitor.h"
 #include "core/window.h"
 #include "tests/support/scripted_peer.h"
-#include "tests/unit/blind_curses.h"
+#include "tests/unit/headless_curses.h"
 
 namespace zrp {
 namespace {
@@ -56,10 +56,10 @@ std::string parm(const std::string& name, const std::string& type, const std::st
            "</value></parm>";
 }
 
-class GeneralScreen : public BlindCurses {
+class GeneralScreen : public HeadlessCurses {
 protected:
     void SetUp() override {
-        BlindCurses::SetUp();
+        HeadlessCurses::SetUp();
         IPCServInit(kMainDaemonSocket);
         window = create_newwin(15, 78, 5, 1);
         monitorState.upTimeWindow = create_newwin(3, 78, 2, 1);

@@ -184,8 +184,8 @@ TEST_F(IpcContext, ClosingForgetsNameAndLog) {
 }
 
 TEST_F(IpcContext, ClosingWaitsForTheExchangeInFlight) {
-    ScriptedPeer peer(
-        kName, {{read_request(), pause_for(stage::milliseconds{100}), send_bytes(reply("<r/>"))}});
+    ScriptedPeer peer(kName, {{read_request(), pause_for(harness::milliseconds{100}),
+                               send_bytes(reply("<r/>"))}});
     ASSERT_EQ(IPCServContextOpen(context, kName, nullptr, nullptr, 0), kOk);
     std::atomic<int> code{-1};
     std::thread asking([&] { code = ask(context).code; });

@@ -5,15 +5,15 @@
 #include <gtest/gtest.h>
 
 #include "core/window.h"
-#include "tests/unit/blind_curses.h"
+#include "tests/unit/headless_curses.h"
 
 namespace zrp {
 namespace {
 
-class LineEditor : public BlindCurses {
+class LineEditor : public HeadlessCurses {
 protected:
     void SetUp() override {
-        BlindCurses::SetUp();
+        HeadlessCurses::SetUp();
         window = create_newwin(5, 20, 0, 0);
         ASSERT_NE(window, nullptr);
     }

@@ -1,4 +1,4 @@
-#include "common/requests/management_command.h"
+#include "common/engine/management_command.h"
 
 #include "tests/unit/catalogue_fixture.h"
 

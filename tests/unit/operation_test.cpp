@@ -1,4 +1,4 @@
-#include "common/requests/operation.h"
+#include "common/engine/operation.h"
 
 #include <string>
 #include <utility>

@@ -7,7 +7,7 @@
 #include "screens/parameters.h"
 #include "tests/unit/failing_malloc.h"
 #include "tests/unit/screen_fixture.h"
-#include "tools/stage/child_process.h"
+#include "tools/harness/child_process.h"
 
 namespace zrp {
 namespace {
@@ -58,17 +58,17 @@ TEST_F(ParametersScreen, TheListHasAResultForEachStep) {
 TEST_F(ParametersScreen, ATurkishLocaleHidesTheSameNames) {
     std::string folder = testing::TempDir() + "parameters_XXXXXX";
     ASSERT_NE(mkdtemp(folder.data()), nullptr);
-    const stage::ExitStatus compiled =
-        stage::ChildProcess({.arguments = {"localedef", "-i", "tr_TR", "-f", "ISO-8859-9",
-                                           folder + "/tr_TR.ISO-8859-9"},
-                             .standardErrors = stage::kNull})
+    const harness::ExitStatus compiled =
+        harness::ChildProcess({.arguments = {"localedef", "-i", "tr_TR", "-f", "ISO-8859-9",
+                                             folder + "/tr_TR.ISO-8859-9"},
+                               .standardErrors = harness::kNull})
             .wait()
-            .value_or(stage::ExitStatus{1});
+            .value_or(harness::ExitStatus{1});
     setenv("LOCPATH", folder.c_str(), 1);
     const bool turkish = setlocale(LC_CTYPE, "tr_TR.ISO-8859-9") != nullptr;
     unsetenv("LOCPATH");
     std::filesystem::remove_all(folder);
-    if (compiled != stage::ExitStatus{} || !turkish) {
+    if (compiled != harness::ExitStatus{} || !turkish) {
         GTEST_SKIP() << "localedef cannot make the locale";
     }
     const Answering daemon({set_reply("<name>max_file_descriptor_number</name>"

@@ -1,4 +1,4 @@
-#include "common/requests/query.h"
+#include "common/engine/query.h"
 
 #include <cerrno>
 #include <cstdarg>

@@ -18,8 +18,8 @@
 #include "core/screen.h"
 #include "core/window.h"
 #include "tests/support/needs.h"
-#include "tests/unit/blind_curses.h"
-#include "tools/stage/deadline.h"
+#include "tests/unit/headless_curses.h"
+#include "tools/harness/deadline.h"
 
 namespace zrp {
 namespace {
@@ -91,7 +91,7 @@ constexpr ScreenSet kNotingScreens = {kScreens, 1, note_strip, nullptr, nullptr,
 
 template <typename Condition>
 bool wait_until(const Condition& condition) {
-    const stage::Deadline deadline(stage::kPatience);
+    const harness::Deadline deadline(harness::kPatience);
     while (!condition()) {
         if (deadline.passed()) {
             return false;
@@ -105,10 +105,10 @@ bool wait_for_calls(char call, size_t count) {
     return wait_until([&] { return count_of(call) >= count; });
 }
 
-class RefreshThread : public BlindCurses {
+class RefreshThread : public HeadlessCurses {
 protected:
     void SetUp() override {
-        BlindCurses::SetUp();
+        HeadlessCurses::SetUp();
         calls.clear();
         use_screens(kNotingScreens);
         monitorState.mainWindow = create_newwin(10, 40, 5, 1);
@@ -225,7 +225,7 @@ TEST_F(RefreshThread, AStopIsAcknowledgedByTheThread) {
 TEST_F(RefreshThread, WithoutAThreadAStopReturnsAtOnce) {
     const auto before = std::chrono::steady_clock::now();
     EXPECT_EQ(stop_refresh_thread(), 0);
-    EXPECT_LT(std::chrono::steady_clock::now() - before, stage::milliseconds{900});
+    EXPECT_LT(std::chrono::steady_clock::now() - before, harness::milliseconds{900});
     EXPECT_EQ(monitorState.refreshStop.load(), 0);
 }
 

@@ -1,4 +1,4 @@
-#include "common/requests/reply_fields.h"
+#include "common/engine/reply_fields.h"
 
 #include <cstring>
 #include <string>

@@ -1,4 +1,4 @@
-#include "common/requests/reply_list.h"
+#include "common/engine/reply_list.h"
 
 #include <string>
 #include <string_view>

@@ -9,14 +9,14 @@
 #include "common/transport.h"
 #include "core/window.h"
 #include "tests/support/scripted_peer.h"
-#include "tests/unit/blind_curses.h"
+#include "tests/unit/headless_curses.h"
 
 namespace zrp {
 
-class ScreenTest : public BlindCurses {
+class ScreenTest : public HeadlessCurses {
 protected:
     void SetUp() override {
-        BlindCurses::SetUp();
+        HeadlessCurses::SetUp();
         IPCServInit(kMainDaemonSocket);
         window = create_newwin(15, 78, 5, 1);
         ASSERT_NE(window, nullptr);

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "common/requests/operation.h"
+#include "common/engine/operation.h"
 #include "common/requests/server_connections.h"
 #include "tests/support/exact_block.h"
 #include "tests/support/simulated_server.h"

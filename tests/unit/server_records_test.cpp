@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "common/requests/operation.h"
+#include "common/engine/operation.h"
 #include "common/requests/server_config.h"
 #include "common/requests/server_connections.h"
 #include "common/requests/server_counters.h"

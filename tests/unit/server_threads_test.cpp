@@ -6,7 +6,7 @@
 #include <fstream>
 #include <string>
 
-#include "common/requests/operation.h"
+#include "common/engine/operation.h"
 #include "common/tags.h"
 #include "tests/support/exact_block.h"
 #include "tests/support/simulated_server.h"

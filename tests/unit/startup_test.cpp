@@ -12,15 +12,15 @@
 #include "core/monitor.h"
 #include "core/terminal.h"
 #include "core/window.h"
-#include "tests/unit/blind_curses.h"
+#include "tests/unit/headless_curses.h"
 
 namespace zrp {
 namespace {
 
-class PermanentWindows : public BlindCurses {
+class PermanentWindows : public HeadlessCurses {
 protected:
     void SetUp() override {
-        BlindCurses::SetUp();
+        HeadlessCurses::SetUp();
         columns = COLS;
         monitorState.screenLines = LINES;
         monitorState.screenCols = COLS;

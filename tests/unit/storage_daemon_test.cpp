@@ -2,8 +2,8 @@
 
 #include <string>
 
+#include "common/engine/operation.h"
 #include "common/requests/diagnostics.h"
-#include "common/requests/operation.h"
 #include "tests/support/exact_block.h"
 #include "tests/support/simulated_server.h"
 #include "tests/unit/failing_malloc.h"

@@ -22,7 +22,7 @@ namespace zrp {
 namespace {
 
 using namespace std::chrono_literals;
-using stage::Descriptor;
+using harness::Descriptor;
 
 int ask(const std::string& text = "<request/>") {
     uint64_t length = 0;
@@ -210,7 +210,7 @@ void expect_interrupted_by_signal(bool onTheSameThread) {
     ASSERT_TRUE(peer.wait_for_connections(1));
     pthread_kill(onTheSameThread ? exchange.native_handle() : pthread_self(), SIGUSR1);
     auto rc = result.get_future();
-    ASSERT_EQ(rc.wait_for(stage::kPatience), std::future_status::ready);
+    ASSERT_EQ(rc.wait_for(harness::kPatience), std::future_status::ready);
     EXPECT_EQ(rc.get(), ECANCELED);
     exchange.join();
 }

@@ -341,7 +341,7 @@ TEST_F(Transport, AReplyInTimeIsAReply) {
 
 TEST_F(Transport, ATimeOutBeforeTheHeaderIsShort) {
     const ScriptedPeer peer(kManagementSocket, {{read_request(), hang()}});
-    const stage::Deadline early{stage::milliseconds{kEarlyEnd}};
+    const harness::Deadline early{harness::milliseconds{kEarlyEnd}};
     expect_nothing(ask_in_time(kEarlyEnd), kShortHeader);
     EXPECT_TRUE(early.passed());
 }
@@ -367,7 +367,7 @@ TEST_F(Transport, ATimeOutBeforeTheFirstByteLeavesTheReplyUnfilled) {
 // Each time-out takes one byte back; behind the first byte the next one ends the body.
 TEST_F(Transport, ATimeOutWithinTheBodyEndsItByAndBy) {
     const ScriptedPeer peer(kManagementSocket, {{send_bytes(reply_header(3) + "ab"), hang()}});
-    const stage::Deadline early{stage::milliseconds{3 * kEarlyEnd}};
+    const harness::Deadline early{harness::milliseconds{3 * kEarlyEnd}};
     expect_text(receive_in_time(kEarlyEnd), std::string("ab\0", 3));
     EXPECT_TRUE(early.passed());
 }
@@ -492,7 +492,7 @@ TEST_F(Transport, TermReturnsOnlyAfterTheExchangeInFlightHasEnded) {
     EXPECT_EQ(term.wait_for(150ms), std::future_status::timeout);
     EXPECT_EQ(exchange.wait_for(0ms), std::future_status::timeout);
     peer.reset();
-    EXPECT_EQ(term.wait_for(stage::kPatience), std::future_status::ready);
+    EXPECT_EQ(term.wait_for(harness::kPatience), std::future_status::ready);
     expect_nothing(exchange.get(), kShortHeader);
 }
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "common/requests/operation.h"
+#include "common/engine/operation.h"
 #include "tests/support/exact_block.h"
 #include "tests/support/simulated_server.h"
 #include "tests/unit/failing_malloc.h"

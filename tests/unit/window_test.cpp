@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/unit/blind_curses.h"
+#include "tests/unit/headless_curses.h"
 
 namespace zrp {
 namespace {
@@ -12,10 +12,10 @@ namespace {
 constexpr int kHeight = 5;
 constexpr int kWidth = 12; // ten columns between the frames
 
-class Window : public BlindCurses {
+class Window : public HeadlessCurses {
 protected:
     void SetUp() override {
-        BlindCurses::SetUp();
+        HeadlessCurses::SetUp();
         window = create_newwin(kHeight, kWidth, 0, 0);
         ASSERT_NE(window, nullptr);
         for (int row = 0; row < kHeight; row++) {

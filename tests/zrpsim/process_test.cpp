@@ -10,14 +10,14 @@
 #include "common/result.h"
 #include "common/transport.h"
 #include "tests/support/needs.h"
-#include "tools/stage/child_process.h"
+#include "tools/harness/child_process.h"
 
 namespace zrp {
 namespace {
 
-using stage::ChildOptions;
-using stage::ChildProcess;
-using stage::ExitStatus;
+using harness::ChildOptions;
+using harness::ChildProcess;
+using harness::ExitStatus;
 
 constexpr std::string_view kStatistics =
     "<zrpConsoleRequest><serverStatistics><versionTag>1</versionTag></serverStatistics>"
@@ -30,9 +30,9 @@ ChildOptions simulator(std::vector<std::string> arguments) {
     ChildOptions options;
     arguments.insert(arguments.begin(), ZRPSIM_PROGRAM);
     options.arguments = std::move(arguments);
-    options.standardInput = stage::kPipe;
-    options.standardOutput = stage::kPipe;
-    options.standardErrors = stage::kPipe;
+    options.standardInput = harness::kPipe;
+    options.standardOutput = harness::kPipe;
+    options.standardErrors = harness::kPipe;
     return options;
 }
 

@@ -13,14 +13,14 @@ namespace {
 // How often to look for the monitor's end where the system cannot tell it.
 constexpr int kLookMs = 200;
 
-stage::Descriptor catch_signals() {
+harness::Descriptor catch_signals() {
     sigset_t signals;
     sigemptyset(&signals);
     for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
         sigaddset(&signals, signal);
     }
     pthread_sigmask(SIG_BLOCK, &signals, nullptr); // the child starts with an empty mask again
-    stage::Descriptor caught(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
+    harness::Descriptor caught(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
     if (!caught) {
         throw std::system_error(errno, std::generic_category(), "signalfd");
     }
@@ -33,7 +33,7 @@ bool reached_both(const signalfd_siginfo& info) {
     return info.ssi_code == SI_KERNEL && info.ssi_signo != SIGHUP;
 }
 
-void pass_on(const stage::Descriptor& caught, stage::ChildProcess& monitor) {
+void pass_on(const harness::Descriptor& caught, harness::ChildProcess& monitor) {
     signalfd_siginfo info{};
     while (read(caught.get(), &info, sizeof info) == sizeof info) {
         if (!reached_both(info)) {
@@ -44,11 +44,11 @@ void pass_on(const stage::Descriptor& caught, stage::ChildProcess& monitor) {
 
 } // namespace
 
-stage::ExitStatus run_live(const std::string& monitor) {
-    const stage::Descriptor caught = catch_signals();
-    stage::ChildProcess process({.arguments = {monitor}});
-    std::optional<stage::ExitStatus> status;
-    while (!(status = process.wait(stage::milliseconds{0}))) {
+harness::ExitStatus run_live(const std::string& monitor) {
+    const harness::Descriptor caught = catch_signals();
+    harness::ChildProcess process({.arguments = {monitor}});
+    std::optional<harness::ExitStatus> status;
+    while (!(status = process.wait(harness::milliseconds{0}))) {
         std::array<pollfd, 2> waits = {
             {{caught.get(), POLLIN, 0}, {process.exit_descriptor(), POLLIN, 0}}};
         poll(waits.data(), waits.size(), process.exit_descriptor() < 0 ? kLookMs : -1);

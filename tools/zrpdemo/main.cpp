@@ -7,7 +7,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "tools/stage/private_network.h"
+#include "tools/harness/private_network.h"
 #include "tools/zrpdemo/live.h"
 #include "tools/zrpdemo/pictures.h"
 #include "tools/zrpdemo/product.h"
@@ -68,8 +68,8 @@ void open_standard_streams() {
 
 // Returns why the network is not private, or an empty text.
 std::string enter_network() {
-    const stage::Network network = stage::enter_private_network();
-    if (network.kind == stage::NetworkKind::kRefused) {
+    const harness::Network network = harness::enter_private_network();
+    if (network.kind == harness::NetworkKind::kRefused) {
         throw std::runtime_error(network.reason);
     }
     if (!network.root) {
@@ -80,19 +80,19 @@ std::string enter_network() {
     return network.reason;
 }
 
-void print_as_text(const demo::Scene& scene, const stage::Snapshot& shown) {
+void print_as_text(const demo::Scene& scene, const harness::Snapshot& shown) {
     std::printf("--- %s (%dx%d)\n%s", scene.caption, shown.columns, shown.rows,
                 shown.text().c_str());
 }
 
-stage::ExitStatus show_as_text(const Options& options) {
-    stage::TerminalOptions monitor = demo::walk_terminal(options.monitor);
+harness::ExitStatus show_as_text(const Options& options) {
+    harness::TerminalOptions monitor = demo::walk_terminal(options.monitor);
     monitor.rows = options.size.lines;
     monitor.columns = options.size.columns;
     return demo::run_walk(monitor, print_as_text);
 }
 
-stage::ExitStatus show(const Options& options, const std::string& noProduct) {
+harness::ExitStatus show(const Options& options, const std::string& noProduct) {
     if (!options.pictures.empty()) {
         return demo::draw_pictures({options.monitor, options.pictures, noProduct});
     }

@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "tools/stage/picture.h"
+#include "tools/harness/picture.h"
 #include "tools/zrpdemo/product.h"
 #include "tools/zrpdemo/walk.h"
 
@@ -35,14 +35,14 @@ std::vector<std::string> picture_server_arguments() {
     return {"--seed", "1", "--clock", "1053068"}; // 12 days, 4 hours, 31 minutes, 8 seconds
 }
 
-stage::ExitStatus draw_pictures(const PictureOptions& options) {
+harness::ExitStatus draw_pictures(const PictureOptions& options) {
     std::filesystem::create_directories(options.folder);
-    stage::TerminalOptions monitor = walk_terminal(options.monitor);
+    harness::TerminalOptions monitor = walk_terminal(options.monitor);
     monitor.child.environment.push_back(path_with_fixed_platform());
-    const auto status = run_walk(monitor, [&](const Scene& scene, const stage::Snapshot& shown) {
+    const auto status = run_walk(monitor, [&](const Scene& scene, const harness::Snapshot& shown) {
         if (options.noProduct.empty() || scene.name != kNeedsProduct) {
             write_picture(options.folder / (std::string(scene.name) + ".svg"),
-                          stage::draw_svg(shown, std::string("zrptop: ") + scene.caption));
+                          harness::draw_svg(shown, std::string("zrptop: ") + scene.caption));
         }
     });
     if (!options.noProduct.empty()) {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/stage/child_process.h"
+#include "tools/harness/child_process.h"
 
 namespace zrp::demo {
 
@@ -22,6 +22,6 @@ struct PictureOptions {
 // Draws every scene of the walk into an SVG file of its name. Where there is no product the picture
 // of the Version screen would lack half of it; it is left alone, and std::runtime_error tells so at
 // the end. Throws std::system_error when a file cannot be written, else as run_walk() does.
-stage::ExitStatus draw_pictures(const PictureOptions& options);
+harness::ExitStatus draw_pictures(const PictureOptions& options);
 
 } // namespace zrp::demo

@@ -2,14 +2,14 @@
 
 #include <exception>
 
-#include "tools/stage/private_files.h"
+#include "tools/harness/private_files.h"
 
 namespace zrp::demo {
 namespace {
 
 struct Folder {
     const char* path;
-    std::vector<stage::PrivateFile> files;
+    std::vector<harness::PrivateFile> files;
 };
 
 // The daemons answer for themselves, so their files are not looked at.
@@ -31,7 +31,7 @@ const Folder kFolders[] = {
 std::string install_product() {
     try {
         for (const Folder& folder : kFolders) {
-            stage::add_private_files(folder.path, folder.files);
+            harness::add_private_files(folder.path, folder.files);
         }
     } catch (const std::exception& failure) {
         return failure.what();

@@ -11,26 +11,26 @@ namespace zrp::demo {
 namespace {
 
 constexpr std::string_view kReady = "ready\n";
-constexpr stage::milliseconds kLook{10};
+constexpr harness::milliseconds kLook{10};
 
-stage::Descriptor memory_file() {
-    stage::Descriptor file(memfd_create("zrpsim log", MFD_CLOEXEC));
+harness::Descriptor memory_file() {
+    harness::Descriptor file(memfd_create("zrpsim log", MFD_CLOEXEC));
     if (!file) {
         throw std::system_error(errno, std::generic_category(), "memfd_create");
     }
     return file;
 }
 
-stage::ChildProcess start(const std::string& program, const std::vector<std::string>& arguments,
-                          int log) {
-    stage::ChildOptions options;
+harness::ChildProcess start(const std::string& program, const std::vector<std::string>& arguments,
+                            int log) {
+    harness::ChildOptions options;
     options.arguments = arguments;
     options.arguments.insert(options.arguments.begin(), program);
-    options.standardInput = stage::kNull;
+    options.standardInput = harness::kNull;
     options.standardOutput = log;
     options.standardErrors = log;
     options.ownGroup = true; // Ctrl-C is for the monitor, which needs the server to its end
-    return stage::ChildProcess(options);
+    return harness::ChildProcess(options);
 }
 
 size_t ready_line(const std::string& text) {
@@ -42,7 +42,7 @@ size_t ready_line(const std::string& text) {
 
 Server::Server(const std::string& program, const std::vector<std::string>& arguments)
     : log_(memory_file()), process_(start(program, arguments, log_.get())) {
-    const stage::Deadline deadline(stage::kPatience);
+    const harness::Deadline deadline(harness::kPatience);
     while (ready_line(written()) == std::string::npos) {
         if (const auto status = process_.wait(kLook)) {
             throw std::runtime_error("the simulated server ended with " + status->text() + ":\n" +

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "tools/stage/child_process.h"
-#include "tools/stage/descriptor.h"
+#include "tools/harness/child_process.h"
+#include "tools/harness/descriptor.h"
 
 namespace zrp::demo {
 
@@ -23,8 +23,8 @@ public:
 private:
     [[nodiscard]] std::string written() const;
 
-    stage::Descriptor log_; // in memory, since a pipe that nobody reads would fill up
-    stage::ChildProcess process_;
+    harness::Descriptor log_; // in memory, since a pipe that nobody reads would fill up
+    harness::ChildProcess process_;
 };
 
 } // namespace zrp::demo

@@ -5,17 +5,17 @@
 namespace zrp::demo {
 namespace {
 
-using stage::Eye;
-using stage::Key;
-using stage::key_bytes;
-using stage::Terminal;
+using harness::Key;
+using harness::key_bytes;
+using harness::Terminal;
+using harness::TerminalScreen;
 
 constexpr int kStripRow = 3; // the up-time strip: its label, and the value behind it
 constexpr int kStripColumn = 2;
 constexpr std::string_view kStripLabel = "Server Up Time:";
 
 constexpr int kMainRow = 5; // where the main window and the dialogs begin
-constexpr stage::milliseconds kScenePatience{30000};
+constexpr harness::milliseconds kScenePatience{30000};
 
 // Volume 0 is mounted in every world, whatever its size.
 const Scene kScenes[] = {
@@ -30,17 +30,17 @@ const Scene kScenes[] = {
     {"version", "Version", key_bytes(Key::kF7), "ZRP Server Components"},
 };
 
-bool shows_up_time(const Eye& eye) {
-    const std::string strip = eye.text_at(kStripRow, kStripColumn);
+bool shows_up_time(const TerminalScreen& screen) {
+    const std::string strip = screen.text_at(kStripRow, kStripColumn);
     return strip.starts_with(kStripLabel) && strip.find_first_of("0123456789") != std::string::npos;
 }
 
 // Every pass of the refresh thread begins in the strip, and leaves the cursor there until it draws
 // elsewhere. So once the scene's text stands, a cursor in the strip tells that the pass which drew
 // it is over. A dialog's text is its prompt, which is drawn last.
-bool is_complete(const Scene& scene, const Eye& eye) {
-    return eye.cursor().row == kStripRow && shows_up_time(eye) &&
-           eye.find_row(scene.text, kMainRow) >= 0;
+bool is_complete(const Scene& scene, const TerminalScreen& screen) {
+    return screen.cursor().row == kStripRow && shows_up_time(screen) &&
+           screen.find_row(scene.text, kMainRow) >= 0;
 }
 
 // Looks after every byte of the monitor's output: the cursor's stay in the strip may be so short
@@ -48,14 +48,14 @@ bool is_complete(const Scene& scene, const Eye& eye) {
 class Onlooker {
 public:
     explicit Onlooker(const Terminal& terminal)
-        : terminal_(terminal), eye_(terminal.eye().rows(), terminal.eye().columns()) {}
+        : terminal_(terminal), screen_(terminal.screen().rows(), terminal.screen().columns()) {}
 
     // Looks at what has come since; stops at the first byte with which the scene is complete.
     bool sees(const Scene& scene) {
         const std::string_view output = terminal_.raw_output();
         while (seen_ < output.size()) {
-            eye_.feed(output.substr(seen_++, 1));
-            if (is_complete(scene, eye_)) {
+            screen_.feed(output.substr(seen_++, 1));
+            if (is_complete(scene, screen_)) {
                 return true;
             }
         }
@@ -64,13 +64,13 @@ public:
 
 private:
     const Terminal& terminal_;
-    Eye eye_;
+    TerminalScreen screen_;
     size_t seen_ = 0;
 };
 
 [[noreturn]] void fail(Terminal& terminal, const std::string& what) {
     // It may have closed its terminal a moment before its end.
-    const auto ended = terminal.child().wait(stage::milliseconds{500});
+    const auto ended = terminal.child().wait(harness::milliseconds{500});
     throw std::runtime_error(what + (ended ? " (it ended with " + ended->text() + ")" : "") +
                              "; its screen:\n" + terminal.text());
 }
@@ -90,19 +90,19 @@ void go_to(const Scene& scene, Terminal& terminal, Onlooker& onlooker) {
 
 } // namespace
 
-stage::TerminalOptions walk_terminal(const std::string& monitor) {
-    stage::TerminalOptions options;
+harness::TerminalOptions walk_terminal(const std::string& monitor) {
+    harness::TerminalOptions options;
     options.child.arguments = {monitor};
     options.child.environment = {"LANG=C.UTF-8", "LC_ALL", "LC_CTYPE"};
     return options;
 }
 
-stage::ExitStatus run_walk(const stage::TerminalOptions& monitor, const Audience& show) {
+harness::ExitStatus run_walk(const harness::TerminalOptions& monitor, const Audience& show) {
     Terminal terminal(monitor);
     Onlooker onlooker(terminal);
     for (const Scene& scene : kScenes) {
         go_to(scene, terminal, onlooker);
-        show(scene, terminal.eye().snapshot());
+        show(scene, terminal.screen().snapshot());
     }
     terminal.press(Key::kF12);
     const auto status = terminal.wait_for_exit();

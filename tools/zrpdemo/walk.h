@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "tools/stage/terminal.h"
+#include "tools/harness/terminal.h"
 
 namespace zrp::demo {
 
@@ -17,13 +17,13 @@ struct Scene {
 };
 
 // Called with each scene and what is on the terminal then.
-using Audience = std::function<void(const Scene& scene, const stage::Snapshot& shown)>;
+using Audience = std::function<void(const Scene& scene, const harness::Snapshot& shown)>;
 
 // The monitor on a terminal of 80x25, with the locale that the terminal speaks.
-stage::TerminalOptions walk_terminal(const std::string& monitor);
+harness::TerminalOptions walk_terminal(const std::string& monitor);
 
 // Starts the monitor, shows each scene, and ends it with F12. Throws std::runtime_error, with what
 // is on the screen, when a scene does not come up or the monitor does not end.
-stage::ExitStatus run_walk(const stage::TerminalOptions& monitor, const Audience& show);
+harness::ExitStatus run_walk(const harness::TerminalOptions& monitor, const Audience& show);
 
 } // namespace zrp::demo

@@ -1,0 +1,141 @@
+#include "tests/support/scripted_peer.h"
+
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include "tests/support/needs.h"
+
+namespace zrp {
+namespace {
+
+using harness::Descriptor;
+
+const std::string kName = kManagementSocket;
+
+// A client without any knowledge: connects and hands out the descriptor, or none and errno.
+Descriptor connected() {
+    Descriptor fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    kName.copy(&address.sun_path[1], sizeof address.sun_path - 1);
+    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + kName.size());
+    if (connect(fd.get(), reinterpret_cast<const sockaddr*>(&address), length) != 0) {
+        return {};
+    }
+    return fd;
+}
+
+void put(const Descriptor& fd, const std::string& bytes) {
+    ASSERT_EQ(send(fd.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL),
+              static_cast<ssize_t>(bytes.size()));
+}
+
+std::string take(const Descriptor& fd) {
+    std::array<char, 4096> block{};
+    const ssize_t got = recv(fd.get(), block.data(), block.size(), 0);
+    return got < 0 ? "(error)" : std::string(block.data(), static_cast<size_t>(got));
+}
+
+std::string take_all(const Descriptor& fd) {
+    std::string all;
+    for (std::string some = take(fd); !some.empty(); some = take(fd)) {
+        all += some;
+    }
+    return all;
+}
+
+std::string request(const std::string& text) {
+    const RequestHeader header{kMagic, kMainDaemonRequest, static_cast<uint32_t>(text.size())};
+    std::string bytes(sizeof header, '\0');
+    std::memcpy(bytes.data(), &header, sizeof header);
+    return bytes + text;
+}
+
+TEST(ScriptedPeer, ReadsAWholeRequestAndAnswers) {
+    ScriptedPeer peer(kName, {{read_request(), send_bytes(reply("<answer/>", 7))}});
+    const Descriptor client = connected();
+    put(client, request("<que").substr(0, 5));
+    put(client, request("<que").substr(5));
+    EXPECT_EQ(take_all(client), reply_header(9, 7) + "<answer/>");
+    EXPECT_TRUE(peer.wait_for_finished(1));
+    EXPECT_EQ(peer.requests().at(0), request("<que"));
+}
+
+TEST(ScriptedPeer, FollowsOneScriptAfterTheOther) {
+    ScriptedPeer peer(kName, {{send_bytes("first")}, {send_bytes("later")}});
+    EXPECT_EQ(take_all(connected()), "first");
+    EXPECT_EQ(take_all(connected()), "later");
+    EXPECT_EQ(take_all(connected()), "later");
+    EXPECT_EQ(peer.connections(), 3U);
+}
+
+TEST(ScriptedPeer, SendsInPieces) {
+    const ScriptedPeer peer(kName, {send_in_pieces("abcdefgh", 3, harness::milliseconds{20})});
+    const Descriptor client = connected();
+    EXPECT_EQ(take(client), "abc");
+    EXPECT_EQ(take(client), "def");
+    EXPECT_EQ(take(client), "gh");
+    EXPECT_EQ(take(client), "");
+}
+
+TEST(ScriptedPeer, ClosesEarly) {
+    ScriptedPeer peer(kName, {{read_bytes(4)}});
+    const Descriptor client = connected();
+    put(client, "1234");
+    EXPECT_EQ(take(client), "");
+    EXPECT_EQ(peer.requests().at(0), "1234");
+}
+
+TEST(ScriptedPeer, WaitsForTheClientsClose) {
+    ScriptedPeer peer(kName, {{wait_for_close()}});
+    Descriptor client = connected();
+    put(client, "12");
+    EXPECT_FALSE(peer.wait_for_finished(1, harness::milliseconds{30}));
+    put(client, "34");
+    client.reset();
+    EXPECT_TRUE(peer.wait_for_finished(1));
+    EXPECT_EQ(peer.requests().at(0), "1234");
+}
+
+TEST(ScriptedPeer, HangsWhileAnotherIsServed) {
+    ScriptedPeer peer(kName, {{hang()}, {send_bytes("served")}});
+    const Descriptor mute = connected();
+    ASSERT_TRUE(peer.wait_for_connections(1));
+    EXPECT_EQ(take_all(connected()), "served");
+    std::array<char, 1> byte{};
+    EXPECT_EQ(recv(mute.get(), byte.data(), 1, MSG_DONTWAIT), -1);
+    EXPECT_EQ(errno, EAGAIN);
+}
+
+TEST(ScriptedPeer, ItsEndEndsTheHanging) {
+    Descriptor mute;
+    {
+        ScriptedPeer peer(kName, {{hang()}});
+        mute = connected();
+        ASSERT_TRUE(peer.wait_for_connections(1));
+    }
+    EXPECT_EQ(take(mute), "");
+    EXPECT_FALSE(connected());
+    EXPECT_EQ(errno, ECONNREFUSED);
+}
+
+TEST(ScriptedPeer, ResetsTheConnection) {
+    const ScriptedPeer peer(kName, {{reset()}});
+    const Descriptor client = connected();
+    put(client, "unread");
+    EXPECT_EQ(take(client), "(error)");
+    EXPECT_EQ(errno, ECONNRESET);
+}
+
+TEST(ScriptedPeer, AHeldNameRefuses) {
+    const RefusingPeer peer(kName);
+    EXPECT_FALSE(connected());
+    EXPECT_EQ(errno, ECONNREFUSED);
+}
+
+} // namespace
+} // namespace zrp

@@ -1,8 +1,11 @@
-// Copies into fixed-size character arrays that never run over and always end in a NUL.
+// Copies into fixed-size character arrays that never run over and always end in a NUL. Internal to the
+// library.
 #pragma once
 
 #include <cstddef>
 #include <cstring>
+
+#pragma GCC visibility push(hidden)
 
 namespace zrp {
 
@@ -24,3 +27,5 @@ void copy_cut(char (&destination)[N], const char* text) {
 }
 
 } // namespace zrp
+
+#pragma GCC visibility pop

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string_view>
 
+#pragma GCC visibility push(hidden)
+
 namespace zrp {
 
 // The decimal number after leading white space and a sign; what follows its digits is ignored, no
@@ -16,3 +18,5 @@ int64_t leading_decimal(std::string_view text);
 uint64_t leading_number(std::string_view text);
 
 } // namespace zrp
+
+#pragma GCC visibility pop

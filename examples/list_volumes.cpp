@@ -3,8 +3,8 @@
 //     list_volumes
 #include <cstdio>
 
-#include <zrp/requests/volume_status.h>
-#include <zrp/requests/volume_walk.h>
+#include <zrp/requests/volume_information.h>
+#include <zrp/requests/volume_list.h>
 #include <zrp/transport.h>
 
 static int print(void*, const zrp::ListedVolume& volume) {

@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include <zrp/requests/volume_list.h>
 #include <zrp/requests/volume_management.h>
-#include <zrp/requests/volume_walk.h>
 #include <zrp/result.h>
 
 struct Search {

@@ -4,7 +4,7 @@
 #include <climits>
 #include <cstring>
 
-#include "common/requests/connection_information.h"
+#include "common/requests/connections.h"
 #include "common/result.h"
 #include "core/monitor.h"
 #include "core/window.h"
@@ -139,7 +139,7 @@ void draw_details(WINDOW* window, const ConnectionInformation& information,
 
 int fetchConnectionPage(int startIndex, int* count, int* nextStart) {
     *nextStart = kNoConnection;
-    const int rc = QueryConnections(or_top(startIndex), kConnectionsOfPage, connectionPage, count);
+    const int rc = QueryConnections(or_top(startIndex), connectionPage, count);
     if (*count == kConnectionsOfPage) {
         const int last = connectionPage[kConnectionsOfPage - 1].stationNumber;
         *nextStart = last == INT_MAX ? kNoConnection : last + 1;
@@ -149,7 +149,7 @@ int fetchConnectionPage(int startIndex, int* count, int* nextStart) {
 
 int fetchConnectionEntry(int station, ConnectionEntry* entry) {
     int count = 0;
-    const int rc = QueryConnections(station, 1, entry, &count);
+    const int rc = QueryConnections(station, {entry, 1}, &count);
     if (rc == kOk && count == 0) {
         return kInvalid;
     }

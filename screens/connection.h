@@ -3,7 +3,7 @@
 
 #include <ncurses.h>
 
-#include "common/requests/connection_list.h"
+#include "common/requests/connections.h"
 
 namespace zrp {
 

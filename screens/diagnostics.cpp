@@ -1,5 +1,8 @@
 #include "screens/diagnostics.h"
 
+#include <utility>
+
+#include "common/engine/query.h"
 #include "common/requests/diagnostics.h"
 #include "common/result.h"
 #include "core/monitor.h"
@@ -45,7 +48,10 @@ constexpr const char* kMenuLines[] = {
 
 // Where a group's counters come from.
 struct Source {
-    const DiagnosticsDaemon& daemon;
+    Peer peer;
+    char* (*build)(uint32_t* length, int level, int resetAll);
+    int (*scan)(char* reply, int replyLength, int* cursor, DiagnosticName& name, int32_t* value);
+    bool isWrapped; // the document travels inside a binary message
     const std::unique_ptr<DiagHashTable>& table;
     int exchangeFailure; // result of a failed exchange; 0 for the transport's own code
 };
@@ -53,20 +59,35 @@ struct Source {
 // The group whose labels stand in the window. Refresh thread only.
 int32_t labelledType = kNoDiagType;
 
-constexpr Source kServerSource = {kServerDiagnostics, serverDiagTable, kInvalid};
-constexpr Source kBksSource = {kBksDiagnostics, bksDiagTable, 0};
+constexpr Source kServerSource = {kMainDaemon, BuildDiagnosticsRequest, ScanDiagnosticsReply,
+                                  false,       serverDiagTable,         kInvalid};
+constexpr Source kBksSource = {kStorageDiagnostics,
+                               BuildZrp2bksDiagnosticRequest,
+                               ScanZrp2bksDiagnosticReply,
+                               true,
+                               bksDiagTable,
+                               0};
 
 const Source& source_of(int32_t type) {
     return type < kFirstBksGroup ? kServerSource : kBksSource;
 }
 
+HeapText build_message(const Source& source, uint32_t* length) {
+    HeapText document(source.build(length, kDiagnosticsLevel, 0));
+    if (document == nullptr || !source.isWrapped) {
+        return document;
+    }
+    return HeapText(WrapDiagnosticRequest(document.get(), *length, length));
+}
+
 int fetch_counters(const Source& source, Reply* reply) {
     uint32_t length = 0;
-    HeapText request = BuildDiagnosticsMessage(source.daemon, &length);
+    HeapText request = build_message(source, &length);
     if (request == nullptr) {
         return kNoMemory;
     }
-    const int rc = send_query(source.daemon.peer, std::move(request), length, nullptr, reply);
+    const int rc =
+        send_query({.peer = source.peer, .checksReply = false}, std::move(request), length, reply);
     return rc != kOk && source.exchangeFailure != 0 ? source.exchangeFailure : rc;
 }
 
@@ -75,8 +96,7 @@ void store_counters(const Source& source, const Reply& reply) {
     int cursor = 0;
     DiagnosticName name;
     int32_t value = 0;
-    while (ScanDiagnostics(source.daemon, reply.text.get(), reply.length, &cursor, name, &value) ==
-           kOk) {
+    while (source.scan(reply.text.get(), reply.length, &cursor, name, &value) == kOk) {
         DiagCounter* counter = hashtable_lookup(source.table.get(), name);
         if (counter == nullptr) {
             trace("find %s --- NOT FOUND\n", name);

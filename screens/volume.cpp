@@ -5,7 +5,6 @@
 #include "common/engine/query.h"
 #include "common/genericCode.h"
 #include "common/requests/volume_information.h"
-#include "common/requests/volume_status.h"
 #include "common/result.h"
 #include "common/xml_reader.h"
 #include "core/monitor.h"
@@ -97,7 +96,8 @@ int query_volume(const char* name, Reply* reply) {
     }
     trace("%s: call QueryZRPServer\n", kTraceTag);
     trace_text(kTraceTag, "request", request.get(), static_cast<int32_t>(length));
-    const int rc = send_query(kMainDaemon, std::move(request), length, nullptr, reply);
+    const int rc =
+        send_query({.peer = kMainDaemon, .checksReply = false}, std::move(request), length, reply);
     if (rc != kOk) {
         trace("%s: QueryZRPServer rc=%d\n", kTraceTag, rc);
         return rc;

@@ -75,7 +75,7 @@ int store_page(const Reply& reply) {
         trace("%s: ScanListVolumesReply() offset=%d ans=0x%p\n", kListTag, offset,
               static_cast<void*>(text));
         trace_text(kListTag, "reply+offset", text + offset, reply.length - offset);
-        const int rc = scan_listed_volume(text, reply.length, &offset, &name, &status, &number);
+        const int rc = ScanListedVolume(text, reply.length, &offset, &name, &status, &number);
         if (rc != kOk) {
             trace("%s: ScanListVolumesReply() rc=%d\n", kListTag, rc);
             trace("%s: ans=0x%p rc=%d\n", kListTag, static_cast<void*>(text), rc);
@@ -95,7 +95,8 @@ int request_page(int startIndex, Reply* reply) {
         trace("%s: BuildListVolumesRequest(%d) ENOMEM\n", kListTag, startIndex);
         return kNoMemory;
     }
-    const int rc = send_query(kMainDaemon, std::move(request), length, nullptr, reply);
+    const int rc =
+        send_query({.peer = kMainDaemon, .checksReply = false}, std::move(request), length, reply);
     if (rc != kOk) {
         trace("%s: QueryZRPServer() rc=%d\n", kListTag, rc);
     }

@@ -1,5 +1,7 @@
 #include "common/requests/component_versions.h"
 
+#include <utility>
+
 #include "common/engine/query.h"
 #include "common/result.h"
 #include "common/tags.h"
@@ -33,7 +35,7 @@ int get_version(const Component& component, VersionText& text) {
     uint32_t length = 0;
     HeapText request = build_request(component, &length);
     Reply reply;
-    const int rc = send_checked_query(component.peer, std::move(request), length, nullptr, &reply);
+    const int rc = send_query({.peer = component.peer}, std::move(request), length, &reply);
     if (rc != kOk || (reply.length == 0 && component.emptyReplyIsAnAnswer)) {
         return rc;
     }

@@ -1,34 +1,194 @@
 // Volume information: the state of one volume, in the layout of the version that the server speaks.
 //
-// A record's layout follows from the reply's versionTag, not from the version asked for.
+// A record's layout follows from the reply's versionTag, not from the version asked for. Members
+// are named after the elements that fill them. mountPoint points into the record; shadowMountPoint
+// does so too, or is null when the volume has no shadow. poolName, volumeGUID and enabledAttributes
+// are empty while mountPointType is 0.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
-#include "volume_records.h"
+#include "../heap_text.h"
+#include "../log/log_context.h"
+#include "../volume_name.h"
+#include "../xml_reader.h"
 
 namespace zrp {
 
-inline constexpr int kVolumeInformationVersion = 5; // what the monitor asks for
+inline constexpr int kVolumeInformationVersion = 5;    // what the monitor asks for
+inline constexpr int kMaxVolumeInformationVersion = 6; // the highest that is understood
 
-inline constexpr size_t kMaxAskedVolumeName = 16; // characters of a name that can be asked for
+inline constexpr size_t kPoolNameSize = 256;
+inline constexpr size_t kVolumeGuidSize = 256;
+inline constexpr size_t kMountPointSize = 4104;
 
-// The request for one volume, malloc'ed. The name may be one out of a reply (xml_writer.h). Null
-// with errno 22 for a name that is null, has more than 16 bytes or is not sendable, with errno
-// 12 without memory.
+// Version 5.
+struct VolumeInformation {
+    VolumeName name;
+    int32_t volumeNumber;
+    uint32_t volumeType;
+    uint32_t status; // bits with the words of formatVolumeStatus
+    uint32_t statusFlags;
+    uint64_t sectorSize; // bytes
+    uint64_t sectorPerCluster;
+    uint64_t clustersPerVolume;
+    uint64_t freeClusters;
+    uint64_t purgeableBlocks;
+    uint64_t notYetPurgeableBlocks;
+    uint64_t directoryEntries;
+    uint64_t unusedDirectoryEntries;
+    uint64_t lastModifiedDateAndTime;
+    uint64_t dcGetEntryCount;
+    uint64_t dcLockEntryCount;
+    uint64_t dcCacheFiles;
+    uint64_t dcCachedSubdirs;
+    uint64_t dcEvictedFiles;
+    uint64_t dcEvictedSubdirs;
+    uint64_t dcTrusteeCount;
+    uint64_t dcNormalOpenCount;
+    uint64_t dcLazyOpenCount;
+    uint64_t dcLazyCloseCount;
+    uint64_t dcBackgroundCloseCount;
+    uint64_t dcSecurityNodeCount;
+    uint64_t dcOverflowEntriesFound;
+    uint32_t enforcedFlag;
+    int32_t connectionCount;
+    int32_t mountPointType;
+    char poolName[kPoolNameSize];
+    char volumeGUID[kVolumeGuidSize];
+    uint32_t enabledAttributes;
+    char* mountPoint;
+    char* shadowMountPoint;
+    char mountPointText[kMountPointSize];
+    char shadowText[kMountPointSize];
+};
+
+// Versions 1 and 2.
+struct VolumeInformationV1 {
+    VolumeName name;
+    int32_t volumeNumber;
+    uint32_t volumeType;
+    uint32_t status;
+    uint32_t statusFlags;
+    uint32_t sectorSize;
+    uint32_t sectorPerCluster;
+    uint32_t clustersPerVolume;
+    uint32_t freeClusters;
+    uint32_t directoryEntries;
+    uint32_t unusedDirectoryEntries;
+    uint32_t lastModifiedDateAndTime;
+    uint32_t dcGetEntryCount;
+    uint32_t dcLockEntryCount;
+    uint32_t dcCacheFiles;
+    uint32_t dcCachedSubdirs;
+    uint32_t dcEvictedFiles;
+    uint32_t dcTrusteeCount;
+    int32_t mountPointType;
+    char poolName[kPoolNameSize];
+    char volumeGUID[kVolumeGuidSize];
+    uint32_t enabledAttributes;
+    char* mountPoint;
+    char* shadowMountPoint;
+    char mountPointText[kMountPointSize];
+    char shadowText[kMountPointSize];
+};
+
+struct VolumeInformationV3 {
+    VolumeName name;
+    int32_t volumeNumber;
+    uint32_t status;
+    char* mountPoint;
+    char* shadowMountPoint;
+    char mountPointText[kMountPointSize];
+    char shadowText[kMountPointSize];
+    uint32_t enforcedFlag;
+};
+
+struct VolumeInformationV4 {
+    VolumeName name;
+    int32_t volumeNumber;
+    uint32_t volumeType;
+    uint32_t status;
+    uint32_t statusFlags;
+    uint32_t sectorSize;
+    uint32_t sectorPerCluster;
+    uint32_t clustersPerVolume;
+    uint32_t freeClusters;
+    uint32_t directoryEntries;
+    uint32_t unusedDirectoryEntries;
+    uint32_t lastModifiedDateAndTime;
+    uint32_t dcGetEntryCount;
+    uint32_t dcLockEntryCount;
+    uint32_t dcCacheFiles;
+    uint32_t dcCachedSubdirs;
+    uint32_t dcEvictedFiles;
+    uint32_t dcEvictedSubdirs;
+    uint32_t dcTrusteeCount;
+    uint32_t dcNormalOpenCount;
+    uint32_t dcLazyOpenCount;
+    uint32_t dcLazyCloseCount;
+    uint32_t dcBackgroundCloseCount;
+    uint32_t dcSecurityNodeCount;
+    uint32_t dcOverflowEntriesFound;
+    int32_t mountPointType;
+    char poolName[kPoolNameSize];
+    char volumeGUID[kVolumeGuidSize];
+    uint32_t enabledAttributes;
+    char* mountPoint;
+    char* shadowMountPoint;
+    char mountPointText[kMountPointSize];
+    char shadowText[kMountPointSize];
+};
+
+// Version 6 is version 5 with more after it, so that a reader of version 5 can read it too; two of
+// the elements are in both parts.
+struct VolumeInformationV6 {
+    VolumeInformation common;
+    uint32_t shadowFlags;
+    uint32_t enforcedFlag;
+    int32_t connectionCount;
+    uint32_t reserved[7]; // 0
+};
+
+static_assert(sizeof(VolumeInformation) == 8976);
+static_assert(sizeof(VolumeInformationV1) == 8848);
+static_assert(sizeof(VolumeInformationV3) == 8272);
+static_assert(sizeof(VolumeInformationV4) == 8872);
+static_assert(sizeof(VolumeInformationV6) == 9016);
+
+// Owns a record of any layout; a malloc'ed block.
+using VolumeRecord = std::unique_ptr<void, FreeDeleter>;
+
+inline constexpr size_t kMaxAskedVolumeName = 16; // bytes of a name that can be asked for
+
+// The request for one volume. The name may be one from a reply (xml_writer.h); a longer one than
+// kMaxAskedVolumeName is refused.
 char* BuildVolumeInformationRequest(const char* volumeName, uint32_t* length, int versionTag);
 
-// The next volume of a reply. *offset is 0 before the first call and is moved behind the volume;
+// The next volume of a reply. *offset is 0 before the first call and is moved past the volume;
 // *versionTag becomes the reply's version and says which layout *record has. Returns
-//  - 0 with a record;
-//  - 34 for a version above 6, with *versionTag stored;
-//  - 22 for an empty reply, an offset at the end, a missing element, a name of more than 31
-//    characters, and a version below 1 (with *versionTag stored);
-//  - 12 without memory.
-// A failure hands over no record, except that versions 1 and 2 hand over what was read so far when
-// an element is missing.
+//  - kOk with a record;
+//  - kRange for a version above kMaxVolumeInformationVersion, with *versionTag stored;
+//  - kInvalid for an offset at the end, a missing element, a name that does not fit, and a version
+//    below 1 (with *versionTag stored);
+//  - kNoMemory.
+// A failure returns no record, except that versions 1 and 2 return what was read so far when an
+// element is missing.
 int ScanVolumeInformationReply(char* reply, int replyLength, int* offset, int* versionTag,
                                VolumeRecord* record);
+
+// Asks the default peer. *versionTag is the version to ask for and becomes the one of the reply. A
+// name of more than kMaxVolumeName bytes is refused with kNameTooLong, though the builder takes it.
+int GetVolumeInformation(const char* volumeName, int* versionTag, VolumeRecord* record,
+                         ErrorText* errorText, const LogContext* log);
+
+// Room for every word at once.
+inline constexpr size_t kVolumeStatusTextSize = 256;
+
+// Writes a word for each status bit that is set, each followed by a blank: "online mounted ". A
+// clear mounted bit has a word too, so the text is never empty.
+void formatVolumeStatus(uint32_t status, char (&text)[kVolumeStatusTextSize]);
 
 } // namespace zrp

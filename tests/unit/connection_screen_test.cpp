@@ -1,5 +1,5 @@
 // The Connection screen and its dialog: the results of their functions.
-#include "common/requests/connection_information.h"
+#include "common/requests/connections.h"
 #include "common/result.h"
 #include "screens/connection.h"
 #include "tests/support/connection_replies.h"

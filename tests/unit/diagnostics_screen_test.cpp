@@ -1,4 +1,5 @@
 // The Diagnostics screen: the results of its functions; and the Version screen without a window.
+#include "common/heap_text.h"
 #include "common/requests/diagnostics.h"
 #include "common/result.h"
 #include "screens/diag_counters.h"

@@ -97,7 +97,7 @@ TEST(ScanListedVolume, GivesTheWholeNumber) {
     ListedName name;
     uint32_t status = 0;
     int64_t number = 0;
-    ASSERT_EQ(scan_listed_volume(reply.begin(), reply.length(), &offset, &name, &status, &number),
+    ASSERT_EQ(ScanListedVolume(reply.begin(), reply.length(), &offset, &name, &status, &number),
               kOk);
     EXPECT_STREQ(name, "A");
     EXPECT_EQ(status, 3U);

@@ -150,5 +150,98 @@ TEST(Document, WithoutRoomFinishesAsNull) {
     EXPECT_EQ(text_of(document), "(none)");
 }
 
+TEST(Sendable, OrdinaryTextAndEntitiesAreSent) {
+    for (const char* text :
+         {"", "DATA", "R&amp;D",
+          "Gr\xC3\xB6\xC3\x9F"
+          "e",
+          "a > b", "line 1\r\n\tline 2", "\x7F", "\"'", "&amp;&lt;&gt;&quot;&apos;",
+          "&#9;&#10;&#13;&#32;&#0228;&#xe4;&#xE4;&#x10FFFF;&#xD7FF;&#xE000;"}) {
+        EXPECT_TRUE(is_sendable(text)) << text;
+        XmlDocument document = start_document(256);
+        EXPECT_GT(WriteTextElement(document, tag::name, text), 0);
+        EXPECT_EQ(std::string(document.text.get()), "<name>" + std::string(text) + "</name>");
+    }
+}
+
+TEST(Sendable, ANameOutOfAReplyMayHoldAnyAmpersand) {
+    for (const char* text : {"R&D", "&", "&#0;", "&nbsp;", "R&amp;D", ""}) {
+        XmlDocument document = start_document(256);
+        EXPECT_GT(WriteReceivedName(document, tag::name, text), 0);
+        EXPECT_EQ(std::string(document.text.get()), "<name>" + std::string(text) + "</name>");
+    }
+    for (const char* text : {"<", "a\x1F", static_cast<const char*>(nullptr)}) {
+        XmlDocument document = start_document(256);
+        EXPECT_EQ(WriteReceivedName(document, tag::name, text), 0);
+        uint32_t length = 77;
+        errno = 0;
+        EXPECT_EQ(finish_document(document, &length), nullptr);
+        EXPECT_EQ(errno, EINVAL);
+    }
+}
+
+TEST(Sendable, MarkupAndControlCharactersEndTheDocument) {
+    for (const char* text : {"<",
+                             "a<b",
+                             "\x01",
+                             "a\x1F",
+                             "\x0B",
+                             "\x1B[31m",
+                             "R&D",
+                             "&",
+                             "a&",
+                             "&amp",
+                             "&Amp;",
+                             "&nbsp;",
+                             "& amp;",
+                             "&&amp;",
+                             "&#",
+                             "&#;",
+                             "&#12",
+                             "&#x;",
+                             "&#xG;",
+                             "&#X41;",
+                             "&#-65;",
+                             "&#+65;",
+                             "&# 65;",
+                             "&#65 ;",
+                             "&#0;",
+                             "&#1;",
+                             "&#x1F;",
+                             "&#xD800;",
+                             "&#xDFFF;",
+                             "&#xFFFE;",
+                             "&#xFFFF;",
+                             "&#x110000;",
+                             "&#99999999999999999999;",
+                             static_cast<const char*>(nullptr)}) {
+        EXPECT_FALSE(is_sendable(text));
+        XmlDocument documents[4];
+        for (XmlDocument& document : documents) {
+            document = start_document(256);
+        }
+        EXPECT_EQ(WriteTextElement(documents[0], tag::name, text), 0);
+        EXPECT_EQ(WriteNumberedParameter(documents[1], tag::parm, 0, text), 0);
+        EXPECT_EQ(WriteParmString(documents[2], text, "string", "v"), 0);
+        EXPECT_EQ(WriteParmString(documents[3], "n", "string", text), 0);
+        for (XmlDocument& document : documents) {
+            uint32_t length = 77;
+            errno = 0;
+            EXPECT_EQ(finish_document(document, &length), nullptr);
+            EXPECT_EQ(errno, EINVAL);
+            EXPECT_EQ(length, 77U);
+        }
+    }
+}
+
+TEST(Sendable, WhatDoesNotFitIsAMatterOfMemory) {
+    XmlDocument document = start_document(12);
+    WriteTextElement(document, tag::name, "abcdefgh");
+    uint32_t length = 0;
+    errno = 0;
+    EXPECT_EQ(finish_document(document, &length), nullptr);
+    EXPECT_EQ(errno, ENOMEM);
+}
+
 } // namespace
 } // namespace zrp

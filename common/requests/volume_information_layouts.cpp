@@ -1,6 +1,6 @@
 #include "common/requests/volume_information_layouts.h"
 
-#include "common/requests/volume_information.h"
+#include "common/requests/volume_records.h"
 #include "common/tags.h"
 
 namespace zrp {

@@ -1,4 +1,4 @@
-// Guards for text that comes from malloc: requests of the builders, replies of the transport.
+// Guards for malloc'ed text: requests from the builders, replies from the transport.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@ struct FreeDeleter {
     }
 };
 
-// Owns one malloc'ed block of characters and frees it at the end of its scope.
+// Owns one malloc'ed block of characters.
 using HeapText = std::unique_ptr<char, FreeDeleter>;
 
 // A reply and its length as the scanners take it. A reply of 2 GiB or more has a negative length,

@@ -34,7 +34,8 @@ constexpr size_t kNumberText = 24; // the digits, sign and terminator of any 64-
     return written;
 }
 
-// A name that a reply held: whatever the server calls a name, it opens and closes no element.
+// The rule for a name from a reply: any '&' is allowed, but nothing that opens or closes an
+// element.
 bool is_received_name(const char* text) {
     if (text == nullptr) {
         return false;

@@ -23,10 +23,9 @@ struct KeyMapping {
 };
 
 constexpr KeyMapping kSpecialKeys[] = {
-    {'\t', kNextScreenKey},          {KEY_RIGHT, kNextScreenKey},
-    {KEY_NPAGE, kNextScreenKey},     {KEY_BTAB, kPreviousScreenKey},
-    {KEY_PPAGE, kPreviousScreenKey}, {KEY_LEFT, kPreviousScreenKey},
-    {KEY_EXIT, KEY_F(12)},           {KEY_HOME, KEY_F(2)},
+    {'\t', kNextScreenKey},         {KEY_RIGHT, kNextScreenKey},     {KEY_NPAGE, kNextScreenKey},
+    {KEY_BTAB, kPreviousScreenKey}, {KEY_PPAGE, kPreviousScreenKey}, {KEY_LEFT, kPreviousScreenKey},
+    {KEY_EXIT, KEY_F(12)},          {KEY_HOME, kStartScreen},
 };
 
 // The cells that show the line.

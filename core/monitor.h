@@ -9,13 +9,8 @@
 
 namespace zrp {
 
-// A screen is identified by the ncurses code of its function key.
-inline constexpr int kGeneralScreen = KEY_F(2);
-inline constexpr int kVolumeScreen = KEY_F(3);
-inline constexpr int kConnectionScreen = KEY_F(4);
-inline constexpr int kDiagnosticsScreen = KEY_F(5);
-inline constexpr int kParametersScreen = KEY_F(6);
-inline constexpr int kVersionScreen = KEY_F(7);
+// The screen shown at the start. A screen is identified by the ncurses code of its function key.
+inline constexpr int kStartScreen = KEY_F(2);
 
 inline constexpr int kMinRefreshSeconds = 1;
 inline constexpr int kMaxRefreshSeconds = 60;
@@ -23,7 +18,7 @@ inline constexpr int kMaxRefreshSeconds = 60;
 // Written by the main thread and, where the comment says so, by the refresh thread. Fields that
 // both touch are atomic; the others are set before the refresh thread starts.
 struct MonitorState {
-    std::atomic<int> currentScreen{kGeneralScreen};
+    std::atomic<int> currentScreen{kStartScreen};
     std::atomic<int> refreshInterval{kMinRefreshSeconds}; // seconds between two passes
     std::atomic<int> intervalUnderWay{0};                 // of the latest wait, which keeps it
 

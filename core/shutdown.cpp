@@ -21,7 +21,7 @@ void cleanup_and_exit(int /*sig*/) {
     destroy_win(monitorState.upTimeWindow);
     close_terminal();
     IPCServTerm();
-    screen_set().release();
+    run_hook(&Screen::release);
     close_trace();
     exit(EXIT_SUCCESS);
 }

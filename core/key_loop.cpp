@@ -70,7 +70,7 @@ constexpr KeyBinding kKeyBindings[] = {
     {'+', refresh_less_often}, {'-', refresh_more_often},
 };
 
-// Null for a key that none is bound to.
+// Null for a key without a binding.
 KeyAction action_of(int key) {
     for (const KeyBinding& binding : kKeyBindings) {
         if (binding.key == key) {
@@ -80,7 +80,7 @@ KeyAction action_of(int key) {
     return nullptr;
 }
 
-// Acts on a key. Returns the screen that it opens, or null.
+// Acts on a key. Returns the screen to open next, or null.
 const Screen* act_on_key(int key, const Screen* from) {
     const KeyAction action = action_of(key);
     return action != nullptr ? action(from) : find_screen(key);
@@ -95,14 +95,14 @@ const Screen* act_on_typed_key(int key) {
     return act_on_key(key, shown_screen());
 }
 
-// Runs a screen's dialog. Returns the screen that the user went on to from there, or null.
+// Runs the dialog of a screen. Returns the screen to open next, or null.
 const Screen* run_dialog(const Screen* screen) {
     int fkeyHit = 0;
     int fkey = 0;
     pause_refresh();
     const int rc = screen->runDialog(&fkeyHit, &fkey);
     if (rc == kOk && fkeyHit != 0 && action_of(fkey) == end_program) {
-        request_termination(); // or a pass that a mute daemon holds would hold up resuming
+        request_termination(); // otherwise a pass that waits for a mute daemon delays the resume
     }
     resume_refresh();
     if (rc != kOk) {
@@ -115,8 +115,7 @@ const Screen* run_dialog(const Screen* screen) {
     return act_on_key(fkey, screen);
 }
 
-// Opens a screen: through its dialog where it has one. Returns the screen to open after it, or
-// null.
+// Opens a screen, through its dialog if it has one. Returns the screen to open next, or null.
 const Screen* open_screen(const Screen* screen) {
     if (screen->runDialog != nullptr) {
         return run_dialog(screen);

@@ -36,7 +36,7 @@ void print_usage() {
     fflush(stdout);
 }
 
-// True when the program goes on.
+// Returns false if the program is to exit.
 bool read_options(int argc, char** argv) {
     for (;;) {
         const int choice = getopt_long(argc, argv, "?hHd", kLongOptions, nullptr);
@@ -62,7 +62,7 @@ void release_on_early_exit() {
     close_trace();
 }
 
-// Tells the user what the terminal lacks. True when it is large enough.
+// If the terminal is too small, returns it to the shell, says so and returns false.
 bool terminal_is_large_enough() {
     const char* lacking = nullptr;
     if (monitorState.screenLines < kMinLines) {
@@ -141,7 +141,7 @@ int run_monitor(int argc, char** argv, const ScreenSet& screens) {
     create_main_window();
     request_first_draw();
     start_refresh_thread();
-    read_function_keys(); // the thread may draw by now
+    read_function_keys(); // locks ncurses, since the refresh thread runs
     key_loop();
 }
 

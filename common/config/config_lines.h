@@ -3,8 +3,8 @@
 #pragma once
 
 #include <cstdio>
-#include <memory>
 
+#include "../file_guard.h"
 #include "config_file.h"
 
 #pragma GCC visibility push(hidden)
@@ -22,13 +22,7 @@ struct ConfigLine {
     size_t length; // of the bytes read, so that a zero byte within them is not an end
 };
 
-struct ConfigFileCloser {
-    void operator()(FILE* file) const {
-        fclose(file);
-    }
-};
-
-using ConfigFile = std::unique_ptr<FILE, ConfigFileCloser>;
+using ConfigFile = File;
 
 // Opens with "a+", reading from the start. Null when the file cannot be opened.
 ConfigFile open_config(const char* path);

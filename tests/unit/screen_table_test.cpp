@@ -4,6 +4,7 @@
 
 #include "core/menu.h"
 #include "core/monitor.h"
+#include "tests/support/expected_screens.h"
 
 namespace zrp {
 namespace {
@@ -18,26 +19,19 @@ protected:
 };
 
 TEST_F(ScreenTable, HasTheScreensInTheOrderOfTheirFunctionKeys) {
-    const struct {
-        int key;
-        const char* menuText;
-        bool dialog;
-    } expected[] = {{266, "General", false},    {267, "Volume", true},
-                    {268, "Connection", true},  {269, "Diagnostics", true},
-                    {270, "Parameters", false}, {271, "Version", false}};
-    ASSERT_EQ(screens.size(), std::size(expected));
-    for (size_t i = 0; i < std::size(expected); i++) {
-        EXPECT_EQ(screens[i].key, expected[i].key);
-        EXPECT_STREQ(screens[i].menuText, expected[i].menuText);
-        EXPECT_EQ(screens[i].runDialog != nullptr, expected[i].dialog) << screens[i].menuText;
+    ASSERT_EQ(screens.size(), std::size(kExpectedScreens));
+    for (size_t i = 0; i < screens.size(); i++) {
+        const ExpectedScreen& expected = kExpectedScreens[i];
+        EXPECT_EQ(screens[i].key, expected.key);
+        EXPECT_STREQ(screens[i].menuText, expected.menuText);
+        EXPECT_EQ(screens[i].runDialog != nullptr, expected.hasDialog) << expected.menuText;
     }
 }
 
 TEST_F(ScreenTable, GivesTheTwoLinesOfTheMenu) {
     const Menu menu = make_menu(screens);
-    EXPECT_STREQ(menu.lines[0],
-                 "[F12] Exit [F2] General [F3] Volume [F4] Connection [F5] Diagnostics");
-    EXPECT_STREQ(menu.lines[1], "[F6] Parameters [F7] Version [+/-] sec. [tab] Next Scr");
+    EXPECT_STREQ(menu.lines[0], kExpectedMenu[0]);
+    EXPECT_STREQ(menu.lines[1], kExpectedMenu[1]);
 }
 
 TEST_F(ScreenTable, HoldsTheScreenOfTheStart) {

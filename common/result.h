@@ -26,8 +26,7 @@
 //  8. A reply with a length of 0 or below is empty. (As an int, the length of a reply of 2 GiB or
 //     more is negative.) A scanner returns kInvalid for an empty reply, for the reply to another
 //     command, and for a reply that lacks an element that the scanner needs.
-//  9. A scanner of a list reads one item. *offset is 0 before the first call, and each call moves
-//  it
+//  9. A scanner of a list reads one item. *offset is 0 before the first call; each call moves it
 //     past the item that it read.
 // 10. A text that is copied into an array is NUL-terminated and cut to fit, without splitting a
 //     UTF-8 sequence. A pointer with a length is a view into the reply: not terminated, and valid

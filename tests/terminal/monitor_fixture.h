@@ -31,6 +31,9 @@ inline constexpr ScreenCase kParameters = {"Parameters", Key::kF6, nullptr, null
 inline constexpr ScreenCase kVersion = {"Version", Key::kF7, nullptr, nullptr,
                                         "ZRP Server Components"};
 
+inline constexpr ScreenCase kInOrderOfTab[] = {kGeneral,     kVolume,     kConnection,
+                                               kDiagnostics, kParameters, kVersion};
+
 inline constexpr ScreenCase kDialogs[] = {kVolume, kConnection, kDiagnostics};
 
 struct MonitorFixture {

@@ -11,10 +11,10 @@ namespace {
 using harness::milliseconds;
 
 struct Move {
-    const ScreenCase& from;
+    ScreenCase from;
     const char* keyName;
     Key key;
-    const ScreenCase& to;
+    ScreenCase to;
 };
 
 std::ostream& operator<<(std::ostream& out, const Move& move) {
@@ -38,25 +38,24 @@ TEST_P(ScreenMove, LeadsToTheNeighbour) {
     expect_clean_end(fixture.terminal);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Keys, ScreenMove,
-    testing::Values(Move{kGeneral, "Tab", Key::kTab, kVolume},
-                    Move{kGeneral, "Right", Key::kRight, kVolume},
-                    Move{kVolume, "Tab", Key::kTab, kConnection},
-                    Move{kConnection, "Tab", Key::kTab, kDiagnostics},
-                    Move{kDiagnostics, "Tab", Key::kTab, kParameters},
-                    Move{kParameters, "Tab", Key::kTab, kVersion},
-                    Move{kVersion, "Tab", Key::kTab, kGeneral},
-                    Move{kVersion, "Right", Key::kRight, kGeneral},
-                    Move{kGeneral, "ShiftTab", Key::kShiftTab, kVersion},
-                    Move{kGeneral, "Left", Key::kLeft, kVersion},
-                    Move{kVolume, "ShiftTab", Key::kShiftTab, kGeneral},
-                    Move{kConnection, "ShiftTab", Key::kShiftTab, kVolume},
-                    Move{kDiagnostics, "ShiftTab", Key::kShiftTab, kConnection},
-                    Move{kParameters, "ShiftTab", Key::kShiftTab, kDiagnostics},
-                    Move{kParameters, "Left", Key::kLeft, kDiagnostics},
-                    Move{kVersion, "ShiftTab", Key::kShiftTab, kParameters}),
-    [](const auto& move) { return std::string(move.param.from.name) + "_" + move.param.keyName; });
+std::vector<Move> moves() {
+    const ScreenCase& last = *std::rbegin(kInOrderOfTab);
+    std::vector<Move> all = {{kGeneral, "Right", Key::kRight, kVolume},
+                             {last, "Right", Key::kRight, kGeneral},
+                             {kGeneral, "Left", Key::kLeft, last},
+                             {kParameters, "Left", Key::kLeft, kDiagnostics}};
+    const ScreenCase* before = &last;
+    for (const ScreenCase& screen : kInOrderOfTab) {
+        all.push_back({*before, "Tab", Key::kTab, screen});
+        all.push_back({screen, "ShiftTab", Key::kShiftTab, *before});
+        before = &screen;
+    }
+    return all;
+}
+
+INSTANTIATE_TEST_SUITE_P(Keys, ScreenMove, testing::ValuesIn(moves()), [](const auto& move) {
+    return std::string(move.param.from.name) + "_" + move.param.keyName;
+});
 
 // The screens that the chain passes are never switched to: nobody asks for their figures.
 void expect_dialogs_only(const MonitorFixture& fixture) {

@@ -86,8 +86,9 @@ int note_update(WINDOW* /*window*/) {
     return 0;
 }
 
-constexpr Screen kScreens[] = {{kGeneralScreen, "General", note_labels, note_update, nullptr}};
-constexpr ScreenSet kNotingScreens = {kScreens, 1, note_strip, nullptr, nullptr, nullptr};
+constexpr Screen kScreens[] = {
+    {.key = kStartScreen, .menuText = "First", .drawLabels = note_labels, .update = note_update}};
+constexpr ScreenSet kNotingScreens = {kScreens, note_strip};
 
 template <typename Condition>
 bool wait_until(const Condition& condition) {
@@ -119,7 +120,7 @@ protected:
         stop_refresh_thread();
         destroy_win(monitorState.mainWindow);
         monitorState.mainWindow = nullptr;
-        monitorState.currentScreen.store(kGeneralScreen);
+        monitorState.currentScreen.store(kStartScreen);
         monitorState.refreshFirstDraw.store(0);
     }
 };
@@ -162,7 +163,7 @@ TEST_F(RefreshThread, AFirstDrawRequestedWhilePausedIsPerformedAfterResume) {
 }
 
 TEST_F(RefreshThread, AnUnknownScreenDrawsNothingButKeepsTheStripCurrent) {
-    for (const int screen : {kGeneralScreen - 1, kUnknownScreen}) {
+    for (const int screen : {kStartScreen - 1, kUnknownScreen}) {
         monitorState.currentScreen.store(screen);
         request_first_draw();
         ASSERT_EQ(start_refresh_thread(), 0);

@@ -17,11 +17,25 @@
 #include <gtest/gtest.h>
 
 #include "core/signals.h"
+#include "tools/harness/deadline.h"
 
 namespace zrp {
 namespace {
 
 using std::chrono::milliseconds;
+
+// Checks the condition every few milliseconds until it holds. False at the deadline.
+template <typename Condition>
+bool wait_until(const Condition& condition) {
+    const harness::Deadline deadline(harness::kPatience);
+    while (!condition()) {
+        if (deadline.passed()) {
+            return false;
+        }
+        std::this_thread::sleep_for(milliseconds{2});
+    }
+    return true;
+}
 
 // A folder of the test's own, removed at its end.
 class Folder {
@@ -112,10 +126,7 @@ TEST(ShellCommand, LeavesSignalsForTheProgramWhileItRuns) {
     static volatile sig_atomic_t arrived = 0;
     const auto previous = signal(SIGINT, [](int) { arrived = 1; });
     ASSERT_EQ(run_shell_command(("kill -INT " + std::to_string(getpid())).c_str()), 0);
-    for (int i = 0; i < 1000 && arrived == 0; i++) {
-        std::this_thread::sleep_for(milliseconds{1});
-    }
-    EXPECT_EQ(arrived, 1);
+    EXPECT_TRUE(wait_until([] { return arrived == 1; }));
     signal(SIGINT, previous);
 }
 
@@ -167,9 +178,7 @@ TEST(ShellCommand, LeavesNoDescriptorAndNoChildBehind) {
 // Status 0 when the whole pipeline was ended long before its time, and nothing starts afterwards.
 [[noreturn]] void end_while_running(const std::string& pids) {
     std::thread asker([&pids] {
-        while (contents(pids).find('\n') == std::string::npos) {
-            std::this_thread::sleep_for(milliseconds{5});
-        }
+        wait_until([&pids] { return contents(pids).find('\n') != std::string::npos; });
         request_termination();
     });
     const int status =
@@ -177,10 +186,7 @@ TEST(ShellCommand, LeavesNoDescriptorAndNoChildBehind) {
     asker.join();
     const pid_t shell = std::stoi(contents(pids));
     const bool killed = WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
-    for (int i = 0; i < 1000 && kill(-shell, 0) == 0; i++) {
-        std::this_thread::sleep_for(milliseconds{5});
-    }
-    const bool groupIsGone = kill(-shell, 0) != 0;
+    const bool groupIsGone = wait_until([shell] { return kill(-shell, 0) != 0; });
     const bool refused = run_shell_command("true") == -1;
     _exit(killed && groupIsGone && refused ? 0 : 1);
 }

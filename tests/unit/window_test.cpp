@@ -84,8 +84,22 @@ TEST_F(Window, TurnsWhatSteersATerminalIntoQuestionMarks) {
     EXPECT_EQ(row(3), "a??z");
 }
 
-TEST_F(Window, NoWindowNeedsNoDestroying) {
+TEST_F(Window, DestroyingNoWindowLeavesTheTerminalAsItIs) {
+    print_at(window, 1, 1, "%s", "kept");
+    refresh_window(window);
+    const std::string shown = terminal_row(1);
+    ASSERT_NE(shown.find("kept"), std::string::npos);
     destroy_win(nullptr);
+    EXPECT_EQ(row(1), "kept");
+    EXPECT_EQ(terminal_row(1), shown);
+}
+
+TEST_F(Window, DestroyingAWindowWipesItOffTheTerminal) {
+    WINDOW* const other = create_newwin(kHeight, kWidth, kHeight, 0);
+    ASSERT_NE(other, nullptr);
+    ASSERT_NE(terminal_row(kHeight), "");
+    destroy_win(other);
+    EXPECT_EQ(terminal_row(kHeight), "");
 }
 
 } // namespace

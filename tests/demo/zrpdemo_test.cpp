@@ -1,10 +1,8 @@
 #include <algorithm>
 #include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <unistd.h>
 
 #include "tests/demo/piped.h"
+#include "tools/harness/process_state.h"
 #include "tools/harness/terminal.h"
 
 namespace zrp {
@@ -13,38 +11,8 @@ namespace {
 using harness::Key;
 using harness::Terminal;
 
-bool is_number(const std::string& text) {
-    return std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-}
-
-// The parent of a process, from the field behind its name and state; the name may hold anything.
-pid_t parent_of(const std::filesystem::path& process) {
-    std::ifstream file(process / "stat");
-    std::string line;
-    std::getline(file, line);
-    const size_t name = line.rfind(')');
-    return name == std::string::npos ? -1 : std::stoi(line.substr(name + 4));
-}
-
-std::vector<pid_t> children_of(pid_t parent) {
-    std::vector<pid_t> children;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-        const std::string name = entry.path().filename();
-        if (is_number(name) && parent_of(entry.path()) == parent) {
-            children.push_back(std::stoi(name));
-        }
-    }
-    return children;
-}
-
-// Whether they have ended, be it that nobody has asked for their status yet: whoever inherits them
-// may take its time.
-bool are_gone(const std::vector<pid_t>& processes) {
-    return std::all_of(processes.begin(), processes.end(), [](pid_t pid) {
-        std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-        std::string line;
-        return !std::getline(file, line) || line.find(") Z ") != std::string::npos;
-    });
+bool all_have_ended(const std::vector<pid_t>& processes) {
+    return std::all_of(processes.begin(), processes.end(), harness::has_ended);
 }
 
 // The demonstration on a terminal, up to its first up time.
@@ -52,7 +20,7 @@ struct Live {
     Live() : terminal({.child = {.arguments = {ZRPDEMO_PROGRAM}}}) {
         cameUp = terminal.wait_until(
             [&] { return terminal.row(3).find(" Second") != std::string::npos; });
-        processes = children_of(terminal.child().pid());
+        processes = harness::children_of(terminal.child().pid());
     }
 
     Terminal terminal;
@@ -144,7 +112,7 @@ TEST_F(Demo, WithATerminalTheMonitorRunsOnIt) {
     live.terminal.press(Key::kF12);
     EXPECT_EQ(live.terminal.wait_for_exit(), ExitStatus{}) << live.terminal.text();
     EXPECT_FALSE(live.terminal.screen().alternate_screen());
-    EXPECT_TRUE(are_gone(live.processes));
+    EXPECT_TRUE(all_have_ended(live.processes));
 }
 
 TEST_F(Demo, CtrlCEndsItInOrder) {
@@ -153,7 +121,7 @@ TEST_F(Demo, CtrlCEndsItInOrder) {
     live.terminal.type("\x03");
     EXPECT_EQ(live.terminal.wait_for_exit(), ExitStatus{}) << live.terminal.text();
     EXPECT_FALSE(live.terminal.screen().alternate_screen());
-    EXPECT_TRUE(are_gone(live.processes));
+    EXPECT_TRUE(all_have_ended(live.processes));
 }
 
 TEST_F(Demo, ASignalIsPassedOnToTheMonitor) {
@@ -163,7 +131,7 @@ TEST_F(Demo, ASignalIsPassedOnToTheMonitor) {
         live.terminal.child().send_signal(signal);
         EXPECT_EQ(live.terminal.wait_for_exit(), ExitStatus{}) << live.terminal.text();
         EXPECT_FALSE(live.terminal.screen().alternate_screen());
-        EXPECT_TRUE(are_gone(live.processes));
+        EXPECT_TRUE(all_have_ended(live.processes));
     }
 }
 
@@ -172,7 +140,7 @@ TEST_F(Demo, TheTerminalGoingAwayEndsIt) {
     ASSERT_TRUE(live.cameUp) << live.terminal.text();
     live.terminal.hang_up();
     EXPECT_TRUE(live.terminal.wait_for_exit());
-    EXPECT_TRUE(are_gone(live.processes));
+    EXPECT_TRUE(all_have_ended(live.processes));
 }
 
 TEST_F(Demo, KillingItLeavesNothingRunning) {
@@ -180,7 +148,7 @@ TEST_F(Demo, KillingItLeavesNothingRunning) {
     ASSERT_TRUE(live.cameUp) << live.terminal.text();
     ASSERT_EQ(live.processes.size(), 2U);
     live.terminal.child().send_signal(SIGKILL);
-    EXPECT_TRUE(live.terminal.wait_until([&] { return are_gone(live.processes); }));
+    EXPECT_TRUE(live.terminal.wait_until([&] { return all_have_ended(live.processes); }));
 }
 
 } // namespace

@@ -52,7 +52,7 @@ TEST_F(DiagnosticsDialog, AnEmptyLineOrQKeepsTheScreen) {
         ASSERT_TRUE(choose(terminal, text)) << text;
         ASSERT_TRUE(terminal.wait_until([&] { return shows_box_only(terminal); })) << text;
     }
-    terminal.pump(harness::milliseconds{1500});
+    ASSERT_TRUE(wait_for_whole_pass());
     EXPECT_EQ(daemons.asked_main() + daemons.asked_storage(), 0U);
 }
 

@@ -1,4 +1,4 @@
-// The world of the Diagnostics tests: both daemons, and the ways through the dialog.
+// Common to the tests of the Diagnostics screen: both daemons, and the way through the dialog.
 #pragma once
 
 #include <string>
@@ -46,6 +46,9 @@ public:
 
     [[nodiscard]] size_t asked_main() const {
         return main.requests(kServerCommand).size();
+    }
+    [[nodiscard]] size_t asked_statistics() const {
+        return main.requests("serverStatistics").size();
     }
     [[nodiscard]] size_t asked_storage() const {
         return storage.requests(kBksCommand).size();
@@ -111,6 +114,13 @@ protected:
         if (terminal.is_open()) {
             expect_clean_end(terminal);
         }
+    }
+
+    // Waits until a pass that began after the call is over: the next one begins with a request for
+    // statistics, as does the update of General.
+    bool wait_for_whole_pass() {
+        const size_t before = daemons.asked_statistics();
+        return terminal.wait_until([&] { return daemons.asked_statistics() >= before + 3; });
     }
 
     // The General screen with a figure, to tell it from all others.

@@ -8,7 +8,6 @@ namespace {
 using namespace diagnostics_fixture;
 
 using Diagnostics = DiagnosticsTest;
-using harness::milliseconds;
 
 TEST_F(Diagnostics, NineAsksTheMainDaemonAndShowsFourColons) {
     ASSERT_TRUE(choose(terminal, "9"));
@@ -45,7 +44,8 @@ TEST_F(Diagnostics, MinusOneIsAcceptedAndNobodyIsAsked) {
     ASSERT_TRUE(choose(terminal, "-1"));
     ASSERT_TRUE(terminal.wait_until([&] { return shows_box_only(terminal); })) << terminal.text();
     const size_t asked = daemons.asked_main();
-    terminal.pump(milliseconds{2500});
+    ASSERT_TRUE(wait_for_whole_pass());
+    ASSERT_TRUE(terminal.wait_for_rest());
     EXPECT_EQ(daemons.asked_main(), asked);
     EXPECT_TRUE(shows_box_only(terminal)) << terminal.text();
 }
@@ -69,7 +69,7 @@ TEST_F(Diagnostics, ARejectedChoiceKeepsAnotherScreen) {
     ASSERT_TRUE(show_figure());
     ASSERT_TRUE(choose(terminal, "19"));
     ASSERT_TRUE(terminal.wait_for("figure: 111"));
-    terminal.pump(milliseconds{1500});
+    ASSERT_TRUE(wait_for_whole_pass());
     EXPECT_EQ(daemons.asked_storage(), 0U);
 }
 

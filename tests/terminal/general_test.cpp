@@ -1,6 +1,7 @@
 // The General screen and the up-time strip.
 
 #include "tests/terminal/session.h"
+#include "tests/terminal/thread_sleeps.h"
 
 namespace zrp {
 namespace {
@@ -229,11 +230,11 @@ INSTANTIATE_TEST_SUITE_P(
               {read_request(), send_bytes(reply(std::string("\x00\x1b[2J<\xff<<\"", 10)))}}),
     [](const auto& fault) { return std::string(fault.param.name); });
 
-TEST(General, WithoutADaemonTheScreenStandsAndFillsOnceThereIsOne) {
+TEST(General, WithoutADaemonTheScreenIsEmptyAndFillsOnceThereIsOne) {
     ZRP_NEEDS_ROOT();
     Terminal terminal(monitor());
     ASSERT_TRUE(wait_for_windows(terminal));
-    terminal.pump(harness::milliseconds{1200});
+    ASSERT_TRUE(wait_for_idle_pass(terminal));
     EXPECT_EQ(terminal.screen().text_at(kStripTextRow, 2, 40),
               "Server Up Time:" + std::string(25, ' '));
     const ScriptedPeer peer(kMainDaemonSocket, answers({kNewValues}));

@@ -5,9 +5,9 @@
 #include <mutex>
 #include <optional>
 
-#include "tests/terminal/idle_passes.h"
 #include "tests/terminal/session.h"
 #include "tests/terminal/simulator.h"
+#include "tests/terminal/thread_sleeps.h"
 
 namespace zrp {
 namespace {

@@ -8,8 +8,6 @@
 namespace zrp {
 namespace {
 
-using harness::milliseconds;
-
 struct Move {
     const ScreenCase& from;
     const char* keyName;
@@ -221,10 +219,11 @@ TEST_P(InDialog, TypingFastWhileTheStripIsRedrawnLeavesNoWrongCell) {
     const harness::Deadline deadline(harness::kPatience);
     while (fixture.strips() < first + 4 && !deadline.passed()) {
         fixture.terminal.type("1234567890");
-        fixture.terminal.pump(milliseconds{5});
+        fixture.terminal.wait_for_output();
         fixture.terminal.type(std::string(10, '\x7f'));
-        fixture.terminal.pump(milliseconds{5});
+        fixture.terminal.wait_for_output();
     }
+    ASSERT_GE(fixture.strips(), first + 4);
     fixture.daemon->answer("serverStatistics", {statistics(up_time("9"))});
     EXPECT_TRUE(fixture.terminal.wait_until([&] {
         return fixture.terminal.screen().snapshot() == before;

@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "tests/terminal/session.h"
+#include "tests/terminal/thread_sleeps.h"
 #include "tests/terminal/trace_folder.h"
 
 namespace zrp {
@@ -152,7 +153,8 @@ TEST(StartUp, ResizingTheTerminalLaterMovesNoWindow) {
     terminal.resize(45, 120);
     terminal.press(Key::kF6);
     terminal.press(Key::kF2);
-    terminal.pump(harness::milliseconds{1500});
+    ASSERT_TRUE(terminal.wait_for_rest()); // both switches are done
+    ASSERT_TRUE(wait_for_idle_pass(terminal));
     EXPECT_EQ(terminal.cell(2, 78).text, kTopRight) << terminal.text();
     EXPECT_EQ(terminal.cell(19, 78).text, kBottomRight) << terminal.text();
     expect_clean_end(terminal);

@@ -1,37 +1,31 @@
-// Passes of the monitor that nobody else sees: its daemons do not listen.
+// What the monitor's threads do that neither a daemon nor the terminal notices.
 #pragma once
 
-#include <filesystem>
-#include <fstream>
-#include <string>
-
 #include "tests/terminal/session.h"
+#include "tools/harness/process_state.h"
 
 namespace zrp {
 
-// How often the threads beside the first have lain down to wait. Without a daemon to wait for, the
-// refresh thread does so at the end of each pass and hardly elsewhere.
-inline long refresh_thread_waits(pid_t monitor) {
-    const std::string first = std::to_string(monitor);
-    long waits = 0;
-    for (const auto& thread : std::filesystem::directory_iterator("/proc/" + first + "/task")) {
-        std::ifstream status(thread.path() / "status");
-        for (std::string word; thread.path().filename() != first && status >> word;) {
-            long count = 0;
-            if (word == "voluntary_ctxt_switches:" && status >> count) {
-                waits += count;
-            }
-        }
-    }
-    return waits;
+inline long main_thread_sleeps(pid_t monitor) {
+    return harness::sleeps_of_thread(monitor, monitor);
 }
 
-// Waits until a pass that began after the call is over and printed: the first wait can be the end
-// of the one under way.
+// Of all threads but the main one: a sanitizer may add its own to the refresh thread.
+inline long refresh_thread_sleeps(pid_t monitor) {
+    long sleeps = 0;
+    for (const pid_t thread : harness::threads_of(monitor)) {
+        sleeps += thread == monitor ? 0 : harness::sleeps_of_thread(monitor, thread);
+    }
+    return sleeps;
+}
+
+// Waits for a pass that began after the call and is printed. For a monitor without a daemon: its
+// refresh thread sleeps at the end of each pass and hardly anywhere else. The first sleep may
+// belong to the pass under way.
 inline bool wait_for_idle_pass(Terminal& terminal) {
-    const auto waits = [&] { return refresh_thread_waits(terminal.child().pid()); };
-    const long before = waits();
-    return terminal.wait_until([&] { return waits() >= before + 3; }) && terminal.wait_for_rest();
+    const auto sleeps = [&] { return refresh_thread_sleeps(terminal.child().pid()); };
+    const long before = sleeps();
+    return terminal.wait_until([&] { return sleeps() >= before + 3; }) && terminal.wait_for_rest();
 }
 
 } // namespace zrp

@@ -10,12 +10,12 @@
 #include "tests/terminal/command_answers.h"
 #include "tests/terminal/session.h"
 #include "tests/terminal/simulator.h"
+#include "tools/harness/process_state.h"
 
 namespace zrp {
 namespace {
 
 using harness::ChildProcess;
-using harness::milliseconds;
 
 constexpr int kTop = kMainTop;
 constexpr int kColumn = 6;          // of the terminal
@@ -65,6 +65,26 @@ struct Machine {
         options.child.environment.push_back("PATH=" + programs + ":" + getenv("PATH"));
         return options;
     }
+};
+
+// A main daemon that never answers, and so counts the passes of the monitor.
+class PassCounter {
+public:
+    PassCounter() {
+        daemon.answer(kStrip, {});
+    }
+
+    // Waits until a pass that began after the call is over: the next one begins with the strip.
+    bool wait_for_whole_pass(Terminal& terminal) const {
+        const size_t before = daemon.requests(kStrip).size();
+        return terminal.wait_until([&] { return daemon.requests(kStrip).size() >= before + 2; });
+    }
+
+private:
+    static constexpr const char* kStrip = "serverStatistics";
+
+    CommandAnswers daemon;
+    const ScriptedPeer peer{kMainDaemonSocket, {daemon.script()}};
 };
 
 std::string at_line(const Terminal& terminal, int line) {
@@ -298,10 +318,11 @@ TEST(Version, NothingThatTheCommandsPrintLandsOnTheScreen) {
     machine.replace_program("strings", noise + "exit 1");
     machine.replace_program("grep", noise + "exit 1");
     machine.replace_program("uname", noise + "echo i386");
+    const PassCounter passes;
     Terminal terminal(machine.monitor());
     ASSERT_TRUE(show_versions(terminal)) << terminal.text();
     ASSERT_TRUE(terminal.wait_for("i386"));
-    terminal.pump(milliseconds{1500});
+    ASSERT_TRUE(passes.wait_for_whole_pass(terminal));
     expect_clean_end(terminal);
     EXPECT_EQ(terminal.raw_output().find("NOISE"), std::string::npos);
     EXPECT_EQ(terminal.raw_output().find("/dev/tty"), std::string::npos);
@@ -312,9 +333,10 @@ TEST(Version, WithoutTheProductsFoldersTheErrorsOfTheShellStayOffTheScreen) {
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
     std::filesystem::remove_all("/opt/velmora");
+    const PassCounter passes;
     Terminal terminal(machine.monitor());
     ASSERT_TRUE(show_versions(terminal)) << terminal.text();
-    terminal.pump(milliseconds{1500});
+    ASSERT_TRUE(passes.wait_for_whole_pass(terminal));
     expect_lines(terminal, {std::string("    ") + kTitle, kOwnLine, "", "", ""});
     expect_clean_end(terminal);
     EXPECT_EQ(terminal.raw_output().find("velmora"), std::string::npos);
@@ -328,15 +350,16 @@ TEST(Version, LinksInPlaceOfItsTemporaryFilesAreNotFollowed) {
     const std::string dangling = machine.programs + "/dangling";
     std::ofstream(victim) << "precious";
     machine.opt.write("velmora/zrpserv/sbin/zrpcon", binary("VeRsIoN = console 5"));
-    // The links stand there before, and come back while the command runs.
+    // The links are there before, and come back while the command runs.
     std::filesystem::create_symlink(victim, kMarkerFile);
     std::filesystem::create_symlink(dangling, kPlatformFile);
     const std::string inTheMiddle = "ln -sf " + victim + " " + kPlatformFile + "; echo i386";
     machine.replace_program("uname", inTheMiddle);
+    const PassCounter passes;
     Terminal terminal(machine.monitor());
     ASSERT_TRUE(show_versions(terminal)) << terminal.text();
     EXPECT_TRUE(terminal.wait_for("[zrpcon] console 5"));
-    terminal.pump(milliseconds{1500});
+    ASSERT_TRUE(passes.wait_for_whole_pass(terminal));
     EXPECT_EQ(terminal.screen().find_row("Platform"), -1) << terminal.text();
     EXPECT_EQ(terminal.screen().find_row("precious"), -1) << terminal.text();
     expect_clean_end(terminal);
@@ -380,14 +403,7 @@ TEST_P(VersionEnding, DoesNotWaitForACommandThatTakesLong) {
     pid_t pid = 0;
     std::ifstream(started) >> pid;
     ASSERT_GT(pid, 0);
-    EXPECT_TRUE(terminal.wait_until([&] {
-        std::ifstream status("/proc/" + std::to_string(pid) + "/stat");
-        std::string number;
-        std::string name;
-        std::string state;
-        status >> number >> name >> state;
-        return state.empty() || state == "Z"; // gone, but for whoever collects orphans here
-    }));
+    EXPECT_TRUE(terminal.wait_until([&] { return harness::has_ended(pid); }));
     EXPECT_FALSE(std::filesystem::exists(kMarkerFile));
 }
 

@@ -59,6 +59,14 @@ struct VolumeFixture {
         return terminal.wait_for_text(kTitleRow, kTitleColumn, "Volume: ");
     }
 
+    // Waits until a pass of the Volume screen that began after the call is over: the next one
+    // begins with the strip's request.
+    bool wait_for_whole_pass() {
+        const auto strips = [&] { return daemon->requests("serverStatistics").size(); };
+        const size_t before = strips();
+        return terminal.wait_until([&] { return strips() >= before + 2; });
+    }
+
     static std::unique_ptr<CommandAnswers> prepared(const std::vector<std::string>& lists) {
         auto answers = std::make_unique<CommandAnswers>();
         answers->answer("serverStatistics", {statistics(parm("figure", "1"))});

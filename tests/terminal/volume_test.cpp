@@ -116,7 +116,7 @@ TEST(Volume, AVolumeNameOf17CharactersIsSelectedButNeverAskedFor) {
     ASSERT_TRUE(fixture.choose("1", {}));
     EXPECT_TRUE(
         fixture.terminal.wait_for_text(kTitleRow, kTitleColumn, "Volume: ABCDEFGHIJKLMNOPQ"));
-    fixture.terminal.pump(harness::milliseconds{1500});
+    ASSERT_TRUE(fixture.wait_for_whole_pass());
     EXPECT_TRUE(fixture.daemon->requests("volumeInformation").empty());
     EXPECT_EQ(value(fixture, kStatusRow, 10), std::string(10, ' '));
 }

@@ -5,8 +5,6 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
-#include <filesystem>
-#include <fstream>
 #include <ostream>
 #include <poll.h>
 #include <sys/ioctl.h>
@@ -15,6 +13,8 @@
 #include <sys/wait.h>
 #include <system_error>
 #include <thread>
+
+#include "tools/harness/process_state.h"
 
 namespace zrp::harness {
 namespace {
@@ -116,7 +116,7 @@ bool take_streams(const std::array<int, 3>& streams) {
     return true;
 }
 
-bool set_the_stage(const Plan& plan) {
+bool prepare_child(const Plan& plan) {
     if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0) {
         return false;
     }
@@ -135,7 +135,7 @@ bool set_the_stage(const Plan& plan) {
 
 [[noreturn]] void run_child(const Plan& plan) {
     reset_signals();
-    if (set_the_stage(plan)) {
+    if (prepare_child(plan)) {
         // Best effort: older kernels lack the flag, and our own descriptors carry it already.
         close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
         execvpe(plan.argv[0], plan.argv.data(), plan.envp.data());
@@ -263,20 +263,8 @@ bool ChildProcess::collect(int waitOptions) {
     return true;
 }
 
-// The state follows the name, which stands in brackets and may hold any character.
 bool ChildProcess::sleeps() const {
-    const std::string tasks = "/proc/" + std::to_string(pid_) + "/task";
-    std::error_code error; // of a child that ends in between
-    for (std::filesystem::directory_iterator task(tasks, error), end; task != end;
-         task.increment(error)) {
-        std::string status;
-        std::getline(std::ifstream(task->path() / "stat"), status);
-        const size_t name = status.rfind(')');
-        if (name != std::string::npos && status.find_first_of("RD", name) == name + 2) {
-            return false;
-        }
-    }
-    return true;
+    return tree_sleeps(pid_);
 }
 
 void ChildProcess::send_signal(int signal) {

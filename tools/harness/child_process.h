@@ -92,8 +92,8 @@ public:
         return errors_;
     }
 
-    // Whether no thread of the child runs or is ready to run at this moment: each waits for
-    // something, or for a time. True for a child that has ended.
+    // Whether no thread of the child or of its descendants is running or ready to run at this
+    // moment: each waits for an event or a timeout. True for a child that has ended.
     [[nodiscard]] bool sleeps() const;
 
     // Sends a signal unless the child is known to have ended.

@@ -1,5 +1,5 @@
-// How long to wait for a condition. Everything on the stage waits for a condition with a deadline,
-// never for a time alone.
+// How long to wait for a condition. The harness always waits for a condition with a deadline, never
+// for a fixed time.
 #pragma once
 
 #include <algorithm>

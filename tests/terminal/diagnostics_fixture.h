@@ -8,8 +8,8 @@
 
 namespace zrp::diagnostics_fixture {
 
-inline constexpr int kTop = kMainTop;   // row of the terminal that is line 0 of the main window
-inline constexpr int kLeft = 1;         // column that is its column 0
+inline constexpr int kTop = kMainTop;   // terminal row of the main window's line 0
+inline constexpr int kLeft = 1;         // terminal column of its column 0
 inline constexpr int kLabelColumn = 2;  // of the terminal
 inline constexpr int kValueColumn = 40; // of the terminal
 inline constexpr int kPromptRow = kTop + 11;
@@ -35,7 +35,7 @@ inline std::string bks_reply(const std::string& values) {
     return "<zrp2bksDiagnosticReply><level>1</level>" + values + "</zrp2bksDiagnosticReply>";
 }
 
-// Both daemons, each of which names one counter.
+// Both daemons, each with one counter in its reply.
 class Daemons {
 public:
     Daemons() {
@@ -101,8 +101,7 @@ inline bool wait_for_value(Terminal& terminal, int line, const std::string& valu
     return terminal.wait_for_text(kTop + line, kValueColumn, value);
 }
 
-// The monitor on both daemons. Answers may be changed until the dialog asks for them. A test that
-// leaves the program running ends it with F12.
+// The monitor on both daemons. If a test leaves the program running, F12 ends it.
 class DiagnosticsTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -123,7 +122,7 @@ protected:
         return terminal.wait_until([&] { return daemons.asked_statistics() >= before + 3; });
     }
 
-    // The General screen with a figure, to tell it from all others.
+    // Shows a figure on General, which distinguishes it from the other screens.
     bool show_figure() {
         daemons.main.answer("serverStatistics", {statistics(parm("figure", "111"))});
         return terminal.wait_for("figure: 111");

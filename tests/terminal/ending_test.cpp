@@ -43,7 +43,7 @@ milliseconds processor_time_of_the_ended() {
                std::chrono::microseconds{used.ru_utime.tv_usec + used.ru_stime.tv_usec});
 }
 
-// Waits until the program has slept at every look for so long. Its output is not read meanwhile.
+// Waits until the program has slept at every look for this long. Its output is not read meanwhile.
 bool wait_for_standstill(Terminal& terminal, milliseconds period) {
     constexpr milliseconds kLook{20};
     const harness::Deadline deadline(harness::kPatience);
@@ -156,7 +156,7 @@ TEST_P(Signal, EndsTheProgramWhileADialogWaitsForAMuteDaemon) {
     ZRP_NEEDS_ROOT();
     for (const auto& [dialog, asked] :
          {std::pair{kVolume, "listVolumes"}, {kConnection, connection_fixture::kList}}) {
-        const char* command = asked; // a lambda takes no part of a pair
+        const char* command = asked; // a lambda cannot capture a structured binding
         const auto daemon = MonitorFixture::prepared();
         daemon->answer_raw(command, {reply_header(100)}); // and the text never comes
         PeerScript script = daemon->script();
@@ -256,7 +256,7 @@ TEST(Ending, WaitingForTheEndOfALongIntervalUsesNoProcessorTime) {
 
 // The last resort allows for the wait that the refresh thread is in. Allowing for the new interval
 // it would come after six seconds, and leave the screen as it is.
-TEST(Ending, ALongWaitIsWaitedForEvenIfTheIntervalIsShortByNow) {
+TEST(Ending, ALongIntervalIsWaitedForEvenIfItIsShortenedMeanwhile) {
     ZRP_NEEDS_ROOT();
     MonitorFixture fixture;
     ASSERT_TRUE(fixture.begin());
@@ -331,7 +331,7 @@ TEST(Ending, ASignalEndsTheProgramOnATerminalThatTakesNoOutput) {
     const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_for("figure: 1"));
-    std::string switches; // each draws the whole screen anew, and nobody reads it
+    std::string switches; // each redraws the whole screen, whose output is not read
     for (int i = 0; i < 200; i++) {
         switches += harness::key_bytes(Key::kF6);
         switches += harness::key_bytes(Key::kF2);
@@ -352,7 +352,7 @@ TEST(Ending, ASignalEndsTheProgramOnATerminalThatTakesNoOutput) {
     EXPECT_NE(terminal.modes().c_lflag & ICANON, 0U);
 }
 
-TEST(Ending, ADaemonThatGoesAwayDoesNotEndTheProgram) {
+TEST(Ending, ADaemonThatEndsDoesNotEndTheProgram) {
     ZRP_NEEDS_ROOT();
     Terminal terminal(monitor());
     {
@@ -415,7 +415,7 @@ TEST_P(LostTerminalInDialog, EndsTheProgramEvenWithoutAHangupSignal) {
 INSTANTIATE_TEST_SUITE_P(Dialogs, LostTerminalInDialog, testing::ValuesIn(kDialogs),
                          [](const auto& dialog) { return std::string(dialog.param.name); });
 
-TEST(Stopping, CtrlZGivesTheTerminalBackAndContinuingDrawsItAnew) {
+TEST(Stopping, CtrlZRestoresTheTerminalAndContinuingRedrawsIt) {
     ZRP_NEEDS_ROOT();
     const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
     TerminalOptions options = monitor();

@@ -15,7 +15,7 @@ namespace zrp {
 struct ScreenCase {
     const char* name;
     Key key;
-    const char* choice; // typed into its dialog; null where it has none
+    const char* choice; // typed into its dialog; null without one
     const char* prompt; // of the dialog
     const char* shown;  // on the screen
 };

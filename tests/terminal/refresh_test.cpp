@@ -1,4 +1,4 @@
-// Keys of the main thread, the refresh thread and what passes between them.
+// The keys of the main thread, the refresh thread, and what goes on between them.
 
 #include "tests/terminal/monitor_fixture.h"
 #include "tests/terminal/session.h"
@@ -28,9 +28,9 @@ std::string times(size_t count, char key) {
     return std::string(count, key);
 }
 
-// A pass waits for the interval that it finds at its end. Types the keys and waits for the end of a
-// pass that began after them; what is asked for on General is two requests a pass. A pass that
-// began between two of the keys may wait for an interval in between, up to `patience`.
+// Types the keys and waits for the end of a pass on General that began after them, whose wait is
+// then the new interval. A pass that ends between two of the keys waits for an interval in between:
+// the patience must allow for that.
 bool change_interval(Terminal& terminal, const ScriptedPeer& peer, const std::string& keys,
                      harness::milliseconds patience = harness::kPatience) {
     terminal.type(keys);
@@ -47,8 +47,7 @@ TEST(Interval, StaysWithinOneAndSixtySeconds) {
     ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_until([&] { return shows_figures(terminal); }));
-    // Without the limit at 60 this would end at 141 seconds, longer than the patience: at most one
-    // pass, which found an interval in between, can wait for nearly 60.
+    // Back to one second. Without the limit at 60 it would be 142, longer than the patience.
     ASSERT_TRUE(change_interval(terminal, peer, times(200, '+') + times(59, '-'), seconds{75}));
     // Without the limit at 1 this would end below 0, and passes would follow without a pause.
     terminal.type(times(50, '-') + "+-");
@@ -149,7 +148,7 @@ TEST(RefreshThread, EachPassAsksForTheStripAndForTheList) {
     ZRP_NEEDS_ROOT();
     MonitorFixture fixture;
     ASSERT_TRUE(fixture.begin());
-    ASSERT_TRUE(fixture.slow_down()); // one more pass has begun and ended since
+    ASSERT_TRUE(fixture.slow_down()); // between two passes
     const size_t requests = fixture.peer.connections();
     EXPECT_EQ(requests % 2, 0U);
     EXPECT_EQ(fixture.strips(), requests);
@@ -164,7 +163,7 @@ TerminalOptions watched_monitor() {
     return options;
 }
 
-// Nobody listens, so the first pass draws at once, while the main thread still prepares itself.
+// Without a daemon the first pass draws at once, while the main thread is still starting.
 TEST(RefreshThread, AtTheStartNeverDrawsWhileTheMainThreadIsInsideNcurses) {
     ZRP_NEEDS_ROOT();
     for (int i = 0; i < 3; i++) {

@@ -1,4 +1,4 @@
-// The Version screen, with the product's files in folders of the test's own.
+// The Version screen, with the product's files in private folders.
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
@@ -28,7 +28,7 @@ const char* const kEngineFile = "velmora/Dirkeep/lib/pqs-modules/libzrpengine.so
 const char* const kMarkerFile = "/opt/velmora/zrpserv/sbin/v_e_r_s_i_o_n.txt";
 const char* const kPlatformFile = "/opt/velmora/p_i_n_f_o.txt";
 
-// What a program's file holds: the line stands between bytes that are no text.
+// Content of a program's file: the line between bytes that are not text.
 std::string binary(const std::string& line) {
     return std::string("\x7f"
                        "ELF\0\0\0\1",
@@ -36,11 +36,11 @@ std::string binary(const std::string& line) {
            "some other text" + std::string("\0\1\2", 3) + line + std::string("\0", 1);
 }
 
-// The folders in which the monitor looks, without anything of the product.
+// The folders that the monitor searches, without any file of the product.
 struct Machine {
     PrivateFolder opt{"/opt"};
     PrivateFolder etc{"/etc"};
-    std::string programs; // folder in front of the PATH
+    std::string programs; // first folder of the PATH
 
     Machine() {
         std::string name = std::filesystem::temp_directory_path() / "version_test_XXXXXX";
@@ -53,7 +53,7 @@ struct Machine {
         std::filesystem::remove_all(programs);
     }
 
-    // Puts a shell script in a program's place.
+    // Replaces a program by a shell script.
     void replace_program(const std::string& name, const std::string& script) const {
         const std::string path = programs + "/" + name;
         std::ofstream(path) << "#!/bin/sh\n" << script << "\n";
@@ -67,7 +67,7 @@ struct Machine {
     }
 };
 
-// A main daemon that never answers, and so counts the passes of the monitor.
+// A main daemon that only counts the passes of the monitor and never answers.
 class PassCounter {
 public:
     PassCounter() {
@@ -109,7 +109,7 @@ bool show_versions(Terminal& terminal) {
     return terminal.wait_for_text(kTop + 1, kColumn, kTitle);
 }
 
-// What the whole screen shows when the answers to everything are fixed.
+// Waits until the screen shows these lines.
 void expect_lines(Terminal& terminal, const std::vector<std::string>& expected) {
     std::string all;
     for (const std::string& line : expected) {
@@ -148,8 +148,8 @@ TEST(Version, WithoutAnySourceShowsOnlyItsOwnVersion) {
     expect_clean_end(terminal);
 }
 
-// The title comes before the pass is over: the rows come with it.
-TEST(Version, AsksTheRunningComponentsFirst) {
+// All rows appear together, at the end of a pass.
+TEST(Version, AsksTheRunningDaemonsFirst) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
@@ -169,7 +169,7 @@ TEST(Version, AsksTheRunningComponentsFirst) {
     }
 }
 
-TEST(Version, LooksIntoTheFilesOfWhoDoesNotAnswer) {
+TEST(Version, SearchesTheFilesOfDaemonsThatDoNotAnswer) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
@@ -207,7 +207,7 @@ TEST(Version, PrefersTheEngineLibraryUnderUsrLib) {
     expect_clean_end(terminal);
 }
 
-TEST(Version, ATextShorterThanBeforeLeavesOldCharactersBehind) {
+TEST(Version, AShorterTextLeavesTheRestOfTheOldOne) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
@@ -222,7 +222,7 @@ TEST(Version, ATextShorterThanBeforeLeavesOldCharactersBehind) {
     expect_clean_end(terminal);
 }
 
-TEST(Version, AFileWhoseMarkerStandsFurtherIntoItsLineIsTreatedAsAbsent) {
+TEST(Version, AFileWithTheMarkerInsideALineIsTreatedAsMissing) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
@@ -252,7 +252,7 @@ TEST(Version, AMarkerLineLongerThanTheBufferIsCut) {
     expect_clean_end(terminal);
 }
 
-TEST(Version, AnEmptyReleaseFileGivesNoBlock) {
+TEST(Version, AnEmptyReleaseFileShowsNothing) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     for (const char* contents : {"", "\n\n\n"}) {
@@ -280,7 +280,7 @@ TEST(Version, EmptyLinesOfTheReleaseFileTakeNoRow) {
     expect_clean_end(terminal);
 }
 
-TEST(Version, AReleaseFileOfAnySizeStaysInsideTheWindow) {
+TEST(Version, ALargeReleaseFileStaysInsideTheWindow) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
@@ -297,7 +297,7 @@ TEST(Version, AReleaseFileOfAnySizeStaysInsideTheWindow) {
     expect_clean_end(terminal);
 }
 
-TEST(Version, PercentSignsAndControlCharactersShowAsTextOnly) {
+TEST(Version, PercentSignsAndControlCharactersAreOnlyText) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
@@ -310,7 +310,7 @@ TEST(Version, PercentSignsAndControlCharactersShowAsTextOnly) {
     expect_clean_end(terminal);
 }
 
-TEST(Version, NothingThatTheCommandsPrintLandsOnTheScreen) {
+TEST(Version, OutputOfTheCommandsDoesNotReachTheTerminal) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
@@ -328,7 +328,7 @@ TEST(Version, NothingThatTheCommandsPrintLandsOnTheScreen) {
     EXPECT_EQ(terminal.raw_output().find("/dev/tty"), std::string::npos);
 }
 
-TEST(Version, WithoutTheProductsFoldersTheErrorsOfTheShellStayOffTheScreen) {
+TEST(Version, ErrorsOfTheShellAboutMissingFoldersDoNotReachTheTerminal) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
@@ -380,8 +380,7 @@ std::ostream& operator<<(std::ostream& out, const Ending& ending) {
 
 class VersionEnding : public testing::TestWithParam<Ending> {};
 
-// A signal arrives while a command runs: the command ends with the program, and the signal is not
-// lost to it.
+// A signal that arrives while a command runs ends the program and the command with it.
 TEST_P(VersionEnding, DoesNotWaitForACommandThatTakesLong) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
@@ -413,7 +412,7 @@ INSTANTIATE_TEST_SUITE_P(Ways, VersionEnding,
                                          Ending{"HangUp", SIGHUP}),
                          [](const auto& ending) { return std::string(ending.param.name); });
 
-TEST(Version, ASearchOfTheMonitorsOwnFileFindsItsVersionLineAndNothingElse) {
+TEST(Version, ASearchOfTheMonitorsOwnFileFindsOnlyItsVersionLine) {
     std::ifstream file(ZRPTOP_PROGRAM, std::ios::binary);
     const std::string program{std::istreambuf_iterator<char>(file), {}};
     const std::string marker = "VeRsIoN = ";
@@ -425,7 +424,7 @@ TEST(Version, ASearchOfTheMonitorsOwnFileFindsItsVersionLineAndNothingElse) {
     EXPECT_EQ(program.find("VeRsIoZrP = "), std::string::npos);
 }
 
-// What a daemon can do wrong: its file is searched instead.
+// Faulty replies: the daemon's file is searched instead.
 struct Fault {
     const char* name;
     std::string bytes;
@@ -437,7 +436,7 @@ std::ostream& operator<<(std::ostream& out, const Fault& fault) {
 
 class VersionFault : public testing::TestWithParam<Fault> {};
 
-TEST_P(VersionFault, SendsTheMonitorToTheFile) {
+TEST_P(VersionFault, MakesTheMonitorSearchTheFile) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
@@ -465,10 +464,10 @@ INSTANTIATE_TEST_SUITE_P(
         Fault{"Noise", reply(std::string("\x00\x1b[2J<\xff<<\"", 10))}),
     [](const auto& fault) { return std::string(fault.param.name); });
 
-// All three daemons spoiled in the same way, and no files.
-class VersionOfSpoiledDaemons : public testing::TestWithParam<const char*> {};
+// The same fault in all three daemons, and no files.
+class VersionOfFaultyDaemons : public testing::TestWithParam<const char*> {};
 
-TEST_P(VersionOfSpoiledDaemons, LeavesOutWhoGivesNone) {
+TEST_P(VersionOfFaultyDaemons, OmitsDaemonsWithoutAVersion) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
@@ -477,7 +476,7 @@ TEST_P(VersionOfSpoiledDaemons, LeavesOutWhoGivesNone) {
     Terminal terminal(machine.monitor());
     ASSERT_TRUE(show_versions(terminal)) << terminal.text();
     std::vector<std::string> expected = {std::string("    ") + kTitle};
-    if (std::string(GetParam()) == "zero-length") { // an answer for two of them
+    if (std::string(GetParam()) == "zero-length") { // which is a version for two of them
         expected.insert(expected.end(), {"    [libzrpengine]", "      [libomw2zrp]"});
     }
     expected.insert(expected.end(), {kOwnLine, "    Platform", "         i386", "", "", ""});
@@ -485,14 +484,14 @@ TEST_P(VersionOfSpoiledDaemons, LeavesOutWhoGivesNone) {
     expect_clean_end(terminal);
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, VersionOfSpoiledDaemons,
+INSTANTIATE_TEST_SUITE_P(Kinds, VersionOfFaultyDaemons,
                          testing::Values("refuse", "drip-header", "short-header", "wrong-magic",
                                          "swapped-magic", "status", "early-close", "zero-length",
                                          "huge-length", "garbage", "truncated", "error-reply",
                                          "unclosed"),
                          name_of_fault);
 
-TEST(Version, OfDaemonsThatDripIsShownOnceItIsWhole) {
+TEST(Version, OfDrippingDaemonsIsShownWhenItIsComplete) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
@@ -504,7 +503,7 @@ TEST(Version, OfDaemonsThatDripIsShownOnceItIsWhole) {
     expect_clean_end(terminal);
 }
 
-TEST(Version, OfDaemonsThatNeverAnswerKeepsNobodyFromEnding) {
+TEST(Version, ADaemonThatNeverAnswersDoesNotHoldUpTheExit) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;

@@ -136,7 +136,7 @@ TEST_F(RefreshThread, DrawsTheLabelsOnceAndTheValuesOnEveryPass) {
     EXPECT_TRUE(recorded().starts_with("sLUsUsU")) << recorded();
 }
 
-TEST_F(RefreshThread, WithoutARequestThereAreNoLabels) {
+TEST_F(RefreshThread, WithoutARequestNoLabelsAreDrawn) {
     ASSERT_EQ(start_refresh_thread(), 0);
     ASSERT_TRUE(wait_for_calls('U', 2));
     EXPECT_EQ(count_of('L'), 0U);
@@ -153,7 +153,7 @@ TEST_F(RefreshThread, WhilePausedOnlyTheStripIsUpdated) {
     EXPECT_TRUE(wait_for_calls('U', updates + 1));
 }
 
-TEST_F(RefreshThread, AFirstDrawRequestedWhilePausedIsPerformedAfterResume) {
+TEST_F(RefreshThread, AFirstDrawRequestedWhilePausedHappensAfterResume) {
     ASSERT_EQ(start_refresh_thread(), 0);
     ASSERT_TRUE(wait_for_calls('U', 1));
     pause_refresh();
@@ -166,7 +166,7 @@ TEST_F(RefreshThread, AFirstDrawRequestedWhilePausedIsPerformedAfterResume) {
     EXPECT_EQ(count_of('L'), 1U);
 }
 
-TEST_F(RefreshThread, AnUnknownScreenDrawsNothingButKeepsTheStripCurrent) {
+TEST_F(RefreshThread, AnUnknownScreenDrawsNothingButTheStripIsUpdated) {
     for (const int screen : {kGeneralScreen - 1, kUnknownScreen}) {
         monitorState.currentScreen.store(screen);
         request_first_draw();
@@ -219,7 +219,7 @@ TEST_F(RefreshThread, RunsDetachedOnASmallStackAndTakesNoSignals) {
     EXPECT_FALSE(takesSignals.load());
 }
 
-TEST_F(RefreshThread, AStopIsAcknowledgedByTheThread) {
+TEST_F(RefreshThread, AStopWaitsForTheEndOfTheThread) {
     ASSERT_EQ(start_refresh_thread(), 0);
     ASSERT_TRUE(wait_for_calls('U', 1));
     EXPECT_NE(monitorState.refreshThread.load(), 0U);

@@ -37,7 +37,7 @@ bool wait_until(const Condition& condition) {
     return true;
 }
 
-// A folder of the test's own, removed at its end.
+// A temporary folder.
 class Folder {
 public:
     Folder() : path(std::filesystem::temp_directory_path() / "shell_command_XXXXXX") {
@@ -86,7 +86,7 @@ TEST(ShellCommand, WritesNothingToTheStreamsOfTheProgram) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-TEST(ShellCommand, TakesAnyAmountOfOutputAndGivesNoInput) {
+TEST(ShellCommand, AcceptsAnyAmountOfOutputAndGivesNoInput) {
     EXPECT_EQ(run_shell_command("head -c 1000000 /dev/zero; head -c 1000000 /dev/zero >&2"), 0);
     EXPECT_EQ(run_shell_command("test -z \"$(cat)\""), 0);
 }
@@ -95,7 +95,7 @@ TEST(ShellCommand, HasNoTerminal) {
     EXPECT_NE(run_shell_command("exec 3</dev/tty"), 0);
 }
 
-TEST(ShellCommand, ChangesNoSignalOfTheProgramAndSeesThemAllOpenAndAtTheirDefault) {
+TEST(ShellCommand, ChangesNoSignalOfTheProgramAndStartsWithAllUnblockedAndDefault) {
     const Folder folder;
     const std::string out = folder / "status";
     std::array<struct sigaction, NSIG> before = {};
@@ -122,7 +122,7 @@ TEST(ShellCommand, ChangesNoSignalOfTheProgramAndSeesThemAllOpenAndAtTheirDefaul
 }
 
 // system() would ignore SIGINT and SIGQUIT meanwhile.
-TEST(ShellCommand, LeavesSignalsForTheProgramWhileItRuns) {
+TEST(ShellCommand, DoesNotKeepSignalsFromTheProgramWhileItRuns) {
     static volatile sig_atomic_t arrived = 0;
     const auto previous = signal(SIGINT, [](int) { arrived = 1; });
     ASSERT_EQ(run_shell_command(("kill -INT " + std::to_string(getpid())).c_str()), 0);
@@ -130,7 +130,7 @@ TEST(ShellCommand, LeavesSignalsForTheProgramWhileItRuns) {
     signal(SIGINT, previous);
 }
 
-TEST(ShellCommand, WritesThroughNoLinkThatStandsInTheFilesPlace) {
+TEST(ShellCommand, WritesThroughNoLinkInPlaceOfItsFile) {
     const Folder folder;
     const std::string victim = folder / "victim";
     const std::string dangling = folder / "dangling";
@@ -149,7 +149,7 @@ TEST(ShellCommand, WritesThroughNoLinkThatStandsInTheFilesPlace) {
     EXPECT_EQ(contents(victim), "precious");
 }
 
-TEST(ShellCommand, IsBrokenOffWhenItsTimeIsOver) {
+TEST(ShellCommand, IsKilledAtItsTimeout) {
     const Folder folder;
     const std::string fifo = folder / "fifo";
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
@@ -175,7 +175,7 @@ TEST(ShellCommand, LeavesNoDescriptorAndNoChildBehind) {
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
 }
 
-// Status 0 when the whole pipeline was ended long before its time, and nothing starts afterwards.
+// Status 0 if the whole pipeline is killed long before its end, and no command starts afterwards.
 [[noreturn]] void end_while_running(const std::string& pids) {
     std::thread asker([&pids] {
         wait_until([&pids] { return contents(pids).find('\n') != std::string::npos; });
@@ -191,7 +191,7 @@ TEST(ShellCommand, LeavesNoDescriptorAndNoChildBehind) {
     _exit(killed && groupIsGone && refused ? 0 : 1);
 }
 
-TEST(ShellCommandDeathTest, IsKilledWithAllItsChildrenWhenTheProgramIsToEnd) {
+TEST(ShellCommandDeathTest, IsKilledWithAllItsChildrenByARequestToExit) {
     const Folder folder;
     EXPECT_EXIT(end_while_running(folder / "pids"), testing::ExitedWithCode(0), "");
 }

@@ -9,8 +9,8 @@ namespace zrp::harness {
 
 using std::chrono::milliseconds;
 
-// Long enough for a loaded machine under a sanitizer: only a failure ever waits this long.
-inline constexpr milliseconds kPatience{15000};
+// Long enough for a loaded machine and a sanitizer: only a failure waits this long.
+inline constexpr milliseconds kPatience{30000};
 
 class Deadline {
 public:

@@ -1,19 +1,19 @@
 // Writers of request documents.
 //
 // A builder starts a document of a fixed size, appends to it with the writers below and takes the
-// text with finish_document:
+// text with FinishDocument:
 //
-//     XmlDocument document = start_document(256);
+//     XmlDocument document = StartDocument(256);
 //     WriteHead(document, tag::zrpConsoleRequest, tag::serverStatistics);
 //     WriteIntElement(document, tag::versionTag, 1);
 //     WriteTrailer(document, tag::serverStatistics, tag::zrpConsoleRequest);
-//     return finish_document(document, length);
+//     return FinishDocument(document, length);
 //
 // Every write is bounded: a document that does not fit, or that got no memory, finishes as null.
 // Each writer returns the number of characters that it appended, 0 when they do not fit. Any thread
 // may call the writers.
 //
-// Text from outside cannot break a document: a text that is_sendable refuses is not written, and
+// Text from outside cannot break a document: a text that IsSendable refuses is not written, and
 // its document finishes as null with errno EINVAL. Nothing is escaped, because a name from a reply
 // is sent back as the server wrote it, with its entities. Pass plain text that may hold markup
 // characters through XmlEscape first.
@@ -43,15 +43,15 @@ struct XmlDocument {
 // except tab, line feed and carriage return, and no '&' except at the start of a reference. A
 // reference is one of the five entities (&amp; &lt; &gt; &quot; &apos;), or &#DIGITS; or &#xHEX;
 // with the number of a character that a document may hold.
-bool is_sendable(const char* text);
+bool IsSendable(const char* text);
 
 // Allocates a document of capacity bytes, including the terminator.
-XmlDocument start_document(size_t capacity);
+XmlDocument StartDocument(size_t capacity);
 
 // Hands over the text, malloc'ed, and its length without the terminator. Returns null and leaves
 // the length untouched when a step failed; errno is then EINVAL for a refused text or a null
 // length, else ENOMEM.
-char* finish_document(XmlDocument& document, uint32_t* length);
+char* FinishDocument(XmlDocument& document, uint32_t* length);
 
 // <OUTER pid="N"><COMMAND> and a newline, with the id of this process.
 int WriteHead(XmlDocument& document, const char* outer, const char* command);

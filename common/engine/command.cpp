@@ -98,10 +98,10 @@ char* refuse_request() {
 }
 
 char* build_command(const Command& command, RequestValues values, uint32_t* length) {
-    XmlDocument document = start_document(room_for(command, values));
+    XmlDocument document = StartDocument(room_for(command, values));
     if (command.request.empty()) {
         WriteChildless(document, tag::zrpConsoleRequest, command.name);
-        return finish_document(document, length);
+        return FinishDocument(document, length);
     }
     WriteHead(document, tag::zrpConsoleRequest, command.name);
     if (command.group != nullptr) {
@@ -115,7 +115,7 @@ char* build_command(const Command& command, RequestValues values, uint32_t* leng
         WriteCloseGroup(document, command.group);
     }
     WriteTrailer(document, command.name, tag::zrpConsoleRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 size_t request_room(size_t textCount, size_t textLength) {

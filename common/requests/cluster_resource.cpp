@@ -136,13 +136,13 @@ char* BuildClusterVolumeRequest(std::span<const ClusterVolume> volumes, uint32_t
     if (volumes.empty()) {
         return refuse_request();
     }
-    XmlDocument document = start_document(kVolumesRoom);
+    XmlDocument document = StartDocument(kVolumesRoom);
     WriteHead(document, tag::zrpConsoleRequest, tag::clusterResource);
     for (const ClusterVolume& volume : volumes) {
         write_volume(document, volume);
     }
     WriteTrailer(document, tag::clusterResource, tag::zrpConsoleRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 int ScanClusterVolumeReply(char* reply, int replyLength, int* offset, ClusterVolumeResult* record) {

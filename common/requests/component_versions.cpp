@@ -24,10 +24,10 @@ constexpr Component kBks = {kStorageDaemon, command::zrp2bks_request, false};
 constexpr Component kOmw = {kManagementComponent, tag::libomw2zrpRequestTag, true};
 
 HeapText build_request(const Component& component, uint32_t* length) {
-    XmlDocument document = start_document(kRequestRoom);
+    XmlDocument document = StartDocument(kRequestRoom);
     WriteHead(document, component.outer, tag::versionTag);
     WriteTrailer(document, tag::versionTag, component.outer);
-    return HeapText(finish_document(document, length));
+    return HeapText(FinishDocument(document, length));
 }
 
 int get_version(const Component& component, VersionText& text) {

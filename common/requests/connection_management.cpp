@@ -29,11 +29,11 @@ void write_stations(XmlDocument& document, const char* tag, Stations stations) {
 
 char* finish_clear(XmlDocument& document, uint32_t* length) {
     WriteTrailer(document, tag::clearConnection, tag::zrpConsoleRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 XmlDocument start_clear(Stations stations) {
-    XmlDocument document = start_document(request_room(0, 0) + stations.size() * kStationRoom);
+    XmlDocument document = StartDocument(request_room(0, 0) + stations.size() * kStationRoom);
     WriteHead(document, tag::zrpConsoleRequest, tag::clearConnection);
     return document;
 }
@@ -86,7 +86,7 @@ char* BuildBroadcastMessageRequest(const char* message, Stations stations, uint3
         return refuse_request();
     }
     XmlDocument document =
-        start_document(request_room(1, strlen(message)) + stations.size() * kStationRoom);
+        StartDocument(request_room(1, strlen(message)) + stations.size() * kStationRoom);
     WriteHead(document, tag::zrpConsoleRequest, tag::broadcastMessage);
     if (!stations.empty()) {
         WriteOpenGroup(document, tag::stationList);
@@ -95,7 +95,7 @@ char* BuildBroadcastMessageRequest(const char* message, Stations stations, uint3
     }
     WriteTextElement(document, tag::message, message);
     WriteTrailer(document, tag::broadcastMessage, tag::zrpConsoleRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 int ScanBroadcastMessageReply(char* reply, int replyLength) {

@@ -202,14 +202,14 @@ void FreeConnectionInformation::operator()(ConnectionInformation* record) const 
 }
 
 char* BuildConnectionInformationRequest(int station, int versionTag, uint32_t* length) {
-    XmlDocument document = start_document(kInformationRoom);
+    XmlDocument document = StartDocument(kInformationRoom);
     WriteHead(document, tag::zrpConsoleRequest, tag::connectionInformationTag);
     WriteOpenGroup(document, tag::connectionTag);
     WriteIntElement(document, tag::versionTag, versionTag);
     WriteIntElement(document, tag::stationNumberTag, station);
     WriteCloseGroup(document, tag::connectionTag);
     WriteTrailer(document, tag::connectionInformationTag, tag::zrpConsoleRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 int ScanConnectionInformationReply(char* reply, int replyLength, ConnectionInformationPtr* record) {

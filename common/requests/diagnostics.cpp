@@ -50,14 +50,14 @@ constexpr uint32_t kMessageExtra = 32; // bytes of a message beside its document
 static_assert(sizeof(MessageHead) == 12);
 
 char* build(const Vocabulary& words, uint32_t* length, int level, int resetAll) {
-    XmlDocument document = start_document(kRequestRoom);
+    XmlDocument document = StartDocument(kRequestRoom);
     WriteHead(document, words.outer, words.command);
     WriteIntElement(document, words.level, level);
     if (resetAll != 0) {
         WriteIntElement(document, tag::resetAll, 1);
     }
     WriteTrailer(document, words.command, words.outer);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 // The attribute is in the opening tag; a self-closing element is all opening tag.

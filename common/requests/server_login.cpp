@@ -17,7 +17,7 @@ constexpr ReplyList kDisableLines = command_list(tag::disableLogin, tag::string,
 
 char* build(size_t room, const LoginChange& change, uint32_t* length) {
     const char* command = change.enable ? tag::enableLogin : tag::disableLogin;
-    XmlDocument document = start_document(room);
+    XmlDocument document = StartDocument(room);
     WriteHead(document, tag::zrpConsoleRequest, command);
     WriteEmptyElement(document, change.enable ? tag::enable : tag::disable);
     if (change.volumeName != nullptr) {
@@ -32,7 +32,7 @@ char* build(size_t room, const LoginChange& change, uint32_t* length) {
         WriteTextElement(document, tag::message, change.message);
     }
     WriteTrailer(document, command, tag::zrpConsoleRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 int scan_line(const ReplyList& lines, char* reply, int replyLength, int* offset, LoginText& text) {

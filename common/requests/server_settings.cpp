@@ -74,13 +74,13 @@ char* BuildSetRequest(uint32_t* length, int versionTag, int attributes, const ch
     if (name == nullptr && value != nullptr) {
         return refuse_request();
     }
-    XmlDocument document = start_document(kRequestRoom + (value == nullptr ? 0 : strlen(value)));
+    XmlDocument document = StartDocument(kRequestRoom + (value == nullptr ? 0 : strlen(value)));
     WriteHead(document, tag::zrpConsoleRequest, tag::set);
     WriteIntElement(document, tag::versionTag, versionTag);
     WriteIntElement(document, tag::attributes, attributes);
     write_subject(document, name, value);
     WriteTrailer(document, tag::set, tag::zrpConsoleRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 int ScanSetReply(char* reply, int replyLength, int* offset, SettingText* nameBuffer,
@@ -108,7 +108,7 @@ int QuerySettings(const char* name, Reply* reply) {
 char* BuildServerConfigRequest(int mode, int versionTag, const char* name, const char* value,
                                uint32_t* length) {
     const bool isRead = mode == kReadServerConfig;
-    XmlDocument document = start_document(isRead ? kReadConfigRoom : kSetConfigRoom);
+    XmlDocument document = StartDocument(isRead ? kReadConfigRoom : kSetConfigRoom);
     WriteHead(document, tag::zrpConsoleRequest, tag::serverConfig);
     WriteIntElement(document, tag::versionTag, versionTag);
     if (!isRead) {
@@ -116,7 +116,7 @@ char* BuildServerConfigRequest(int mode, int versionTag, const char* name, const
         WriteTextElement(document, tag::set, value);
     }
     WriteTrailer(document, tag::serverConfig, tag::zrpConsoleRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 int ScanServerConfigReply(char* reply, int replyLength, ServerConfig* record) {

@@ -50,13 +50,13 @@ constexpr Command kCounters = {tag::serverStatistics, nullptr, {}, kCounterField
 } // namespace
 
 char* BuildServerStatisticsRequest(int version, uint32_t* length) {
-    XmlDocument document = start_document(kRequestRoom);
+    XmlDocument document = StartDocument(kRequestRoom);
     WriteOpenGroup(document, tag::zrpConsoleRequest);
     WriteOpenGroup(document, tag::serverStatistics);
     WriteIntElement(document, tag::versionTag, version);
     WriteCloseGroup(document, tag::serverStatistics);
     WriteCloseGroup(document, tag::zrpConsoleRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 int ScanServerStatisticsReply(char* reply, int replyLength, int* offset, char** element,

@@ -32,12 +32,12 @@ Query control_query(const LogContext* log, const char* operation) {
 
 int send_control(const Query& query, XmlDocument document, Reply* reply) {
     uint32_t length = 0;
-    HeapText request(finish_document(document, &length));
+    HeapText request(FinishDocument(document, &length));
     return send_query(query, std::move(request), length, reply);
 }
 
 XmlDocument start_control_request() {
-    XmlDocument document = start_document(kRequestRoom);
+    XmlDocument document = StartDocument(kRequestRoom);
     WriteHead(document, command::zrp2bks_request, command::exclusion_control);
     return document;
 }
@@ -90,7 +90,7 @@ XmlDocument build_mount_point_request(const char* volumeName) {
 }
 
 XmlDocument build_filter_switch(const char* name) {
-    XmlDocument document = start_document(kRequestRoom);
+    XmlDocument document = StartDocument(kRequestRoom);
     WriteHead(document, command::zrp2bks_request, tag::filter);
     WriteEmptyElement(document, name);
     WriteTrailer(document, tag::filter, command::zrp2bks_request);
@@ -98,7 +98,7 @@ XmlDocument build_filter_switch(const char* name) {
 }
 
 XmlDocument build_filter_set(const char* name, uint32_t value) {
-    XmlDocument document = start_document(kRequestRoom);
+    XmlDocument document = StartDocument(kRequestRoom);
     WriteHead(document, command::zrp2bks_request, tag::filter);
     WriteOpenGroup(document, tag::set);
     WriteOpenGroup(document, tag::parm);

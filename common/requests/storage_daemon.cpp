@@ -80,7 +80,7 @@ int read_words(const XmlElement& reply, DiagnosticChoice* record) {
 } // namespace
 
 char* BuildZrp2bksParmsRequest(int level, int resetAll, const char* words, uint32_t* length) {
-    XmlDocument document = start_document(kParmsRoom);
+    XmlDocument document = StartDocument(kParmsRoom);
     WriteHead(document, diagnostic::zrp2bksDiagnosticRequest, diagnostic::zrp2bksDiagnosticRequest);
     WriteIntElement(document, diagnostic::level, level);
     if (resetAll != 0) {
@@ -89,7 +89,7 @@ char* BuildZrp2bksParmsRequest(int level, int resetAll, const char* words, uint3
     write_words(document, words);
     WriteTrailer(document, diagnostic::zrp2bksDiagnosticRequest,
                  diagnostic::zrp2bksDiagnosticRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 int ScanZrp2bksParmsReply(char* reply, int replyLength, DiagnosticChoice* record) {
@@ -110,11 +110,11 @@ int ScanZrp2bksParmsReply(char* reply, int replyLength, DiagnosticChoice* record
 }
 
 char* BuildChangeLoggingLevelRequest(const char* options, uint32_t* length) {
-    XmlDocument document = start_document((options != nullptr ? strlen(options) : 0) + kLevelSlack);
+    XmlDocument document = StartDocument((options != nullptr ? strlen(options) : 0) + kLevelSlack);
     WriteHead(document, command::zrp2bks_request, command::change_logging_level);
     WriteTextElement(document, tag::options, options);
     WriteTrailer(document, command::change_logging_level, command::zrp2bks_request);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 } // namespace zrp

@@ -115,14 +115,14 @@ char* BuildVolumeInformationRequest(const char* volumeName, uint32_t* length, in
     if (volumeName == nullptr || strlen(volumeName) > kMaxAskedVolumeName) {
         return refuse_request();
     }
-    XmlDocument document = start_document(kRequestRoom);
+    XmlDocument document = StartDocument(kRequestRoom);
     WriteHead(document, tag::zrpConsoleRequest, tag::volumeInformation);
     WriteOpenGroup(document, tag::volume);
     WriteReceivedName(document, tag::name, volumeName);
     WriteIntElement(document, tag::versionTag, versionTag);
     WriteCloseGroup(document, tag::volume);
     WriteTrailer(document, tag::volumeInformation, tag::zrpConsoleRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 int ScanVolumeInformationReply(char* reply, int replyLength, int* offset, int* versionTag,

@@ -131,7 +131,7 @@ int append(void* context, const ListedVolume& volume) {
 } // namespace
 
 char* BuildListVolumesRequest(int startIndex, uint32_t* length) {
-    XmlDocument document = start_document(kRequestRoom);
+    XmlDocument document = StartDocument(kRequestRoom);
     WriteOpenGroup(document, tag::zrpConsoleRequest);
     WriteOpenGroup(document, tag::listVolumes);
     if (startIndex != 0) {
@@ -139,7 +139,7 @@ char* BuildListVolumesRequest(int startIndex, uint32_t* length) {
     }
     WriteCloseGroup(document, tag::listVolumes);
     WriteCloseGroup(document, tag::zrpConsoleRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 int ScanListedVolume(char* reply, int replyLength, int* offset, ListedName* name, uint32_t* status,

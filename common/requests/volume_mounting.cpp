@@ -140,7 +140,7 @@ char* build_volumes(const char* command, const char* volumes, WriteVolume writeV
     if (count_volumes(volumes, &count, nullptr) != kOk) {
         return refuse_request();
     }
-    XmlDocument document = start_document(request_room(1, strlen(volumes)) + count * kVolumeRoom);
+    XmlDocument document = StartDocument(request_room(1, strlen(volumes)) + count * kVolumeRoom);
     WriteHead(document, tag::zrpConsoleRequest, command);
     VolumeWord word;
     while (next_volume(&volumes, &word, nullptr) == kOk) {
@@ -149,7 +149,7 @@ char* build_volumes(const char* command, const char* volumes, WriteVolume writeV
         WriteCloseGroup(document, tag::volume);
     }
     WriteTrailer(document, command, tag::zrpConsoleRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 bool has_numbers(const char* volumes) {

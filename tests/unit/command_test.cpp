@@ -13,11 +13,11 @@ namespace {
 constexpr size_t kRoom = 256;
 
 char* build_naming(const char* name, uint32_t* length) {
-    XmlDocument document = start_document(kRoom);
+    XmlDocument document = StartDocument(kRoom);
     WriteHead(document, tag::zrpConsoleRequest, tag::purgeVolume);
     WriteTextElement(document, tag::volumeName, name);
     WriteTrailer(document, tag::purgeVolume, tag::zrpConsoleRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 int send_naming(const char* name, ErrorText* errorText, const LogContext* log, Reply* reply) {

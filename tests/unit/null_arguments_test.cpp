@@ -170,10 +170,16 @@ TEST(NullArguments, AreRefusedByEveryScanner) {
     }
 }
 
-// A scanner without a result has nothing to refuse with.
+// The scanner has no result code to refuse with.
 TEST(NullArguments, AStartIndexMayBeLeftOut) {
-    char reply[] = "<startIndex>5</startIndex>";
-    ScanStartIndex(reply, sizeof reply - 1, nullptr);
+    const std::string text = "<startIndex>5</startIndex>";
+    std::string reply = text;
+    const int length = static_cast<int>(reply.size());
+    ScanStartIndex(reply.data(), length, nullptr);
+    EXPECT_EQ(reply, text);
+    int startIndex = 0;
+    ScanStartIndex(reply.data(), length, &startIndex);
+    EXPECT_EQ(startIndex, 5) << "the reply can still be read";
 }
 
 struct Operation {

@@ -60,7 +60,7 @@ void show(const Field& field, const char* start, const char* end) {
 }
 
 // Draws nothing on an empty line, which leaves the old contents of the field. The field is redrawn
-// after each character because a line longer than the field scrolls.
+// after each character, because a line that is longer than the field shows its end.
 void erase(const Field& field, const char* buffer, char** cursor, ptrdiff_t count) {
     const CursesLock lock;
     for (; count > 0 && *cursor > buffer; count--) {

@@ -8,7 +8,7 @@
 
 namespace zrp {
 
-// Lines are filled up to this width whatever the width of the terminal, which cuts them.
+// The width at which the first line ends. It does not depend on the terminal, which cuts the lines.
 inline constexpr int kMenuColumns = 80;
 
 struct Menu {

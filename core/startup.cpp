@@ -141,7 +141,7 @@ int run_monitor(int argc, char** argv, const ScreenSet& screens) {
     create_main_window();
     request_first_draw();
     start_refresh_thread();
-    read_function_keys(); // locks ncurses, since the refresh thread runs
+    read_function_keys();
     key_loop();
 }
 

@@ -87,7 +87,7 @@ INSTANTIATE_TEST_SUITE_P(
                     SpecialKey{"PageUp", Key::kPageUp, "Enter connection number"},
                     SpecialKey{"F4", Key::kF4, "Enter connection number"},
                     SpecialKey{"F1", Key::kF1, "figure: 111"},
-                    SpecialKey{"F8", Key::kF8, "figure: 111"},
+                    SpecialKey{"F11", Key::kF11, "figure: 111"},
                     SpecialKey{"Up", Key::kUp, "figure: 111"},
                     SpecialKey{"F2", Key::kF2, "figure: 111"},
                     SpecialKey{"Home", Key::kHome, "figure: 111"},

@@ -27,7 +27,7 @@
 namespace zrp {
 namespace {
 
-constexpr int kUnknownScreen = KEY_F(8);
+constexpr int kUnknownScreen = KEY_F(11);
 constexpr useconds_t kPollInterval = 2000;
 
 std::mutex callMutex;

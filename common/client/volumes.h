@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "../genericCode.h"
 #include "../requests/shadow_volumes.h"
 #include "../requests/volume_information.h"
 #include "../requests/volume_list.h"
@@ -72,6 +73,13 @@ inline std::string StatusWords(uint32_t status) {
     std::string words = text;
     words.pop_back(); // there is always a word, and a blank after it
     return words;
+}
+
+// A size as people read it, "1.50 GB".
+inline std::string SizeWords(uint64_t bytes) {
+    SizeText text;
+    cvtSizeToString(bytes, 1, text);
+    return text;
 }
 
 namespace detail {

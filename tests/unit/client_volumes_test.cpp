@@ -197,6 +197,13 @@ TEST_F(ClientVolumesOfAServer, DetailsAreTheSameInEveryLayout) {
     }
 }
 
+TEST(ClientVolumeWords, AreForPeople) {
+    EXPECT_EQ(client::StatusWords(0), "dismounted");
+    EXPECT_EQ(client::StatusWords(0x10003), "online mounted \"read only\"");
+    EXPECT_EQ(client::SizeWords(1000), "1000");
+    EXPECT_EQ(client::SizeWords(1536), "1.50 KB");
+}
+
 TEST_F(ClientVolumesOfAServer, DetailsKnowShadowsAndQuotas) {
     const auto shadowed = client::GetVolume("PROJECTS", 6);
     EXPECT_EQ(shadowed.value.shadowFlags, 1U);

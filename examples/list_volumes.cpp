@@ -1,28 +1,40 @@
-// Lists the volumes of the server with their state.
+// Lists the volumes of the server with their size, free room and state.
 //
 //     list_volumes
-#include <cstdio>
+#include <iomanip>
+#include <iostream>
+#include <string>
 
-#include <zrp/requests/volume_information.h>
-#include <zrp/requests/volume_list.h>
-#include <zrp/transport.h>
+#include <zrp/client.h>
 
-static int print(void*, const zrp::ListedVolume& volume) {
-    char state[zrp::kVolumeStatusTextSize];
-    zrp::formatVolumeStatus(volume.status, state);
-    std::printf("%5u  %-16s  %s\n", volume.volumeNumber, volume.name, state);
-    return 0;
+namespace client = zrp::client;
+
+// False when the server says nothing of this volume; a volume may be removed after it was listed.
+static bool print_volume(const client::Volume& volume) {
+    const auto details = client::GetVolume(volume.name);
+    if (!details) {
+        std::cerr << "list_volumes: " << volume.name << ": " << Describe(details) << '\n';
+        return false;
+    }
+    const std::string size = client::SizeWords(details.value.size);
+    const std::string free = client::SizeWords(details.value.free);
+    std::cout << std::setw(12) << size << std::setw(12) << free << "  "
+              << client::Unescaped(volume.name) << " (" << client::StatusWords(details.value.status)
+              << ")\n";
+    return true;
 }
 
 int main() {
-    int rc = zrp::IPCServInit(zrp::kMainDaemonSocket);
-    if (rc == 0) {
-        rc = zrp::GetVolumes(print, nullptr, nullptr);
-    }
-    zrp::IPCServTerm();
-    if (rc != 0) {
-        std::fprintf(stderr, "list_volumes: the server cannot be asked, code %d\n", rc);
+    const client::Session session;
+    const auto volumes = client::ListVolumes();
+    if (!volumes) {
+        std::cerr << "list_volumes: " << Describe(volumes) << '\n';
         return 1;
     }
-    return 0;
+    bool good = true;
+    std::cout << "        SIZE        FREE  VOLUME\n";
+    for (const client::Volume& volume : volumes.value) {
+        good = print_volume(volume) && good;
+    }
+    return good ? 0 : 1;
 }

@@ -5,56 +5,61 @@
 // Prints its value every SECONDS (1), COUNT times or, without one, until it is interrupted:
 //
 //     watch_counter "ipcListener requests"
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <unistd.h>
-#include <utility>
+#include <charconv>
+#include <chrono>
+#include <iostream>
+#include <optional>
+#include <string_view>
+#include <thread>
 
-#include <zrp/requests/diagnostics.h>
-#include <zrp/result.h>
+#include <zrp/client.h>
 
-// One question in the steps of the library: build, exchange, scan. Request and reply free
-// themselves.
-static int read_counter(const char* wanted, int32_t* value) {
-    const zrp::DiagnosticsDaemon& daemon = zrp::kServerDiagnostics;
-    uint32_t length = 0;
-    zrp::HeapText request = zrp::BuildDiagnosticsMessage(daemon, &length);
-    zrp::Reply reply;
-    int rc = zrp::send_checked_query(daemon.peer, std::move(request), length, nullptr, &reply);
-    zrp::DiagnosticName name;
-    int cursor = 0;
-    while (rc == zrp::kOk) {
-        rc = zrp::ScanDiagnostics(daemon, reply.text.get(), reply.length, &cursor, name, value);
-        if (rc == zrp::kOk && std::strcmp(name, wanted) == 0) {
-            return zrp::kOk;
+namespace client = zrp::client;
+
+static bool read_number(std::string_view text, unsigned* number) {
+    const char* end = text.data() + text.size();
+    const auto [last, error] = std::from_chars(text.data(), end, *number);
+    return error == std::errc() && last == end;
+}
+
+// Nothing when there is no such counter, or no answer; it then says which.
+static std::optional<int32_t> read_counter(std::string_view name) {
+    const auto counters = client::ListServerCounters();
+    for (const client::Counter& counter : counters.value) {
+        if (counter.name == name) {
+            return counter.value;
         }
     }
-    return rc == zrp::kInvalid || rc == zrp::kRange ? zrp::kNotFound : rc; // the list's end
+    std::cerr << "watch_counter: ";
+    if (counters) {
+        std::cerr << "no such counter: " << name << '\n';
+    } else {
+        std::cerr << Describe(counters) << '\n';
+    }
+    return {};
 }
 
 int main(int argc, char** argv) {
-    if (argc < 2 || argc > 4) {
-        std::fprintf(stderr, "usage: watch_counter NAME [SECONDS [COUNT]]\n");
+    unsigned seconds = 1;
+    unsigned count = 0;
+    if (argc < 2 || argc > 4 || (argc > 2 && !read_number(argv[2], &seconds)) ||
+        (argc > 3 && !read_number(argv[3], &count))) {
+        std::cerr << "usage: watch_counter NAME [SECONDS [COUNT]]\n";
         return 2;
     }
-    const int seconds = argc > 2 ? std::atoi(argv[2]) : 1;
-    const int count = argc > 3 ? std::atoi(argv[3]) : 0;
-    int32_t before = 0;
-    for (int i = 0; count == 0 || i < count; i++) {
+    const client::Session session;
+    std::optional<int32_t> before;
+    for (unsigned i = 0; count == 0 || i < count; i++) {
         if (i > 0) {
-            sleep(static_cast<unsigned>(seconds));
+            std::this_thread::sleep_for(std::chrono::seconds(seconds));
         }
-        int32_t value = 0;
-        const int rc = read_counter(argv[1], &value);
-        if (rc != zrp::kOk) {
-            std::fprintf(stderr, "watch_counter: %s, code %d\n",
-                         rc == zrp::kNotFound ? "no such counter" : "the server cannot be asked",
-                         rc);
+        const std::optional<int32_t> value = read_counter(argv[1]);
+        if (!value) {
             return 1;
         }
-        std::printf("%d (%+lld)\n", value, i == 0 ? 0LL : static_cast<long long>(value) - before);
-        std::fflush(stdout);
+        // Two counts may be further apart than an int32_t holds.
+        const int64_t grown = int64_t{*value} - before.value_or(*value);
+        std::cout << *value << " (" << std::showpos << grown << std::noshowpos << ")" << std::endl;
         before = value;
     }
     return 0;

@@ -16,11 +16,16 @@ using harness::ExitStatus;
 
 constexpr ExitStatus kSuccess{0, 0};
 constexpr ExitStatus kFailure{1, 0};
+constexpr ExitStatus kUsage{2, 0};
 
 constexpr const char* kThreeVolumes =
-    "    0  SYS               online mounted salvageable \n"
-    "    1  DATA              online mounted BKS salvageable \n"
-    "    2  HOME              online mounted \"read only\" BKS salvageable \n";
+    "        SIZE        FREE  VOLUME\n"
+    "   260.71 GB   249.63 GB  SYS (online mounted salvageable)\n"
+    "   276.53 GB   266.68 GB  DATA (online mounted BKS salvageable)\n"
+    "   232.52 GB   222.70 GB  HOME (online mounted \"read only\" BKS salvageable)\n";
+
+// The server of the list above. Its figures stand still.
+const std::vector<std::string> kThreeVolumeServer = {"--volumes", "3", "--clock", "3600"};
 
 // An example in one of the folders that are named after the library they are linked with.
 std::string example(const std::string& name, const std::string& library = "zrpclient") {
@@ -75,8 +80,8 @@ fs::path written(const std::string& name, const std::string& text) {
     return path;
 }
 
-TEST(Examples, ListVolumesWithTheirState) {
-    const SimulatedServer server({"--volumes", "3"});
+TEST(Examples, ListVolumesWithSizeAndState) {
+    const SimulatedServer server(kThreeVolumeServer);
     ASSERT_TRUE(server.ready());
     const Outcome outcome = run({example("list_volumes")});
     EXPECT_EQ(outcome.status, kSuccess);
@@ -87,19 +92,74 @@ TEST(Examples, SayThatNobodyAnswers) {
     ZRP_NEEDS_NAMESPACES();
     const Outcome outcome = run({example("list_volumes")});
     EXPECT_EQ(outcome.status, kFailure);
-    EXPECT_EQ(outcome.output, "list_volumes: the server cannot be asked, code 111\n");
+    EXPECT_EQ(outcome.output, "list_volumes: no daemon listens, code 111\n");
+}
+
+TEST(Examples, TellABrokenReplyFromAnEmptyList) {
+    {
+        const SimulatedServer server({"--volumes", "0"});
+        ASSERT_TRUE(server.ready());
+        const Outcome outcome = run({example("list_volumes")});
+        EXPECT_EQ(outcome.status, kSuccess);
+        EXPECT_EQ(outcome.output, "        SIZE        FREE  VOLUME\n");
+    }
+    const SimulatedServer server(
+        {"--fault", "truncated:listVolumes", "--fault", "truncated:diagnostics"});
+    ASSERT_TRUE(server.ready());
+    for (const char* name : {"list_volumes", "watch_counter"}) {
+        const Outcome outcome = run({example(name), "ipcListener requests"});
+        EXPECT_EQ(outcome.status, kFailure);
+        EXPECT_EQ(outcome.output,
+                  std::string(name) +
+                      ": an argument or the reply is malformed or incomplete, code 22\n");
+    }
+}
+
+TEST(Examples, SayWhichVolumeCannotBeAsked) {
+    const SimulatedServer server({"--volumes", "1", "--fault", "error-reply:volumeInformation"});
+    ASSERT_TRUE(server.ready());
+    const Outcome outcome = run({example("list_volumes")});
+    EXPECT_EQ(outcome.status, kFailure);
+    EXPECT_EQ(outcome.output, "        SIZE        FREE  VOLUME\n"
+                              "list_volumes: SYS: 5 simulated failure\n");
+}
+
+TEST(Examples, SayHowMuchRoomIsLeft) {
+    const SimulatedServer server(kThreeVolumeServer);
+    ASSERT_TRUE(server.ready());
+    const Outcome outcome = run({example("free_space")});
+    EXPECT_EQ(outcome.status, kSuccess);
+    EXPECT_EQ(outcome.output, "SYS: 249.63 GB of 260.71 GB free\n"
+                              "DATA: 266.68 GB of 276.53 GB free\n"
+                              "HOME: 222.70 GB of 232.52 GB free\n");
+}
+
+TEST(Examples, SayHowTheyAreCalled) {
+    const std::string usage = "usage: watch_counter NAME [SECONDS [COUNT]]\n";
+    for (const std::vector<std::string>& arguments : {std::vector<std::string>{},
+                                                      {"a", "soon"},
+                                                      {"a", "-1"},
+                                                      {"a", "1", "2x"},
+                                                      {"a", "1", "2", "3"}}) {
+        std::vector<std::string> command = {example("watch_counter")};
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        const Outcome outcome = run(command);
+        EXPECT_EQ(outcome.status, kUsage);
+        EXPECT_EQ(outcome.output, usage);
+    }
+    EXPECT_EQ(run({example("try_volume"), "NEW"}).output, "usage: try_volume NAME DIRECTORY\n");
 }
 
 TEST(Examples, LinkWithEitherLibrary) {
     EXPECT_TRUE(needs_shared_library(example("list_volumes", "zrpclient")));
     EXPECT_FALSE(needs_shared_library(example("list_volumes", "zrpclient_static")));
-    const SimulatedServer server({"--volumes", "3"});
+    const SimulatedServer server(kThreeVolumeServer);
     ASSERT_TRUE(server.ready());
     EXPECT_EQ(run({example("list_volumes", "zrpclient_static")}).output, kThreeVolumes);
 }
 
 TEST(Examples, BuildWithTheFlagsOfPkgConfig) {
-    const SimulatedServer server({"--volumes", "3"});
+    const SimulatedServer server(kThreeVolumeServer);
     ASSERT_TRUE(server.ready());
     EXPECT_EQ(build_and_run(kInstalled / "examples/list_volumes.cpp").output, kThreeVolumes);
 }
@@ -108,7 +168,7 @@ TEST(Examples, OfTheManPageListsVolumes) {
     const fs::path page = kPrefix / "share/man/man3/zrpclient.3";
     std::string example = excerpt(page, ".\\\" Example", ".\\\" End");
     example = std::regex_replace(example, std::regex(R"(\\e)"), "\\");
-    const SimulatedServer server({"--volumes", "3"});
+    const SimulatedServer server(kThreeVolumeServer);
     ASSERT_TRUE(server.ready());
     const Outcome outcome = build_and_run(written("man_page.cpp", example));
     EXPECT_EQ(outcome.status, kSuccess);
@@ -146,11 +206,11 @@ TEST(Examples, KnowNoSuchCounter) {
     ASSERT_TRUE(server.ready());
     const Outcome outcome = run({example("watch_counter"), "ipcListener"});
     EXPECT_EQ(outcome.status, kFailure);
-    EXPECT_EQ(outcome.output, "watch_counter: no such counter, code 2\n");
+    EXPECT_EQ(outcome.output, "watch_counter: no such counter: ipcListener\n");
 }
 
 TEST(Examples, MakeListAndRemoveAVolume) {
-    const SimulatedServer server({"--volumes", "3"});
+    const SimulatedServer server(kThreeVolumeServer);
     ASSERT_TRUE(server.ready());
     // Twice: the first run left nothing behind.
     for (int i = 0; i < 2; i++) {
@@ -168,7 +228,7 @@ TEST(Examples, TellWhyAVolumeIsRefused) {
     EXPECT_EQ(outcome.status, kFailure);
     EXPECT_EQ(outcome.output, "not created: 17 volume exists: SYS\n");
     EXPECT_EQ(run({example("try_volume"), "SIXTEEN_LETTERS_", "/srv/new"}).output,
-              "not created: code -702\n");
+              "not created: the volume name is too long, code -702\n");
 }
 
 } // namespace

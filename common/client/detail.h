@@ -1,0 +1,284 @@
+// What the headers beside it share: one exchange, and one walk over a list. Not for programs.
+#pragma once
+
+#include <cerrno>
+#include <climits>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "../heap_text.h"
+#include "../result.h"
+#include "../tags.h"
+#include "../transport.h"
+#include "../xml_reader.h"
+#include "answer.h"
+
+namespace zrp::client::detail {
+
+// A view as the text with a NUL at its end that the library takes. One with a NUL inside becomes a
+// text that no request may hold, so that every builder refuses it.
+class Text {
+public:
+    explicit Text(std::string_view view)
+        : text_(view.find('\0') == view.npos ? view : std::string_view("\1")) {}
+
+    operator const char*() const {
+        return text_.c_str();
+    }
+
+    [[nodiscard]] const char* OrNull() const {
+        return text_.empty() ? nullptr : text_.c_str();
+    }
+
+private:
+    std::string text_;
+};
+
+inline Answer<> Done(int code) {
+    return {code, {}, {}};
+}
+
+template <typename T>
+Answer<T> Failure(int code, std::string error = {}) {
+    return {code, std::move(error), {}};
+}
+
+template <typename T, typename Other>
+Answer<T> Failure(const Answer<Other>& other) {
+    return Failure<T>(other.code, other.error);
+}
+
+// An operation of the library with these arguments before the error text and the log.
+template <typename Operation, typename... Arguments>
+Answer<> Run(Operation operation, const Arguments&... arguments) {
+    ErrorText errorText = "";
+    const int rc = operation(arguments..., &errorText, nullptr);
+    return rc == kOk ? Answer<>{} : Failure<Nothing>(rc, errorText);
+}
+
+// The same for one that fills a record.
+template <typename T, typename Operation, typename... Arguments>
+Answer<T> RunForRecord(Operation operation, const Arguments&... arguments) {
+    T record = {};
+    const Answer<> done = Run(operation, arguments..., &record);
+    return done ? Answer<T>{kOk, {}, std::move(record)} : Failure<T>(done);
+}
+
+// The same for one that gives a name.
+template <size_t Size, typename Operation, typename... Arguments>
+Answer<std::string> RunForName(Operation operation, const Arguments&... arguments) {
+    char name[Size] = {};
+    ErrorText errorText = "";
+    const int rc = operation(arguments..., name, &errorText, nullptr);
+    return rc == kOk ? Answer<std::string>{kOk, {}, name} : Failure<std::string>(rc, errorText);
+}
+
+struct Daemon {
+    const char* socketName; // null for the one of the session
+    uint32_t requestNumber;
+    const char* envelope; // the element around each reply; null when a reply may be empty
+};
+
+inline constexpr Daemon kServer = {nullptr, kMainDaemonRequest, tag::zrpConsoleReply};
+
+// A builder of the library with the arguments that stand before the length.
+template <typename Builder, typename... Arguments>
+auto Request(Builder builder, const Arguments&... arguments) {
+    return [=](uint32_t* length) { return builder(arguments..., length); };
+}
+
+// Sends a request and takes the reply, which the daemon has sent to its end and which reports no
+// error.
+template <typename Build>
+Answer<Reply> Exchange(const Daemon& daemon, Build build) {
+    uint32_t length = 0;
+    const HeapText request(build(&length));
+    if (request == nullptr) {
+        return Failure<Reply>(errno == EINVAL ? kInvalid : kNoMemory);
+    }
+    uint64_t replyLength = 0;
+    char* text = nullptr;
+    int rc = IPCServRequestEx(daemon.socketName, daemon.requestNumber, length, request.get(),
+                              &replyLength, &text);
+    HeapText reply(text);
+    if (rc != kOk) {
+        return Failure<Reply>(rc);
+    }
+    if (replyLength > INT_MAX) {
+        return Failure<Reply>(kTooLong);
+    }
+    ErrorText errorText = "";
+    rc = CheckForError(static_cast<uint32_t>(replyLength), text, &errorText);
+    const char* end = nullptr;
+    if (rc == kOk && daemon.envelope != nullptr &&
+        (text == nullptr ||
+         FindClosingTag(daemon.envelope, text, text + replyLength, &end) != kOk)) {
+        rc = kInvalid;
+    }
+    return rc == kOk ? Answer<Reply>{kOk, {}, {std::move(reply), static_cast<int>(replyLength)}}
+                     : Failure<Reply>(rc, errorText);
+}
+
+// A request whose reply has one value: int scan(char* reply, int length, T* value).
+template <typename T, typename Build, typename Scan>
+Answer<T> Ask(Build build, Scan scan, const Daemon& daemon = kServer) {
+    const Answer<Reply> reply = Exchange(daemon, build);
+    if (!reply) {
+        return Failure<T>(reply);
+    }
+    T value = {};
+    const int rc = scan(reply.value.text.get(), reply.value.length, &value);
+    return rc == kOk ? Answer<T>{kOk, {}, std::move(value)} : Failure<T>(rc);
+}
+
+// A request whose reply says no more than that the daemon has obeyed.
+template <typename Build, typename Scan>
+Answer<> Tell(Build build, Scan scan) {
+    return Ask<Nothing>(build,
+                        [&](char* reply, int length, Nothing*) { return scan(reply, length); });
+}
+
+// Where a reply has its items: each is an element of that name inside the command's.
+struct List {
+    const char* command;
+    const char* item;
+    Daemon daemon = kServer;
+};
+
+// Whether an element of that name begins in the text, be it whole or not.
+inline bool HasElement(std::string_view text, std::string_view name) {
+    const std::string opening = "<" + std::string(name);
+    for (size_t at = text.find(opening); at != text.npos; at = text.find(opening, at + 1)) {
+        const size_t after = at + opening.size();
+        if (after == text.size() || std::string_view(" \t\r\n/>").find(text[after]) != text.npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// A scanner has the same code for the end of a list and for an item that it cannot read. It was the
+// end when no further item begins and, before the first item, when the command answered at all.
+inline int EndOfList(const List& list, const Reply& reply, int offset) {
+    char* start = reply.text.get();
+    char* end = start + reply.length;
+    XmlElement outer;
+    XmlElement command;
+    if (offset == 0 &&
+        (FindElement(list.daemon.envelope, start, end, &outer) != kOk ||
+         outer.contentStart == nullptr ||
+         FindElement(list.command, outer.contentStart, outer.contentEnd + 1, &command) != kOk)) {
+        return kInvalid;
+    }
+    return HasElement({start + offset, end}, list.item) ? kInvalid : kOk;
+}
+
+// Gives each item to visit, which returns false to stop. Returns a code. The scanner is
+// int scan(char* reply, int length, int* offset, Item* item).
+template <typename Item, typename Scan, typename Visit>
+int VisitItems(const List& list, const Reply& reply, Scan scan, Visit visit, bool* stopped) {
+    int next = 0;
+    while (!*stopped) {
+        const int offset = next;
+        Item item = {};
+        const int rc = scan(reply.text.get(), reply.length, &next, &item);
+        if (rc == kInvalid || rc == kRange) {
+            return EndOfList(list, reply, offset);
+        }
+        if (rc != kOk) {
+            return rc;
+        }
+        *stopped = !visit(item);
+    }
+    return kOk;
+}
+
+inline constexpr int kLastPage = 0; // no page but the first begins there
+
+// A list in pages: char* build(int index, uint32_t* length), and
+// int next(const Reply& reply, int* index), which sets the index of the next page if there is one.
+template <typename Item, typename Build, typename Scan, typename Visit, typename Next>
+Answer<> WalkPages(const List& list, Build build, Scan scan, Visit visit, Next next) {
+    int index = 0;
+    for (bool stopped = false; !stopped;) {
+        const Answer<Reply> page =
+            Exchange(list.daemon, [&](uint32_t* length) { return build(index, length); });
+        if (!page) {
+            return Failure<Nothing>(page);
+        }
+        int following = kLastPage;
+        int rc = VisitItems<Item>(list, page.value, scan, visit, &stopped);
+        if (rc == kOk && !stopped) {
+            rc = next(page.value, &following);
+        }
+        if (rc == kOk && following != kLastPage && following <= index) {
+            rc = kRange; // the list would never end
+        }
+        if (rc != kOk || following == kLastPage) {
+            return Done(rc);
+        }
+        index = following;
+    }
+    return {};
+}
+
+// A program's callback returns nothing, or false to stop.
+template <typename Callback, typename Item>
+bool GoesOn(Callback& callback, const Item& item) {
+    if constexpr (std::is_void_v<std::invoke_result_t<Callback&, const Item&>>) {
+        callback(item);
+        return true;
+    } else {
+        return callback(item);
+    }
+}
+
+// What a ForEach function gives, in one vector.
+template <typename Value, typename ForEach>
+Answer<std::vector<Value>> Collect(ForEach forEach) {
+    Answer<std::vector<Value>> all;
+    const Answer<> end = forEach([&](const Value& value) { all.value.push_back(value); });
+    return end ? std::move(all) : Failure<std::vector<Value>>(end);
+}
+
+// A list that comes in one reply: Value make(const Item& item).
+template <typename Value, typename Item, typename Build, typename Scan, typename Make>
+Answer<std::vector<Value>> ListItems(const List& list, Build build, Scan scan, Make make) {
+    const Answer<Reply> reply = Exchange(list.daemon, build);
+    if (!reply) {
+        return Failure<std::vector<Value>>(reply);
+    }
+    Answer<std::vector<Value>> all;
+    bool stopped = false;
+    const auto append = [&](const Item& item) {
+        all.value.push_back(make(item));
+        return true;
+    };
+    const int rc = VisitItems<Item>(list, reply.value, scan, append, &stopped);
+    return rc == kOk ? std::move(all) : Failure<std::vector<Value>>(rc);
+}
+
+// The same with the library's records as they are.
+template <typename Item, typename Build, typename Scan>
+Answer<std::vector<Item>> ListRecords(const List& list, Build build, Scan scan) {
+    return ListItems<Item, Item>(list, build, scan, [](const Item& item) { return item; });
+}
+
+// What an operation of the library gives to a callback. No exception may pass through the library.
+template <typename Item, typename Operation>
+Answer<std::vector<Item>> RunForItems(Operation operation, std::string_view names) {
+    std::vector<Item> items;
+    constexpr auto kAppend = [](void* context, const Item& item) noexcept {
+        static_cast<std::vector<Item>*>(context)->push_back(item);
+        return int{kOk};
+    };
+    const Answer<> done = Run(operation, Text(names), +kAppend, &items);
+    return done ? Answer<std::vector<Item>>{kOk, {}, std::move(items)}
+                : Failure<std::vector<Item>>(done);
+}
+
+} // namespace zrp::client::detail

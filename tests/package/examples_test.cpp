@@ -1,4 +1,4 @@
-// The example programs, built by a stranger with the installed library, on the simulated server.
+// The example programs, built with the installed library and run on the simulated server.
 #include <fstream>
 #include <regex>
 #include <sstream>
@@ -22,7 +22,8 @@ constexpr const char* kThreeVolumes =
     "    1  DATA              online mounted BKS salvageable \n"
     "    2  HOME              online mounted \"read only\" BKS salvageable \n";
 
-// An example in one of the folders that are named after the library they are linked with.
+// The path of an example; the folders are named after the library that the examples are linked
+// with.
 std::string example(const std::string& name, const std::string& library = "zrpclient") {
     return kInstalled / library / name;
 }
@@ -40,7 +41,7 @@ void append_words(std::vector<std::string>& words, const std::string& text) {
     }
 }
 
-// Compiles one file with the flags that pkg-config gives for the installed library, and runs it.
+// Compiles one file with the flags from pkg-config for the installed library, and runs it.
 Outcome build_and_run(const fs::path& source) {
     const std::string program = kInstalled / source.stem();
     const Outcome flags = run({"pkg-config", "--cflags", "--libs", "zrpclient"},
@@ -54,8 +55,8 @@ Outcome build_and_run(const fs::path& source) {
     return run({program}, {"LD_LIBRARY_PATH=" + kLibraries.string()});
 }
 
-// The lines of a document between the first that begins with one mark and the next that begins with
-// the other.
+// Returns the lines of a document between the first line that begins with one mark and the next
+// line that begins with the other.
 std::string excerpt(const fs::path& path, std::string_view from, std::string_view to) {
     std::ifstream file(path);
     std::string line;
@@ -83,7 +84,7 @@ TEST(Examples, ListVolumesWithTheirState) {
     EXPECT_EQ(outcome.output, kThreeVolumes);
 }
 
-TEST(Examples, SayThatNobodyAnswers) {
+TEST(Examples, ReportThatNoDaemonAnswers) {
     ZRP_NEEDS_NAMESPACES();
     const Outcome outcome = run({example("list_volumes")});
     EXPECT_EQ(outcome.status, kFailure);
@@ -104,7 +105,7 @@ TEST(Examples, BuildWithTheFlagsOfPkgConfig) {
     EXPECT_EQ(build_and_run(kInstalled / "examples/list_volumes.cpp").output, kThreeVolumes);
 }
 
-TEST(Examples, OfTheManPageListsVolumes) {
+TEST(Examples, TheOneInTheManPageListsVolumes) {
     const fs::path page = kPrefix / "share/man/man3/zrpclient.3";
     std::string example = excerpt(page, ".\\\" Example", ".\\\" End");
     example = std::regex_replace(example, std::regex(R"(\\e)"), "\\");
@@ -115,7 +116,7 @@ TEST(Examples, OfTheManPageListsVolumes) {
     EXPECT_EQ(outcome.output, "0 SYS\n1 DATA\n2 HOME\n");
 }
 
-TEST(Examples, OfTheReadmeListsStatistics) {
+TEST(Examples, TheOneInTheReadmeListsStatistics) {
     const std::string example = excerpt(fs::path(ZRP_SOURCES) / "README.md", "```cpp", "```");
     const SimulatedServer server;
     ASSERT_TRUE(server.ready());
@@ -141,7 +142,7 @@ TEST(Examples, SeeACounterMove) {
         << outcome.output;
 }
 
-TEST(Examples, KnowNoSuchCounter) {
+TEST(Examples, ReportAnUnknownCounter) {
     const SimulatedServer server;
     ASSERT_TRUE(server.ready());
     const Outcome outcome = run({example("watch_counter"), "ipcListener"});
@@ -149,10 +150,10 @@ TEST(Examples, KnowNoSuchCounter) {
     EXPECT_EQ(outcome.output, "watch_counter: no such counter, code 2\n");
 }
 
-TEST(Examples, MakeListAndRemoveAVolume) {
+TEST(Examples, CreateListAndRemoveAVolume) {
     const SimulatedServer server({"--volumes", "3"});
     ASSERT_TRUE(server.ready());
-    // Twice: the first run left nothing behind.
+    // Twice, because the first run must leave nothing behind.
     for (int i = 0; i < 2; i++) {
         const Outcome outcome = run({example("try_volume"), "NEW", "/srv/new"});
         EXPECT_EQ(outcome.status, kSuccess);
@@ -161,7 +162,7 @@ TEST(Examples, MakeListAndRemoveAVolume) {
     EXPECT_EQ(run({example("list_volumes")}).output, kThreeVolumes);
 }
 
-TEST(Examples, TellWhyAVolumeIsRefused) {
+TEST(Examples, ReportWhyAVolumeIsRefused) {
     const SimulatedServer server;
     ASSERT_TRUE(server.ready());
     const Outcome outcome = run({example("try_volume"), "SYS", "/srv/new"});

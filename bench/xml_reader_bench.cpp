@@ -1,5 +1,5 @@
-// The cost of reading a reply, by its length: for a long ordinary list, and for replies designed to
-// be expensive. Each must be linear; the complexity rows show a quadratic walk.
+// The cost of reading a reply, by its length: for a long honest list, and for replies made to cost
+// much. Each must come out linear; what a quadratic walk would cost shows in the complexity rows.
 #include <string>
 #include <string_view>
 
@@ -66,7 +66,7 @@ std::string almost_attributes(int64_t size) {
 
 using Sample = std::string (*)(int64_t size);
 
-// Runs a read over a fresh copy of the sample, because finders write into it.
+// Runs a read over a fresh copy of the sample, for finders write into it.
 template <typename Read>
 void run(benchmark::State& state, Sample sample, Read read) {
     const std::string original = sample(state.range(0));

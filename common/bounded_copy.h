@@ -1,4 +1,4 @@
-// Copies into fixed-size character arrays that never run over and always end in a NUL.
+// Copies into fixed-size character arrays that never overflow and always end in a NUL.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// Guard for text that malloc gave: requests of the builders, replies of the transport.
+// Guard for malloc'ed text: requests from the builders, replies from the transport.
 #pragma once
 
 #include <cstdlib>
@@ -12,7 +12,7 @@ struct FreeDeleter {
     }
 };
 
-// Owns one malloc'ed block of characters and frees it at the end of its scope.
+// Owns one malloc'ed block of characters.
 using HeapText = std::unique_ptr<char, FreeDeleter>;
 
 } // namespace zrp

@@ -4,11 +4,11 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
-#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "common/bounded_copy.h"
+#include "common/open_file.h"
 #include "common/result.h"
 #include "screens/shell_command.h"
 
@@ -22,13 +22,6 @@ constexpr const char* kReleaseFile = "/etc/velmora-release";
 constexpr size_t kCommandSize = 8192;
 constexpr size_t kMarkerLineSize = 8192;
 constexpr size_t kReleaseLineSize = 4096;
-
-struct FileCloser {
-    void operator()(FILE* file) const {
-        fclose(file);
-    }
-};
-using File = std::unique_ptr<FILE, FileCloser>;
 
 // The name of a temporary file, free at the start and at the end of the scope.
 class TemporaryName {
@@ -48,7 +41,7 @@ private:
 
 // Opens a file that a command of ours has just created. Returns 0, the errno, or 22 for anything
 // that the shell did not create.
-int open_created(const char* path, File* file) {
+int open_created(const char* path, OpenFile* file) {
     const int fd = open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) {
         return errno;
@@ -65,20 +58,20 @@ int open_created(const char* path, File* file) {
 }
 
 // Runs a command that writes to the path and opens what it has written.
-int run_into(const char* path, const char* command, File* file) {
+int run_into(const char* path, const char* command, OpenFile* file) {
     const int status = run_shell_command(command);
     return status != 0 ? status : open_created(path, file);
 }
 
 // False at the end of the file. A line longer than the buffer comes in pieces.
 template <size_t N>
-bool read_line(const File& file, char (&line)[N]) {
+bool read_line(const OpenFile& file, char (&line)[N]) {
     return fgets(line, N, file.get()) != nullptr;
 }
 
 // The end of the file sets no errno: what an earlier call has left there could even read as
 // success, so that it has a code of its own.
-int read_failure(const File& file) {
+int read_failure(const OpenFile& file) {
     return ferror(file.get()) != 0 ? errno : kNoData;
 }
 
@@ -115,7 +108,7 @@ int probeVersionString(const char* file, size_t markerLength, const char* marker
         return kInvalid;
     }
     const TemporaryName name(kMarkerFile);
-    File found;
+    OpenFile found;
     const int rc = run_into(kMarkerFile, command, &found);
     if (rc != kOk) {
         return rc;
@@ -138,7 +131,7 @@ int getPlatform(VersionText* text) {
     char command[kCommandSize];
     snprintf(command, sizeof command, "uname -i > %s", kPlatformFile);
     const TemporaryName name(kPlatformFile);
-    File found;
+    OpenFile found;
     const int rc = run_into(kPlatformFile, command, &found);
     if (rc != kOk) {
         return rc;
@@ -156,7 +149,7 @@ int getReleaseLines(VersionText* text) {
     if (text == nullptr) {
         return kInvalid;
     }
-    const File file(fopen(kReleaseFile, "re"));
+    const OpenFile file(fopen(kReleaseFile, "re"));
     if (file == nullptr) {
         return errno;
     }

@@ -38,7 +38,7 @@ int append_line(const char* path, Words words) {
     if (path == nullptr || !are_valid(words)) {
         return kInvalid;
     }
-    File file = open_config(path);
+    OpenFile file = open_config(path);
     if (!file) {
         return kNotFound;
     }

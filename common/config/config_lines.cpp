@@ -11,8 +11,8 @@ constexpr const char* kWhiteSpace = " \t\n\v\f\r";
 
 } // namespace
 
-File open_config(const char* path) {
-    File file(fopen(path, "a+e"));
+OpenFile open_config(const char* path) {
+    OpenFile file(fopen(path, "a+e"));
     if (file) {
         rewind(file.get()); // the C standard does not say where an append stream starts to read
     }

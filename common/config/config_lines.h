@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "../file_guard.h"
+#include "../open_file.h"
 #include "config_file.h"
 
 #pragma GCC visibility push(hidden)
@@ -23,7 +23,7 @@ struct ConfigLine {
 };
 
 // Opens with "a+" and rewinds. Null when the file cannot be opened.
-File open_config(const char* path);
+OpenFile open_config(const char* path);
 
 // Reads the next line. Returns false at the end of the file or on a read error.
 bool next_line(FILE* file, ConfigLine& line);

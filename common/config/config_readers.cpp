@@ -62,7 +62,7 @@ struct Entry {
 
 int find_entry(const char* path, const char* keyword, unsigned index, BetweenLines betweenLines,
                Entry& entry) {
-    const File file = open_config(path);
+    const OpenFile file = open_config(path);
     if (!file) {
         return kNotFound;
     }
@@ -130,7 +130,7 @@ int GetConfigValue(const char* path, const char* key, char* value, int* size,
     if (path == nullptr || key == nullptr || value == nullptr || size == nullptr) {
         return kInvalid;
     }
-    const File file = open_config(path);
+    const OpenFile file = open_config(path);
     if (!file) {
         return kNotFound;
     }
@@ -153,7 +153,7 @@ int read_server_name(const char* path, char* name, int* size) {
     if (path == nullptr || name == nullptr || size == nullptr) {
         return kInvalid;
     }
-    const File file = open_config(path);
+    const OpenFile file = open_config(path);
     if (!file) {
         return kNotFound;
     }

@@ -101,12 +101,12 @@ int rewrite_without(const char* path, Drop drop) {
     if (!name_temporary(path, temporary)) {
         return kNotFound;
     }
-    File copy = open_config(temporary);
+    OpenFile copy = open_config(temporary);
     if (!copy) {
         return kNotFound;
     }
     const off_t staleSize = size_of(copy.get());
-    File original = open_config(path);
+    OpenFile original = open_config(path);
     if (!original) {
         copy.reset();
         discard_temporary(temporary, path, staleSize);

@@ -46,7 +46,7 @@ int write_content(FILE* file, const char* content) {
 }
 
 int create_file(const char* path, const char* content) {
-    File file(fopen(path, "w+e"));
+    OpenFile file(fopen(path, "w+e"));
     if (!file) {
         return errno;
     }

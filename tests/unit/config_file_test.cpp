@@ -13,7 +13,7 @@ namespace {
 using ConfigFileTest = test::ConfigTest;
 
 std::vector<std::string> lines_of(const std::string& path) {
-    const File file = open_config(path.c_str());
+    const OpenFile file = open_config(path.c_str());
     std::vector<std::string> lines;
     ConfigLine line;
     while (next_line(file.get(), line)) {
@@ -24,7 +24,7 @@ std::vector<std::string> lines_of(const std::string& path) {
 
 } // namespace
 
-TEST_F(ConfigFileTest, LinesIncludeTheirNewline) {
+TEST_F(ConfigFileTest, LinesComeWithTheirNewline) {
     write("first\n\nlast");
     EXPECT_EQ(lines_of(path), (std::vector<std::string>{"first\n", "\n", "last"}));
 }
@@ -34,7 +34,7 @@ TEST_F(ConfigFileTest, AnEmptyFileHasNoLine) {
     EXPECT_TRUE(lines_of(path).empty());
 }
 
-TEST_F(ConfigFileTest, ALongLineIsReadInPiecesOf511Bytes) {
+TEST_F(ConfigFileTest, ALongLineComesInPiecesOf511Bytes) {
     write(std::string(1200, 'x') + "\nnext\n");
     const std::vector<std::string> lines = lines_of(path);
     ASSERT_EQ(lines.size(), 4U);
@@ -63,7 +63,7 @@ TEST(SplitWords, StopsAtTheLastWordAndKeepsTheOthers) {
     EXPECT_STREQ(words[2], "stale");
 }
 
-TEST(SplitWords, StopsAtTheRequestedCount) {
+TEST(SplitWords, StopsAtTheCountAskedFor) {
     ConfigWords words = {"", "", "stale"};
     EXPECT_EQ(split_words("one two three", words, 2), 2U);
     EXPECT_STREQ(words[2], "stale");
@@ -78,7 +78,7 @@ TEST(SplitWords, CutsAWordToItsBuffer) {
     EXPECT_STREQ(words[1], "");
 }
 
-TEST(SplitWords, BlankTextHasNoWords) {
+TEST(SplitWords, BlankTextHasNoWord) {
     ConfigWords words = {};
     EXPECT_EQ(split_words("", words, kConfigMaxWords), 0U);
     EXPECT_EQ(split_words(" \t\n", words, kConfigMaxWords), 0U);
@@ -101,7 +101,7 @@ TEST_F(ConfigFileTest, DoesNotExistWhenMissingOrADirectory) {
     EXPECT_FALSE(test::exists(in("missing"))) << "asking creates nothing";
 }
 
-TEST_F(ConfigFileTest, NullArgumentsAreInvalid) {
+TEST_F(ConfigFileTest, AskingWithNullArgumentsIsInvalid) {
     int found = -1;
     EXPECT_EQ(ConfigFileExists(nullptr, &found), kInvalid);
     EXPECT_EQ(ConfigFileExists(path.c_str(), nullptr), kInvalid);

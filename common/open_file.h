@@ -1,4 +1,4 @@
-// Guard for an open file.
+// Guard for an open stdio stream. Internal to the library and the monitor.
 #pragma once
 
 #include <cstdio>
@@ -14,8 +14,7 @@ struct FileCloser {
     }
 };
 
-// Owns an open file and closes it at the end of its scope.
-using File = std::unique_ptr<FILE, FileCloser>;
+using OpenFile = std::unique_ptr<FILE, FileCloser>;
 
 } // namespace zrp
 

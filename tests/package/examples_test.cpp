@@ -150,7 +150,7 @@ TEST(Examples, ReportAnUnknownCounter) {
     EXPECT_EQ(outcome.output, "watch_counter: no such counter, code 2\n");
 }
 
-TEST(Examples, CreateListAndRemoveAVolume) {
+TEST(Examples, MakeListAndRemoveAVolume) {
     const SimulatedServer server({"--volumes", "3"});
     ASSERT_TRUE(server.ready());
     // Twice, because the first run must leave nothing behind.

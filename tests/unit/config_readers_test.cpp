@@ -365,7 +365,7 @@ TEST_F(GetShadowVolumeEntryTest, ReadsAllFiveWords) {
     EXPECT_STREQ(r.word5, "five");
 }
 
-TEST_F(GetShadowVolumeEntryTest, WordsAreClearedBetweenLines) {
+TEST_F(GetShadowVolumeEntryTest, WordsAreForgottenBetweenLines) {
     write("SHADOW_VOLUME S /s four five\nSHADOW_VOLUME T /t\n");
     const ShadowReading r = read(1);
     EXPECT_EQ(r.rc, kOk);
@@ -374,7 +374,7 @@ TEST_F(GetShadowVolumeEntryTest, WordsAreClearedBetweenLines) {
     EXPECT_STREQ(r.word5, kUntouched);
 }
 
-TEST_F(GetShadowVolumeEntryTest, TheWordsAfterAQuotedPathAreReadAgain) {
+TEST_F(GetShadowVolumeEntryTest, TheWordsBehindAQuotedPathAreReadAgain) {
     write("SHADOW_VOLUME S \"/my shadow path\" four five\n");
     const ShadowReading r = read();
     EXPECT_STREQ(r.path, "/my shadow path");

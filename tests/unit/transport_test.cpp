@@ -346,7 +346,8 @@ TEST_F(Transport, ATimeoutBeforeTheHeaderIsShort) {
     EXPECT_TRUE(early.passed());
 }
 
-// Reads the reply of a peer that has finished sending, so that only the receiver's timeout matters.
+// Reads the reply of a peer that has sent all it will: however late it came to that, the time-out
+// is the receiver's alone.
 Answer receive_in_time(int32_t timeoutMs) {
     return take([&](uint64_t* length, char** reply) {
         IPCClient client;

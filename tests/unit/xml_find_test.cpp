@@ -54,7 +54,7 @@ TEST(FindElement, ANameEndsAtWhiteSpaceSlashOrBracket) {
                      {"<A>x</A>", kNone}});
 }
 
-TEST(FindElement, FindsTheFirstOfSeveral) {
+TEST(FindElement, GivesTheFirstOfSeveral) {
     expect_contents({{"<b>0</b><a>1</a><a>2</a>", "1"}, {"text <a>1</a>", "1"}});
 }
 
@@ -176,7 +176,7 @@ TEST(FindElementCdata, SeveralSectionsAreJoined) {
                      {"<a><b>x</b><![CDATA[2]]></a>", "<b>x</b>2"}});
 }
 
-// A section inside a child is unchanged until a search matches the child.
+// A section inside a child stays as it is until the child is looked for.
 TEST(FindElementCdata, OnlySectionsDirectlyInsideAreInterpreted) {
     const ExactBlock reply("<o><a><![CDATA[1]]></a></o>");
     XmlElement outer;
@@ -205,7 +205,7 @@ TEST(FindElementCdata, TheElementAfterItIsFoundOnce) {
     EXPECT_TRUE(reply.text().ends_with("</l><end/>"));
 }
 
-// The name and content of each sibling element.
+// Name and content of every element side by side.
 std::vector<std::string> elements_of(std::string_view text) {
     const ExactBlock reply(text);
     std::vector<std::string> found;

@@ -120,13 +120,13 @@ TEST(WriteParmBool, IsOneForAnyValueExceptZero) {
     EXPECT_EQ(written(WriteParmBool, "N", 0), parm("boolean", "0"));
 }
 
-TEST(Document, FillsItsCapacityToTheLastByte) {
+TEST(Document, FillsItsRoomToTheLastByte) {
     XmlDocument document = start_document(sizeof "<ab/>");
     EXPECT_EQ(WriteEmptyElement(document, "ab"), 5);
     EXPECT_EQ(text_of(document), "<ab/>");
 }
 
-TEST(Document, OneByteTooManyFinishesAsNull) {
+TEST(Document, OneByteTooMuchFinishesAsNull) {
     XmlDocument document = start_document(sizeof "<ab/>" - 1);
     EXPECT_EQ(WriteEmptyElement(document, "ab"), 0);
     EXPECT_TRUE(document.failed);

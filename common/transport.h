@@ -72,7 +72,7 @@ struct IPCClient {
 
     // Reads one reply. On success *buffer is malloc'ed with exactly *length bytes, or null when the
     // reply is empty. Bytes that the peer announced but did not send are zero. On failure *buffer
-    // is null, and *status and *length are those of the header if it arrived whole.
+    // is null, and *status and *length are those of the header if a valid one arrived.
     // Returns kOk, kNoMemory, kBadMagic, kShortHeader, or ECANCELED after IPCServInterrupt.
     int Receive(uint32_t* status, uint64_t* length, char** buffer) const;
 };
@@ -91,7 +91,7 @@ void IPCServInterrupt();
 // Makes one exchange with the default peer. On success the caller owns *reply (null when
 // *replyLength is 0). Returns kOk, kInvalid without a default peer, kNoMemory, kBadMagic,
 // kShortHeader, ECANCELED, the errno of the connection, or the status of the reply. On failure
-// *reply is null and *replyLength is what the reply's header announced, 0 without a header.
+// *reply is null and *replyLength is what the reply's header announced, 0 without a valid header.
 int IPCServRequest(uint32_t requestNumber, uint64_t requestLength, const char* request,
                    uint64_t* replyLength, char** reply);
 

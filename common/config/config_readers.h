@@ -20,7 +20,7 @@ int GetConfigValue(const char* path, const char* key, char* value, int* size,
 // Reads the server's name from the line "ZRP FILE SERVER NAME name" of the main daemon's file; the
 // case of the four words is ignored. Returns kOk, kNotFound, kInvalid, kNoData or kBufferTooSmall.
 //
-// Compatibility: a line without a name gives the fifth word of an earlier line, or an empty name.
+// Compatibility: a line without a name has the fifth word of an earlier line, or an empty name.
 int GetZrpServerName(char* name, int* size);
 
 // Reads the volume line with the index, counted from 0. volumePath and attributes may be null;

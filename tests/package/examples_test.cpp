@@ -1,4 +1,4 @@
-// The example programs, built by a stranger with the installed library, on the simulated server.
+// The example programs, built with the installed library and run on the simulated server.
 #include <fstream>
 #include <regex>
 #include <sstream>
@@ -27,7 +27,8 @@ constexpr const char* kThreeVolumes =
 // The server of the list above. Its figures stand still.
 const std::vector<std::string> kThreeVolumeServer = {"--volumes", "3", "--clock", "3600"};
 
-// An example in one of the folders that are named after the library they are linked with.
+// The path of an example; the folders are named after the library that the examples are linked
+// with.
 std::string example(const std::string& name, const std::string& library = "zrpclient") {
     return kInstalled / library / name;
 }
@@ -45,7 +46,7 @@ void append_words(std::vector<std::string>& words, const std::string& text) {
     }
 }
 
-// Compiles one file with the flags that pkg-config gives for the installed library, and runs it.
+// Compiles one file with the flags from pkg-config for the installed library, and runs it.
 Outcome build_and_run(const fs::path& source) {
     const std::string program = kInstalled / source.stem();
     const Outcome flags = run({"pkg-config", "--cflags", "--libs", "zrpclient"},
@@ -59,8 +60,8 @@ Outcome build_and_run(const fs::path& source) {
     return run({program}, {"LD_LIBRARY_PATH=" + kLibraries.string()});
 }
 
-// The lines of a document between the first that begins with one mark and the next that begins with
-// the other.
+// Returns the lines of a document between the first line that begins with one mark and the next
+// line that begins with the other.
 std::string excerpt(const fs::path& path, std::string_view from, std::string_view to) {
     std::ifstream file(path);
     std::string line;
@@ -88,7 +89,7 @@ TEST(Examples, ListVolumesWithSizeAndState) {
     EXPECT_EQ(outcome.output, kThreeVolumes);
 }
 
-TEST(Examples, SayThatNobodyAnswers) {
+TEST(Examples, ReportThatNoDaemonAnswers) {
     ZRP_NEEDS_NAMESPACES();
     const Outcome outcome = run({example("list_volumes")});
     EXPECT_EQ(outcome.status, kFailure);
@@ -164,7 +165,7 @@ TEST(Examples, BuildWithTheFlagsOfPkgConfig) {
     EXPECT_EQ(build_and_run(kInstalled / "examples/list_volumes.cpp").output, kThreeVolumes);
 }
 
-TEST(Examples, OfTheManPageListsVolumes) {
+TEST(Examples, TheOneInTheManPageListsVolumes) {
     const fs::path page = kPrefix / "share/man/man3/zrpclient.3";
     std::string example = excerpt(page, ".\\\" Example", ".\\\" End");
     example = std::regex_replace(example, std::regex(R"(\\e)"), "\\");
@@ -175,7 +176,7 @@ TEST(Examples, OfTheManPageListsVolumes) {
     EXPECT_EQ(outcome.output, "0 SYS\n1 DATA\n2 HOME\n");
 }
 
-TEST(Examples, OfTheReadmeListsStatistics) {
+TEST(Examples, TheOneInTheReadmeListsStatistics) {
     const std::string example = excerpt(fs::path(ZRP_SOURCES) / "README.md", "```cpp", "```");
     const SimulatedServer server;
     ASSERT_TRUE(server.ready());
@@ -201,7 +202,7 @@ TEST(Examples, SeeACounterMove) {
         << outcome.output;
 }
 
-TEST(Examples, KnowNoSuchCounter) {
+TEST(Examples, ReportAnUnknownCounter) {
     const SimulatedServer server;
     ASSERT_TRUE(server.ready());
     const Outcome outcome = run({example("watch_counter"), "ipcListener"});
@@ -212,7 +213,7 @@ TEST(Examples, KnowNoSuchCounter) {
 TEST(Examples, MakeListAndRemoveAVolume) {
     const SimulatedServer server(kThreeVolumeServer);
     ASSERT_TRUE(server.ready());
-    // Twice: the first run left nothing behind.
+    // Twice, because the first run must leave nothing behind.
     for (int i = 0; i < 2; i++) {
         const Outcome outcome = run({example("try_volume"), "NEW", "/srv/new"});
         EXPECT_EQ(outcome.status, kSuccess);
@@ -221,7 +222,7 @@ TEST(Examples, MakeListAndRemoveAVolume) {
     EXPECT_EQ(run({example("list_volumes")}).output, kThreeVolumes);
 }
 
-TEST(Examples, TellWhyAVolumeIsRefused) {
+TEST(Examples, ReportWhyAVolumeIsRefused) {
     const SimulatedServer server;
     ASSERT_TRUE(server.ready());
     const Outcome outcome = run({example("try_volume"), "SYS", "/srv/new"});

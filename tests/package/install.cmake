@@ -1,5 +1,5 @@
-# Installs TREE below FOLDER and builds a copy of EXAMPLES with it, each linkage in a folder of its
-# own. What was installed is moved before its first use: it must not remember a place.
+# Installs TREE below FOLDER and builds a copy of EXAMPLES with it, each linkage in its own folder. The
+# installed tree is moved before its first use, because it must not depend on its place.
 file(REMOVE_RECURSE ${FOLDER})
 file(MAKE_DIRECTORY ${FOLDER})
 file(COPY ${EXAMPLES}/ DESTINATION ${FOLDER}/examples)

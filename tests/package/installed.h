@@ -1,4 +1,4 @@
-// The installed tree, as the fixture left it, and programs that look at it.
+// The tree that the fixture installed, and a way to run programs on it.
 #pragma once
 
 #include <filesystem>
@@ -20,7 +20,7 @@ inline const std::filesystem::path kHeaders = kPrefix / "include/zrp";
 
 struct Outcome {
     harness::ExitStatus status;
-    std::string output; // and what went to standard error, behind it
+    std::string output; // standard output, then standard error
 };
 
 // Runs a program to its end.

@@ -1,4 +1,4 @@
-// What the installed tree holds, and what the libraries in it export.
+// The contents of the installed tree, and the symbols that its libraries export.
 #include <fstream>
 #include <iterator>
 #include <regex>
@@ -18,7 +18,7 @@ std::string contents(const fs::path& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// Paths of all headers below a folder, from there on.
+// The paths of all headers below a folder, relative to it.
 std::set<std::string> headers_below(const fs::path& folder) {
     std::set<std::string> headers;
     for (const auto& entry : fs::recursive_directory_iterator(folder)) {
@@ -29,8 +29,8 @@ std::set<std::string> headers_below(const fs::path& folder) {
     return headers;
 }
 
-// What the installed headers declare: every word outside comments that stands where the name of a
-// function or of a variable ends.
+// The names that the installed headers declare: every word outside comments after which the name of
+// a function or variable can end.
 std::set<std::string> declared_names() {
     static const std::regex kComment("//[^\n]*");
     static const std::regex kName(R"((operator\(\)|~?[A-Za-z_]\w*)\s*[(=;{\[])");
@@ -46,20 +46,20 @@ std::set<std::string> declared_names() {
 }
 
 struct Symbol {
-    char kind; // as nm tells it
+    char kind; // the letter that nm prints
     std::string name;
 
-    // Without arguments, and without what an instance of a template has more: a result before the
-    // name and "<...>" behind it.
+    // Without arguments and, for an instance of a template, without the result type before the name
+    // and "<...>" after it.
     [[nodiscard]] std::string qualified_name() const {
         constexpr std::string_view kCall = "operator()";
         const size_t call = name.find(kCall);
         const size_t end = call != name.npos ? call + kCall.size() : name.find_first_of("(<");
         const std::string front = name.substr(0, end);
-        return front.substr(front.rfind(' ') + 1); // the whole of it without a blank
+        return front.substr(front.rfind(' ') + 1); // the whole text if it has no blank
     }
 
-    // Without namespace and class, too.
+    // Also without namespace and class.
     [[nodiscard]] std::string own_name() const {
         const std::string qualified = qualified_name();
         const size_t colons = qualified.rfind("::");
@@ -77,7 +77,7 @@ std::vector<Symbol> symbols_of(const fs::path& library, const std::string& table
         // Address, kind, name; the name may hold blanks and end with "@@VERSION".
         static const std::regex kRow(R"([0-9a-f]+ (\w) ([^@]+)(@@.*)?)");
         std::smatch match;
-        // What the address sanitizer and a version add is not the library's own.
+        // Symbols of the address sanitizer and of the version script are not the library's.
         if (std::regex_match(line, match, kRow) && match[1] != "A" &&
             !match[2].str().starts_with("__odr_asan")) {
             symbols.push_back({match[1].str()[0], match[2]});
@@ -91,7 +91,7 @@ std::vector<Symbol> exported_symbols() {
     return symbols_of(kLibraries / "libzrpclient.so", "--dynamic");
 }
 
-// Functions and variables of the static library, instances of inline ones left out.
+// The functions and variables of the static library, without instances of inline ones.
 std::vector<Symbol> static_symbols() {
     std::vector<Symbol> symbols = symbols_of(kLibraries / "libzrpclient.a", "--extern-only");
     std::erase_if(symbols, [](const Symbol& symbol) {
@@ -121,13 +121,13 @@ TEST(Package, ExportsAllThatAnInstalledHeaderDeclares) {
     }
 }
 
-TEST(Package, TheStaticLibraryStandsInOneNamespace) {
+TEST(Package, TheStaticLibraryDefinesOneNamespace) {
     for (const Symbol& symbol : static_symbols()) {
         EXPECT_TRUE(symbol.qualified_name().starts_with("zrp::")) << symbol.name;
     }
 }
 
-TEST(Package, HoldsEveryHeaderButThoseThatAreInternal) {
+TEST(Package, HoldsEveryHeaderThatIsNotInternal) {
     const fs::path sources = fs::path(ZRP_SOURCES) / "common";
     std::set<std::string> expected = headers_below(sources);
     std::erase_if(expected, [&](const std::string& header) {

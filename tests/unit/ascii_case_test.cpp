@@ -16,13 +16,13 @@ TEST(EqualIgnoringCase, ComparesWholeTexts) {
 
 TEST(EqualIgnoringCase, OnlyLettersHaveACase) {
     EXPECT_FALSE(equal_ignoring_case("@", "`")); // before the letters
-    EXPECT_FALSE(equal_ignoring_case("[", "{")); // behind them
+    EXPECT_FALSE(equal_ignoring_case("[", "{")); // after them
     EXPECT_FALSE(equal_ignoring_case("_", "\x7f"));
     EXPECT_FALSE(equal_ignoring_case("\xc4", "\xe4")); // a letter in one character set or the other
     EXPECT_TRUE(equal_ignoring_case("\xc4", "\xc4"));
 }
 
-TEST(EqualIgnoringCase, ComparesNoMoreThanItIsToldTo) {
+TEST(EqualIgnoringCase, ComparesAtMostTheGivenLength) {
     EXPECT_TRUE(equal_ignoring_case("VOLUME DATA", "volumes", 6));
     EXPECT_FALSE(equal_ignoring_case("VOLUME DATA", "volumes", 7));
     EXPECT_TRUE(equal_ignoring_case("a", "b", 0));

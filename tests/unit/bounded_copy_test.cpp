@@ -41,13 +41,13 @@ TEST(Utf8Cut, SplitsNoSequence) {
     }
 }
 
-TEST(Utf8Cut, CutsWhatIsNoUtf8AtTheLimit) {
+TEST(Utf8Cut, CutsTextThatIsNotUtf8AtTheLimit) {
     constexpr CutCase kCases[] = {
-        {"ab\xA9", 2, 2},                   // a Latin-1 letter behind plain ones
-        {"\x80\x80\x80\x80\x80\x80", 4, 4}, // nothing that could begin a sequence
+        {"ab\xA9", 2, 2},                   // a Latin-1 letter after ASCII ones
+        {"\x80\x80\x80\x80\x80\x80", 4, 4}, // no byte that can begin a sequence
         {"\xC3\xA4\xA4", 2, 2},             // one byte more than the sequence has
         {"\xE2\x82\xAC\x80", 3, 3},
-        {"\xFF\x80", 1, 1}, // no sequence begins so
+        {"\xFF\x80", 1, 1}, // no sequence begins like this
     };
     for (const CutCase& c : kCases) {
         const ExactBlock text(c.text);
@@ -75,7 +75,7 @@ TEST(CopyCut, CutsBeforeACharacterThatDoesNotFit) {
     EXPECT_STREQ(text, "ab");
 }
 
-TEST(CopyCut, TakesAnEmptyTextWithoutAPointer) {
+TEST(CopyCut, AcceptsANullTextOfLengthZero) {
     char text[4] = "abc";
     copy_cut(text, nullptr, 0);
     EXPECT_STREQ(text, "");

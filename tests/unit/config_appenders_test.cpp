@@ -31,7 +31,7 @@ TEST_F(ConfigAppendersTest, AValueWithABlankIsWrittenInQuotes) {
     EXPECT_EQ(content(), "VOLUME A \"My Volume\"\nVOLUME B \"My\tVolume\" x\nVOLUME C \" \" x y\n");
 }
 
-TEST_F(ConfigAppendersTest, AValueWithoutABlankIsWrittenBare) {
+TEST_F(ConfigAppendersTest, AValueWithoutABlankIsNotQuoted) {
     EXPECT_EQ(AppendConfigLine3(path.c_str(), "VOLUME", "A", "MyVolume"), kOk);
     EXPECT_EQ(content(), "VOLUME A MyVolume\n");
 }
@@ -52,13 +52,13 @@ TEST_F(ConfigAppendersTest, AQuotedPathIsReadBack) {
     EXPECT_EQ(attributes, kEnableArchiveBit);
 }
 
-TEST_F(ConfigAppendersTest, APresentKeyIsNotReplaced) {
+TEST_F(ConfigAppendersTest, AnExistingKeyIsNotReplaced) {
     EXPECT_EQ(AppendConfigPair(path.c_str(), "KEY", "1"), kOk);
     EXPECT_EQ(AppendConfigPair(path.c_str(), "KEY", "2"), kOk);
     EXPECT_EQ(content(), "KEY 1\nKEY 2\n");
 }
 
-TEST_F(ConfigAppendersTest, TheFileEndsWithItsModeWhateverTheUmask) {
+TEST_F(ConfigAppendersTest, TheFileGetsItsModeWhateverTheUmask) {
     umask(077);
     EXPECT_EQ(AppendConfigPair(path.c_str(), "KEY", "1"), kOk);
     EXPECT_EQ(test::mode_of(path), 0644U);
@@ -67,7 +67,7 @@ TEST_F(ConfigAppendersTest, TheFileEndsWithItsModeWhateverTheUmask) {
     EXPECT_EQ(test::mode_of(path), 0644U);
 }
 
-TEST_F(ConfigAppendersTest, ALastLineWithoutNewlineIsEndedFirst) {
+TEST_F(ConfigAppendersTest, ALastLineWithoutANewlineIsEndedFirst) {
     write("A 1");
     EXPECT_EQ(AppendConfigPair(path.c_str(), "B", "2"), kOk);
     EXPECT_EQ(content(), "A 1\nB 2\n");
@@ -114,7 +114,7 @@ TEST_F(ConfigAppendersTest, AFileThatCannotBeOpenedIsNotFound) {
     EXPECT_EQ(AppendConfigLine3(in("no/such").c_str(), "a", "b", "v"), kNotFound);
 }
 
-TEST_F(ConfigAppendersTest, AFullDiskAtAnyByteLeavesTheFileAsItWas) {
+TEST_F(ConfigAppendersTest, AFullDiskAtAnyByteLeavesTheFileUnchanged) {
     const std::string before = "A 1\nB 2";
     const std::string after = before + "\nVOLUME V \"/my volume\" x y\n";
     for (size_t size = 0; size <= after.size(); size++) {

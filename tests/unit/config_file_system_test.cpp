@@ -31,7 +31,7 @@ TEST_F(FileSystemTest, ADirectoryOnAnOrdinaryFileSystemIsAccepted) {
     EXPECT_EQ(CheckDirectoryFileSystem("/proc"), kOk);
 }
 
-TEST_F(FileSystemTest, AFileIsNoDirectory) {
+TEST_F(FileSystemTest, AFileIsNotADirectory) {
     EXPECT_EQ(CheckDirectoryFileSystem(in("file").c_str()), kInvalid);
 }
 
@@ -52,7 +52,7 @@ TEST_F(FileSystemTest, ACanonicalPathIsAccepted) {
     EXPECT_EQ(IsCanonicalPath("/"), kOk);
 }
 
-TEST_F(FileSystemTest, APathThatIsNotCanonicalIsTold) {
+TEST_F(FileSystemTest, APathThatIsNotCanonicalIsRefused) {
     ASSERT_EQ(symlink(directory.c_str(), in("link").c_str()), 0);
     for (const std::string& other :
          {in(""), in("."), in("../"), directory + "//file", in("link"), in("link/file")}) {
@@ -60,7 +60,7 @@ TEST_F(FileSystemTest, APathThatIsNotCanonicalIsTold) {
     }
 }
 
-TEST_F(FileSystemTest, AMissingPathGivesTheErrorOfStat) {
+TEST_F(FileSystemTest, AMissingPathReturnsTheErrorOfStat) {
     EXPECT_EQ(IsCanonicalPath(in("missing").c_str()), ENOENT);
     EXPECT_EQ(IsCanonicalPath(in("file/x").c_str()), ENOTDIR);
     EXPECT_EQ(IsCanonicalPath(nullptr), kInvalid);
@@ -73,18 +73,18 @@ TEST_F(FileSystemTest, EveryMissingDirectoryIsCreatedWithTheMode) {
     EXPECT_EQ(test::mode_of(in("a/b/c")), 0750U);
 }
 
-TEST_F(FileSystemTest, AModeOfZeroMeansAllRights) {
+TEST_F(FileSystemTest, AModeOfZeroMeans0777) {
     EXPECT_EQ(MakeDirPath(in("a").c_str(), 0), 0);
     EXPECT_EQ(test::mode_of(in("a")), 0777U);
 }
 
-TEST_F(FileSystemTest, APresentDirectoryKeepsItsMode) {
+TEST_F(FileSystemTest, AnExistingDirectoryKeepsItsMode) {
     EXPECT_EQ(MakeDirPath(in("a").c_str(), 0700), 0);
     EXPECT_EQ(MakeDirPath(in("a").c_str(), 0755), 0);
     EXPECT_EQ(test::mode_of(in("a")), 0700U);
 }
 
-TEST_F(FileSystemTest, SlashesAtTheEndAndDoubledOnesAreSkipped) {
+TEST_F(FileSystemTest, TrailingAndDoubledSlashesAreSkipped) {
     EXPECT_EQ(MakeDirPath(in("a//b/").c_str(), 0755), 0);
     EXPECT_TRUE(test::exists(in("a/b")));
     EXPECT_EQ(MakeDirPath("/", 0755), 0);
@@ -98,7 +98,7 @@ TEST_F(FileSystemTest, ARelativePathIsCreatedBelowTheWorkingDirectory) {
     EXPECT_TRUE(test::exists(in("a/b")));
 }
 
-TEST_F(FileSystemTest, AFileInTheWayIsTold) {
+TEST_F(FileSystemTest, AFileInPlaceOfADirectoryIsAnError) {
     EXPECT_EQ(MakeDirPath(in("file/a").c_str(), 0755), -1);
     EXPECT_EQ(errno, ENOTDIR) << "within the path";
     EXPECT_EQ(MakeDirPath(in("file").c_str(), 0755), -1);
@@ -107,13 +107,13 @@ TEST_F(FileSystemTest, AFileInTheWayIsTold) {
     EXPECT_EQ(errno, EEXIST) << "at its end, before a slash";
 }
 
-TEST_F(FileSystemTest, ADanglingLinkInTheWayGivesTheErrorOfStat) {
+TEST_F(FileSystemTest, ADanglingLinkInPlaceOfADirectoryReturnsTheErrorOfStat) {
     ASSERT_EQ(symlink("nowhere", in("link").c_str()), 0);
     EXPECT_EQ(MakeDirPath(in("link/a").c_str(), 0755), -1);
     EXPECT_EQ(errno, ENOENT);
 }
 
-TEST_F(FileSystemTest, APathThatCannotBeCreatedGivesTheErrorOfTheSystem) {
+TEST_F(FileSystemTest, APathThatCannotBeCreatedReturnsTheErrorOfTheSystem) {
     EXPECT_EQ(MakeDirPath("", 0755), -1);
     EXPECT_EQ(errno, ENOENT);
     EXPECT_EQ(MakeDirPath(in(std::string(300, 'x')).c_str(), 0755), -1);
@@ -132,7 +132,7 @@ TEST_F(FileSystemTest, WithoutMemoryForThePathNothingIsCreated) {
     EXPECT_FALSE(test::exists(in("a")));
 }
 
-TEST_F(FileSystemTest, DirectoriesOfToolsHaveTheirMode) {
+TEST_F(FileSystemTest, MakeDirectoriesUsesMode0744) {
     EXPECT_EQ(MakeDirectories(in("a/b").c_str()), kOk);
     EXPECT_EQ(test::mode_of(in("a")), 0744U);
     EXPECT_EQ(test::mode_of(in("a/b")), 0744U);
@@ -149,7 +149,7 @@ TEST_F(FileSystemTest, AFileAndItsLinkAreCreated) {
     EXPECT_EQ(std::filesystem::read_symlink(in("link")), in("a/b/target"));
 }
 
-TEST_F(FileSystemTest, APresentFileKeepsItsContentAndMode) {
+TEST_F(FileSystemTest, AnExistingFileKeepsItsContentAndMode) {
     chmod(in("file").c_str(), 0600);
     EXPECT_EQ(CreateFileAndLink(directory.c_str(), in("file").c_str(), in("link").c_str(), "new"),
               kOk);
@@ -158,7 +158,7 @@ TEST_F(FileSystemTest, APresentFileKeepsItsContentAndMode) {
     EXPECT_TRUE(test::exists(in("link")));
 }
 
-TEST_F(FileSystemTest, APresentLinkStaysEvenWhenItPointsNowhere) {
+TEST_F(FileSystemTest, AnExistingLinkStaysEvenWhenItDangles) {
     ASSERT_EQ(symlink("nowhere", in("link").c_str()), 0);
     EXPECT_EQ(CreateFileAndLink(directory.c_str(), in("new").c_str(), in("link").c_str(), nullptr),
               kOk);
@@ -166,19 +166,19 @@ TEST_F(FileSystemTest, APresentLinkStaysEvenWhenItPointsNowhere) {
     EXPECT_EQ(test::read_file(in("new")), "");
 }
 
-TEST_F(FileSystemTest, ADirectoryThatCannotBeCreatedShowsWithTheFile) {
+TEST_F(FileSystemTest, ADirectoryThatCannotBeCreatedMakesTheFileFail) {
     EXPECT_EQ(
         CreateFileAndLink(in("file/a").c_str(), in("file/a/t").c_str(), in("link").c_str(), "x"),
         ENOTDIR);
     EXPECT_FALSE(test::exists(in("link")));
 }
 
-TEST_F(FileSystemTest, ALinkThatCannotBeCreatedGivesTheErrorOfTheSystem) {
+TEST_F(FileSystemTest, ALinkThatCannotBeCreatedReturnsTheErrorOfTheSystem) {
     EXPECT_EQ(CreateFileAndLink(directory.c_str(), in("file").c_str(), in("no/link").c_str(), "x"),
               ENOENT);
 }
 
-TEST_F(FileSystemTest, AFullDiskLeavesAPartOfTheFileAndNoLink) {
+TEST_F(FileSystemTest, AFullDiskLeavesAPartialFileAndNoLink) {
     const int rc = test::in_child([this] {
         test::limit_file_size(4);
         return CreateFileAndLink(directory.c_str(), in("new").c_str(), in("link").c_str(),

@@ -24,7 +24,7 @@ std::vector<std::string> lines_of(const std::string& path) {
 
 } // namespace
 
-TEST_F(ConfigFileTest, LinesComeWithTheirNewline) {
+TEST_F(ConfigFileTest, LinesIncludeTheirNewline) {
     write("first\n\nlast");
     EXPECT_EQ(lines_of(path), (std::vector<std::string>{"first\n", "\n", "last"}));
 }
@@ -34,7 +34,7 @@ TEST_F(ConfigFileTest, AnEmptyFileHasNoLine) {
     EXPECT_TRUE(lines_of(path).empty());
 }
 
-TEST_F(ConfigFileTest, ALongLineComesInPiecesOf511Bytes) {
+TEST_F(ConfigFileTest, ALongLineIsReadInPiecesOf511Bytes) {
     write(std::string(1200, 'x') + "\nnext\n");
     const std::vector<std::string> lines = lines_of(path);
     ASSERT_EQ(lines.size(), 4U);
@@ -63,7 +63,7 @@ TEST(SplitWords, StopsAtTheLastWordAndKeepsTheOthers) {
     EXPECT_STREQ(words[2], "stale");
 }
 
-TEST(SplitWords, StopsAtTheCountAskedFor) {
+TEST(SplitWords, StopsAtTheRequestedCount) {
     ConfigWords words = {"", "", "stale"};
     EXPECT_EQ(split_words("one two three", words, 2), 2U);
     EXPECT_STREQ(words[2], "stale");
@@ -78,7 +78,7 @@ TEST(SplitWords, CutsAWordToItsBuffer) {
     EXPECT_STREQ(words[1], "");
 }
 
-TEST(SplitWords, BlankTextHasNoWord) {
+TEST(SplitWords, BlankTextHasNoWords) {
     ConfigWords words = {};
     EXPECT_EQ(split_words("", words, kConfigMaxWords), 0U);
     EXPECT_EQ(split_words(" \t\n", words, kConfigMaxWords), 0U);
@@ -101,7 +101,7 @@ TEST_F(ConfigFileTest, DoesNotExistWhenMissingOrADirectory) {
     EXPECT_FALSE(test::exists(in("missing"))) << "asking creates nothing";
 }
 
-TEST_F(ConfigFileTest, AskingWithNullArgumentsIsInvalid) {
+TEST_F(ConfigFileTest, NullArgumentsAreInvalid) {
     int found = -1;
     EXPECT_EQ(ConfigFileExists(nullptr, &found), kInvalid);
     EXPECT_EQ(ConfigFileExists(path.c_str(), nullptr), kInvalid);

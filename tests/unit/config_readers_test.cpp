@@ -93,7 +93,7 @@ protected:
 
 } // namespace
 
-TEST_F(GetConfigValueTest, AMissingFileIsCreatedEmptyAndGivesTheDefault) {
+TEST_F(GetConfigValueTest, AMissingFileIsCreatedEmptyAndReadsAsTheDefault) {
     const Reading reading = read("LOG_LEVEL", 64, "WARNING");
     EXPECT_EQ(reading.rc, kOk);
     EXPECT_EQ(reading.text, "WARNING");
@@ -101,7 +101,7 @@ TEST_F(GetConfigValueTest, AMissingFileIsCreatedEmptyAndGivesTheDefault) {
     EXPECT_EQ(content(), "");
 }
 
-TEST_F(GetConfigValueTest, AMissingFileIsCreatedEmptyAndWithoutDefaultGivesNoData) {
+TEST_F(GetConfigValueTest, AMissingFileIsCreatedEmptyAndHasNoDataWithoutADefault) {
     const Reading reading = read("LOG_LEVEL", 64, nullptr);
     EXPECT_EQ(reading.rc, kNoData);
     EXPECT_EQ(reading.text, kUntouched);
@@ -136,7 +136,7 @@ TEST_F(GetConfigValueTest, ANegativeSizeIsTooSmall) {
     EXPECT_EQ(reading.size, 2);
 }
 
-TEST_F(GetConfigValueTest, ADefaultThatDoesNotFitIsTooLargeAsWell) {
+TEST_F(GetConfigValueTest, ADefaultThatDoesNotFitIsTooLargeToo) {
     const Reading reading = read("KEY", 7, "WARNING");
     EXPECT_EQ(reading.rc, kBufferTooSmall);
     EXPECT_EQ(reading.size, 8);
@@ -149,7 +149,7 @@ TEST_F(GetConfigValueTest, TheKeyIsCaseSensitive) {
     EXPECT_EQ(value_of("LOG_LEVEL"), "DEBUG");
 }
 
-TEST_F(GetConfigValueTest, TheKeyIsComparedWhole) {
+TEST_F(GetConfigValueTest, TheKeyMustMatchWhole) {
     write("LOG_LEVELS a\nLOG b\nLOG_LEVEL c\n");
     EXPECT_EQ(value_of("LOG_LEVEL"), "c");
 }
@@ -164,7 +164,7 @@ TEST_F(GetConfigValueTest, ALineOfOneWordIsSkipped) {
     EXPECT_EQ(value_of("KEY"), "value");
 }
 
-TEST_F(GetConfigValueTest, TheValueIsTheSecondWordAlone) {
+TEST_F(GetConfigValueTest, TheValueIsTheSecondWordOnly) {
     write(" \tKEY\t\"two words\" more\n");
     EXPECT_EQ(value_of("KEY"), "\"two");
 }
@@ -176,7 +176,7 @@ TEST_F(GetConfigValueTest, CommentsAreSkippedEvenForAKeyThatLooksLikeOne) {
     EXPECT_EQ(read(";KEY", 64, nullptr).rc, kNoData);
 }
 
-TEST_F(GetConfigValueTest, ALastLineWithoutNewlineCounts) {
+TEST_F(GetConfigValueTest, ALastLineWithoutANewlineCounts) {
     write("A 1\nKEY value");
     EXPECT_EQ(value_of("KEY"), "value");
 }
@@ -217,12 +217,12 @@ TEST_F(GetZrpServerNameTest, OtherLinesAndCommentsDoNotCount) {
     }
 }
 
-TEST_F(GetZrpServerNameTest, AShortLineYieldsTheFifthWordOfAnEarlierLine) {
+TEST_F(GetZrpServerNameTest, AShortLineHasTheFifthWordOfAnEarlierLine) {
     expect_name("a b c d Earlier\nx y\nZRP FILE SERVER NAME\n", "Earlier");
     expect_name("# b c d Comment\nZRP FILE SERVER NAME\n", "Comment");
 }
 
-TEST_F(GetZrpServerNameTest, AShortLineWithoutAnEarlierFifthWordYieldsAnEmptyName) {
+TEST_F(GetZrpServerNameTest, AShortLineWithoutAnEarlierFifthWordHasAnEmptyName) {
     expect_name("ZRP FILE SERVER NAME\n", "");
 }
 
@@ -258,7 +258,7 @@ TEST_F(GetVolumeEntryTest, EntriesAreCountedFromZero) {
     expect_volume(2, "F", "/f", 0);
 }
 
-TEST_F(GetVolumeEntryTest, BeyondTheLastEntryThereIsNoData) {
+TEST_F(GetVolumeEntryTest, AfterTheLastEntryThereIsNoData) {
     write("VOLUME A /a\n");
     const VolumeReading r = read(1);
     EXPECT_EQ(r.rc, kNoData);
@@ -276,12 +276,12 @@ TEST_F(GetVolumeEntryTest, OptionWordsSetTheirBitsInAnyOrderAndCase) {
     expect_volume(2, "C", "/c", kInheritPosixPermissions);
 }
 
-TEST_F(GetVolumeEntryTest, AnUnquotedOptionIsComparedWhole) {
+TEST_F(GetVolumeEntryTest, AnUnquotedOptionMustMatchWhole) {
     write("VOLUME A /enable_archive_bit xEnable_Archive_Bit Enable_Archive_Bits\n");
     expect_volume(0, "A", "/enable_archive_bit", 0);
 }
 
-TEST_F(GetVolumeEntryTest, AQuotedPathHoldsBlanks) {
+TEST_F(GetVolumeEntryTest, AQuotedPathMayHoldBlanks) {
     write("VOLUME A \"/my volume\" Inherit_POSIX_Permissions\n");
     expect_volume(0, "A", "/my volume", kInheritPosixPermissions);
 }
@@ -291,7 +291,7 @@ TEST_F(GetVolumeEntryTest, TheTextBetweenTheFirstAndTheLastQuoteIsThePath) {
     expect_volume(0, "A", "/my \"own\" volume", 0);
 }
 
-TEST_F(GetVolumeEntryTest, ASingleQuoteGivesAnEmptyPath) {
+TEST_F(GetVolumeEntryTest, ASingleQuoteMeansAnEmptyPath) {
     write("VOLUME A \"/open\n");
     expect_volume(0, "A", "", 0);
 }
@@ -310,14 +310,14 @@ TEST_F(GetVolumeEntryTest, AnOptionWithinAQuotedPathSetsItsBit) {
     expect_volume(0, "A", "/data/enable_archive_bit here", kEnableArchiveBit);
 }
 
-TEST_F(GetVolumeEntryTest, AShortLineShowsTheOptionWordsOfAnEarlierLine) {
+TEST_F(GetVolumeEntryTest, AShortLineHasTheOptionWordsOfAnEarlierLine) {
     write("VOLUME A /a x Enable_Archive_Bit\nVOLUME B /b\n");
     expect_volume(1, "B", "/b", kEnableArchiveBit);
     write("# a b Inherit_POSIX_Permissions\nVOLUME B /b\n");
     expect_volume(0, "B", "/b", kInheritPosixPermissions);
 }
 
-TEST_F(GetVolumeEntryTest, WithoutAPathBufferQuotesMeanNothing) {
+TEST_F(GetVolumeEntryTest, WithoutAPathBufferQuotesHaveNoMeaning) {
     write("VOLUME A \"/a b\" Enable_Archive_Bit\nVOLUME B \"/b\" Enable_Archive_Bit\n"
           "VOLUME C \"/enable_archive_bit\"\n");
     ConfigWord name;
@@ -382,7 +382,7 @@ TEST_F(GetShadowVolumeEntryTest, TheWordsBehindAQuotedPathAreReadAgain) {
     EXPECT_STREQ(r.word5, "five");
 }
 
-TEST_F(GetShadowVolumeEntryTest, PiecesOfAQuotedPathAreNoWords) {
+TEST_F(GetShadowVolumeEntryTest, PartsOfAQuotedPathAreNotWords) {
     write("SHADOW_VOLUME S \"/my shadow path\"\nSHADOW_VOLUME T \"/my shadow path\" four\n");
     ShadowReading r = read(0);
     EXPECT_STREQ(r.word4, kUntouched);
@@ -392,7 +392,7 @@ TEST_F(GetShadowVolumeEntryTest, PiecesOfAQuotedPathAreNoWords) {
     EXPECT_STREQ(r.word5, kUntouched);
 }
 
-TEST_F(GetShadowVolumeEntryTest, WithoutAPathBufferTheLineIsBareWords) {
+TEST_F(GetShadowVolumeEntryTest, WithoutAPathBufferPartsOfAQuotedPathAreWords) {
     write("SHADOW_VOLUME S \"/a b\" five\n");
     ShadowReading r;
     EXPECT_EQ(GetShadowVolumeEntry(path.c_str(), 0, r.name, nullptr, &r.word4, &r.word5), kOk);

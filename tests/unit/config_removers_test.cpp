@@ -59,7 +59,7 @@ bool includes_lines(const std::string& text, const std::string& wanted) {
     return true;
 }
 
-// Lets every renaming of this process fail, as on a broken disk.
+// Makes every rename by this process fail, as on a broken disk.
 bool forbid_renaming() {
     sock_filter program[] = {
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
@@ -78,8 +78,8 @@ bool forbid_renaming() {
 
 enum class End { kKilled, kFinished, kNotPermitted };
 
-// Runs the function in a child and kills it at the given step: steps count the entries into the
-// kernel and the returns from it.
+// Runs the function in a child and kills it at the given step. Each system call is two steps: its
+// entry and its return.
 template <typename Function>
 End kill_at_step(int step, Function function) {
     const pid_t child = fork();
@@ -106,7 +106,7 @@ End kill_at_step(int step, Function function) {
 
 } // namespace
 
-TEST_F(ConfigRemoversTest, ServerNameLinesAreDroppedInAnyCaseAndSpacing) {
+TEST_F(ConfigRemoversTest, ServerNameLinesAreRemovedInAnyCaseAndSpacing) {
     const std::string kept = "# ZRP FILE SERVER NAME X\n"
                              "  ; ZRP FILE SERVER NAME X\n"
                              "ZRP_FILE_SERVER_NAME X\n"
@@ -127,7 +127,7 @@ TEST_F(ConfigRemoversTest, AServerNameLineNeedsNoBlanksBetweenItsWords) {
                    [this] { return remove_server_name(path.c_str()); });
 }
 
-TEST_F(ConfigRemoversTest, AKeyWithoutValueDropsEveryLineThatBeginsWithIt) {
+TEST_F(ConfigRemoversTest, AKeyWithoutAValueRemovesEveryLineThatBeginsWithIt) {
     expect_rewrite("LOG_LEVEL a\nlog_level b\n \tLOG_LEVEL\nLOG c\n#LOG_LEVEL d\nx LOG_LEVEL\n",
                    "LOG c\n#LOG_LEVEL d\nx LOG_LEVEL\n", [this] { return remove("LOG_LEVEL"); });
 }
@@ -141,22 +141,22 @@ TEST_F(ConfigRemoversTest, CommentsStayEvenForAKeyThatLooksLikeOne) {
                    [this] { return remove("#") == kOk ? remove(";KEY") : int{kInvalid}; });
 }
 
-TEST_F(ConfigRemoversTest, AValueMustStandWholeBehindTheKey) {
+TEST_F(ConfigRemoversTest, AValueMustFollowTheKeyAsAWholeWord) {
     expect_rewrite("VOLUME A /a\nVOLUME  \tA\nvolume a x\nVOLUMEA y\n"
                    "VOLUME AB /b\nVOLUME B A\nVOLUMES A /c\nVOLUME\n; VOLUME A\n",
                    "VOLUME AB /b\nVOLUME B A\nVOLUMES A /c\nVOLUME\n; VOLUME A\n",
                    [this] { return remove("VOLUME", "A"); });
 }
 
-TEST_F(ConfigRemoversTest, AMatchingLastLineWithoutNewlineSurvives) {
+TEST_F(ConfigRemoversTest, AMatchingLastLineWithoutANewlineStays) {
     expect_rewrite("VOLUME A\nVOLUME A", "VOLUME A", [this] { return remove("VOLUME", "A"); });
 }
 
-TEST_F(ConfigRemoversTest, AMatchingLastLineWithoutNewlineGoesWhenTheKeyAloneIsAskedFor) {
+TEST_F(ConfigRemoversTest, AMatchingLastLineWithoutANewlineIsRemovedByKeyOnly) {
     expect_rewrite("X 1\nVOLUME A", "X 1\n", [this] { return remove("VOLUME"); });
 }
 
-TEST_F(ConfigRemoversTest, ADoubledPercentSignIsWrittenBackSingle) {
+TEST_F(ConfigRemoversTest, ADoubledPercentSignBecomesASingleOne) {
     expect_rewrite("A 100%%\nB %%%% %%x\n", "A 100%\nB %% %x\n", [this] { return remove("X"); });
 }
 
@@ -183,7 +183,7 @@ TEST_F(ConfigRemoversTest, AMissingFileBecomesAnEmptyOne) {
     EXPECT_FALSE(test::exists(temporary()));
 }
 
-TEST_F(ConfigRemoversTest, TheFileEndsWithItsModeWhateverTheUmask) {
+TEST_F(ConfigRemoversTest, TheFileGetsItsModeWhateverTheUmask) {
     umask(077);
     write("A 1\n");
     EXPECT_EQ(remove("KEY"), kOk);
@@ -197,14 +197,14 @@ TEST_F(ConfigRemoversTest, AStaleTemporaryFileIsAppendedTo) {
     EXPECT_EQ(content(), "STALE x\nB 2\n");
 }
 
-TEST_F(ConfigRemoversTest, AStaleHalfLineDoesNotSwallowTheFirstLine) {
+TEST_F(ConfigRemoversTest, AStalePartialLineIsNotJoinedToTheFirstLine) {
     write("A 1\nB 2\n");
     test::write_file(temporary(), "# STA");
     EXPECT_EQ(remove("B"), kOk);
     EXPECT_EQ(content(), "# STA\nA 1\n");
 }
 
-TEST_F(ConfigRemoversTest, ATemporaryFileThatCannotBeOpenedLeavesEverything) {
+TEST_F(ConfigRemoversTest, ATemporaryFileThatCannotBeOpenedChangesNothing) {
     write("A 1\n");
     ASSERT_EQ(mkdir(temporary().c_str(), 0755), 0);
     EXPECT_EQ(remove("A"), kNotFound);
@@ -212,7 +212,7 @@ TEST_F(ConfigRemoversTest, ATemporaryFileThatCannotBeOpenedLeavesEverything) {
     EXPECT_TRUE(test::exists(temporary()));
 }
 
-TEST_F(ConfigRemoversTest, AConfigurationFileThatCannotBeOpenedTakesTheTemporaryFileAway) {
+TEST_F(ConfigRemoversTest, TheTemporaryFileIsRemovedWhenTheConfigurationFileCannotBeOpened) {
     ASSERT_EQ(mkdir(path.c_str(), 0755), 0);
     test::write_file(temporary(), "STALE x\n");
     EXPECT_EQ(remove("A"), kNotFound);
@@ -221,7 +221,7 @@ TEST_F(ConfigRemoversTest, AConfigurationFileThatCannotBeOpenedTakesTheTemporary
     EXPECT_TRUE(test::exists(path));
 }
 
-TEST_F(ConfigRemoversTest, TheOnlyCopyIsNotTakenAway) {
+TEST_F(ConfigRemoversTest, TheOnlyCopyIsNotRemoved) {
     test::write_file(temporary(), "A 1\n");
     const int rc = test::in_child([file = path.c_str()] {
         const int next = dup(STDIN_FILENO); // room for the temporary file and no other
@@ -244,7 +244,7 @@ TEST_F(ConfigRemoversTest, BadArgumentsAreInvalid) {
     EXPECT_EQ(content(), "A 1\n");
 }
 
-TEST_F(ConfigRemoversTest, APathWithoutRoomForItsEndingIsNotFound) {
+TEST_F(ConfigRemoversTest, APathWithoutRoomForTheSuffixIsNotFound) {
     EXPECT_EQ(RemoveConfigEntry(std::string(PATH_MAX, 'x').c_str(), "A", nullptr), kNotFound);
 }
 
@@ -270,7 +270,7 @@ TEST_F(ConfigRemoversTest, AFullDiskAtAnyByteLosesNoLine) {
     }
 }
 
-TEST_F(ConfigRemoversTest, ADiskThatIsReallyFullLosesNoLine) {
+TEST_F(ConfigRemoversTest, AFullFileSystemLosesNoLine) {
     const std::string lines = std::string(6000, 'x') + "\nA 1\n";
     const int rc = test::in_child([this, &lines]() -> int {
         if (!test::enter_private_mounts() ||
@@ -285,7 +285,7 @@ TEST_F(ConfigRemoversTest, ADiskThatIsReallyFullLosesNoLine) {
         return removed || appended || content() != lines ? 1 : 0;
     });
     if (rc == test::kNotPermitted) {
-        GTEST_SKIP() << "no private mounts here";
+        GTEST_SKIP() << "needs private mounts";
     }
     EXPECT_EQ(rc, 0);
 }
@@ -294,7 +294,7 @@ TEST_F(ConfigRemoversTest, AFileThatCannotBeDeletedStays) {
     write("A 1\nB 2\n");
     test::write_file(temporary(), "STALE x\n");
     const int rc = test::in_child([this]() -> int {
-        // A file that is a mount point can be deleted by nobody.
+        // A file that is a mount point cannot be deleted.
         if (!test::enter_private_mounts() ||
             mount(path.c_str(), path.c_str(), nullptr, MS_BIND, nullptr) != 0) {
             return test::kNotPermitted;
@@ -302,7 +302,7 @@ TEST_F(ConfigRemoversTest, AFileThatCannotBeDeletedStays) {
         return remove("A");
     });
     if (rc == test::kNotPermitted) {
-        GTEST_SKIP() << "no private mounts here";
+        GTEST_SKIP() << "needs private mounts";
     }
     EXPECT_EQ(rc, kNotFound);
     EXPECT_EQ(content(), "A 1\nB 2\n");
@@ -314,7 +314,7 @@ TEST_F(ConfigRemoversTest, ACopyThatCannotBeRenamedKeepsTheLinesForTheNextRewrit
     const int rc = test::in_child(
         [this]() -> int { return forbid_renaming() ? remove("A") : test::kNotPermitted; });
     if (rc == test::kNotPermitted) {
-        GTEST_SKIP() << "no system call filters here";
+        GTEST_SKIP() << "needs system call filters";
     }
     EXPECT_EQ(rc, kNotFound);
     EXPECT_FALSE(test::exists(path));
@@ -337,7 +337,7 @@ TEST_F(ConfigRemoversTest, AProcessKilledAtAnyStepLosesNoLine) {
         write(before);
         end = kill_at_step(step, [this] { return remove("VOLUME"); });
         if (end == End::kNotPermitted) {
-            GTEST_SKIP() << "no tracing here";
+            GTEST_SKIP() << "needs tracing";
         }
         if (!test::exists(path)) {
             EXPECT_EQ(test::read_file(temporary()), after);
@@ -350,7 +350,7 @@ TEST_F(ConfigRemoversTest, AProcessKilledAtAnyStepLosesNoLine) {
         }
         const size_t copied = test::read_file(temporary()).size();
         copyInParts += copied > 0 && copied < after.size() ? 1 : 0;
-        // Whatever the killed process left, the next rewrite brings every line back.
+        // Whatever the killed process left, the next rewrite restores every line.
         EXPECT_EQ(remove("NO_SUCH_KEY"), kOk);
         EXPECT_PRED2(includes_lines, content(), after);
         EXPECT_FALSE(test::exists(temporary()));
@@ -389,7 +389,7 @@ TEST_F(ConfigRemoversTest, TheFixedPathsAreTheDaemonsFiles) {
         return RemoveZrpServerName() == kOk && test::read_file(server) == "A 1\n" ? 0 : 4;
     });
     if (rc == test::kNotPermitted) {
-        GTEST_SKIP() << "no private mounts here";
+        GTEST_SKIP() << "needs private mounts";
     }
     EXPECT_EQ(rc, 0);
 }

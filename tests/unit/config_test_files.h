@@ -1,4 +1,4 @@
-// Private files for the tests of the configuration library, and children that fail in their stead.
+// Private files for the tests of the configuration files, and child processes in which calls fail.
 #pragma once
 
 #include <climits>
@@ -50,7 +50,7 @@ int in_child(Function function) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-// Lets every write end at the given size of a file, as a full disk does.
+// Makes writes fail at the given size of a file, as on a full disk.
 inline void limit_file_size(size_t bytes) {
     signal(SIGXFSZ, SIG_IGN);
     const rlimit limit = {bytes, bytes};
@@ -59,7 +59,7 @@ inline void limit_file_size(size_t bytes) {
 
 inline constexpr int kNotPermitted = 77;
 
-// Gives a child its own mounts, with itself as root. False where the system does not permit it.
+// Enters private user and mount namespaces. Returns false where they are not permitted.
 inline bool enter_private_mounts() {
     const std::string uid = "0 " + std::to_string(getuid()) + " 1";
     const std::string gid = "0 " + std::to_string(getgid()) + " 1";
@@ -72,7 +72,7 @@ inline bool enter_private_mounts() {
     return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
 }
 
-// A private directory with the place of a configuration file, and a umask of the test's choice.
+// A private directory, the path of a configuration file in it, and a umask that the test chooses.
 class ConfigTest : public ::testing::Test {
 protected:
     void SetUp() override {

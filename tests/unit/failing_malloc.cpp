@@ -4,8 +4,8 @@
 #include <cstring>
 #include <new>
 
-// The linker sends every malloc of this program through __wrap_malloc, and so on; the last one is
-// new (std::nothrow) under the compiler's name for that operator.
+// The linker replaces every call of malloc in this program by __wrap_malloc, and so on. The last
+// one is new (std::nothrow), under its mangled name.
 extern "C" {
 [[gnu::weak]] void* __real_malloc(size_t size);
 [[gnu::weak]] void* __real_realloc(void* block, size_t size);
@@ -43,7 +43,7 @@ void* __wrap_realloc(void* block, size_t size) {
     return __real_realloc(block, size);
 }
 
-// Leaves errno alone: who promises ENOMEM sets it.
+// Does not set errno: a function that promises ENOMEM must set it itself.
 char* __wrap_strdup(const char* text) {
     return fails(strlen(text) + 1) ? nullptr : __real_strdup(text);
 }

@@ -5,8 +5,8 @@
 
 namespace zrp {
 
-// While it lives, malloc, realloc, strdup and new (std::nothrow) of exactly that size give null to
-// this thread.
+// During its lifetime, malloc, realloc, strdup and new (std::nothrow) of exactly that size return
+// null on this thread.
 class FailingMalloc {
 public:
     explicit FailingMalloc(size_t size);

@@ -74,7 +74,7 @@ void expect_parse(const Parsed& parsed, const ParseCase& expected) {
 
 } // namespace
 
-TEST(CvtBytesToString, BytesCarryNoUnit) {
+TEST(CvtBytesToString, BytesHaveNoUnit) {
     EXPECT_EQ(size_text(0), "0");
     EXPECT_EQ(size_text(1023), "1023");
 }
@@ -93,7 +93,7 @@ TEST(CvtBytesToString, HundredthsThatTruncateToZeroAreLeftOut) {
     EXPECT_EQ(size_text(1034), "1 KB");
 }
 
-TEST(CvtBytesToString, OneByteBelowATerabyteIsCutNotRounded) {
+TEST(CvtBytesToString, OneByteBelowATerabyteIsTruncatedNotRounded) {
     EXPECT_EQ(size_text((uint64_t{1} << 40) - 1), "1023.99 GB");
 }
 
@@ -114,7 +114,7 @@ TEST(CvtBytesToString, ExabytesDivideByTheTruncatedHundredth) {
     EXPECT_EQ(size_text(exabyte + 11529215046068469), "1.01 EB");
 }
 
-TEST(CvtBytesToString, TheLargestSizeReadsFifteenAndAHundredHundredths) {
+TEST(CvtBytesToString, TheLargestSizeHasAHundredHundredths) {
     EXPECT_EQ(size_text(kMax), "15.100 EB");
 }
 
@@ -135,18 +135,18 @@ TEST(CvtSizeToString, SpacesTheUnit) {
     EXPECT_STREQ(text, "1.50 KB");
 }
 
-TEST(CvtBlocksToBlocks, RoundsUpTowardsLargerBlocks) {
+TEST(CvtBlocksToBlocks, RoundsUpToLargerBlocks) {
     EXPECT_EQ(cvtBlocksToBlocks(8, 9, 12), 1U);
     EXPECT_EQ(cvtBlocksToBlocks(9, 9, 12), 2U);
     EXPECT_EQ(cvtBlocksToBlocks(0, 9, 12), 0U);
 }
 
-TEST(CvtBlocksToBlocks, MultipliesTowardsSmallerBlocks) {
+TEST(CvtBlocksToBlocks, MultipliesToSmallerBlocks) {
     EXPECT_EQ(cvtBlocksToBlocks(3, 12, 9), 24U);
     EXPECT_EQ(cvtBlocksToBlocks(uint64_t{1} << 63, 12, 9), 0U) << "overflow is not checked";
 }
 
-TEST(CvtBlocksToBlocks, EqualSizesLeaveTheCount) {
+TEST(CvtBlocksToBlocks, EqualSizesKeepTheCount) {
     EXPECT_EQ(cvtBlocksToBlocks(kMax, 12, 12), kMax);
 }
 
@@ -160,39 +160,39 @@ TEST(CvtBlocksToBlocks, TheRoundingMaskStaysIn32Bits) {
     EXPECT_EQ(cvtBlocksToBlocks((uint64_t{1} << 63) - 0x80000000, 0, 63), 0U);
 }
 
-TEST(CvtBlocksToBlocks, SizesTooFarApartGiveNothing) {
+TEST(CvtBlocksToBlocks, SizesTooFarApartReturnZero) {
     EXPECT_EQ(cvtBlocksToBlocks(kMax, 0, 64), 0U);
     EXPECT_EQ(cvtBlocksToBlocks(kMax, 64, 0), 0U);
 }
 
-TEST(CvtBytesToBlocks, ABeginningBlockCounts) {
+TEST(CvtBytesToBlocks, APartialBlockCounts) {
     EXPECT_EQ(cvtBytesToBlocks(4096, 12), 1U);
     EXPECT_EQ(cvtBytesToBlocks(4097, 12), 2U);
 }
 
-TEST(CvtBytesToBlocks, BlocksOfOneByteLeaveTheCount) {
+TEST(CvtBytesToBlocks, BlocksOfOneByteKeepTheCount) {
     EXPECT_EQ(cvtBytesToBlocks(kMax, 0), kMax);
 }
 
-TEST(CvtBytesToBlocksDeathTest, BlocksOf64BitsEndTheProcess) {
+TEST(CvtBytesToBlocksDeathTest, BlocksOf64BitsAbortTheProcess) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH(cvtBytesToBlocks(1, 64),
                  "common/genericCode.*:183: .*Assertion `blkSizeBits < 64' failed");
 }
 
-TEST(CvtUnits, RoundsUpTowardsALargerUnit) {
+TEST(CvtUnits, RoundsUpToALargerUnit) {
     uint64_t out = 0;
     EXPECT_EQ(cvtUnits(&out, 4096, 9, 512), kOk);
     EXPECT_EQ(out, 2U);
 }
 
-TEST(CvtUnits, MultipliesTowardsASmallerUnit) {
+TEST(CvtUnits, MultipliesToASmallerUnit) {
     uint64_t out = 0;
     EXPECT_EQ(cvtUnits(&out, 512, 3, 4096), kOk);
     EXPECT_EQ(out, 24U);
 }
 
-TEST(CvtUnits, EqualUnitsLeaveTheValue) {
+TEST(CvtUnits, EqualUnitsKeepTheValue) {
     uint64_t out = 0;
     EXPECT_EQ(cvtUnits(&out, 7, kMax, 7), kOk);
     EXPECT_EQ(out, kMax);
@@ -208,7 +208,7 @@ TEST(CvtUnits, SaturatesInsteadOfOverflowing) {
     EXPECT_EQ(out, kMax / 8) << "value + 7 would overflow";
 }
 
-TEST(CvtUnits, RefusesBadUnitsAndLeavesTheOutput) {
+TEST(CvtUnits, RefusesInvalidUnitsAndKeepsTheOutput) {
     uint64_t out = kUntouched;
     EXPECT_EQ(cvtUnits(&out, 1000, 1, 512), kInvalid);
     EXPECT_EQ(cvtUnits(&out, 512, 1, 1000), kInvalid);
@@ -218,17 +218,17 @@ TEST(CvtUnits, RefusesBadUnitsAndLeavesTheOutput) {
     EXPECT_EQ(out, kUntouched);
 }
 
-TEST(CvtStringToU64, TakesANumberWithWhiteSpaceAroundIt) {
+TEST(CvtStringToU64, AcceptsANumberWithWhiteSpaceAroundIt) {
     expect_parse(parse64("  42  "), {"  42  ", kOk, 42, ""});
     expect_parse(parse64("\t\n7\r\n"), {"tab", kOk, 7, ""});
 }
 
-TEST(CvtStringToU64, APrefixChoosesTheBase) {
+TEST(CvtStringToU64, APrefixSelectsTheBase) {
     expect_parse(parse64("0x10"), {"0x10", kOk, 16, ""});
     expect_parse(parse64("010"), {"010", kOk, 8, ""});
 }
 
-TEST(CvtStringToU64, TakesTheWholeRange) {
+TEST(CvtStringToU64, AcceptsTheWholeRange) {
     expect_parse(parse64("0"), {"0", kOk, 0, ""});
     expect_parse(parse64("18446744073709551615"), {"2^64 - 1", kOk, kMax, ""});
 }
@@ -237,7 +237,7 @@ TEST(CvtStringToU64, ANegativeZeroIsZero) {
     expect_parse(parse64("-0"), {"-0", kOk, 0, ""});
 }
 
-TEST(CvtStringToU64, AnEarlierErrorOfTheSystemDoesNotCount) {
+TEST(CvtStringToU64, AnEarlierErrnoDoesNotMatter) {
     errno = ERANGE;
     expect_parse(parse64("-0"), {"-0", kOk, 0, ""});
     errno = ERANGE;
@@ -256,7 +256,7 @@ TEST(CvtStringToU64, RefusesTwoNumbers) {
                   "Multiple details found (42 43), but expecting only single number"});
 }
 
-TEST(CvtStringToU64, RefusesLettersBehindTheNumber) {
+TEST(CvtStringToU64, RefusesLettersAfterTheNumber) {
     expect_parse(parse64("42x"), {"42x", kInvalid, kUntouched, "Not proper number (42x)"});
     expect_parse(parse64("0x"), {"0x", kInvalid, kUntouched, "Not proper number (0x)"});
     expect_parse(parse64(" 08"), {"08", kInvalid, kUntouched, "Not proper number (08)"});
@@ -319,7 +319,7 @@ TEST(CvtStringToU64, RefusesBadArguments) {
     EXPECT_EQ(value, kUntouched);
 }
 
-TEST(CvtStringToU32, TakesTheWholeRange) {
+TEST(CvtStringToU32, AcceptsTheWholeRange) {
     expect_parse(parse32("4294967295"), {"2^32 - 1", kOk, 4294967295U, ""});
 }
 

@@ -51,7 +51,7 @@ protected:
     IPCServContext context;
 };
 
-TEST_F(IpcContext, InitMakesARecordOfAnyMemoryAsNew) {
+TEST_F(IpcContext, InitResetsAnyMemory) {
     memset(context.socketName, 'x', sizeof context.socketName);
     context.state = 7;
     context.initialised = 7;
@@ -86,7 +86,7 @@ TEST_F(IpcContext, AnOpenContextReachesItsOwnDaemon) {
     EXPECT_EQ(context.inFlight, 0U);
 }
 
-TEST_F(IpcContext, AClosedContextAsksNobody) {
+TEST_F(IpcContext, AClosedContextSendsNothing) {
     ScriptedPeer peer(kMainDaemonSocket, {{read_request(), send_bytes(reply("<r/>"))}});
     EXPECT_EQ(ask(context).code, kInvalid);
     EXPECT_EQ(IPCServContextOpen(context, nullptr, nullptr, nullptr, 0), kInvalid);
@@ -99,7 +99,7 @@ TEST_F(IpcContext, AClosedContextAsksNobody) {
     EXPECT_EQ(peer.connections(), 0U);
 }
 
-TEST_F(IpcContext, EachFaultIsCountedAndHasItsLine) {
+TEST_F(IpcContext, EachFaultIsCountedAndLogged) {
     ASSERT_EQ(IPCServContextOpen(context, kName, nullptr, path.c_str(), kLogDebug), kOk);
     uint32_t failures = 0;
     uint32_t requests = 0;
@@ -128,7 +128,7 @@ TEST_F(IpcContext, EachFaultIsCountedAndHasItsLine) {
     }
 }
 
-TEST_F(IpcContext, WithoutMemoryForTheConnectionTheLogSaysSo) {
+TEST_F(IpcContext, AMissingConnectionObjectIsLogged) {
     ASSERT_EQ(IPCServContextOpen(context, kName, nullptr, path.c_str(), kLogDebug), kOk);
     const FailingMalloc failing(sizeof(IPCClient));
     EXPECT_EQ(ask(context).code, kNoMemory);
@@ -144,7 +144,7 @@ TEST_F(IpcContext, AStatusLeavesTheReplyWithTheCaller) {
     EXPECT_EQ(std::string(answer.text.get(), answer.length), std::string(40, 'x'));
 }
 
-TEST_F(IpcContext, TheLogFollowsTheConfigurationFile) {
+TEST_F(IpcContext, TheConfigurationFileSetsTheLogLevel) {
     const std::string config = write_config("LOG_LEVEL info\n");
     EXPECT_EQ(IPCServContextOpen(context, kName, config.c_str(), path.c_str(), kLogError), kOk);
     EXPECT_EQ(context.log, GetLogContext());
@@ -155,7 +155,7 @@ TEST_F(IpcContext, TheLogFollowsTheConfigurationFile) {
     EXPECT_NE(text.find("[i TIME] ... log level = 3\n"), std::string::npos);
 }
 
-TEST_F(IpcContext, WithoutAConfigurationFileTheLevelIsTheGivenOne) {
+TEST_F(IpcContext, WithoutAConfigurationFileTheLevelIsTheArgument) {
     EXPECT_EQ(
         IPCServContextOpen(context, kName, (folder + "/none").c_str(), path.c_str(), kLogDump),
         kOk);
@@ -197,7 +197,7 @@ TEST_F(IpcContext, ClosingWaitsForTheExchangeInFlight) {
     EXPECT_EQ(code, kOk);
 }
 
-TEST_F(IpcContext, ManyThreadsMayAskAtOnce) {
+TEST_F(IpcContext, ManyThreadsMayUseAContextAtOnce) {
     constexpr int kThreads = 4;
     constexpr int kEach = 20;
     ScriptedPeer peer(kName, {{read_request(), send_bytes(reply("<r/>"))}});

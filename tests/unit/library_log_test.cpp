@@ -11,14 +11,14 @@ namespace {
 
 class LibraryLogTest : public LogTest {
 protected:
-    // Without root the second opening of a first attachment fails and says so.
+    // Without root, the second opening by a first attachment fails with a message.
     LogContext* attach(LogContext* log, const char* file, int level) {
         testing::internal::CaptureStderr();
         LogContext* attached = attach_log(log, file, level);
-        const std::string complaint = testing::internal::GetCapturedStderr();
-        EXPECT_EQ(complaint, geteuid() == 0 || file == nullptr || log != nullptr
-                                 ? ""
-                                 : "f_open(" + path + ") == NULL\n");
+        const std::string message = testing::internal::GetCapturedStderr();
+        EXPECT_EQ(message, geteuid() == 0 || file == nullptr || log != nullptr
+                               ? ""
+                               : "f_open(" + path + ") == NULL\n");
         return attached;
     }
 
@@ -28,7 +28,7 @@ protected:
         return file;
     }
 
-    // Drops the complaint of a second opening without root.
+    // Discards the message of a second opening without root.
     int init(const char* name, const char* configPath, int level) {
         testing::internal::CaptureStderr();
         const int rc = InitLibraryLog(&library, name, configPath, path.c_str(), level);
@@ -43,9 +43,9 @@ std::string start_text(time_t started) {
     return std::string("[i TIME] ... libauthgate started ") + std::ctime(&started) + "\n";
 }
 
-// Tells whether the text is that of a start between two moments, and then the rest.
-testing::AssertionResult tells_start(const std::string& text, time_t earliest, time_t latest,
-                                     const std::string& rest) {
+// Succeeds if the text is that of a start between two times, followed by the rest.
+testing::AssertionResult is_start_text(const std::string& text, time_t earliest, time_t latest,
+                                       const std::string& rest) {
     for (time_t t = earliest; t <= latest; t++) {
         if (text == start_text(t) + rest) {
             return testing::AssertionSuccess();
@@ -64,7 +64,7 @@ TEST_F(LibraryLogTest, AttachingOpensTheLogAtTheLevel) {
 
 TEST_F(LibraryLogTest, AttachingForTheFirstTimeOpensTheFileTwice) {
     if (geteuid() != 0) {
-        GTEST_SKIP() << "only root opens a log a second time";
+        GTEST_SKIP() << "needs root to open a log a second time";
     }
     const auto descriptors = [] {
         return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
@@ -79,14 +79,14 @@ TEST_F(LibraryLogTest, WithoutAPathNoLogIsAttached) {
     EXPECT_EQ(GetLogContext()->initialised, 0);
 }
 
-TEST_F(LibraryLogTest, AnAttachedLogStaysAsItIs) {
+TEST_F(LibraryLogTest, AnAttachedLogIsUnchanged) {
     LogContext* log = InitLogContext(nullptr, kLogError);
     EXPECT_EQ(attach(log, path.c_str(), kLogInfo), log);
     EXPECT_EQ(log->level, kLogError);
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
-TEST_F(LibraryLogTest, StartingTakesTheLevelAndTellsTimeAndLevel) {
+TEST_F(LibraryLogTest, StartingSetsTheLevelAndLogsTimeAndLevel) {
     InitLogContext(path.c_str(), kLogError);
     const time_t started = time(nullptr) - 86400 * 3;
     start_log("dump", started);
@@ -102,7 +102,7 @@ TEST_F(LibraryLogTest, AnEmptyLevelIsWarningAndUnannounced) {
     EXPECT_EQ(contents(), "");
 }
 
-TEST_F(LibraryLogTest, AnUnknownLevelLeavesTheLevel) {
+TEST_F(LibraryLogTest, AnUnknownLevelChangesNothing) {
     InitLogContext(path.c_str(), kLogInfo);
     start_log("loud", 0);
     EXPECT_EQ(GetLogContext()->level, kLogInfo);
@@ -120,8 +120,8 @@ TEST_F(LibraryLogTest, AComponentTakesItsLevelFromItsConfiguration) {
     const std::string announcement = "[L TIME] ProcessLogLevel changed to \"info\"\n";
     const std::string text = contents();
     ASSERT_EQ(text.compare(0, announcement.size(), announcement), 0) << text;
-    EXPECT_TRUE(tells_start(text.substr(announcement.size()), earliest, time(nullptr),
-                            "[i TIME] ... log level = 3\n"));
+    EXPECT_TRUE(is_start_text(text.substr(announcement.size()), earliest, time(nullptr),
+                              "[i TIME] ... log level = 3\n"));
 }
 
 TEST_F(LibraryLogTest, AConfigurationWithoutTheKeyMeansWarning) {
@@ -138,7 +138,7 @@ TEST_F(LibraryLogTest, AMissingConfigurationKeepsTheLevelAndIsNotCreated) {
     EXPECT_EQ(contents(), "");
 }
 
-TEST_F(LibraryLogTest, AnUnknownWordInTheConfigurationLeavesTheLevel) {
+TEST_F(LibraryLogTest, AnUnknownLevelInTheConfigurationChangesNothing) {
     EXPECT_EQ(init("one", write_config("LOG_LEVEL loud\n").c_str(), kLogError), 0);
     EXPECT_EQ(GetLogContext()->level, kLogError);
 }
@@ -161,7 +161,7 @@ TEST_F(LibraryLogTest, ALongNameIsCut) {
     EXPECT_EQ(library.name, std::string(4095, 'n'));
 }
 
-TEST_F(LibraryLogTest, NoContextIs22AndNoNameIsAnEmptyOne) {
+TEST_F(LibraryLogTest, ANullContextIsInvalidAndANullNameIsEmpty) {
     EXPECT_EQ(InitLibraryLog(nullptr, "one", nullptr, path.c_str(), kLogInfo), kInvalid);
     EXPECT_FALSE(std::filesystem::exists(path));
     EXPECT_EQ(InitLibraryLog(&library, nullptr, nullptr, nullptr, kLogInfo), 0);

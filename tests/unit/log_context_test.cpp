@@ -13,7 +13,7 @@ namespace {
 
 using LogContextTest = LogTest;
 
-TEST(LogOperationTable, SlotsStandInTheirOrder) {
+TEST(LogOperationTable, OperationsHaveTheirOrder) {
     constexpr size_t kSlots[] = {
         offsetof(LogOperations, LogDebug),      offsetof(LogOperations, LogDebugTag),
         offsetof(LogOperations, LogInfo),       offsetof(LogOperations, LogInfoTag),
@@ -52,7 +52,7 @@ TEST_F(LogContextTest, InitialisationSetsEveryField) {
     EXPECT_STREQ(log->syslogIdent, "");
 }
 
-TEST_F(LogContextTest, InitialisationOpensTheFileOfItsPath) {
+TEST_F(LogContextTest, InitialisationOpensTheFile) {
     LogContext* log = InitLogContext(path.c_str(), kLogInfo);
     EXPECT_EQ(log->fileOpen, 1);
     EXPECT_STREQ(log->outputFileName, path.c_str());
@@ -99,7 +99,7 @@ TEST_F(LogContextTest, ShutdownAndWritersBeforeInitialisationAreHarmless) {
     EXPECT_EQ(GetLogContext()->fileOpen, 0);
 }
 
-TEST_F(LogContextTest, LevelUpEndsAtSix) {
+TEST_F(LogContextTest, LevelUpStopsAtSix) {
     operations().SetLogLevel(kLogDebug);
     EXPECT_EQ(operations().LogLevelUp(), 5);
     EXPECT_EQ(operations().LogLevelUp(), 6);
@@ -107,7 +107,7 @@ TEST_F(LogContextTest, LevelUpEndsAtSix) {
     EXPECT_EQ(GetLogContext()->level, 6);
 }
 
-TEST_F(LogContextTest, LevelDownEndsAtZero) {
+TEST_F(LogContextTest, LevelDownStopsAtZero) {
     operations().SetLogLevel(kLogWarning);
     EXPECT_EQ(operations().LogLevelDown(), 1);
     EXPECT_EQ(operations().LogLevelDown(), 0);
@@ -115,7 +115,7 @@ TEST_F(LogContextTest, LevelDownEndsAtZero) {
     EXPECT_EQ(GetLogContext()->level, 0);
 }
 
-TEST_F(LogContextTest, StepsLeaveALevelBeyondTheirEndAlone) {
+TEST_F(LogContextTest, StepsKeepALevelBeyondTheirEnd) {
     operations().SetLogLevel(9);
     EXPECT_EQ(operations().LogLevelUp(), 9);
     EXPECT_EQ(operations().LogLevelDown(), 8);
@@ -138,7 +138,7 @@ TEST(LogLevelName, NamesTheSevenLevelsAndNoOther) {
     EXPECT_STREQ(LogLevelName(INT32_MIN), "unknown");
 }
 
-TEST_F(LogContextTest, WithoutMemoryForTheNameTheFileIsOpenedAllTheSame) {
+TEST_F(LogContextTest, WithoutMemoryForTheNameTheFileIsStillOpened) {
     const FailingAllocation failing(kLogNameSize);
     testing::internal::CaptureStderr();
     LogContext* log = InitLogContext(path.c_str(), kLogInfo);

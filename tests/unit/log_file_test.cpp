@@ -25,7 +25,7 @@ protected:
         return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
     }
 
-    // Opens and tells what came on standard error.
+    // Opens the log and returns what was written to standard error.
     static std::string complaint_of_opening(const char* file, int expected) {
         testing::internal::CaptureStderr();
         EXPECT_EQ(operations().LogOpen(file), expected);
@@ -35,14 +35,14 @@ protected:
     const LogContext& log = *GetLogContext();
 };
 
-// Root without capabilities is an ordinary user to access rights.
+// To permission checks, root without capabilities is an ordinary user.
 bool drop_capabilities() {
     __user_cap_header_struct header = {.version = _LINUX_CAPABILITY_VERSION_3, .pid = 0};
     __user_cap_data_struct none[_LINUX_CAPABILITY_U32S_3] = {};
     return syscall(SYS_capset, &header, none) == 0;
 }
 
-TEST_F(LogFile, OpeningTakesEveryAccessRight) {
+TEST_F(LogFile, OpeningRemovesAllPermissionBits) {
     ASSERT_EQ(operations().LogOpen(path.c_str()), 0);
     EXPECT_EQ(mode_of(path), 0U);
     EXPECT_EQ(log.fileOpen, 1);
@@ -61,7 +61,7 @@ TEST_F(LogFile, OpeningAppendsAndRecordsTheEnd) {
     EXPECT_EQ(contents(), "before\n[i TIME] after\n");
 }
 
-TEST_F(LogFile, WritingGoesOnAtTheEndAfterTheSizeWasAsked) {
+TEST_F(LogFile, WritingContinuesAtTheEndAfterReadingTheSize) {
     ASSERT_EQ(operations().LogOpen(path.c_str()), 0);
     operations().LogInfo("1");
     operations().LogSize();
@@ -69,19 +69,19 @@ TEST_F(LogFile, WritingGoesOnAtTheEndAfterTheSizeWasAsked) {
     EXPECT_EQ(contents(), "[i TIME] 1\n[i TIME] 2\n");
 }
 
-TEST_F(LogFile, NoPathAndNoStoredPathIs22) {
+TEST_F(LogFile, NoPathAndNoStoredPathIsInvalid) {
     EXPECT_EQ(complaint_of_opening(nullptr, kInvalid), "filename == NULL\n");
     EXPECT_EQ(log.fileOpen, 0);
 }
 
-TEST_F(LogFile, NoMemoryForAPathIs12) {
+TEST_F(LogFile, NoMemoryForAPathIsReported) {
     operations().LogShutdown();
     EXPECT_EQ(complaint_of_opening(path.c_str(), kNoMemory), "*f_output_filename == NULL\n");
     EXPECT_EQ(complaint_of_opening(nullptr, kNoMemory), "*f_output_filename == NULL\n");
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
-TEST_F(LogFile, AFileThatCannotBeOpenedIs2) {
+TEST_F(LogFile, AFileThatCannotBeOpenedIsNotFound) {
     const std::string missing = folder + "/none/log";
     EXPECT_EQ(complaint_of_opening(missing.c_str(), kNotFound),
               "f_open(" + missing + ") == NULL\n");
@@ -90,7 +90,7 @@ TEST_F(LogFile, AFileThatCannotBeOpenedIs2) {
     EXPECT_STREQ(log.outputFileName, "");
 }
 
-TEST_F(LogFile, AFailedOpeningKeepsTheFileBefore) {
+TEST_F(LogFile, AFailedOpeningKeepsTheEarlierFile) {
     ASSERT_EQ(operations().LogOpen(path.c_str()), 0);
     complaint_of_opening((folder + "/none/log").c_str(), kNotFound);
     EXPECT_STREQ(log.outputFileName, path.c_str());
@@ -124,7 +124,7 @@ TEST_F(LogFile, TheLongestPathIsKeptWholeAndALongerOneTouchesNoFile) {
     EXPECT_EQ(complaint_of_opening(huge.c_str(), kTooLong), "");
 }
 
-TEST_F(LogFile, TheNameEndsBeforeTheFirstDotAnywhere) {
+TEST_F(LogFile, TheNameEndsBeforeTheFirstDot) {
     const std::string deep = folder + "/my.app";
     ASSERT_EQ(folder.find('.'), std::string::npos);
     std::filesystem::create_directory(deep);
@@ -159,7 +159,7 @@ TEST_F(LogFile, ClosingClosesAndMayBeRepeated) {
     EXPECT_EQ(operations().LogSize(), 0);
 }
 
-TEST_F(LogFile, TheFileIsNotHandedOnToAnotherProgram) {
+TEST_F(LogFile, TheFileIsNotInheritedByAnotherProgram) {
     ASSERT_EQ(operations().LogOpen(path.c_str()), 0);
     EXPECT_EQ(fcntl(fileno(log.stream), F_GETFD), FD_CLOEXEC);
 }
@@ -242,7 +242,7 @@ TEST_F(LogFile, ModesFourAndFiveChangeBitZeroOfTheFlags) {
     EXPECT_EQ(log.flags, 2);
 }
 
-TEST_F(LogFile, ModesWithoutEffectLeaveFileAndStreamAlone) {
+TEST_F(LogFile, ModesWithoutEffectChangeNeitherFileNorStream) {
     ASSERT_EQ(operations().LogOpen(path.c_str()), 0);
     operations().LogInfo("x");
     FILE* stream = log.stream;
@@ -281,7 +281,7 @@ TEST_F(LogFile, TheDefaultModeOpensAClosedFileAgain) {
     EXPECT_EQ(contents(), "[i TIME] again\n");
 }
 
-TEST_F(LogFile, ADefaultModeWithoutAFileStaysSilent) {
+TEST_F(LogFile, ADefaultModeWithoutAFileDoesNothing) {
     testing::internal::CaptureStderr();
     EXPECT_EQ(operations().SetLogMode(kLogModeDefault), 0);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");

@@ -1,5 +1,4 @@
-// What the tests of the log share: a log file in a folder of its own, a system log of its own, and
-// readers for both.
+// The fixture of the log's tests: a private log file, a private system log, and readers of both.
 #pragma once
 
 #include <algorithm>
@@ -26,7 +25,7 @@
 
 namespace zrp {
 
-// Puts TIME in the place of each "2024-05-06 07:08:09".
+// Replaces each time such as "2024-05-06 07:08:09" with TIME.
 inline std::string mask_times(std::string text) {
     static constexpr std::string_view kShape = "0000-00-00 00:00:00";
     const auto fits = [](char shape, char c) {
@@ -40,7 +39,7 @@ inline std::string mask_times(std::string text) {
     return text;
 }
 
-// The log of the process is shut down before and after each test. The folder goes with the test.
+// Shuts down the log of the process before and after each test, and removes the folder.
 class LogTest : public testing::Test {
 protected:
     LogTest() {
@@ -59,7 +58,7 @@ protected:
         return GetLogContext()->operations;
     }
 
-    // The bytes of a log file; as its owner, also without root.
+    // Reads a log file, whose owner may change its mode even without root.
     static std::string bytes_of(const std::string& file) {
         chmod(file.c_str(), 0600);
         std::ostringstream text;
@@ -94,8 +93,8 @@ public:
     SystemLog(const SystemLog&) = delete;
     SystemLog& operator=(const SystemLog&) = delete;
 
-    // "<priority>identity: text" of the oldest message with PID for the process number, or "" when
-    // there is none: a message stands in the queue before syslog() returns.
+    // Returns "<priority>identity: text" of the oldest message, with PID for the process id, or ""
+    // when there is none. A message is in the queue when syslog() returns.
     std::string next() const {
         std::string text(65536, '\0');
         const ssize_t length = recv(fd, text.data(), text.size(), MSG_DONTWAIT);
@@ -121,7 +120,7 @@ inline bool write_file(const char* file, const std::string& text) {
     return written;
 }
 
-// Leaves the caller with a mount namespace of its own, through a user namespace where it must.
+// Enters a private mount namespace, and a user namespace where that is necessary.
 inline bool enter_private_mounts() {
     const std::string user = "0 " + std::to_string(geteuid()) + " 1";
     const std::string group = "0 " + std::to_string(getegid()) + " 1";
@@ -161,8 +160,8 @@ inline int run_in_child(const std::function<bool()>& body) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-// An empty /dev of its own, where a test may listen at /dev/log or leave it missing: no test
-// writes to the system log of the machine.
+// A private, empty /dev, where a test may listen at /dev/log or leave it missing. No test writes to
+// the system log of the machine.
 inline bool with_private_dev(const std::function<void()>& body) {
     if (!enter_private_mounts() || mount("tmpfs", "/dev", "tmpfs", 0, nullptr) != 0) {
         return false;

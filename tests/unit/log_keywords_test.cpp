@@ -17,7 +17,7 @@ protected:
         InitLogContext(path.c_str(), kUnset);
     }
 
-    // Runs one parser from a fresh level and compares the result, the level after it and the lines.
+    // Runs one parser from a known level and compares its result, the new level and the lines.
     void expect(int (*parser)(const char*), const std::string& text, int rc, int level,
                 const std::string& announcement = "") {
         SCOPED_TRACE("\"" + text + "\"");
@@ -61,7 +61,7 @@ TEST_F(LogKeywords, EveryLevelWordIsAnnouncedAndSet) {
     }
 }
 
-TEST_F(LogKeywords, CaseNeverCounts) {
+TEST_F(LogKeywords, CaseIsIgnored) {
     for (const auto& [word, level] : kLevelWords) {
         expect(ProcessLogLevel, lower(word), 0, level, level_announcement(level));
         expect(ProcessLogLevelPrefix, lower(word), 0, level);
@@ -76,12 +76,12 @@ TEST_F(LogKeywords, LeadingWhiteSpaceIsSkipped) {
     expect(ProcessLogLevelPrefix, " \t\n\v\f\rde", 0, kLogDebug);
 }
 
-TEST_F(LogKeywords, DebugFollowedByABlankIs22) {
+TEST_F(LogKeywords, DebugFollowedByABlankIsInvalid) {
     expect(ProcessLogLevel, "debug ", kInvalid, kUnset);
     expect(ProcessLogLevelPrefix, "debug ", kInvalid, kUnset);
 }
 
-TEST_F(LogKeywords, TheExactParserTakesNoOtherWord) {
+TEST_F(LogKeywords, TheExactParserAcceptsNoOtherWord) {
     for (const char* text : {"D", "DEBU", "DEBUGS", "LEVEL", "LEVEL DEBUG", "DEBUG=1", "LIMIT=8192",
                              "LOG_MAXIMUM_FILE_SIZE=8192", "SYSLOG", "MODE=", "MODE=BACK",
                              "MODE=BACKUPS", "TIMESTAMPS", "RESETS", "=", "4", "\xff"}) {
@@ -90,32 +90,32 @@ TEST_F(LogKeywords, TheExactParserTakesNoOtherWord) {
     EXPECT_EQ(GetLogContext()->useSyslog, 0);
 }
 
-TEST_F(LogKeywords, ATextOfWhiteSpaceIs1) {
+TEST_F(LogKeywords, ATextOfWhiteSpaceReturnsOne) {
     for (const char* text : {"", " ", " \t\n"}) {
         expect(ProcessLogLevel, text, kEmpty, kUnset);
         expect(ProcessLogLevelPrefix, text, kEmpty, kUnset);
     }
 }
 
-TEST_F(LogKeywords, NoTextIs22) {
+TEST_F(LogKeywords, ANullTextIsInvalid) {
     EXPECT_EQ(ProcessLogLevel(nullptr), kInvalid);
     EXPECT_EQ(ProcessLogLevelPrefix(nullptr), kInvalid);
 }
 
-TEST_F(LogKeywords, LongAndHostileTextsAre22) {
+TEST_F(LogKeywords, LongAndHostileTextsAreInvalid) {
     for (const std::string& text : {std::string(1 << 20, 'D'), std::string("%s%n%s%n")}) {
         expect(ProcessLogLevel, text, kInvalid, kUnset);
         expect(ProcessLogLevelPrefix, text, kInvalid, kUnset);
     }
 }
 
-TEST_F(LogKeywords, AnOldLevelDoesNotHideTheAnnouncement) {
+TEST_F(LogKeywords, AnAnnouncementIsWrittenAtEveryOldLevel) {
     operations().SetLogLevel(kLogNothing);
     EXPECT_EQ(ProcessLogLevel("error"), 0);
     EXPECT_EQ(contents(), "[L TIME] ProcessLogLevel changed to \"error\"\n");
 }
 
-TEST_F(LogKeywords, WordsWithoutEffectAreAcceptedInSilence) {
+TEST_F(LogKeywords, WordsWithoutEffectAreAcceptedSilently) {
     for (const char* text : {"LIMIT", "LOG_MAXIMUM_FILE_SIZE", "TIMESTAMP", "LOG_TIMESTAMPS"}) {
         expect(ProcessLogLevel, text, 0, kUnset);
         expect(ProcessLogLevelPrefix, text, 0, kUnset);
@@ -123,7 +123,7 @@ TEST_F(LogKeywords, WordsWithoutEffectAreAcceptedInSilence) {
     EXPECT_EQ(GetLogContext()->maxFileSize, kLogMaxFileSize);
 }
 
-TEST_F(LogKeywords, ASizeBehindLimitIsAcceptedAndNotStored) {
+TEST_F(LogKeywords, ASizeAfterLimitIsAcceptedAndNotStored) {
     for (const char* text : {"LIMIT=8192", "limit 8192", "LIMIT=", "LIMIT=1", "LIMIT=x", "LIMITED",
                              "LOG_MAXIMUM_FILE_SIZE=99999999999999999999", "LIMIT8192"}) {
         expect(ProcessLogLevelPrefix, text, 0, kUnset);
@@ -156,7 +156,7 @@ TEST_F(LogKeywords, DefaultIsAnnouncedInTheOldFileAndOpensTheFileAgain) {
     EXPECT_EQ(contents(), "[L TIME] ProcessLogLevel switch to default mode\n");
 }
 
-TEST_F(LogKeywords, ResetEmptiesTheFileWithoutAWord) {
+TEST_F(LogKeywords, ResetEmptiesTheFileSilently) {
     operations().LogPlain("x");
     EXPECT_EQ(ProcessLogLevel("reset"), 0);
     EXPECT_EQ(contents(), "");
@@ -183,14 +183,14 @@ TEST_F(LogKeywords, TheFirstKeywordThatBeginsWithTheTextWins) {
     }
 }
 
-TEST_F(LogKeywords, EveryLevelWordIsTakenWholeByThePrefixParser) {
+TEST_F(LogKeywords, ThePrefixParserAcceptsWholeLevelWords) {
     for (const auto& [word, level] : kLevelWords) {
         expect(ProcessLogLevelPrefix, word, 0, level);
         expect(ProcessLogLevelPrefix, std::string(word) + "X", kInvalid, kUnset);
     }
 }
 
-TEST_F(LogKeywords, DefaultMayBeCutShortToThreeLetters) {
+TEST_F(LogKeywords, DefaultMayBeAbbreviatedToThreeLetters) {
     chmod(path.c_str(), 0600);
     FILE* before = GetLogContext()->stream;
     EXPECT_EQ(ProcessLogLevelPrefix("def"), 0);
@@ -198,7 +198,7 @@ TEST_F(LogKeywords, DefaultMayBeCutShortToThreeLetters) {
     EXPECT_EQ(contents(), "");
 }
 
-TEST_F(LogKeywords, AModeMayBeCutShortToOneLetterOfItsName) {
+TEST_F(LogKeywords, AModeMayBeAbbreviatedToOneLetter) {
     for (const char* text : {"MODE=T", "mode=b", "MODE=TRUNCATE", "MODE=BACKUP"}) {
         expect(ProcessLogLevelPrefix, text, 0, kUnset);
     }
@@ -207,14 +207,14 @@ TEST_F(LogKeywords, AModeMayBeCutShortToOneLetterOfItsName) {
     }
 }
 
-TEST_F(LogKeywords, MaintenanceWordsMayNotBeCutShort) {
+TEST_F(LogKeywords, MaintenanceWordsMayNotBeAbbreviated) {
     for (const char* text : {"LI", "LIMI", "LO", "LOG_MAXIMUM_FILE_SIZ", "T", "TIMESTAM", "R",
                              "RESE", "LOG_TIMESTAMP"}) {
         expect(ProcessLogLevelPrefix, text, kInvalid, kUnset);
     }
 }
 
-TEST_F(LogKeywords, TimestampWordsMayHaveMoreBehindThem) {
+TEST_F(LogKeywords, TimestampWordsMayBeFollowedByAnything) {
     for (const char* text : {"TIMESTAMPS", "TIMESTAMP=1", "LOG_TIMESTAMPS=no"}) {
         expect(ProcessLogLevelPrefix, text, 0, kUnset);
     }

@@ -17,11 +17,11 @@ protected:
     }
 
     std::string identity;
-    std::string debug; // what stands before a message of priority 7, facility "user"
+    std::string debug; // the text before a message of priority 7, facility "user"
     const LogContext& log = *GetLogContext();
 };
 
-TEST_F(LogSystemLog, AfterSyslogEveryLevelMessageGoesToItAtPriority7UnderThePathUpToItsDot) {
+TEST_F(LogSystemLog, InSystemLogModeEveryMessageHasPriority7AndThePathAsIdentity) {
     IN_PRIVATE_DEV([&] {
         const SystemLog received;
         EXPECT_EQ(ProcessLogLevelPrefix("SYSLOG"), 0);
@@ -59,7 +59,7 @@ TEST_F(LogSystemLog, ATagIsDropped) {
     });
 }
 
-TEST_F(LogSystemLog, TheLevelCountsThereToo) {
+TEST_F(LogSystemLog, TheLevelAppliesThereToo) {
     IN_PRIVATE_DEV([&] {
         const SystemLog received;
         operations().SetLogMode(kLogModeSyslog);
@@ -73,7 +73,7 @@ TEST_F(LogSystemLog, TheLevelCountsThereToo) {
     });
 }
 
-TEST_F(LogSystemLog, ADumpGoesThereBareAndABinaryDumpNowhere) {
+TEST_F(LogSystemLog, ATextDumpIsWrittenThereAndABinaryDumpIsNot) {
     IN_PRIVATE_DEV([&] {
         const SystemLog received;
         operations().SetLogMode(kLogModeSyslog);
@@ -90,7 +90,7 @@ TEST_F(LogSystemLog, ADumpGoesThereBareAndABinaryDumpNowhere) {
     });
 }
 
-TEST_F(LogSystemLog, AnnouncementsGoThereAtEveryLevel) {
+TEST_F(LogSystemLog, AnnouncementsAreWrittenThereAtEveryLevel) {
     IN_PRIVATE_DEV([&] {
         const SystemLog received;
         operations().SetLogMode(kLogModeSyslog);
@@ -105,14 +105,14 @@ TEST_F(LogSystemLog, InfoSyslogGoesToBothInFileMode) {
         const SystemLog received;
         operations().SetLogLevel(kLogNothing);
         operations().LogInfoSyslog("x%d", 1);
-        const std::string message = received.next(); // of a system log that nobody opened
+        const std::string message = received.next(); // of a system log that was not opened
         EXPECT_EQ(message.find("<14>"), 0U) << message;
         EXPECT_EQ(message.substr(message.rfind(": ")), ": [Info]x1");
         EXPECT_EQ(contents(), "[- TIME] x1\n");
     });
 }
 
-TEST_F(LogSystemLog, InfoSyslogGoesToTheSystemLogAloneInItsMode) {
+TEST_F(LogSystemLog, InfoSyslogGoesToTheSystemLogOnlyInItsMode) {
     IN_PRIVATE_DEV([&] {
         const SystemLog received;
         operations().SetLogMode(kLogModeSyslog);
@@ -133,7 +133,7 @@ TEST_F(LogSystemLog, InfoSyslogIsCutAt2047Bytes) {
     });
 }
 
-TEST_F(LogSystemLog, InfoSyslogTakesItsTextAsAFormatOnceMoreForTheFile) {
+TEST_F(LogSystemLog, InfoSyslogUsesItsTextAsAFormatForTheFile) {
     IN_PRIVATE_DEV([&] {
         const SystemLog received;
         operations().LogInfoSyslog("%s", "50%% %s %n %%%");
@@ -143,7 +143,7 @@ TEST_F(LogSystemLog, InfoSyslogTakesItsTextAsAFormatOnceMoreForTheFile) {
     });
 }
 
-TEST_F(LogSystemLog, AResetThereEmptiesNothing) {
+TEST_F(LogSystemLog, AResetInSystemLogModeEmptiesNothing) {
     IN_PRIVATE_DEV([&] {
         operations().LogPlain("kept");
         operations().SetLogMode(kLogModeSyslog);
@@ -157,7 +157,7 @@ TEST_F(LogSystemLog, AResetThereEmptiesNothing) {
     });
 }
 
-TEST_F(LogSystemLog, TheDefaultModeLeadsBackToTheFile) {
+TEST_F(LogSystemLog, TheDefaultModeReturnsToTheFile) {
     IN_PRIVATE_DEV([&] {
         const SystemLog received;
         operations().LogPlain("before");
@@ -178,7 +178,7 @@ TEST_F(LogSystemLog, TheDefaultModeLeadsBackToTheFile) {
     });
 }
 
-TEST_F(LogSystemLog, AFileThatCannotBeOpenedAgainLeavesTheLogSilent) {
+TEST_F(LogSystemLog, WithoutAFileToReturnToMessagesAreDropped) {
     IN_PRIVATE_DEV([&] {
         const SystemLog received;
         operations().SetLogMode(kLogModeSyslog);
@@ -190,7 +190,7 @@ TEST_F(LogSystemLog, AFileThatCannotBeOpenedAgainLeavesTheLogSilent) {
     });
 }
 
-TEST_F(LogSystemLog, AFileOpenedMeanwhileWaitsForTheDefaultMode) {
+TEST_F(LogSystemLog, AFileOpenedInSystemLogModeIsUsedInTheDefaultMode) {
     IN_PRIVATE_DEV([&] {
         const SystemLog received;
         operations().SetLogMode(kLogModeSyslog);
@@ -216,7 +216,7 @@ TEST_F(LogSystemLog, TheModeMayBeSetTwice) {
     });
 }
 
-TEST_F(LogSystemLog, AfterAShutdownNothingGoesThere) {
+TEST_F(LogSystemLog, AfterAShutdownNothingIsWrittenThere) {
     IN_PRIVATE_DEV([&] {
         const SystemLog received;
         operations().SetLogMode(kLogModeSyslog);
@@ -227,7 +227,7 @@ TEST_F(LogSystemLog, AfterAShutdownNothingGoesThere) {
     });
 }
 
-TEST_F(LogSystemLog, AMissingSystemLogIsNoFailure) {
+TEST_F(LogSystemLog, AMissingSystemLogIsIgnored) {
     IN_PRIVATE_DEV([&] {
         operations().SetLogMode(kLogModeSyslog);
         operations().LogError("x");

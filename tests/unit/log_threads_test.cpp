@@ -29,7 +29,7 @@ size_t count_of(const std::string& text, const std::string& part) {
     return count;
 }
 
-TEST_F(LogThreads, EntriesOfSeveralThreadsStayWhole) {
+TEST_F(LogThreads, EntriesOfSeveralThreadsAreNotMixed) {
     InitLogContext(path.c_str(), kLogEverything);
     {
         std::vector<std::jthread> writers;
@@ -58,7 +58,7 @@ TEST_F(LogThreads, EntriesOfSeveralThreadsStayWhole) {
     EXPECT_EQ(text.size(), size);
 }
 
-TEST_F(LogThreads, LevelsStepAsOftenAsTheyAreAsked) {
+TEST_F(LogThreads, EveryLevelStepCounts) {
     InitLogContext(nullptr, -1000);
     {
         std::vector<std::jthread> steppers;
@@ -73,7 +73,7 @@ TEST_F(LogThreads, LevelsStepAsOftenAsTheyAreAsked) {
     EXPECT_EQ(GetLogContext()->level, -1000 + kWriters * kRounds);
 }
 
-// Everything at once; what counts is that the sanitizers stay silent.
+// Everything at once: the sanitizers must find nothing.
 TEST_F(LogThreads, ModesFilesAndLifeCyclesMayChangeWhileOthersWrite) {
     IN_PRIVATE_DEV([&] {
         InitLogContext(path.c_str(), kLogEverything);

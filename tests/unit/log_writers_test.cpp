@@ -17,7 +17,7 @@ protected:
         InitLogContext(path.c_str(), kLogEverything);
     }
 
-    // One of each but LogInfoSyslog, which leaves the file's folder.
+    // One entry of each kind except LogInfoSyslog, which also writes to the system log.
     static void write_one_of_each() {
         const LogOperations& log = operations();
         log.LogError("e%d", 1);
@@ -70,7 +70,7 @@ TEST_F(LogWriters, LevelDumpWritesDumpsAndAllLevelMessages) {
                               kPlainLine);
 }
 
-TEST_F(LogWriters, LevelNothingWritesOnlyItsOwnNewsAndPlainLines) {
+TEST_F(LogWriters, LevelNothingWritesOnlyAnnouncementsAndPlainLines) {
     operations().SetLogLevel(kLogNothing);
     IN_PRIVATE_DEV([&] {
         write_one_of_each();
@@ -90,7 +90,7 @@ TEST_F(LogWriters, LevelNineIsAcceptedAndWritesEveryMessage) {
                               kPlainLine);
 }
 
-TEST_F(LogWriters, ATagStandsBetweenPrefixAndMessage) {
+TEST_F(LogWriters, ATagIsBetweenPrefixAndMessage) {
     const LogOperations& log = operations();
     log.LogErrorTag("here", "e%d", 1);
     log.LogWarningTag("here", "w%d", 2);
@@ -115,7 +115,7 @@ TEST_F(LogWriters, ATaggedMessageHasTheLevelOfItsPlainForm) {
     }
 }
 
-TEST_F(LogWriters, TheStampIsTheLocalTime) {
+TEST_F(LogWriters, TheTimeStampIsLocalTime) {
     const char* const zone = getenv("TZ");
     const std::string before = zone != nullptr ? zone : "";
     setenv("TZ", "ZRP-5:30", 1);
@@ -134,7 +134,7 @@ TEST_F(LogWriters, TheStampIsTheLocalTime) {
     EXPECT_LE(written, latest);
 }
 
-TEST_F(LogWriters, AMessageHasNoLongestLength) {
+TEST_F(LogWriters, AMessageMayHaveAnyLength) {
     const std::string text(100000, 'x');
     operations().LogError("%s", text.c_str());
     EXPECT_EQ(contents(), "[! TIME] " + text + "\n");
@@ -164,7 +164,7 @@ TEST_F(LogWriters, ATextDumpReadsNoByteWithoutABufferOrALength) {
     EXPECT_EQ(contents(), expected);
 }
 
-TEST_F(LogWriters, ABinaryDumpOf16BytesEndsWithALineOfItsOffsetAlone) {
+TEST_F(LogWriters, ABinaryDumpOf16BytesEndsWithALineOfTheOffsetOnly) {
     operations().LogBDump("0123456789abcdef", 16);
     EXPECT_EQ(contents(), "[* TIME] \n<bdump len=\"16\">\n"
                           "[00000000]  30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 66 \n"

@@ -11,7 +11,7 @@
 namespace zrp {
 namespace {
 
-// Texts at which the two readings could differ.
+// Texts that the two readings might read differently.
 const std::vector<std::string> kTexts = {
     "",
     "0",
@@ -53,7 +53,7 @@ const std::vector<std::string> kTexts = {
     "000000000000000000005",
 };
 
-TEST(LeadingDecimal, ReadsAsStrtolDoes) {
+TEST(LeadingDecimal, ReadsLikeStrtoll) {
     for (const std::string& text : kTexts) {
         const ExactBlock block(text);
         EXPECT_EQ(leading_decimal({block.begin(), text.size()}), strtol(text.c_str(), nullptr, 10))
@@ -61,7 +61,7 @@ TEST(LeadingDecimal, ReadsAsStrtolDoes) {
     }
 }
 
-TEST(LeadingNumber, ReadsAsStrtoullWithAutomaticBaseDoes) {
+TEST(LeadingNumber, ReadsLikeStrtoullWithAutomaticBase) {
     for (const std::string& text : kTexts) {
         const ExactBlock block(text);
         EXPECT_EQ(leading_number({block.begin(), text.size()}), strtoull(text.c_str(), nullptr, 0))

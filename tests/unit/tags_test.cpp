@@ -24,7 +24,7 @@ const Group kGroups[] = {
     {std::begin(kCommandNames), std::end(kCommandNames)},
 };
 
-// The tables' names hold no other letters than these, in no other order.
+// Expects exactly these names, in this order.
 void expect_names(const Group& names, const Group& expected) {
     EXPECT_EQ(names.size(), expected.size());
     for (size_t i = 0; i < std::min(names.size(), expected.size()); i++) {
@@ -39,7 +39,7 @@ TEST(Tags, TheGroupsHaveTheirSizes) {
     EXPECT_EQ(kGroups[3].size(), 30U);
 }
 
-TEST(Tags, EveryNameIsSpelledAsInTheVocabularyAndStandsAtItsPlace) {
+TEST(Tags, EveryNameHasItsSpellingAndPlace) {
     const auto group = [](const auto& names) { return Group(std::begin(names), std::end(names)); };
     expect_names(kGroups[0], group(vocabulary::kValueTypes));
     expect_names(kGroups[1], group(vocabulary::kElementNames));
@@ -47,7 +47,7 @@ TEST(Tags, EveryNameIsSpelledAsInTheVocabularyAndStandsAtItsPlace) {
     expect_names(kGroups[3], group(vocabulary::kCommandNames));
 }
 
-TEST(Tags, NoNameStandsTwiceInAGroup) {
+TEST(Tags, NoNameIsTwiceInAGroup) {
     for (const Group& group : kGroups) {
         EXPECT_EQ(std::set(group.begin(), group.end()).size(), group.size());
     }
@@ -64,7 +64,7 @@ TEST(Tags, EveryNameIsAWord) {
     }
 }
 
-TEST(Tags, AConstantIsItsNamesOnlySpelling) {
+TEST(Tags, AConstantIsTheOnlySpellingOfItsName) {
     EXPECT_STREQ(tag::volatile_, "volatile");
     EXPECT_STREQ(tag::taskNuber, "taskNuber");
     EXPECT_STREQ(tag::zrpConsoleRequest, "zrpConsoleRequest");

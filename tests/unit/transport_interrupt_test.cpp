@@ -42,7 +42,7 @@ sockaddr_un address_of(const std::string& name, socklen_t* length) {
     return address;
 }
 
-// A daemon that accepts nobody and whose backlog is full.
+// A daemon that accepts no connection and whose backlog is full.
 class FullPeer {
 public:
     FullPeer() : listener_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
@@ -92,7 +92,7 @@ protected:
         IPCServTerm();
     }
 
-    // Interrupts an exchange that has been seen waiting.
+    // Interrupts an exchange once it waits.
     static void expect_interrupted(const std::string& text = "<request/>") {
         auto exchange = std::async(std::launch::async, ask, text);
         EXPECT_EQ(exchange.wait_for(150ms), std::future_status::timeout);
@@ -130,7 +130,7 @@ TEST_F(Interrupt, EndsTheWaitForTheRestOfABody) {
     expect_interrupted();
 }
 
-TEST_F(Interrupt, EndsAnExchangeWithATimeOut) {
+TEST_F(Interrupt, EndsAnExchangeWithATimeout) {
     const ScriptedPeer peer(kMainDaemonSocket, {{read_request(), hang()}});
     auto exchange = std::async(std::launch::async, [] {
         uint64_t length = 0;
@@ -184,7 +184,7 @@ TEST_F(Interrupt, LetsTermReturn) {
     EXPECT_EQ(exchange.get(), ECANCELED);
 }
 
-// Installs a handler for SIGUSR1 while it lives.
+// Installs a handler for SIGUSR1 for its lifetime.
 class Handler {
 public:
     explicit Handler(void (*handler)(int)) {
@@ -215,15 +215,15 @@ void expect_interrupted_by_signal(bool onTheSameThread) {
     exchange.join();
 }
 
-TEST_F(Interrupt, MayComeFromASignalHandlerOnTheSameThread) {
+TEST_F(Interrupt, MayBeCalledFromASignalHandlerOnTheSameThread) {
     expect_interrupted_by_signal(true);
 }
 
-TEST_F(Interrupt, MayComeFromASignalHandlerOnAnotherThread) {
+TEST_F(Interrupt, MayBeCalledFromASignalHandlerOnAnotherThread) {
     expect_interrupted_by_signal(false);
 }
 
-TEST_F(Interrupt, ASignalThatInterruptsNothingLetsTheExchangeGoOn) {
+TEST_F(Interrupt, ASignalWithoutAnInterruptDoesNotEndTheExchange) {
     const Handler handler([](int) {});
     ScriptedPeer peer(kMainDaemonSocket,
                       {{read_request(), pause_for(200ms), send_bytes(reply("x"))}});
@@ -238,7 +238,7 @@ TEST_F(Interrupt, ASignalThatInterruptsNothingLetsTheExchangeGoOn) {
     exchange.join();
 }
 
-TEST_F(Interrupt, ASignalDuringConnectIsNoFailure) {
+TEST_F(Interrupt, ASignalDuringConnectIsNotAFailure) {
     const Handler handler([](int) {});
     FullPeer peer;
     ASSERT_TRUE(peer.full());

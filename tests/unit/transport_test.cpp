@@ -29,9 +29,9 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr const char* kText = "<request/>";
-constexpr int kEarlyEnd = 300; // milliseconds that a short receive time-out lasts in these tests
+constexpr int kEarlyEnd = 300; // milliseconds of a short receive timeout
 
-// What one exchange gave. The reply is copied, so that the address sanitizer checks its size.
+// The outcome of one exchange. The reply is copied so that the address sanitizer checks its size.
 struct Answer {
     int rc = 0;
     uint64_t length = 0;
@@ -39,7 +39,7 @@ struct Answer {
     std::string text;
 };
 
-// Calls an entry with its outputs and takes them over.
+// Calls a request function and collects its outputs.
 template <typename Entry>
 Answer take(Entry entry) {
     uint64_t length = 7;
@@ -102,7 +102,7 @@ std::string words(std::initializer_list<uint32_t> values) {
     return bytes;
 }
 
-// Every test leaves the transport as it found it: without a default peer and not interrupted.
+// Every test leaves the transport without a default peer and not interrupted.
 class Transport : public testing::Test {
 protected:
     ~Transport() override {
@@ -126,7 +126,7 @@ TEST_F(Transport, TheRequestOnTheWireIsHeaderAndText) {
     }
 }
 
-TEST_F(Transport, AnEmptyRequestIsItsHeaderAlone) {
+TEST_F(Transport, AnEmptyRequestIsOnlyAHeader) {
     ScriptedPeer peer(kMainDaemonSocket,
                       {{read_request(), send_bytes(reply("x")), wait_for_close()}});
     expect_text(ask(kMainDaemonSocket, ""), "x");
@@ -168,7 +168,7 @@ TEST_F(Transport, ARequestLargerThanTheSocketsBufferArrivesWhole) {
     EXPECT_EQ(peer.requests().at(0).size(), sizeof(RequestHeader) + text.size());
 }
 
-TEST_F(Transport, AReplyInManyPiecesIsPutTogether) {
+TEST_F(Transport, AReplyInManyPiecesIsJoined) {
     PeerScript script = {read_request(), send_bytes(reply_header(26))};
     for (const PeerStep& step : send_in_pieces("abcdefghijklmnopqrstuvwxyz", 5)) {
         script.push_back(step);
@@ -177,7 +177,7 @@ TEST_F(Transport, AReplyInManyPiecesIsPutTogether) {
     expect_text(ask(), "abcdefghijklmnopqrstuvwxyz");
 }
 
-TEST_F(Transport, BytesBehindTheAnnouncedLengthAreNotRead) {
+TEST_F(Transport, BytesAfterTheAnnouncedLengthAreNotRead) {
     const ScriptedPeer peer(kMainDaemonSocket,
                             {{read_request(), send_bytes(reply_header(3) + "abcdef")}});
     expect_text(ask(), "abc");
@@ -203,14 +203,14 @@ TEST_F(Transport, TheQueriesAddressTheirDaemons) {
     EXPECT_EQ(storage.requests().at(0), words({0xFEDCBA98, 0xFADEBAD0, 4}) + "<s/>");
 }
 
-TEST_F(Transport, NobodyListeningIsRefused) {
+TEST_F(Transport, WithoutADaemonTheConnectionIsRefused) {
     expect_nothing(ask("nobody"), ECONNREFUSED);
     const RefusingPeer peer(kMainDaemonSocket);
     expect_nothing(ask(), ECONNREFUSED);
     expect_nothing(ask(""), ECONNREFUSED);
 }
 
-TEST_F(Transport, WithoutADescriptorTheErrnoOfSocketIsGiven) {
+TEST_F(Transport, WithoutADescriptorTheErrnoOfSocketIsReturned) {
     rlimit before = {};
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
     const rlimit none = {0, before.rlim_max};
@@ -222,13 +222,13 @@ TEST_F(Transport, WithoutADescriptorTheErrnoOfSocketIsGiven) {
     expect_nothing(inTime, EMFILE);
 }
 
-TEST_F(Transport, AByteSwappedMagicYields53) {
+TEST_F(Transport, AByteSwappedMagicIsBad) {
     const ScriptedPeer peer(kMainDaemonSocket,
                             {{read_request(), send_bytes(words({0x98BADCFE, 3, 0}) + "abc")}});
-    expect_nothing(ask(), 53);
+    expect_nothing(ask(), kBadMagic);
 }
 
-TEST_F(Transport, AWrongMagicIsToldFromAReply) {
+TEST_F(Transport, AWrongMagicIsBad) {
     for (const uint32_t magic : {0U, 0xFEDCBA99U}) {
         const ScriptedPeer peer(kMainDaemonSocket,
                                 {{read_request(), send_bytes(reply_header(3, 0, magic) + "abc")}});
@@ -274,9 +274,9 @@ TEST_F(Transport, AFailureWithinTheBodyGoesOnToItsEnd) {
     expect_text(ask(), std::string("abc\0\0\0", 6));
 }
 
-// The greatest length that a header can announce. The block is handed over as it is: nothing but
-// its first bytes may be touched, for it takes no memory before it is.
-TEST_F(Transport, AReplyOfFourGigabytesIsTakenAsFarAsItArrives) {
+// The largest length that a header can announce. The test must touch only the first bytes of the
+// block, because untouched pages take no memory.
+TEST_F(Transport, AReplyOfFourGigabytesIsReadAsFarAsItArrives) {
     const ScriptedPeer peer(kMainDaemonSocket,
                             {{read_request(), send_bytes(reply_header(UINT32_MAX) + "abc")}});
     uint64_t length = 7;
@@ -315,7 +315,7 @@ TEST_F(Transport, AStatusIsPassedThroughAndTheReplyFreedButItsLengthKept) {
     expect_nothing(ask(), 5, 40);
 }
 
-TEST_F(Transport, AStatusLeavesTheReplyWithTheCallerOfTheTimedAndTheTwoPieceEntry) {
+TEST_F(Transport, AStatusLeavesTheReplyWithTheCallerOfTheTimedAndTheTwoPieceRequest) {
     const PeerScript script = {read_request(), send_bytes(reply(std::string(40, 'b'), 5))};
     const ScriptedPeer main(kMainDaemonSocket, {script});
     const ScriptedPeer management(kManagementSocket, {script});
@@ -339,7 +339,7 @@ TEST_F(Transport, AReplyInTimeIsAReply) {
     EXPECT_EQ(peer.requests().at(0), words({0xFEDCBA98, 0xBADDAD00, 10}) + "<request/>");
 }
 
-TEST_F(Transport, ATimeOutBeforeTheHeaderIsShort) {
+TEST_F(Transport, ATimeoutBeforeTheHeaderIsShort) {
     const ScriptedPeer peer(kManagementSocket, {{read_request(), hang()}});
     const harness::Deadline early{harness::milliseconds{kEarlyEnd}};
     expect_nothing(ask_in_time(kEarlyEnd), kShortHeader);
@@ -359,32 +359,32 @@ Answer receive_in_time(int32_t timeoutMs) {
     });
 }
 
-TEST_F(Transport, ATimeOutBeforeTheFirstByteLeavesTheReplyUnfilled) {
+TEST_F(Transport, ATimeoutBeforeTheFirstByteLeavesTheReplyUnfilled) {
     const ScriptedPeer peer(kManagementSocket, {{send_bytes(reply_header(3)), hang()}});
     expect_text(receive_in_time(kEarlyEnd), std::string(3, '\0'));
 }
 
-// Each time-out takes one byte back; behind the first byte the next one ends the body.
-TEST_F(Transport, ATimeOutWithinTheBodyEndsItByAndBy) {
+// Each timeout moves the position back by one byte, until one at the start ends the body.
+TEST_F(Transport, TimeoutsWithinTheBodyEndIt) {
     const ScriptedPeer peer(kManagementSocket, {{send_bytes(reply_header(3) + "ab"), hang()}});
     const harness::Deadline early{harness::milliseconds{3 * kEarlyEnd}};
     expect_text(receive_in_time(kEarlyEnd), std::string("ab\0", 3));
     EXPECT_TRUE(early.passed());
 }
 
-TEST_F(Transport, ATimeOutOfZeroWaitsForEver) {
+TEST_F(Transport, ATimeoutOfZeroWaitsWithoutLimit) {
     const ScriptedPeer peer(kManagementSocket,
                             {{read_request(), pause_for(100ms), send_bytes(reply("late"))}});
     expect_text(ask_in_time(0), "late");
 }
 
-TEST_F(Transport, ANegativeTimeOutIsNone) {
+TEST_F(Transport, ANegativeTimeoutIsIgnored) {
     const ScriptedPeer peer(kManagementSocket,
                             {{read_request(), pause_for(100ms), send_bytes(reply("late"))}});
     expect_text(ask_in_time(-1500), "late");
 }
 
-TEST_F(Transport, ADaemonGoneBetweenConnectAndSendRaisesNoSignal) {
+TEST_F(Transport, ADaemonThatClosesBeforeSendRaisesNoSignal) {
     ScriptedPeer peer(kMainDaemonSocket, {{}});
     IPCClient client;
     ASSERT_EQ(client.Connect(kMainDaemonSocket), kOk);
@@ -425,7 +425,7 @@ TEST_F(Transport, AClientClosesItsDescriptorButNeverDescriptorZero) {
 }
 
 TEST_F(Transport, ANameOf106CharactersConnects) {
-    // Abstract names are told apart by their length too: the address has 109 bytes.
+    // The length of an address is part of an abstract name: this one has 109 bytes.
     const std::string name(kMaxSocketName, 'n');
     const ScriptedPeer peer(name, {{read_request(), send_bytes(reply("long"))}});
     expect_text(ask(name.c_str()), "long");
@@ -496,7 +496,7 @@ TEST_F(Transport, TermReturnsOnlyAfterTheExchangeInFlightHasEnded) {
     expect_nothing(exchange.get(), kShortHeader);
 }
 
-TEST_F(Transport, ExchangesRunSideBySide) {
+TEST_F(Transport, ExchangesRunInParallel) {
     constexpr int kThreads = 8;
     constexpr int kRounds = 20;
     const ScriptedPeer peer(kMainDaemonSocket, {{read_request(), send_bytes(reply("<x/>"))}});
@@ -514,8 +514,8 @@ TEST_F(Transport, ExchangesRunSideBySide) {
     }
 }
 
-// An exchange may be reading the name that is replaced or given up.
-TEST_F(Transport, TheDefaultPeerMayChangeWhileOthersExchange) {
+// An exchange may read the name while it is replaced or freed.
+TEST_F(Transport, TheDefaultPeerMayChangeDuringExchanges) {
     std::atomic<bool> stop{false};
     std::vector<std::thread> threads;
     for (int i = 0; i < 3; i++) {

@@ -12,7 +12,7 @@ namespace {
 
 constexpr size_t kBufferSize = 64;
 
-// The text in a block of its own, the result in a buffer of exactly the room.
+// Converts a text in an exact block into a buffer of exactly the capacity.
 std::string run(int (*routine)(const char*, int, char*, int*), std::string_view text, int room) {
     const ExactBlock source(text);
     const ExactBlock buffer(std::string(static_cast<size_t>(room), '#'));
@@ -88,7 +88,7 @@ TEST(XmlUnescape, ReversesTheFiveEntities) {
     }
 }
 
-TEST(XmlUnescape, CopiesWhatIsNoEntity) {
+TEST(XmlUnescape, CopiesEverythingElse) {
     for (const std::string_view text :
          {"&", "&;", "&am", "&amp", "&AMP;", "&nbsp;", "&#38;", "&l&"}) {
         EXPECT_EQ(unescaped(text), text);
@@ -99,7 +99,7 @@ TEST(XmlUnescape, UnescapesOnce) {
     EXPECT_EQ(unescaped("&amp;lt;"), "&lt;");
 }
 
-TEST(XmlUnescape, StopsWhenTheRoomIsUsedUp) {
+TEST(XmlUnescape, StopsWhenTheBufferIsFull) {
     EXPECT_EQ(unescaped("a&lt;b", 2), "a<");
     EXPECT_EQ(unescaped("abc", 0), "");
 }

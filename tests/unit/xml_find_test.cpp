@@ -12,7 +12,7 @@
 namespace zrp {
 namespace {
 
-// The content of the first such element; nothing when there is none.
+// Returns the content of the first such element, or nothing.
 std::optional<std::string> content_of(std::string_view tag, std::string_view text) {
     const ExactBlock reply(text);
     XmlElement element;
@@ -63,11 +63,11 @@ TEST(FindElement, TheOuterMatchEndsAtTheSecondClosingTagOfItsName) {
     EXPECT_EQ(content_of("volume", "<volume><volume>x</volume>"), kNone);
 }
 
-TEST(FindElement, ClosingTagsOfLongerNamesEndNothing) {
+TEST(FindElement, ClosingTagsOfLongerNamesDoNotMatch) {
     expect_contents({{"<a>1</ab></a>", "1</ab>"}, {"<a>1</a ></a>", "1</a >"}});
 }
 
-// It opens nothing, and yet a closing tag is waited for.
+// It opens nothing, and yet the match needs another closing tag.
 TEST(FindElement, ASelfClosingChildOfTheSameNameCounts) {
     expect_contents({{"<a><a/></a></a>", "<a/></a>"}, {"<a><a/></a>", kNone}});
 }
@@ -95,7 +95,7 @@ TEST(FindElement, ASelfClosingElementHasNoContent) {
     }
 }
 
-TEST(FindElement, GivesThePlacesOfTheMatch) {
+TEST(FindElement, StoresThePlacesOfTheMatch) {
     const ExactBlock reply("..<a id=\"3\">xyz</a>..");
     XmlElement element;
     ASSERT_EQ(FindElement("a", reply.begin(), reply.end(), &element), kOk);
@@ -106,7 +106,7 @@ TEST(FindElement, GivesThePlacesOfTheMatch) {
     EXPECT_EQ(element.elementEnd, reply.begin() + 18);
 }
 
-TEST(FindElement, EveryCutBeforeTheLastBracketIsTruncated) {
+TEST(FindElement, EveryCutBeforeTheLastBracketIsNotFound) {
     constexpr std::string_view kText = "<a id=\"1\"><b>x</b><![CDATA[</a>]]><a>y</a></a>";
     for_each_truncated_prefix(kText, [&](std::string_view prefix) {
         EXPECT_EQ(content_of("a", prefix).has_value(), prefix.size() == kText.size()) << prefix;
@@ -123,7 +123,7 @@ TEST(FindElement, LeavesTheMatchUntouchedWhenThereIsNone) {
     EXPECT_EQ(element.tagEnd, nullptr);
 }
 
-TEST(FindElement, ReadsNothingBehindItsRange) {
+TEST(FindElement, ReadsNothingAfterItsRange) {
     const std::string text = "<a>x</a>";
     for (size_t size = 0; size < text.size(); size++) {
         ExactBlock reply(text);
@@ -145,12 +145,12 @@ TEST(FindElement, ChainsFromThePreviousMatch) {
     EXPECT_EQ(found, "12");
 }
 
-TEST(FindElement, AnEmptyRangeHoldsNothing) {
+TEST(FindElement, AnEmptyRangeHasNoElement) {
     XmlElement element;
     EXPECT_EQ(FindElement("a", nullptr, nullptr, &element), kNotFound);
 }
 
-TEST(FindElementCdata, TheMarkersAreTakenOutInPlace) {
+TEST(FindElementCdata, TheMarkersAreRemovedInPlace) {
     const ExactBlock reply("<a><![CDATA[1<2]]></a>");
     XmlElement element;
     ASSERT_EQ(FindElement("a", reply.begin(), reply.end(), &element), kOk);
@@ -170,7 +170,7 @@ TEST(FindElementCdata, MarkupInsideIsText) {
                      {"<a>]]></a>", "]]>"}});
 }
 
-TEST(FindElementCdata, SeveralSectionsCloseUp) {
+TEST(FindElementCdata, SeveralSectionsAreJoined) {
     expect_contents({{"<a>1<![CDATA[2]]>3<![CDATA[4]]>5</a>", "12345"},
                      {"<a><![CDATA[1]]><![CDATA[2]]></a>", "12"},
                      {"<a><b>x</b><![CDATA[2]]></a>", "<b>x</b>2"}});
@@ -191,7 +191,7 @@ TEST(FindElementCdata, AnUnclosedSectionIsTruncated) {
     expect_contents({{"<a><![CDATA[x</a>", kNone}, {"<a><![CDATA[x]]</a>", kNone}});
 }
 
-TEST(FindElementCdata, TheElementBehindIsFoundOnce) {
+TEST(FindElementCdata, TheElementAfterItIsFoundOnce) {
     const ExactBlock reply("<l><v><![CDATA[1]]></v><v>2</v><v><![CDATA[3]]></v></l><end/>");
     XmlElement list;
     ASSERT_EQ(FindElement("l", reply.begin(), reply.end(), &list), kOk);
@@ -223,7 +223,7 @@ std::vector<std::string> elements_of(std::string_view text) {
 
 using Names = std::vector<std::string>;
 
-TEST(NextElement, GivesElementsOfAnyName) {
+TEST(NextElement, FindsElementsOfAnyName) {
     EXPECT_EQ(elements_of("<a>1</a> <b x=\"1\">2</b><c/><d></d>"),
               (Names{"a=1", "b=2", "c=", "d="}));
 }
@@ -233,7 +233,7 @@ TEST(NextElement, MatchesBodiesLikeTheFinder) {
               (Names{"a=<a>1</a>", "b=</b>"}));
 }
 
-TEST(NextElement, PassesOverClosingTagsCommentsAndDeclarations) {
+TEST(NextElement, SkipsClosingTagsCommentsAndDeclarations) {
     EXPECT_EQ(elements_of("<?xml version=\"1.0\"?><!-- x --></z><a>1</a>"), (Names{"a=1"}));
 }
 
@@ -267,7 +267,7 @@ ptrdiff_t place_of(PlainFinder finder, std::string_view tag, std::string_view te
     return found - reply.begin();
 }
 
-TEST(FindClosingTag, GivesTheBracketOfTheLast) {
+TEST(FindClosingTag, FindsTheBracketOfTheLast) {
     EXPECT_EQ(place_of(FindClosingTag, "a", "<a>1</a></a>x"), 8);
     EXPECT_EQ(place_of(FindClosingTag, "a", "<a>1</a><a>"), 4);
     EXPECT_EQ(place_of(FindClosingTag, "a", "</a></ab></a ></a"), 0);
@@ -279,12 +279,12 @@ TEST(FindClosingTag, IsAbsent) {
     }
 }
 
-TEST(FindPlainOpenTag, GivesTheClosingBracketOfTheFirst) {
+TEST(FindPlainOpenTag, FindsTheClosingBracketOfTheFirst) {
     EXPECT_EQ(place_of(FindPlainOpenTag, "a", "<b><a>1</a><a>"), 5);
     EXPECT_EQ(place_of(FindPlainOpenTag, "a", "<<a>"), 3);
 }
 
-TEST(FindPlainOpenTag, WantsNoAttributes) {
+TEST(FindPlainOpenTag, IgnoresTagsWithAttributes) {
     EXPECT_EQ(place_of(FindPlainOpenTag, "a", "<a x=\"1\"><a ><a/><ab></a><a>"), 27);
 }
 

@@ -12,7 +12,7 @@
 namespace zrp {
 namespace {
 
-TEST(XmlGetTagElement, GivesContentAndLength) {
+TEST(XmlGetTagElement, ReturnsContentAndLength) {
     const ExactBlock reply("<names>a</names><name>b</name>");
     uint32_t length = 0;
     EXPECT_EQ(XML_GetTagElement(reply.begin(), reply.length(), "name", &length),
@@ -20,7 +20,7 @@ TEST(XmlGetTagElement, GivesContentAndLength) {
     EXPECT_EQ(length, 1U);
 }
 
-TEST(XmlGetTagElement, IsNullWithLengthZeroWhenThereIsNothingToGive) {
+TEST(XmlGetTagElement, IsNullWithLengthZeroWithoutContent) {
     for (const std::string_view text : {"", "<b>x</b>", "<a>x", "<a>x</a", "<a/>", "<a />"}) {
         const ExactBlock reply(text);
         uint32_t length = 7;
@@ -29,7 +29,7 @@ TEST(XmlGetTagElement, IsNullWithLengthZeroWhenThereIsNothingToGive) {
     }
 }
 
-TEST(XmlGetTagElement, TakesANegativeLengthForAnEmptyReply) {
+TEST(XmlGetTagElement, ANegativeLengthIsAnEmptyReply) {
     char reply[] = "<a>x</a>";
     uint32_t length = 7;
     EXPECT_EQ(XML_GetTagElement(reply, -1, "a", &length), nullptr);
@@ -121,7 +121,7 @@ struct RangeCase {
     std::string text;
     int rc;
     uint64_t number;
-    ptrdiff_t next; // place of the byte behind the word
+    ptrdiff_t next; // place of the byte after the word
 };
 
 TEST(GetRangeUInt64, AHexadecimalWordBetweenBlanksYields31) {
@@ -236,7 +236,7 @@ TEST(GetAttribute, TheLimitEndsTheSearch) {
     EXPECT_EQ(attribute.valueLength, 2U);
 }
 
-TEST(GetAttributeToEnd, TakesTheValueUpToTheClosingOfTheTag) {
+TEST(GetAttributeToEnd, ReadsTheValueUpToTheEndOfTheTag) {
     constexpr AttributeCase kCases[] = {
         {" type=\"int\">", "int"}, {" type=\"a \"quoted\" word\">", "a \"quoted\" word"},
         {" type=\"\">", ""},       {" type=\"", "(none)"},
@@ -281,14 +281,14 @@ TEST(GetNameValueParm, WithoutANameIsInvalidAndEmpty) {
     EXPECT_EQ(parm_of(""), (Parm{kInvalid, "", "", ""}));
 }
 
-TEST(GetNameValueParm, WithoutAValueIsAnEmptyValue) {
+TEST(GetNameValueParm, WithoutAValueTheValueIsEmpty) {
     EXPECT_EQ(parm_of("<name>N</name>"), (Parm{kOk, "N", "", ""}));
     EXPECT_EQ(parm_of("<name>N</name><value type=\"int\">5"), (Parm{kOk, "N", "", ""}));
     EXPECT_EQ(parm_of("<name>N</name><value type=\"int\"/>"), (Parm{kOk, "N", "int", ""}));
     EXPECT_EQ(parm_of("<name/><value>5</value>"), (Parm{kOk, "", "", "5"}));
 }
 
-TEST(GetNameValueParm, WithoutATypeHasAnEmptyType) {
+TEST(GetNameValueParm, WithoutATypeTheTypeIsEmpty) {
     EXPECT_EQ(parm_of("<name>N</name><value>5</value>"), (Parm{kOk, "N", "", "5"}));
     EXPECT_EQ(parm_of("<name>N</name><value>5</value><x type=\"int\">"), (Parm{kOk, "N", "", "5"}));
 }
@@ -344,7 +344,7 @@ TEST(CheckForError, AnyOtherNumberIsTheServersCode) {
                    {"<result value=\"00\"/>", 0, "00"}});
 }
 
-TEST(CheckForError, ACodeThatIsNoNumberCountsAsSuccess) {
+TEST(CheckForError, ACodeThatIsNotANumberCountsAsSuccess) {
     expect_errors({{"<result value=\"abc\">", kOk, "abc"}, {"<result value=\"\">", kOk, ""}});
 }
 

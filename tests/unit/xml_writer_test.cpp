@@ -14,7 +14,7 @@ namespace {
 
 constexpr size_t kRoom = 512;
 
-// The text of a finished document, its length checked.
+// Returns the text of a finished document and checks its length.
 std::string text_of(XmlDocument& document) {
     uint32_t length = 0;
     const HeapText text(FinishDocument(document, &length));
@@ -25,7 +25,7 @@ std::string text_of(XmlDocument& document) {
     return text.get();
 }
 
-// What one writer appends.
+// Returns the text that one writer appends.
 template <typename Writer, typename... Arguments>
 std::string written(Writer writer, Arguments... arguments) {
     XmlDocument document = StartDocument(kRoom);
@@ -95,7 +95,7 @@ TEST(ElementWriters, WriteTheirFormats) {
     EXPECT_EQ(written(WriteCloseGroup, "volume"), "</volume>");
 }
 
-TEST(WriteNumberedParameter, OnlyTheOpeningTagCarriesTheIndex) {
+TEST(WriteNumberedParameter, OnlyTheOpeningTagHasTheIndex) {
     EXPECT_EQ(written(WriteNumberedParameter, diagnostic::parm, 2, "x"), "<parm2>x</parm>\n");
     EXPECT_EQ(written(WriteNumberedParameter, diagnostic::parm, 0, ""), "<parm0></parm>\n");
 }
@@ -114,7 +114,7 @@ TEST(TypedValueWriters, WriteTypeAndValue) {
     EXPECT_EQ(written(WriteParmLong, "N", INT64_MIN), parm("long", "-9223372036854775808"));
 }
 
-TEST(WriteParmBool, IsOneForAnyValueButZero) {
+TEST(WriteParmBool, IsOneForAnyValueExceptZero) {
     EXPECT_EQ(written(WriteParmBool, "N", 7), parm("boolean", "1"));
     EXPECT_EQ(written(WriteParmBool, "N", INT_MIN), parm("boolean", "1"));
     EXPECT_EQ(written(WriteParmBool, "N", 0), parm("boolean", "0"));

@@ -1,5 +1,5 @@
-// Two readings of the protocol meet here: the client library writes each request and reads the
-// reply that the simulated server gives to it.
+// Two readings of the protocol meet here: the client library writes each request, and reads the
+// reply of the simulated server.
 #include <algorithm>
 #include <cstdlib>
 #include <string>
@@ -19,7 +19,7 @@
 namespace zrp::sim {
 namespace {
 
-// A reply as the transport hands it over: in a block of exactly its size.
+// A reply as the transport returns it: in a block of exactly its size.
 struct ExactReply {
     HeapText text;
     int length = 0;
@@ -59,8 +59,8 @@ TEST(Agreement, ServerStatistics) {
     EXPECT_EQ(count, 17);
 }
 
-// Reads the page at startIndex, compares it with the volumes from *seen on, which it counts, and
-// returns where the next page begins.
+// Reads the page at startIndex, compares it with the volumes from *seen on, advances *seen, and
+// returns the start of the next page.
 int compare_volume_page(World& world, int startIndex, size_t* seen) {
     uint32_t length = 0;
     char* request = BuildListVolumesRequest(startIndex, &length);
@@ -107,7 +107,7 @@ TEST(Agreement, EveryVersionOfVolumeInformation) {
     }
 }
 
-TEST(Agreement, AVolumesFigures) {
+TEST(Agreement, FiguresOfAVolume) {
     World world = busy_world();
     uint32_t length = 0;
     char* request = BuildVolumeInformationRequest("DATA", &length, 5);
@@ -129,7 +129,7 @@ TEST(Agreement, AVolumesFigures) {
     EXPECT_EQ(volume->shadowMountPoint, nullptr);
 }
 
-// Reads one page and compares it with the connections from *seen on, which it counts.
+// Reads one page, compares it with the connections from *seen on, and advances *seen.
 void compare_page(World& world, size_t* seen) {
     uint32_t length = 0;
     const int station = world.connections.at(*seen).station;
@@ -163,7 +163,7 @@ void compare_information(const ConnectionInformation& record, const Connection& 
     EXPECT_EQ((record.status & 0x221U) != 0, logged_in(own));
 }
 
-TEST(Agreement, EveryConnectionsInformation) {
+TEST(Agreement, InformationAboutEveryConnection) {
     World world = busy_world();
     for (const Connection& own : world.connections) {
         uint32_t length = 0;

@@ -1,4 +1,4 @@
-// What every test of the simulated server needs: a world, and a short way to ask it.
+// Short ways for tests to send requests to a simulated world.
 #pragma once
 
 #include <string>
@@ -11,19 +11,19 @@
 
 namespace zrp::sim {
 
-// Asks the main daemon with a command element.
+// Sends a command element to the main daemon and returns the reply.
 inline std::string ask(World& world, const std::string& command) {
     const std::string request = "<zrpConsoleRequest pid=\"7\">" + command + "</zrpConsoleRequest>";
     return answer_request(world, Peer::kMainDaemon, kMainDaemonRequest, request).text;
 }
 
-// Asks the storage daemon.
+// Sends a command element to the storage daemon and returns the reply.
 inline std::string ask_storage(World& world, const std::string& command) {
     const std::string request = "<zrp2bks_request pid=\"7\">" + command + "</zrp2bks_request>";
     return answer_request(world, Peer::kStorageDaemon, kStorageDaemonRequest, request).text;
 }
 
-// The text of the first element of that name, or "(none)".
+// Returns the text of the first element of that name, or "(none)".
 inline std::string text_of(const std::string& reply, const std::string& tag) {
     const size_t from = reply.find("<" + tag + ">");
     const size_t to = reply.find("</" + tag + ">", from);
@@ -39,7 +39,7 @@ inline size_t count_of(const std::string& reply, const std::string& text) {
     return count;
 }
 
-// The code of the error element, 0 without one.
+// Returns the code of the error element, 0 without one.
 inline int refusal_code(const std::string& reply) {
     constexpr std::string_view kMark = "<result value=\"";
     const size_t at = reply.find(kMark);

@@ -17,7 +17,7 @@ std::string information(World& world, int station) {
                           "</stationNumberTag></connectionTag>\n</connectionInformationTag>");
 }
 
-TEST(ListConnections, PagesLeadThroughAVeryLongList) {
+TEST(ListConnections, PagesCoverAVeryLongList) {
     World world = make_world(1, {.volumes = 30, .connections = 20000});
     size_t seen = 0;
     int station = 0;
@@ -39,7 +39,7 @@ TEST(ListConnections, APageBeginsAtTheStationOrTheNextOne) {
     EXPECT_EQ(text_of(list_page(world, 12, 1), "stationNumberTag"), "13");
 }
 
-TEST(ListConnections, ThoseWithoutALoginAreListedAsSuch) {
+TEST(ListConnections, ConnectionsWithoutALoginAreListedAsSuch) {
     World world = make_world(1, {});
     const std::string reply = list_page(world, 6, 1);
     EXPECT_EQ(text_of(reply, "name"), "NOT LOGGED IN");
@@ -75,7 +75,7 @@ TEST(ConnectionInformation, TheNameComesBeforeTheNamesOfFiles) {
               std::to_string(world.connections[4].equivalences.size()));
 }
 
-TEST(ConnectionInformation, OnlyALoginHasStatusBits) {
+TEST(ConnectionInformation, OnlyALoggedInConnectionHasStatusBits) {
     World world = make_world(1, {});
     EXPECT_NE(std::stoul(text_of(information(world, 5), "status"), nullptr, 0) & 0x221U, 0U);
     EXPECT_EQ(text_of(information(world, 6), "status"), "0x00000000");

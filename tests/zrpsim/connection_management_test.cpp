@@ -15,7 +15,7 @@ std::string stations(std::initializer_list<int> numbers) {
     return text;
 }
 
-TEST(ClearConnection, TakesTheStationsOffTheList) {
+TEST(ClearConnection, RemovesTheStationsFromTheList) {
     World world = make_world(1, {});
     const std::string reply =
         clear(world, "<stationNumberCount>2</stationNumberCount>" + stations({5, 7}));
@@ -25,7 +25,7 @@ TEST(ClearConnection, TakesTheStationsOffTheList) {
     EXPECT_EQ(world.connections.size(), 48U);
 }
 
-TEST(ClearConnection, TotalsKeepTheTrafficOfThoseThatWent) {
+TEST(ClearConnection, TotalsKeepTheTrafficOfClosedConnections) {
     World world = make_world(1, {});
     world.upTimeMs = 100000000;
     const Traffic before = total_traffic(world);
@@ -35,7 +35,7 @@ TEST(ClearConnection, TotalsKeepTheTrafficOfThoseThatWent) {
     EXPECT_EQ(total_traffic(world).requests, before.requests);
 }
 
-TEST(ClearConnection, AllSparesExceptions) {
+TEST(ClearConnection, AllLeavesTheExceptions) {
     World world = make_world(1, {});
     clear(world, "<allStations>All</allStations><exceptionNumberTag>3</exceptionNumberTag>"
                  "<exceptionNumberTag>9, 11</exceptionNumberTag>");
@@ -43,7 +43,7 @@ TEST(ClearConnection, AllSparesExceptions) {
     EXPECT_EQ(world.connections[2].station, 11);
 }
 
-TEST(ClearConnection, ThoseWithoutALoginGoTogether) {
+TEST(ClearConnection, AllWithoutALoginAreClearedTogether) {
     World world = make_world(1, {});
     const size_t without = count_not_logged_in(world);
     EXPECT_EQ(

@@ -47,7 +47,7 @@ TEST(Diagnostics, OpenFilesAgreeWithTheConnections) {
     EXPECT_EQ(counter(reply, "Not logged in count"), std::to_string(count_not_logged_in(world)));
 }
 
-TEST(Diagnostics, ResetAllStartsAgainAtNothing) {
+TEST(Diagnostics, ResetAllRestartsAtZero) {
     World world = make_world(1, {});
     world.upTimeMs = 1000000;
     ask(world, "<diagnostics><diagLevel>1</diagLevel><resetAll>1</resetAll></diagnostics>");
@@ -58,7 +58,7 @@ TEST(Diagnostics, ResetAllStartsAgainAtNothing) {
     EXPECT_EQ(counter(reply, "ipcListener requests"), "61");
 }
 
-TEST(Diagnostics, WithoutALevelThereIsNone) {
+TEST(Diagnostics, ARequestWithoutALevelIsRefused) {
     World world = make_world(1, {});
     EXPECT_EQ(refusal_code(ask(world, "<diagnostics/>")), kBadRequest);
 }
@@ -72,7 +72,7 @@ TEST(StorageDiagnostics, NamesAllCountersOfTheStorageDaemon) {
     EXPECT_EQ(counter(reply, "ipcListener memory request"), "(none)");
 }
 
-TEST(StorageDiagnostics, WordsChooseCounters) {
+TEST(StorageDiagnostics, WordsSelectCounters) {
     World world = make_world(1, {});
     const std::string reply = ask_wrapped(
         world, wrapped(document("<level>1</level><parms><parm0>KVQ</parm>\n<parm1>quota</parm>\n"
@@ -81,7 +81,7 @@ TEST(StorageDiagnostics, WordsChooseCounters) {
     EXPECT_EQ(text_of(reply, "parms"), "<parm>KVQ</parm><parm>quota</parm>");
 }
 
-TEST(StorageDiagnostics, ResetAllConcernsTheStorageDaemonAlone) {
+TEST(StorageDiagnostics, ResetAllResetsTheStorageDaemonOnly) {
     World world = make_world(1, {});
     const std::string reply =
         ask_wrapped(world, wrapped(document("<level>1</level><resetAll>1</resetAll>")));

@@ -15,7 +15,7 @@ std::string ask_main(World& world, std::string_view request) {
     return answer_request(world, Peer::kMainDaemon, kMainDaemonRequest, request).text;
 }
 
-TEST(Dispatch, ADocumentWithoutAProcessIdIsAnsweredLikeOneWithIt) {
+TEST(Dispatch, TheProcessIdMakesNoDifference) {
     World world = make_world(1, {});
     const std::string bare =
         "<zrpConsoleRequest>" + std::string(kStatistics) + "</zrpConsoleRequest>";
@@ -83,7 +83,7 @@ TEST(Dispatch, ARequestNumberOfAnotherSocketIsRefused) {
     EXPECT_EQ(refusal_code(answer.text), kBadRequest);
 }
 
-TEST(Dispatch, ARefusalComesInTheEnvelopeOfItsRequestNumber) {
+TEST(Dispatch, ARefusalHasTheEnvelopeOfItsRequestNumber) {
     EXPECT_EQ(refusal_text(kManagementRequest, 9, "a < b"),
               "<libomw2zrpReplyTag><result value=\"9\"><description>a &lt; b</description>"
               "</result></libomw2zrpReplyTag>");
@@ -92,7 +92,7 @@ TEST(Dispatch, ARefusalComesInTheEnvelopeOfItsRequestNumber) {
         refusal_text(kStorageDiagnosticRequest, 9, "").starts_with("<zrp2bksDiagnosticReply>"));
 }
 
-TEST(Statistics, TheUpTimeStandsAmongAtLeastFifteenOthers) {
+TEST(Statistics, TheUpTimeIsAmongAtLeastFifteenOthers) {
     World world = make_world(1, {});
     world.upTimeMs = int64_t{90061} * 1000;
     const std::string reply = ask(world, kStatistics);
@@ -100,7 +100,7 @@ TEST(Statistics, TheUpTimeStandsAmongAtLeastFifteenOthers) {
     EXPECT_GE(count_of(reply, "<parm>"), 16U);
 }
 
-TEST(Statistics, FiguresMoveWithTheUpTimeAndNotWithoutIt) {
+TEST(Statistics, FiguresMoveOnlyWithTheUpTime) {
     World world = make_world(1, {});
     world.upTimeMs = 50000000;
     const std::string before = ask(world, kStatistics);

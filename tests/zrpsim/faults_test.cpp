@@ -11,12 +11,12 @@ namespace {
 
 const std::string kBody = "<zrpConsoleReply><a>1</a><b>2</b></zrpConsoleReply>";
 
-Delivery spoiled(const std::string& fault) {
+Delivery damaged(const std::string& fault) {
     std::vector<Fault> faults;
     EXPECT_EQ(read_fault(fault, faults), "");
     Delivery delivery = make_delivery(kMainDaemonRequest, kBody);
     if (!faults.empty())
-        faults.front().kind->spoil(delivery);
+        faults.front().kind->damage(delivery);
     return delivery;
 }
 
@@ -27,70 +27,70 @@ ReplyHeader header_of(const Delivery& delivery) {
     return header;
 }
 
-TEST(Faults, ASoundDeliveryHasMagicLengthAndNoStatus) {
+TEST(Faults, AnUndamagedReplyHasMagicLengthAndNoStatus) {
     const ReplyHeader header = header_of(make_delivery(kMainDaemonRequest, kBody));
     EXPECT_EQ(header.magic, kMagic);
     EXPECT_EQ(header.length, kBody.size());
     EXPECT_EQ(header.status, 0U);
 }
 
-TEST(Faults, HangAnswersNothing) {
-    EXPECT_TRUE(spoiled("hang").silent);
+TEST(Faults, HangSendsNothing) {
+    EXPECT_TRUE(damaged("hang").silent);
 }
 
 TEST(Faults, DripKeepsTheHeaderWhole) {
-    EXPECT_EQ(spoiled("drip").headerPiece, 0U);
-    EXPECT_EQ(spoiled("drip").bodyPiece, 1U);
-    EXPECT_EQ(spoiled("drip-header").headerPiece, 4U);
+    EXPECT_EQ(damaged("drip").headerPiece, 0U);
+    EXPECT_EQ(damaged("drip").bodyPiece, 1U);
+    EXPECT_EQ(damaged("drip-header").headerPiece, 4U);
 }
 
 TEST(Faults, ShortHeaderSendsEightBytes) {
-    EXPECT_EQ(spoiled("short-header").header.size(), 8U);
-    EXPECT_EQ(spoiled("short-header").body, "");
+    EXPECT_EQ(damaged("short-header").header.size(), 8U);
+    EXPECT_EQ(damaged("short-header").body, "");
 }
 
-TEST(Faults, TheMagicIsAnotherOrSwapped) {
-    EXPECT_NE(header_of(spoiled("wrong-magic")).magic, kMagic);
-    EXPECT_EQ(header_of(spoiled("swapped-magic")).magic, 0x98BADCFEU);
+TEST(Faults, TheMagicIsWrongOrSwapped) {
+    EXPECT_NE(header_of(damaged("wrong-magic")).magic, kMagic);
+    EXPECT_EQ(header_of(damaged("swapped-magic")).magic, 0x98BADCFEU);
 }
 
 TEST(Faults, StatusKeepsTheBody) {
-    EXPECT_NE(header_of(spoiled("status")).status, 0U);
-    EXPECT_EQ(spoiled("status").body, kBody);
+    EXPECT_NE(header_of(damaged("status")).status, 0U);
+    EXPECT_EQ(damaged("status").body, kBody);
 }
 
 TEST(Faults, EarlyCloseAnnouncesMoreThanItSends) {
-    EXPECT_EQ(header_of(spoiled("early-close")).length, kBody.size());
-    EXPECT_EQ(spoiled("early-close").body.size(), kBody.size() / 2);
+    EXPECT_EQ(header_of(damaged("early-close")).length, kBody.size());
+    EXPECT_EQ(damaged("early-close").body.size(), kBody.size() / 2);
 }
 
 TEST(Faults, ZeroLengthSendsNoBody) {
-    EXPECT_EQ(header_of(spoiled("zero-length")).length, 0U);
-    EXPECT_EQ(spoiled("zero-length").body, "");
+    EXPECT_EQ(header_of(damaged("zero-length")).length, 0U);
+    EXPECT_EQ(damaged("zero-length").body, "");
 }
 
-TEST(Faults, HugeLengthAnnouncesAllThatFitsTheWord) {
-    EXPECT_EQ(header_of(spoiled("huge-length")).length, UINT32_MAX);
+TEST(Faults, HugeLengthAnnouncesTheLargestLength) {
+    EXPECT_EQ(header_of(damaged("huge-length")).length, UINT32_MAX);
 }
 
 TEST(Faults, GarbageHasTheRightLength) {
-    EXPECT_EQ(header_of(spoiled("garbage")).length, kBody.size());
-    EXPECT_EQ(spoiled("garbage").body.size(), kBody.size());
-    EXPECT_NE(spoiled("garbage").body, kBody);
+    EXPECT_EQ(header_of(damaged("garbage")).length, kBody.size());
+    EXPECT_EQ(damaged("garbage").body.size(), kBody.size());
+    EXPECT_NE(damaged("garbage").body, kBody);
 }
 
-TEST(Faults, TruncatedHasALengthToMatch) {
-    const Delivery delivery = spoiled("truncated");
+TEST(Faults, TruncatedHasAMatchingLength) {
+    const Delivery delivery = damaged("truncated");
     EXPECT_EQ(delivery.body, kBody.substr(0, kBody.size() / 2));
     EXPECT_EQ(header_of(delivery).length, delivery.body.size());
 }
 
 TEST(Faults, ErrorReplyRefuses) {
-    EXPECT_NE(spoiled("error-reply").body.find("<result value=\"5\">"), std::string::npos);
+    EXPECT_NE(damaged("error-reply").body.find("<result value=\"5\">"), std::string::npos);
 }
 
-TEST(Faults, UnclosedLosesOneClosingTag) {
-    const Delivery delivery = spoiled("unclosed");
+TEST(Faults, UnclosedOmitsOneClosingTag) {
+    const Delivery delivery = damaged("unclosed");
     EXPECT_EQ(delivery.body, "<zrpConsoleReply><a>1<b>2</b></zrpConsoleReply>");
     EXPECT_EQ(header_of(delivery).length, delivery.body.size());
 }
@@ -124,7 +124,7 @@ TEST(Faults, ATargetIsACommandOrASocket) {
     EXPECT_STREQ(choose_fault(faults, Peer::kStorageDaemon, "versionTag")->name, "status");
 }
 
-TEST(Faults, RefuseConcernsTheSocketThatItNames) {
+TEST(Faults, RefuseAppliesToItsSocketOnly) {
     std::vector<Fault> faults;
     EXPECT_EQ(read_fault("refuse:zrp2bks", faults), "");
     EXPECT_TRUE(is_refused(faults, Peer::kStorageDaemon));

@@ -45,7 +45,7 @@ TEST(OpenFiles, AreListedForOneVolume) {
     EXPECT_EQ(refusal_code(list(world, "<volumeName>X</volumeName>")), kNoSuchObject);
 }
 
-TEST(OpenFiles, PagesLeadThroughTheList) {
+TEST(OpenFiles, PagesCoverTheList) {
     World world = world_with_files();
     std::string reply = list(world, "<maxItems>2</maxItems>");
     EXPECT_EQ(text_of(reply, "moreFlag"), "Yes");
@@ -56,7 +56,7 @@ TEST(OpenFiles, PagesLeadThroughTheList) {
     EXPECT_EQ(count_of(reply, "<connectionTag>"), 1U);
 }
 
-TEST(OpenFiles, AClosedFileIsClosedForAll) {
+TEST(OpenFiles, AFileIsClosedOnAllConnections) {
     World world = world_with_files();
     const std::string request = "<fileClose><fileName>DATA:a</fileName></fileClose>";
     EXPECT_EQ(text_of(close(world, request), "fileName"), "DATA:a");
@@ -77,7 +77,7 @@ TEST(Locks, AreListedByFile) {
     EXPECT_EQ(refusal_code(locks(world, "X:a")), kNoSuchObject);
 }
 
-TEST(Locks, OfAConnectionAreClosedAndItsFilesStayOpen) {
+TEST(Locks, ClosingThoseOfAConnectionLeavesItsFilesOpen) {
     World world = world_with_files();
     const std::string request = "<closeConnectionLocksTag><stationNumberTag>1</stationNumberTag>"
                                 "</closeConnectionLocksTag>";

@@ -39,7 +39,7 @@ TEST(Parameters, AWrittenValueIsReadAndListed) {
               std::string::npos);
 }
 
-TEST(Parameters, AValueThatDoesNotFitIsRefusedAndTheOldOneStays) {
+TEST(Parameters, AnInvalidValueIsRefusedAndChangesNothing) {
     World world = make_world(1, {});
     EXPECT_EQ(refusal_code(write(world, "COMMIT_FILE", "2")), kBadRequest);
     EXPECT_EQ(refusal_code(write(world, "SIGNATURE_LEVEL", "high")), kBadRequest);
@@ -48,7 +48,7 @@ TEST(Parameters, AValueThatDoesNotFitIsRefusedAndTheOldOneStays) {
     EXPECT_EQ(text_of(set(world, "<name>COMMIT_FILE</name>"), "string"), "1");
 }
 
-TEST(Parameters, WithoutNameOrBrowseNothingIsMeant) {
+TEST(Parameters, ARequestWithoutNameOrBrowseIsRefused) {
     World world = make_world(1, {});
     EXPECT_EQ(refusal_code(set(world, "")), kBadRequest);
     EXPECT_EQ(refusal_code(set(world, "<browse>1</browse><string>x</string>")), kBadRequest);

@@ -36,15 +36,15 @@ ChildOptions simulator(std::vector<std::string> arguments) {
     return options;
 }
 
-// A simulator that listens.
+// Starts a simulator and waits until it listens.
 ChildProcess started(std::vector<std::string> arguments = {}) {
     ChildProcess child(simulator(std::move(arguments)));
     EXPECT_EQ(child.read_line(), "ready");
     return child;
 }
 
-// Sends a line to a simulator under control and returns its answer.
-std::string told(ChildProcess& child, const std::string& line) {
+// Sends a control line to a simulator and returns its answer.
+std::string answer_to(ChildProcess& child, const std::string& line) {
     const std::string text = line + "\n";
     EXPECT_EQ(write(child.input().get(), text.data(), text.size()),
               static_cast<ssize_t>(text.size()));
@@ -73,7 +73,7 @@ Exchange ask_statistics() {
     return exchange(kMainDaemonSocket, kMainDaemonRequest, kStatistics);
 }
 
-// Leaves the reply to the caller.
+// Does not read the reply.
 void send_statistics_request(IPCClient& client) {
     ASSERT_EQ(client.Connect(kMainDaemonSocket), 0);
     ASSERT_EQ(client.SendHeader(kMainDaemonRequest, kStatistics.size()), 0);
@@ -111,7 +111,7 @@ TEST(Simulator, EndsCleanlyWhileAClientWaits) {
     EXPECT_EQ(child.wait(), (ExitStatus{0, 0}));
 }
 
-TEST(Simulator, RefusesToStartWhereANameIsTaken) {
+TEST(Simulator, DoesNotStartWhenANameIsInUse) {
     ChildProcess first = started();
     ChildProcess second(simulator({}));
     EXPECT_EQ(second.wait(), (ExitStatus{1, 0}));
@@ -119,7 +119,7 @@ TEST(Simulator, RefusesToStartWhereANameIsTaken) {
     EXPECT_TRUE(is_whole(ask_statistics().reply));
 }
 
-TEST(Simulator, RefusesOptionsThatMeanNothing) {
+TEST(Simulator, RefusesInvalidOptions) {
     const std::vector<std::vector<std::string>> wrong = {
         {"--fault", "melt"}, {"--clock", "-1"}, {"--volumes", "257"}, {"--unknown"}, {"word"}};
     for (const auto& arguments : wrong) {
@@ -134,7 +134,7 @@ TEST(Simulator, ListsItsFaults) {
     EXPECT_EQ(child.wait(), (ExitStatus{0, 0}));
 }
 
-TEST(Simulator, WithAPinnedClockEveryReplyIsTheSame) {
+TEST(Simulator, EveryReplyIsTheSameWithAPinnedClock) {
     ChildProcess child = started({"--clock", "90061"});
     const Exchange first = ask_statistics();
     EXPECT_NE(first.reply.find("<value type=\"diffSeconds\">90061<"), std::string::npos);
@@ -143,7 +143,7 @@ TEST(Simulator, WithAPinnedClockEveryReplyIsTheSame) {
     EXPECT_EQ(ask_statistics().reply, first.reply);
 }
 
-TEST(Simulator, LogsARequestOnALine) {
+TEST(Simulator, LogsALineForEachRequest) {
     ChildOptions options = simulator({"-v"});
     ChildProcess child(options);
     ASSERT_EQ(child.read_line(), "ready");
@@ -156,7 +156,7 @@ TEST(Simulator, LogsARequestOnALine) {
 struct FaultRow {
     const char* fault;
     int code;
-    bool whole; // the reply arrives undamaged
+    bool whole; // whether the reply arrives undamaged
 };
 
 void PrintTo(const FaultRow& row, std::ostream* out) {
@@ -165,7 +165,7 @@ void PrintTo(const FaultRow& row, std::ostream* out) {
 
 class SimulatorFault : public testing::TestWithParam<FaultRow> {};
 
-TEST_P(SimulatorFault, GivesTheTransportItsCode) {
+TEST_P(SimulatorFault, HasItsCodeInTheTransport) {
     ChildProcess child = started({"--fault", GetParam().fault});
     const Exchange result = ask_statistics();
     EXPECT_EQ(result.code, GetParam().code);
@@ -191,7 +191,7 @@ INSTANTIATE_TEST_SUITE_P(
         return name;
     });
 
-TEST(Simulator, AFaultOfOneSocketLeavesTheOthersAlone) {
+TEST(Simulator, AFaultOfOneSocketDoesNotAffectTheOthers) {
     ChildProcess child = started({"--fault", "refuse:zrp2bks"});
     EXPECT_EQ(exchange(kStorageDaemonSocket, kStorageDaemonRequest, kStorageVersion).code,
               ECONNREFUSED);
@@ -200,43 +200,43 @@ TEST(Simulator, AFaultOfOneSocketLeavesTheOthersAlone) {
 TEST(Simulator, FaultsChangeWhileItRuns) {
     ChildProcess child = started({"--control"});
     EXPECT_TRUE(is_whole(ask_statistics().reply));
-    EXPECT_EQ(told(child, "fault wrong-magic"), "ok");
+    EXPECT_EQ(answer_to(child, "fault wrong-magic"), "ok");
     EXPECT_EQ(ask_statistics().code, kBadMagic);
-    EXPECT_EQ(told(child, "fault refuse"), "ok");
+    EXPECT_EQ(answer_to(child, "fault refuse"), "ok");
     EXPECT_EQ(ask_statistics().code, ECONNREFUSED);
-    EXPECT_EQ(told(child, "fault none"), "ok");
+    EXPECT_EQ(answer_to(child, "fault none"), "ok");
     EXPECT_TRUE(is_whole(ask_statistics().reply));
 }
 
-TEST(Simulator, TheClockIsPinnedAndSetFreeWhileItRuns) {
+TEST(Simulator, TheClockIsStoppedAndStartedWhileItRuns) {
     ChildProcess child = started({"--control"});
-    EXPECT_EQ(told(child, "clock 59"), "ok");
+    EXPECT_EQ(answer_to(child, "clock 59"), "ok");
     const Exchange pinned = ask_statistics();
     EXPECT_NE(pinned.reply.find("<value type=\"diffSeconds\">59<"), std::string::npos);
     EXPECT_EQ(ask_statistics().reply, pinned.reply);
-    EXPECT_EQ(told(child, "clock run"), "ok");
+    EXPECT_EQ(answer_to(child, "clock run"), "ok");
 }
 
-TEST(Simulator, AWrongLineOfControlIsAnswered) {
+TEST(Simulator, AWrongCommandGetsAnError) {
     ChildProcess child = started({"--control"});
-    EXPECT_EQ(told(child, "dance"), "error: unknown command \"dance\"");
-    EXPECT_EQ(told(child, "fault melt"), "error: no fault named \"melt\"");
-    EXPECT_EQ(told(child, "clock soon"), "error: clock takes a number of seconds or \"run\"");
+    EXPECT_EQ(answer_to(child, "dance"), "error: unknown command \"dance\"");
+    EXPECT_EQ(answer_to(child, "fault melt"), "error: no fault named \"melt\"");
+    EXPECT_EQ(answer_to(child, "clock soon"), "error: clock takes a number of seconds or \"run\"");
 }
 
-TEST(Simulator, TheEndOfControlIsNoReasonToEnd) {
+TEST(Simulator, IgnoresTheEndOfItsInput) {
     ChildProcess child = started({"--control"});
     child.input().reset();
     EXPECT_TRUE(is_whole(ask_statistics().reply));
 }
 
-TEST(Simulator, EndsWhenControlSaysSo) {
+TEST(Simulator, EndsOnTheQuitCommand) {
     ChildProcess child = started({"--control"});
-    EXPECT_EQ(told(child, "quit"), "ok");
+    EXPECT_EQ(answer_to(child, "quit"), "ok");
     EXPECT_EQ(child.wait(), (ExitStatus{0, 0}));
 }
 
-TEST(Simulator, WhatIsNoRequestIsNotAnswered) {
+TEST(Simulator, AnswersRequestsOnly) {
     ChildProcess child = started();
     IPCClient client;
     ASSERT_EQ(client.Connect(kMainDaemonSocket), 0);
@@ -248,14 +248,14 @@ TEST(Simulator, WhatIsNoRequestIsNotAnswered) {
     EXPECT_EQ(client.Receive(&status, &length, &reply), kShortHeader);
 }
 
-TEST(Simulator, AClientThatLeavesEarlyHarmsNobody) {
+TEST(Simulator, AClientThatClosesEarlyDoesNotAffectOthers) {
     ChildProcess child = started({"--control"});
     for (const char* fault : {"fault none", "fault drip", "fault hang"}) {
-        EXPECT_EQ(told(child, fault), "ok");
+        EXPECT_EQ(answer_to(child, fault), "ok");
         IPCClient client;
         send_statistics_request(client);
     }
-    EXPECT_EQ(told(child, "fault none"), "ok");
+    EXPECT_EQ(answer_to(child, "fault none"), "ok");
     EXPECT_TRUE(is_whole(ask_statistics().reply));
 }
 

@@ -19,7 +19,7 @@ std::string resource(World& world, const std::string& children) {
     return ask(world, "<clusterResource><volume>" + children + "</volume></clusterResource>");
 }
 
-TEST(ServerConfig, TellsEverySetting) {
+TEST(ServerConfig, ReportsEverySetting) {
     World world = make_world(1, {});
     const std::string reply = config(world, "");
     for (const char* tag :
@@ -28,13 +28,13 @@ TEST(ServerConfig, TellsEverySetting) {
         EXPECT_NE(text_of(reply, tag), "(none)") << tag;
 }
 
-TEST(ServerConfig, AChangedSettingIsTold) {
+TEST(ServerConfig, ReportsAChangedSetting) {
     World world = make_world(1, {});
     config(world, "<name>zrpMixedModePath</name><set>1</set>");
     EXPECT_EQ(text_of(config(world, ""), "zrpMixedModePath"), "1");
 }
 
-TEST(ServerConfig, RefusesWhatCannotBeSet) {
+TEST(ServerConfig, RefusesInvalidChanges) {
     World world = make_world(1, {});
     EXPECT_EQ(refusal_code(config(world, "<name>zrpServerVersion</name><set>1</set>")), kForbidden);
     EXPECT_EQ(refusal_code(config(world, "<name>colour</name><set>1</set>")), kNoSuchObject);
@@ -81,7 +81,7 @@ TEST(Cluster, ABoundAddressIsAVirtualServer) {
     EXPECT_EQ(refusal_code(bind(world, "", 1)), kBadRequest);
 }
 
-TEST(Cluster, AVolumeOfAResourceIsMountedAsTold) {
+TEST(Cluster, AVolumeOfAResourceIsMountedWithItsSettings) {
     World world = make_world(1, {});
     const std::string reply =
         resource(world, "<volumeName>BACKUP</volumeName><volumeNumber>254</volumeNumber>"
@@ -97,7 +97,7 @@ TEST(Cluster, AVolumeOfAResourceIsMountedAsTold) {
     EXPECT_NE(volume->status & kMounted, 0U);
 }
 
-TEST(Cluster, AVolumeThatCannotBeMountedStaysAsItWas) {
+TEST(Cluster, AVolumeThatCannotBeMountedIsUnchanged) {
     World world = make_world(1, {});
     EXPECT_EQ(text_of(resource(world, "<volumeName>SCRATCH</volumeName>"
                                       "<volumeNumber>254</volumeNumber>"),

@@ -26,7 +26,7 @@ TEST(Exclusion, BothListsTogetherNameEveryBksVolumeOnce) {
     EXPECT_LT(reply.find("<zrpexcluded>"), reply.find("<zrpincluded>"));
 }
 
-TEST(Exclusion, OneListComesWithoutTheOther) {
+TEST(Exclusion, EitherListCanBeRequestedAlone) {
     World world = make_world(1, {});
     const std::string excluded = exclusion(world, "<listVolumes><zrpexcluded/></listVolumes>");
     EXPECT_NE(text_of(excluded, "zrpexcluded"), "(none)");
@@ -36,7 +36,7 @@ TEST(Exclusion, OneListComesWithoutTheOther) {
     EXPECT_EQ(refusal_code(exclusion(world, "<listVolumes/>")), kBadRequest);
 }
 
-TEST(Exclusion, AVolumeChangesListsAndIsDismountedAndMountedWithIt) {
+TEST(Exclusion, AVolumeThatChangesListsIsDismountedOrMounted) {
     World world = make_world(1, {});
     EXPECT_EQ(refusal_code(act(world, "removeVolume", "DATA", "<dismountVolumes/>")), 0);
     const std::string lists = exclusion(world, "<listVolumes><all/></listVolumes>");
@@ -56,14 +56,14 @@ TEST(Exclusion, OnlyAChangeOfABksVolumeIsAccepted) {
     EXPECT_EQ(refusal_code(exclusion(world, "")), kBadRequest);
 }
 
-TEST(Exclusion, TheMountPointIsTold) {
+TEST(Exclusion, ReportsTheMountPoint) {
     World world = make_world(1, {});
     EXPECT_EQ(text_of(act(world, "get_volume_mount_point", "DATA"), "get_volume_mount_point"),
               "/media/bks/DATA");
     EXPECT_EQ(refusal_code(act(world, "get_volume_mount_point", "SYS")), kNoSuchObject);
 }
 
-TEST(Filter, ASetValueIsListedUntilItIsReset) {
+TEST(Filter, AChangedValueIsListedUntilItIsReset) {
     World world = make_world(1, {});
     const std::string entry = "<parm><name>events</name><value>";
     EXPECT_NE(filter(world, "<list/>").find(entry + "0x000000ff</value></parm>"),
@@ -77,7 +77,7 @@ TEST(Filter, ASetValueIsListedUntilItIsReset) {
     EXPECT_NE(filter(world, "<list/>").find(entry + "0x000000ff"), std::string::npos);
 }
 
-TEST(Filter, RefusesUnknownNamesAndOtherNumbers) {
+TEST(Filter, RefusesUnknownNamesAndInvalidNumbers) {
     World world = make_world(1, {});
     for (const char* value : {"255", "0x", "0x1g", "0x100000000", ""})
         EXPECT_EQ(refusal_code(filter(world, "<set><parm><name>events</name><value>" +

@@ -25,7 +25,7 @@ TEST(ListVolumes, ASmallServerFitsOnePageWithoutAStartIndex) {
     EXPECT_EQ(text_of(reply, "startIndex"), "(none)");
 }
 
-TEST(ListVolumes, PagesLeadThroughTheWholeList) {
+TEST(ListVolumes, PagesCoverTheWholeList) {
     World world = make_world(1, {.volumes = 256, .connections = 0});
     size_t seen = 0;
     int pages = 0;
@@ -49,7 +49,7 @@ TEST(ListVolumes, MaxItemsLimitsAPage) {
     EXPECT_EQ(text_of(reply, "startIndex"), "28");
 }
 
-TEST(ListVolumes, BehindTheLastVolumeThereIsAnEmptyPage) {
+TEST(ListVolumes, AfterTheLastVolumeThereIsAnEmptyPage) {
     World world = make_world(1, {});
     const std::string reply = list_page(world, 256, 3);
     EXPECT_EQ(reply, "<zrpConsoleReply><listVolumes></listVolumes></zrpConsoleReply>");
@@ -148,7 +148,7 @@ TEST(VolumeInformation, OnlyAVolumeWithAShadowHasAShadowElement) {
     EXPECT_EQ(text_of(information(world, "DATA", 5), "shadow"), "(none)");
 }
 
-TEST(VolumeInformation, SixteenCharactersAndUmlautsAreFound) {
+TEST(VolumeInformation, NamesOfSixteenCharactersAndWithUmlautsAreFound) {
     World world = make_world(1, {});
     EXPECT_EQ(text_of(information(world, "ENGINEERING_2026", 5), "volumeNumber"), "4");
     EXPECT_EQ(text_of(information(world, "MÜNCHEN", 5), "volumeNumber"), "10");
@@ -169,7 +169,7 @@ TEST(VolumeInformation, NumbersOfOldVersionsFitThirtyTwoBits) {
     EXPECT_EQ(text_of(information(world, "DATA", 5), "clustersPerVolume"), "1099511627776");
 }
 
-TEST(VolumeInformation, ItsConnectionsAreThoseWithAFileOpenThere) {
+TEST(VolumeInformation, CountsTheConnectionsWithAFileOpenThere) {
     World world = make_world(1, {});
     for (Connection& connection : world.connections)
         connection.files.clear();

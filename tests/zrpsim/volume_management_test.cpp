@@ -63,7 +63,7 @@ TEST(CreateVolume, KeepsTheAttributesAsStatusBits) {
     EXPECT_NE(status_of(world, "A") & kHidden, 0U);
 }
 
-TEST(CreateVolume, RefusesWhatCannotBe) {
+TEST(CreateVolume, RefusesInvalidRequests) {
     World world = make_world(1, {});
     EXPECT_EQ(refusal_code(create(world, "SIXTEEN_LETTERS_", "/mnt/a", "-1")), kVolumeNameTooLong);
     EXPECT_EQ(refusal_code(create(world, "FIFTEEN_LETTERS", "/mnt/f", "-1")), 0);
@@ -95,7 +95,7 @@ TEST(RemoveVolume, IsNoLongerListedAndItsFilesAreClosed) {
     EXPECT_EQ(refusal_code(named(world, "removeVolume", "HOME")), kNoSuchObject);
 }
 
-TEST(RemoveVolume, TheSystemVolumeStays) {
+TEST(RemoveVolume, TheSystemVolumeCannotBeRemoved) {
     World world = make_world(1, {});
     EXPECT_EQ(refusal_code(named(world, "removeVolume", "SYS")), kForbidden);
     EXPECT_EQ(refusal_code(named(world, "removeVolume", "DATA", "<options>purge</options>")), 0);
@@ -138,7 +138,7 @@ TEST(MountVolumes, DismountingClosesFiles) {
     EXPECT_EQ(world.connections[0].files[0].name, "SYS:a");
 }
 
-TEST(MountVolumes, FailuresAreToldVolumeByVolume) {
+TEST(MountVolumes, FailuresAreReportedForEachVolume) {
     World world = make_world(1, {});
     EXPECT_EQ(text_of(mount(world, "DATA"), "mountFailureCode"), std::to_string(kExists));
     EXPECT_EQ(text_of(mount(world, "NOWHERE"), "mountFailureCode"), std::to_string(kNoSuchObject));
@@ -160,7 +160,7 @@ TEST(MountVolumes, AVolumeIsMountedUnderAnotherNumber) {
     EXPECT_EQ(world.volumes.back().name, "BACKUP");
 }
 
-TEST(MountAll, ListsWhatItChanged) {
+TEST(MountAll, ListsTheVolumesThatItChanged) {
     World world = make_world(1, {});
     const size_t mounted = count_mounted(world);
     EXPECT_EQ(count_of(ask(world, "<dismountAll/>"), "<volume><name>"), mounted);
@@ -180,13 +180,13 @@ TEST(PurgeVolume, LeavesNothingToPurge) {
     EXPECT_EQ(refusal_code(named(world, "purgeVolume", "BACKUP")), kNotMounted);
 }
 
-TEST(FlushVolumes, TellsHowMany) {
+TEST(FlushVolumes, ReportsHowMany) {
     World world = make_world(1, {});
     EXPECT_EQ(text_of(ask(world, "<flushVolumes/>"), "volumeCount"),
               std::to_string(count_mounted(world)));
 }
 
-TEST(TreeControl, FlagsStay) {
+TEST(TreeControl, FlagsAreKept) {
     World world = make_world(1, {});
     const std::string version = "<versionTag>1</versionTag>";
     named(world, "VTCRequest", "DATA", version + "<controlFlags>6</controlFlags>");
@@ -226,7 +226,7 @@ TEST(Shadow, ItsConfigurationOutlivesItsMountPoint) {
     EXPECT_EQ(refusal_code(shadow(world, "removeConf", conf)), kNoSuchObject);
 }
 
-TEST(Shadow, RefusesWhatCannotBe) {
+TEST(Shadow, RefusesInvalidRequests) {
     World world = make_world(1, {});
     EXPECT_EQ(refusal_code(shadow(world, "createVolume", "<path>s</path>")), kBadRequest);
     EXPECT_EQ(refusal_code(shadow(world, "createVolume", "<path>/media/bks/HOME</path>")), kExists);

@@ -59,7 +59,7 @@ TEST(World, AnotherSeedMakesAnotherWorld) {
     EXPECT_NE(one.connections[0].readPerSecond, other.connections[0].readPerSecond);
 }
 
-TEST(World, TrafficOfAConnectionGrowsFromItsLoginOn) {
+TEST(World, TrafficOfAConnectionGrowsFromItsLogin) {
     World world = make_world(1, {});
     const Connection& connection = world.connections.front();
     world.upTimeMs = connection.loginMs - 1;
@@ -76,7 +76,7 @@ TEST(World, OpenFilesAreOnMountedVolumes) {
             EXPECT_NE(find_volume(world, file.volumeNumber)->status & kMounted, 0U);
 }
 
-TEST(World, AWaveStaysBetweenNothingAndItsSwing) {
+TEST(World, AWaveStaysBetweenZeroAndItsSwing) {
     World world;
     uint64_t highest = 0;
     for (world.upTimeMs = 0; world.upTimeMs < 20000; world.upTimeMs += 100)
@@ -84,7 +84,7 @@ TEST(World, AWaveStaysBetweenNothingAndItsSwing) {
     EXPECT_EQ(highest, 49U);
 }
 
-TEST(World, AnyNumberOfVolumesAndConnectionsMakesAWorld) {
+TEST(World, AWorldMayHaveAnyNumberOfVolumesAndConnections) {
     EXPECT_TRUE(make_world(1, {.volumes = 0, .connections = 20}).volumes.empty());
     EXPECT_EQ(count_open_files(make_world(1, {.volumes = 0, .connections = 20})), 0U);
     EXPECT_EQ(make_world(1, {.volumes = 1, .connections = 0}).volumes.size(), 1U);

@@ -10,8 +10,8 @@
 namespace zrp::demo {
 namespace {
 
-// How often to look for the monitor's end where the system cannot tell it.
-constexpr int kLookMs = 200;
+// How often to look for the end of the monitor when the kernel does not report it.
+constexpr int kPollMs = 200;
 
 harness::Descriptor catch_signals() {
     sigset_t signals;
@@ -19,7 +19,7 @@ harness::Descriptor catch_signals() {
     for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
         sigaddset(&signals, signal);
     }
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr); // the child starts with an empty mask again
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr); // the child starts with an empty mask
     harness::Descriptor caught(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
     if (!caught) {
         throw std::system_error(errno, std::generic_category(), "signalfd");
@@ -27,8 +27,8 @@ harness::Descriptor catch_signals() {
     return caught;
 }
 
-// A key like Ctrl-C reaches the monitor by itself, since it stands in the foreground as well. What
-// another process sends, and the hang-up of a terminal whose session begins here, does not.
+// Signals of keys like Ctrl-C reach the monitor too, because it is in the same foreground process
+// group. Signals from another process do not, nor does SIGHUP, which goes to the session leader.
 bool reached_both(const signalfd_siginfo& info) {
     return info.ssi_code == SI_KERNEL && info.ssi_signo != SIGHUP;
 }
@@ -51,7 +51,7 @@ harness::ExitStatus run_live(const std::string& monitor) {
     while (!(status = process.wait(harness::milliseconds{0}))) {
         std::array<pollfd, 2> waits = {
             {{caught.get(), POLLIN, 0}, {process.exit_descriptor(), POLLIN, 0}}};
-        poll(waits.data(), waits.size(), process.exit_descriptor() < 0 ? kLookMs : -1);
+        poll(waits.data(), waits.size(), process.exit_descriptor() < 0 ? kPollMs : -1);
         pass_on(caught, process);
     }
     return *status;

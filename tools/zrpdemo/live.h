@@ -7,8 +7,8 @@
 
 namespace zrp::demo {
 
-// Runs the monitor in the foreground until it ends. Signals sent to this process meanwhile are
-// passed on to the monitor, which ends by them.
+// Runs the monitor in the foreground until it ends. Signals that end this process are passed on to
+// the monitor instead.
 harness::ExitStatus run_live(const std::string& monitor);
 
 } // namespace zrp::demo

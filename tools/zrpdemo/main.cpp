@@ -1,4 +1,4 @@
-// zrpdemo: the monitor on a simulated server, in a network of its own.
+// zrpdemo: the monitor on a simulated server, in a private network.
 #include <cstdio>
 #include <exception>
 #include <fcntl.h>
@@ -31,7 +31,7 @@ struct Options {
     std::string pictures; // folder, or empty
 };
 
-// Takes "100x40".
+// Reads a size such as "100x40". Returns an empty text, or what is wrong.
 std::string read_size(const std::string& text, Size& size) {
     constexpr int kMost = 1000;
     char more = 0;
@@ -43,21 +43,22 @@ std::string read_size(const std::string& text, Size& size) {
 
 void declare(CLI::App& app, Options& options) {
     auto* size = app.add_option("--size");
-    size->description("Size of the terminal that is used where there is none")
+    size->description("Size of the pseudo-terminal that is used without a terminal")
         ->type_name("COLUMNSxLINES")
         ->default_str("80x25")
         ->check([&](const std::string& text) { return read_size(text, options.size); });
     app.add_option("--zrptop", options.monitor, "The monitor")->type_name("PROGRAM");
     app.add_option("--zrpsim", options.server, "The simulated server")->type_name("PROGRAM");
     auto* arguments = app.add_option("ARGUMENT", options.serverArguments,
-                                     "Given to the simulated server; options behind \"--\"");
-    app.add_option("--pictures", options.pictures, "Draw the screens and dialogs into this folder")
+                                     "Passed to the simulated server; options after \"--\"");
+    app.add_option("--pictures", options.pictures,
+                   "Draw pictures of the screens and dialogs into this folder")
         ->type_name("FOLDER")
         ->excludes(size)
         ->excludes(arguments);
 }
 
-// Where a standard stream is closed, a descriptor opened later would be taken for it.
+// If a standard stream is closed, a descriptor that is opened later would take its place.
 void open_standard_streams() {
     int fd = 0;
     do {
@@ -74,7 +75,7 @@ std::string enter_network() {
     }
     if (!network.root) {
         throw std::runtime_error("zrptop runs as root only, and this user cannot be root in a "
-                                 "namespace of its own: " +
+                                 "private namespace: " +
                                  network.reason + ". Try again as root");
     }
     return network.reason;
@@ -112,8 +113,8 @@ int run(const Options& options) {
 int parse_and_run(int argc, char** argv) {
     Options options;
     CLI::App app{
-        "zrpdemo: zrptop on a simulated server. With a terminal it runs there; without one "
-        "its screens and dialogs are printed as text.",
+        "zrpdemo: zrptop on a simulated server. It runs on the terminal; without one, it prints "
+        "the screens and dialogs as text.",
         "zrpdemo"};
     declare(app, options);
     try {

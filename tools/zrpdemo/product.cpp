@@ -12,7 +12,7 @@ struct Folder {
     std::vector<harness::PrivateFile> files;
 };
 
-// The daemons answer for themselves, so their files are not looked at.
+// The daemons report their versions themselves, so that their files are not needed.
 const Folder kFolders[] = {
     {"/opt",
      {

@@ -11,7 +11,7 @@ namespace zrp::demo {
 namespace {
 
 constexpr std::string_view kReady = "ready\n";
-constexpr harness::milliseconds kLook{10};
+constexpr harness::milliseconds kPollInterval{10};
 
 harness::Descriptor memory_file() {
     harness::Descriptor file(memfd_create("zrpsim log", MFD_CLOEXEC));
@@ -29,7 +29,8 @@ harness::ChildProcess start(const std::string& program, const std::vector<std::s
     options.standardInput = harness::kNull;
     options.standardOutput = log;
     options.standardErrors = log;
-    options.ownGroup = true; // Ctrl-C is for the monitor, which needs the server to its end
+    options.ownGroup =
+        true; // Ctrl-C must end the monitor only, which needs the server until it ends
     return harness::ChildProcess(options);
 }
 
@@ -44,7 +45,7 @@ Server::Server(const std::string& program, const std::vector<std::string>& argum
     : log_(memory_file()), process_(start(program, arguments, log_.get())) {
     const harness::Deadline deadline(harness::kPatience);
     while (ready_line(written()) == std::string::npos) {
-        if (const auto status = process_.wait(kLook)) {
+        if (const auto status = process_.wait(kPollInterval)) {
             throw std::runtime_error("the simulated server ended with " + status->text() + ":\n" +
                                      written());
         }

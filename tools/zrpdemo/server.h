@@ -1,4 +1,4 @@
-// The simulated server behind the demonstration.
+// The simulated server of the demonstration.
 #pragma once
 
 #include <string>
@@ -11,19 +11,19 @@ namespace zrp::demo {
 
 class Server {
 public:
-    // Starts it and returns once it is ready. Throws std::runtime_error, with what it said, when it
-    // ends before that or is not ready in time.
+    // Starts the server and waits until it is ready. Throws std::runtime_error with its output when
+    // it ends before that or is not ready in time.
     Server(const std::string& program, const std::vector<std::string>& arguments);
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
 
-    // Ends it, and passes on what it has written: now that does not disturb the screen.
+    // Ends the server and prints its output, which would have disturbed the screen before.
     ~Server();
 
 private:
     [[nodiscard]] std::string written() const;
 
-    harness::Descriptor log_; // in memory, since a pipe that nobody reads would fill up
+    harness::Descriptor log_; // in memory, because a pipe that nobody reads fills up
     harness::ChildProcess process_;
 };
 

@@ -10,7 +10,7 @@ using harness::key_bytes;
 using harness::Terminal;
 using harness::TerminalScreen;
 
-constexpr int kStripRow = 3; // the up-time strip: its label, and the value behind it
+constexpr int kStripRow = 3; // the up-time strip: its label and the value after it
 constexpr int kStripColumn = 2;
 constexpr std::string_view kStripLabel = "Server Up Time:";
 
@@ -35,22 +35,22 @@ bool shows_up_time(const TerminalScreen& screen) {
     return strip.starts_with(kStripLabel) && strip.find_first_of("0123456789") != std::string::npos;
 }
 
-// Every pass of the refresh thread begins in the strip, and leaves the cursor there until it draws
-// elsewhere. So once the scene's text stands, a cursor in the strip tells that the pass which drew
-// it is over. A dialog's text is its prompt, which is drawn last.
+// Every pass of the refresh thread begins in the strip and leaves the cursor there until it draws
+// elsewhere. Once the scene's text is on the screen, a cursor in the strip therefore means that the
+// pass that drew the text is over. The text of a dialog is its prompt, which is drawn last.
 bool is_complete(const Scene& scene, const TerminalScreen& screen) {
     return screen.cursor().row == kStripRow && shows_up_time(screen) &&
            screen.find_row(scene.text, kMainRow) >= 0;
 }
 
-// Looks after every byte of the monitor's output: the cursor's stay in the strip may be so short
-// that its coming and going are read at once.
-class Onlooker {
+// Looks at the screen after every byte of the monitor's output: the cursor may be in the strip so
+// briefly that its arrival and departure are read at once.
+class SceneWatcher {
 public:
-    explicit Onlooker(const Terminal& terminal)
+    explicit SceneWatcher(const Terminal& terminal)
         : terminal_(terminal), screen_(terminal.screen().rows(), terminal.screen().columns()) {}
 
-    // Looks at what has come since; stops at the first byte with which the scene is complete.
+    // Feeds the output since the last call, up to the first byte that completes the scene.
     bool sees(const Scene& scene) {
         const std::string_view output = terminal_.raw_output();
         while (seen_ < output.size()) {
@@ -69,17 +69,17 @@ private:
 };
 
 [[noreturn]] void fail(Terminal& terminal, const std::string& what) {
-    // It may have closed its terminal a moment before its end.
+    // The monitor may close its terminal a moment before it ends.
     const auto ended = terminal.child().wait(harness::milliseconds{500});
     throw std::runtime_error(what + (ended ? " (it ended with " + ended->text() + ")" : "") +
                              "; its screen:\n" + terminal.text());
 }
 
-void go_to(const Scene& scene, Terminal& terminal, Onlooker& onlooker) {
+void go_to(const Scene& scene, Terminal& terminal, SceneWatcher& watcher) {
     terminal.type(scene.keys);
     bool isComplete = false;
     const auto look = [&] {
-        isComplete = onlooker.sees(scene);
+        isComplete = watcher.sees(scene);
         return isComplete || !terminal.is_open();
     };
     terminal.wait_until(look, kScenePatience);
@@ -97,11 +97,11 @@ harness::TerminalOptions walk_terminal(const std::string& monitor) {
     return options;
 }
 
-harness::ExitStatus run_walk(const harness::TerminalOptions& monitor, const Audience& show) {
+harness::ExitStatus run_walk(const harness::TerminalOptions& monitor, const ShowScene& show) {
     Terminal terminal(monitor);
-    Onlooker onlooker(terminal);
+    SceneWatcher watcher(terminal);
     for (const Scene& scene : kScenes) {
-        go_to(scene, terminal, onlooker);
+        go_to(scene, terminal, watcher);
         show(scene, terminal.screen().snapshot());
     }
     terminal.press(Key::kF12);

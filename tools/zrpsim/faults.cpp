@@ -32,7 +32,7 @@ std::string header_text(uint32_t magic, size_t length, uint32_t status) {
     return text;
 }
 
-// Refusing is not a matter of the reply: whoever listens looks for it.
+// The listener looks for this fault; there is no reply to damage.
 void refuse(Delivery&) {}
 
 void hang(Delivery& delivery) {
@@ -78,13 +78,13 @@ void huge_length(Delivery& delivery) {
     delivery.body.resize(std::min<size_t>(delivery.body.size(), 64));
 }
 
-// Rich in what a reader looks for: angle brackets, quotes, slashes and NULs.
+// With many of the characters that a reader looks for: angle brackets, quotes, slashes and NULs.
 void garbage(Delivery& delivery) {
-    constexpr std::string_view kBait("<>/\"\0\xFF= ", 8);
+    constexpr std::string_view kMarkup("<>/\"\0\xFF= ", 8);
     for (size_t i = 0; i < delivery.body.size(); i++) {
         const uint64_t draw = scatter(delivery.body.size(), delivery.requestNumber, i);
         delivery.body[i] =
-            draw % 3 == 0 ? kBait[(draw >> 8U) % kBait.size()] : static_cast<char>(draw >> 16U);
+            draw % 3 == 0 ? kMarkup[(draw >> 8U) % kMarkup.size()] : static_cast<char>(draw >> 16U);
     }
 }
 
@@ -112,7 +112,7 @@ void unclosed(Delivery& delivery) {
 }
 
 constexpr std::array kKinds = std::to_array<FaultKind>({
-    {"refuse", "do not listen, so that a connection is refused (takes a socket, no command)",
+    {"refuse", "do not listen, so that connections are refused (the target must be a socket)",
      refuse},
     {"hang", "accept and read, but never answer", hang},
     {"drip", "send the body one byte at a time", drip},
@@ -121,14 +121,14 @@ constexpr std::array kKinds = std::to_array<FaultKind>({
     {"wrong-magic", "begin the header with another number", wrong_magic},
     {"swapped-magic", "begin the header with the magic number in the other byte order",
      swapped_magic},
-    {"status", "set a client error in the header", client_error},
-    {"early-close", "announce the whole length, send half and close", early_close},
-    {"zero-length", "announce and send nothing", zero_length},
+    {"status", "set the status in the header to 5", client_error},
+    {"early-close", "announce the full length, send half and close", early_close},
+    {"zero-length", "announce a length of 0 and send no body", zero_length},
     {"huge-length", "announce 4 GiB - 1, send a little and close", huge_length},
-    {"garbage", "send binary noise of the right length", garbage},
-    {"truncated", "cut the document in the middle, with the length to match", truncated},
-    {"error-reply", "refuse with an error element", error_reply},
-    {"unclosed", "leave an element open", unclosed},
+    {"garbage", "send random bytes of the right length", garbage},
+    {"truncated", "cut the document in the middle, with a length to match", truncated},
+    {"error-reply", "reply with an error element of code 5", error_reply},
+    {"unclosed", "omit the first closing tag", unclosed},
 });
 
 bool is_socket(std::string_view name) {
@@ -167,7 +167,7 @@ std::string read_fault(std::string_view text, std::vector<Fault>& faults) {
     if (kind == kKinds.end()) {
         return "no fault named \"" + std::string(name) + "\"";
     }
-    const bool targetKnown = is_socket(target) || (kind->spoil != refuse && is_command(target));
+    const bool targetKnown = is_socket(target) || (kind->damage != refuse && is_command(target));
     if (!targetKnown && colon != std::string_view::npos) {
         return "no command or socket named \"" + target + "\" for " + std::string(name);
     }
@@ -177,16 +177,16 @@ std::string read_fault(std::string_view text, std::vector<Fault>& faults) {
 
 bool is_refused(std::span<const Fault> faults, Peer peer) {
     return std::any_of(faults.begin(), faults.end(), [&](const Fault& fault) {
-        return fault.kind->spoil == refuse &&
+        return fault.kind->damage == refuse &&
                (fault.target.empty() || fault.target == short_name(peer));
     });
 }
 
 const FaultKind* choose_fault(std::span<const Fault> faults, Peer peer, std::string_view command) {
     for (const Fault& fault : faults) {
-        const bool concerned =
+        const bool matches =
             fault.target.empty() || fault.target == command || fault.target == short_name(peer);
-        if (concerned && fault.kind->spoil != refuse) {
+        if (matches && fault.kind->damage != refuse) {
             return fault.kind;
         }
     }

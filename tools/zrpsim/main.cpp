@@ -12,7 +12,7 @@ namespace {
 
 using namespace zrp::sim;
 
-constexpr int64_t kStartUpTime = 3 * 86400 + 4 * 3600 + 5 * 60; // it looks like a server in use
+constexpr int64_t kStartUpTime = 3 * 86400 + 4 * 3600 + 5 * 60; // like a server in use
 
 struct Options {
     std::vector<std::string> faults;
@@ -25,12 +25,13 @@ struct Options {
 };
 
 void declare(CLI::App& app, Options& options) {
-    app.add_option("--fault", options.faults, "Spoil replies: KIND[:COMMAND or :SOCKET]")
+    app.add_option("--fault", options.faults, "Damage replies: KIND[:COMMAND or :SOCKET]")
         ->type_name("KIND[:TARGET]")
         ->allow_extra_args(false);
-    app.add_flag("--list-faults", options.listFaults, "List the kinds of faults and end");
-    app.add_option("--seed", options.seed, "Make another world");
-    app.add_option("--clock", options.clock, "Pin the up time, so that no figure moves")
+    app.add_flag("--list-faults", options.listFaults, "List the kinds of faults and exit");
+    app.add_option("--seed", options.seed, "Create another world");
+    app.add_option("--clock", options.clock,
+                   "Stop the clock at this up time, so that no figure moves")
         ->type_name("SECONDS")
         ->check(CLI::Range(0, INT32_MAX));
     app.add_option("--volumes", options.size.volumes, "Number of volumes")
@@ -39,7 +40,7 @@ void declare(CLI::App& app, Options& options) {
     app.add_option("--connections", options.size.connections, "Number of connections")
         ->capture_default_str()
         ->check(CLI::Range(0, 1000000));
-    app.add_flag("--control", options.control, "Take commands on standard input");
+    app.add_flag("--control", options.control, "Read commands from standard input");
     app.add_flag("-v,--verbose", options.verbose, "Write a line for each request");
 }
 
@@ -72,7 +73,7 @@ int serve(const Options& options) {
     set_up(server, options);
     asio::signal_set signals(server.io, SIGINT, SIGTERM);
     signals.async_wait([&](std::error_code, int) { server.io.stop(); });
-    listen_as_told(server);
+    update_listeners(server);
     if (options.control) {
         start_control(server);
     }

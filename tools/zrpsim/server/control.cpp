@@ -28,7 +28,7 @@ std::string set_faults(Server& server, std::istringstream& words) {
         }
     }
     server.faults = std::move(faults);
-    listen_as_told(server);
+    update_listeners(server);
     return {};
 }
 

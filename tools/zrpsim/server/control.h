@@ -1,4 +1,4 @@
-// Commands on standard input that change the server while it runs.
+// Commands from standard input that change the running server.
 #pragma once
 
 #include "tools/zrpsim/server/server.h"
@@ -6,11 +6,11 @@
 namespace zrp::sim {
 
 // Carries out one line: "fault KIND[:TARGET]...", "fault none", "clock SECONDS", "clock run" or
-// "quit". Returns an empty text, or what is wrong with it.
+// "quit". Returns an empty text, or what is wrong.
 std::string control_line(Server& server, const std::string& line);
 
-// Reads lines from standard input from now on and answers each with a line "ok" or "error: ..." on
-// standard output. The end of the input is ignored.
+// Starts to read lines from standard input and answers each with a line "ok" or "error: ..." on
+// standard output. End of file is ignored.
 void start_control(Server& server);
 
 } // namespace zrp::sim

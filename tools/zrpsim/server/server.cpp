@@ -50,7 +50,7 @@ int64_t up_time_ms(const SimulatedClock& clock) {
     return clock.startMs + std::chrono::duration_cast<std::chrono::milliseconds>(passed).count();
 }
 
-void listen_as_told(Server& server) {
+void update_listeners(Server& server) {
     for (int i = 0; i < kPeers; i++) {
         const auto peer = static_cast<Peer>(i);
         std::optional<LocalSocket::acceptor>& acceptor =

@@ -1,4 +1,4 @@
-// The three sockets, and the sessions that come in over them. One thread serves all.
+// The three sockets and their connections. One thread serves all.
 #pragma once
 
 #include <array>
@@ -8,13 +8,14 @@
 #include <string>
 #include <vector>
 
+#include <asio.hpp>
+
 #include "tools/zrpsim/faults.h"
-#include "tools/zrpsim/server/asio.h"
 #include "tools/zrpsim/world/world.h"
 
 namespace zrp::sim {
 
-// Up time: it runs with the machine's clock unless it is pinned.
+// The up time. It follows the machine's clock unless it is pinned.
 struct SimulatedClock {
     std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
     int64_t startMs = 0;
@@ -34,8 +35,8 @@ struct Server {
     std::array<std::optional<LocalSocket::acceptor>, kPeers> acceptors;
 };
 
-// Opens and closes the sockets so that those listen which no fault refuses. Throws
-// std::runtime_error when a name is taken.
-void listen_as_told(Server& server);
+// Opens and closes sockets so that each listens unless a fault refuses it. Throws
+// std::runtime_error when a name is in use.
+void update_listeners(Server& server);
 
 } // namespace zrp::sim

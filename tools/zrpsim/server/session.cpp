@@ -10,14 +10,14 @@ namespace {
 
 constexpr uint32_t kLongestRequest = 1U << 20U;
 
-// How a text goes out: in pieces of so many bytes (0: all at once) with a pause behind each.
+// How to send a text: in pieces of so many bytes (0: all at once) with a pause after each.
 struct Pace {
     size_t piece;
     std::chrono::microseconds pause;
 };
 
-// A header is short when the client reads before the rest has come: the pause leaves even a client
-// that is kept waiting by others the time to do so. A body has thousands of pieces.
+// The client must read the first piece of a header before the rest arrives, even on a busy machine;
+// hence the long pause. A body has thousands of pieces.
 constexpr std::chrono::microseconds kBetweenHeaderPieces{50'000};
 constexpr std::chrono::microseconds kBetweenBodyPieces{300};
 
@@ -31,7 +31,7 @@ struct Session {
     Delivery delivery{};
 };
 
-// Whoever holds it keeps the connection open.
+// The connection is open as long as one of these exists.
 using SessionPointer = std::shared_ptr<Session>;
 
 void send_pieces(const SessionPointer& session, const std::string& text, size_t from, Pace pace,
@@ -108,7 +108,7 @@ void answer(const SessionPointer& session) {
     session->delivery = make_delivery(session->header.requestNumber, std::move(reply.text));
     const FaultKind* fault = choose_fault(server.faults, session->peer, reply.command);
     if (fault != nullptr) {
-        fault->spoil(session->delivery);
+        fault->damage(session->delivery);
     }
     if (server.verbose) {
         log_request(*session, reply.command, fault);

@@ -5,7 +5,7 @@
 
 namespace zrp::sim {
 
-// Reads the request, answers it and closes. The server must outlive its io context's work.
+// Reads the request, replies and closes. The server must outlive the work of its io context.
 void start_session(Server& server, Peer peer, LocalSocket::socket socket);
 
 } // namespace zrp::sim

@@ -1,4 +1,4 @@
-// Lists of connections and what there is to know about one.
+// The list of connections, and the information about one.
 #include <algorithm>
 #include <array>
 #include <ctime>
@@ -46,7 +46,7 @@ uint32_t status_bits(const Connection& connection) {
            (connection.encrypted ? kEncrypted : 0);
 }
 
-// What a list and the information about one connection have in common.
+// The elements that the list and the information about one connection share.
 void append_common(const World& world, const Connection& connection, std::string& out) {
     const Traffic traffic = traffic_of(world, connection);
     number_element(out, "stationNumberTag", connection.station);

@@ -13,7 +13,7 @@ constexpr size_t kKeptMessages = 16;
 constexpr std::string_view kAllStations = "All";
 constexpr std::string_view kThoseWithoutLogin = "NLI";
 
-// Their traffic stays in the server's totals.
+// The traffic of closed connections stays in the server's totals.
 template <typename Choice>
 size_t end_connections(World& world, Choice isMeant) {
     return std::erase_if(world.connections, [&](const Connection& connection) {
@@ -75,7 +75,7 @@ Outcome clear_connection(World& world, pugi::xml_node command, std::string& out)
     return outcome;
 }
 
-// Without a list of stations the message is for all.
+// Without a list of stations the message goes to all connections.
 Outcome broadcast(World& world, pugi::xml_node command, std::string& out) {
     std::set<int> stations;
     Outcome outcome = read_stations(command, "stationNumberTag", stations);
@@ -98,7 +98,7 @@ Outcome broadcast(World& world, pugi::xml_node command, std::string& out) {
     return {};
 }
 
-// A volume that is named becomes read only with "YES", else it can be written again.
+// A volume in the request becomes read-only with "YES" and writable otherwise.
 Outcome change_access(World& world, pugi::xml_node command, std::string& out) {
     if (!find_inside(command, "volumeName")) {
         return {};

@@ -93,7 +93,7 @@ constexpr std::array kServerCounters = std::to_array<CounterRow>({
     {"backgroundCloseCount", 0, 0, background_closes},
 });
 
-// The blank at the end of "ipcListener memory request " is the daemon's own.
+// Compatibility: "ipcListener memory request " ends in a blank.
 constexpr std::array kStorageCounters = std::to_array<CounterRow>({
     {"Request", 15110, 44},
     {"Null message requests", 1, 0},

@@ -13,20 +13,20 @@ struct CounterRow {
     const char* name;
     uint32_t base;                              // at the start
     uint32_t perMinute;                         // how fast it grows
-    uint64_t (*linked)(const World&) = nullptr; // what it counts in the world, if it does
+    uint64_t (*linked)(const World&) = nullptr; // counts something in the world, or null
 };
 
 std::span<const CounterRow> server_counters();
 std::span<const CounterRow> storage_counters();
 
-// Values wrap to 32 bits as in the daemons themselves.
+// Values wrap at 32 bits, as in the daemons.
 int32_t counter_value(const World& world, const CounterRow& row, int64_t offset);
 
-// Makes every counter start again at 0.
+// Restarts every counter at 0.
 void reset_counters(const World& world, std::span<const CounterRow> rows,
                     std::vector<int64_t>& offsets);
 
-// Counts an event that a request made. The name must be one of the table.
+// Counts an event that a request caused. The name must be in the table.
 void count_server_event(World& world, std::string_view name);
 void count_storage_event(World& world, std::string_view name);
 

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int kMostWords = 10;
 
-// Reads what both requests have: a level and perhaps the wish to start again at 0.
+// Reads what both requests have: a level, and optionally whether to restart the counters at 0.
 Outcome read_level(pugi::xml_node command, const char* levelTag, int& level, int& reset) {
     const std::optional<int> wanted = number_inside(command, levelTag);
     if (!wanted) {
@@ -47,7 +47,7 @@ Outcome diagnostics(World& world, pugi::xml_node command, std::string& out) {
     return {};
 }
 
-// Without words every counter is meant, else those with one of the words in their name.
+// Matches every counter when there are no words, else those with one of the words in their name.
 bool is_meant(std::string_view name, const std::vector<std::string>& words) {
     return words.empty() || std::any_of(words.begin(), words.end(), [&](const std::string& word) {
                return name.find(word) != std::string_view::npos;

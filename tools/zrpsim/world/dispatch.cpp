@@ -16,7 +16,7 @@ namespace {
 
 using Family = std::span<const CommandRow> (*)();
 
-// What one request number on one socket speaks.
+// The protocol of one request number on one socket.
 struct Protocol {
     Peer peer;
     uint32_t requestNumber;
@@ -78,7 +78,7 @@ const CommandRow* find_command(const Protocol& protocol, std::string_view name) 
 }
 
 // The storage daemon's diagnostic request is a message of three words, the document with its NUL,
-// and room at the end that nobody reads.
+// and unused bytes at the end.
 Outcome unwrap(std::string_view& request) {
     constexpr size_t kWords = 12;
     constexpr size_t kAround = 32;
@@ -101,8 +101,8 @@ Outcome unwrap(std::string_view& request) {
     return {};
 }
 
-// The opening tag of a numbered parameter carries an index that its closing tag lacks. Blanks out
-// the index, so that the rest is XML.
+// The opening tag of a numbered parameter has an index that its closing tag lacks. Replaces the
+// index by blanks, so that the document becomes XML.
 std::string without_indexes(std::string_view text) {
     std::string result(text);
     constexpr std::string_view kTag = "<parm";
@@ -148,7 +148,7 @@ bool is_listed(std::string_view list, std::string_view word) {
     return false;
 }
 
-// The one element of a node that must have exactly one.
+// Returns the element of a node that must have exactly one.
 pugi::xml_node only_child(pugi::xml_node node) {
     const pugi::xml_node child = node.first_child();
     return child.next_sibling() || child.type() != pugi::node_element ? pugi::xml_node() : child;

@@ -21,10 +21,10 @@ struct Answer {
 // Answers one request that arrived on the peer's socket. Refusals are replies too.
 Answer answer_request(World& world, Peer peer, uint32_t requestNumber, std::string_view request);
 
-// A reply that refuses, in the envelope that belongs to the request number.
+// A reply that refuses a request, in the envelope for its request number.
 std::string refusal_text(uint32_t requestNumber, int code, std::string_view description);
 
-// Whether some daemon knows the command.
+// Returns whether any daemon knows the command.
 bool is_command(std::string_view name);
 
 } // namespace zrp::sim

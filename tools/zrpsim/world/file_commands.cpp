@@ -1,4 +1,4 @@
-// Open files and the locks on them.
+// Open files and their locks.
 #include <algorithm>
 #include <array>
 
@@ -10,7 +10,7 @@ namespace {
 
 constexpr int kConnectionsOfAPage = 50;
 
-// The connection's files on the volume, or all without one.
+// The connection's files on the volume, or all its files for no volume.
 std::vector<const OpenFile*> files_on(const Connection& connection, const Volume* volume) {
     std::vector<const OpenFile*> files;
     for (const OpenFile& file : connection.files) {
@@ -45,7 +45,7 @@ void append_iteration(std::string& out, int count, const Connection* next) {
     close_element(out, "iterationInfo");
 }
 
-// Only connections that have files open there are listed.
+// Lists only connections that have files open on the volume.
 Outcome list_open_files(World& world, pugi::xml_node command, std::string& out) {
     Page page{};
     Volume* volume = nullptr;
@@ -79,14 +79,14 @@ Outcome list_open_files(World& world, pugi::xml_node command, std::string& out) 
 void append_lock(const Connection& connection, const OpenFile& file, std::string& out) {
     open_element(out, "connectionTag");
     number_element(out, "stationNumberTag", connection.station);
-    number_element(out, "taskNuber", file.task); // the protocol's own spelling
+    number_element(out, "taskNuber", file.task); // spelled so in the protocol
     hex_element(out, "accessRights", file.rights);
     hex_element(out, "zrpFileHandle", file.handle);
     text_element(out, "userName", connection.name);
     close_element(out, "connectionTag");
 }
 
-// A file that nobody has open has no locks; only its volume must exist.
+// A file that is not open has no locks; only its volume must exist.
 Outcome list_locks(World& world, pugi::xml_node command, std::string& out) {
     const std::string name = text_inside(command, "fileName");
     if (find_volume(world, name.substr(0, name.find(':'))) == nullptr) {
@@ -139,7 +139,7 @@ Outcome close_locks(World& world, pugi::xml_node command, std::string& out) {
     return {};
 }
 
-// One command for two requests.
+// One command with two requests.
 Outcome close_something(World& world, pugi::xml_node command, std::string& out) {
     const bool file = static_cast<bool>(find_inside(command, "fileClose"));
     const bool locks = static_cast<bool>(find_inside(command, "closeConnectionLocksTag"));

@@ -1,5 +1,4 @@
-// What a daemon does with one request document: the rows of the command table and what their
-// handlers share.
+// Rows of the command table, and what their handlers share.
 #pragma once
 
 #include <cstdint>
@@ -14,7 +13,7 @@
 
 namespace zrp::sim {
 
-// Codes that replies carry in their error element.
+// Codes in the error elements of replies.
 enum Refused : int {
     kNoSuchObject = 2,
     kNotMounted = 6,
@@ -33,13 +32,13 @@ struct Outcome {
     std::string description;
 };
 
-// Carries out the command and appends what belongs inside the reply's command element. What it
-// appended is thrown away when it refuses.
+// Carries out the command and appends the content of the reply's command element, which is
+// discarded when it refuses the command.
 using Handler = Outcome (*)(World& world, pugi::xml_node command, std::string& out);
 
 struct CommandRow {
     const char* name;
-    const char* elements; // names that may stand inside the command, with a blank between two
+    const char* elements; // that the command may hold, separated by blanks
     Handler handler;
 };
 
@@ -60,18 +59,18 @@ std::span<const CommandRow> storage_version_commands();
 std::span<const CommandRow> storage_diagnostics_commands();
 std::span<const CommandRow> management_version_commands();
 
-// Readers of the request. They look at the command's descendants in document order, since builders
-// differ in how deep they nest.
+// Readers of the request. They search all descendants of the command in document order, because
+// builders nest elements differently.
 pugi::xml_node find_inside(pugi::xml_node node, const char* name);
 std::string text_inside(pugi::xml_node node, const char* name); // empty when absent
 
-// Nothing when the element is absent or is not a decimal number of 32 bits.
+// Returns nothing when the element is absent or is not a decimal number of 32 bits.
 std::optional<int> number_inside(pugi::xml_node node, const char* name);
 
-// A number that may be absent but not malformed.
+// Reads a number that may be absent. Returns false when it is malformed.
 bool optional_number(pugi::xml_node node, const char* name, int absent, int& value);
 
-// Which part of a list is wanted.
+// The part of a list that a request asks for.
 struct Page {
     int startIndex;
     int maxItems;

@@ -1,4 +1,4 @@
-// Parameters of the main daemon: to list, to read and to set.
+// Parameters of the main daemon: listing, reading and setting.
 #include <algorithm>
 #include <array>
 #include <strings.h>
@@ -17,7 +17,7 @@ void browse(const World& world, std::string& out) {
     }
 }
 
-// Names are the same in any mix of letter case.
+// The letter case of names is ignored.
 Parameter* find_parameter(World& world, const std::string& name) {
     auto at =
         std::find_if(world.parameters.begin(), world.parameters.end(), [&](const Parameter& one) {

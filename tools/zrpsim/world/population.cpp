@@ -19,7 +19,7 @@ enum Stream : uint64_t {
     kFileChoice,
 };
 
-// The first is the system volume. One name has 16 bytes, the most that a request may name.
+// The first is the system volume. One name has 16 bytes, the longest that a request may hold.
 constexpr std::array kVolumeNames = {
     "SYS",      "DATA",     "HOME",     "PROJECTS", "ENGINEERING_2026", "MAIL",
     "ARCHIVE",  "SCRATCH",  "FINANCE",  "LEGAL",    "MÜNCHEN",          "MEDIA",
@@ -42,12 +42,12 @@ constexpr std::array kFiles = {
     "plans/übersicht.md", "media/intro.webm", "home/desktop.ini", "archive/2025.tar",
 };
 
-// Volumes that the storage daemon keeps out of the file service.
+// Volumes that the storage daemon excludes from the file service.
 bool is_excluded_at_start(int number) {
     return number % 9 == 7;
 }
 
-// Some others only wait to be mounted.
+// Some others are not mounted.
 bool is_dismounted_at_start(int number) {
     return is_excluded_at_start(number) || number % 13 == 12;
 }
@@ -134,7 +134,7 @@ void make_connections(World& world, int count) {
             "10.1." + std::to_string(station / 250 % 250) + "." + std::to_string(station % 250 + 1);
         connection.loginMs =
             static_cast<int64_t>(scatter(world.seed, kConnectionLogin, index) % 14400000);
-        // Every tenth station or so only holds its slot.
+        // About every tenth station is not logged in.
         if (station % 10 == 6 || state % 17 == 3) {
             connection.name = kNotLoggedIn;
         } else {

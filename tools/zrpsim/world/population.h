@@ -1,4 +1,4 @@
-// What a world starts with.
+// The initial state of a world.
 #pragma once
 
 #include "tools/zrpsim/world/world.h"
@@ -7,14 +7,14 @@ namespace zrp::sim {
 
 void make_volumes(World& world, int count);
 
-// Needs the volumes: connections have files open on the mounted ones.
+// Call it after make_volumes: connections have files open on mounted volumes.
 void make_connections(World& world, int count);
 
 // Parameters, configuration, filters and counters.
 void make_settings(World& world);
 
-// A volume as a management request makes it: mounted, without a shadow, of a size that depends on
-// the seed and its number.
+// A volume as a management request creates it: mounted, without a shadow, and with a size that
+// depends on the seed and its number.
 Volume make_volume(const World& world, int number, std::string name);
 
 } // namespace zrp::sim

@@ -26,7 +26,7 @@ Outcome change_setting(World& world, const std::string& name, const std::string&
     return {};
 }
 
-// With a name and a text to set it changes one setting; it tells all in any case.
+// Changes a setting when the request has a name and a text; the reply always has all settings.
 Outcome server_config(World& world, pugi::xml_node command, std::string& out) {
     const std::optional<int> version = number_inside(command, "versionTag");
     if (!version) {
@@ -53,7 +53,7 @@ struct ThreadRow {
     const char* name;
     uint64_t least;
     uint64_t swing;
-    bool load; // a fraction: hundredths are told
+    bool load; // a fraction, sent with two decimals
 };
 
 constexpr std::array kThreads = std::to_array<ThreadRow>({
@@ -109,7 +109,7 @@ Outcome connection_info(World& world, pugi::xml_node, std::string& out) {
     return {};
 }
 
-// Binds an address to a virtual server, or with the flag 0 takes it away.
+// Binds an address to a virtual server, or unbinds it when the flag is 0.
 Outcome bind_address(World& world, pugi::xml_node command, std::string& out) {
     const ClusterBinding wanted{text_inside(command, "zrpServerName"),
                                 text_inside(command, "networkAddress")};
@@ -135,7 +135,7 @@ Outcome bind_address(World& world, pugi::xml_node command, std::string& out) {
     return {};
 }
 
-// Brings one volume of a cluster resource up on this server.
+// Mounts a volume of a cluster resource on this server.
 int mount_resource(World& world, pugi::xml_node wanted, const std::string& name) {
     int number = -1;
     const std::string mountPoint = text_inside(wanted, "mountPoint");

@@ -12,7 +12,7 @@ struct ParameterRow {
     ParameterKind kind;
 };
 
-// Seven of these a monitor hides; they stand among the others as in the server's own list.
+// A monitor hides seven of these; as in the server's list, they are among the others.
 constexpr std::array kParameters = std::to_array<ParameterRow>({
     {"ZRP_FILE_SERVER_NAME", "HLX1", ParameterKind::kFixed},
     {"MAX_FILE_DESCRIPTOR_NUMBER", "65536", ParameterKind::kNumber},

@@ -1,5 +1,5 @@
-// Shadow volumes. A volume has at most one: a mount point, and a configuration under a name that
-// outlives the mount point until it is removed too.
+// Shadow volumes. A volume has at most one: a mount point, and a named configuration, which stays
+// after the mount point is removed until it is removed itself.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -64,7 +64,7 @@ constexpr std::array kActions = std::to_array<ShadowRow>({
     {"removeConf", remove_configuration},
 });
 
-// A mount point that is given must be the volume's or its shadow's.
+// A mount point in the request must be that of the volume or of its shadow.
 bool is_its_mount_point(const Volume& volume, const std::string& mountPoint) {
     return mountPoint.empty() || mountPoint == volume.mountPoint || mountPoint == volume.shadow;
 }

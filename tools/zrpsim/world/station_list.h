@@ -9,11 +9,11 @@
 
 namespace zrp::sim {
 
-// Reads the stations that elements of that name inside the node list: one or several in each, with
-// blanks or commas between them. Refuses what is no number.
+// Reads the stations in all elements of that name inside the node: one or several in each,
+// separated by blanks or commas. Refuses anything that is not a number.
 Outcome read_stations(pugi::xml_node node, const char* tag, std::set<int>& stations);
 
-// Refuses when one of the stations has no connection.
+// Refuses a station without a connection.
 Outcome check_stations(World& world, const std::set<int>& stations);
 
 } // namespace zrp::sim

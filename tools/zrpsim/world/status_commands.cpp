@@ -1,4 +1,4 @@
-// Statistics and the like of the main daemon.
+// Statistics and status of the main daemon.
 #include <algorithm>
 #include <array>
 
@@ -36,7 +36,7 @@ uint64_t licensed(const World& world) {
     return world.connections.size() - count_not_logged_in(world);
 }
 
-// The up time stands among the others, as in the server's own replies.
+// As in the server's replies, the up time is among the others.
 constexpr std::array kStatistics = std::to_array<StatisticRow>({
     {"packetsAccepted", "unsignedLong", packets},
     {"packetsDumped", "unsignedLong", [](const World& w) { return packets(w) / 90001; }},
@@ -57,8 +57,8 @@ constexpr std::array kStatistics = std::to_array<StatisticRow>({
     {"logAllowed", "boolean", [](const World& w) { return uint64_t{w.loginEnabled}; }},
 });
 
-// Every figure stands twice, as a typed pair for those who list all and as an element of its own
-// for those who look for one.
+// Sends every figure twice: as a typed pair, for clients that list all, and as an element of its
+// own, for clients that look for one.
 Outcome server_statistics(World& world, pugi::xml_node command, std::string& out) {
     const std::optional<int> version = number_inside(command, "versionTag");
     if (!version || *version < 1) {

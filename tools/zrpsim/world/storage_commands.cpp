@@ -1,5 +1,5 @@
-// Control of the storage daemon: which volumes it keeps out of the file service, its event filter
-// and its log level.
+// Control of the storage daemon: the volumes that it excludes from the file service, its event
+// filter and its log level.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -13,7 +13,7 @@
 namespace zrp::sim {
 namespace {
 
-// One request inside a command: the name of its element and what it does.
+// A request inside a command: the name of its element and its handler.
 struct ActionRow {
     const char* name;
     Handler carryOut;
@@ -31,7 +31,7 @@ Outcome carry_out_one(std::span<const ActionRow> rows, World& world, pugi::xml_n
     return row->carryOut(world, request, out);
 }
 
-// Only volumes of the BKS layer are the storage daemon's.
+// The storage daemon has only the volumes of the BKS layer.
 Outcome own_volume(World& world, pugi::xml_node request, Volume*& volume) {
     Outcome outcome = named_volume(world, request, "volumeName", volume);
     if (outcome.code == 0 && (volume->status & kBks) == 0) {
@@ -66,7 +66,7 @@ Outcome list_volumes(World& world, pugi::xml_node request, std::string& out) {
     return {};
 }
 
-// What is not to be changed is not an error: a volume may be mounted already.
+// A volume that is already in the wanted state is not an error.
 void follow_switches(World& world, pugi::xml_node request, Volume& volume) {
     if (request.child("dismountVolumes")) {
         dismount_volume(world, volume);
@@ -188,7 +188,7 @@ Outcome filter(World& world, pugi::xml_node command, std::string& out) {
 constexpr std::array kLogLevels = {"NOTHING", "ERROR", "WARNING",   "INFO",
                                    "DEBUG",   "DUMP",  "EVERYTHING"};
 
-// Accepts a level in any mix of letter case, with or without "LEVEL" before it.
+// Accepts a level in any letter case, with or without "LEVEL" before it.
 Outcome change_logging_level(World& world, pugi::xml_node command, std::string& out) {
     const std::string wanted = text_inside(command, "options");
     constexpr size_t kPrefix = 5;

@@ -1,4 +1,4 @@
-// The versions of the three components. Each is asked for in the same way on its own socket.
+// The versions of the three components, one on each socket.
 #include <array>
 
 #include "tools/zrpsim/world/handler.h"

@@ -1,4 +1,4 @@
-// What management requests of every family do to volumes.
+// Changes to volumes that management requests of several families make.
 #pragma once
 
 #include <string>
@@ -9,27 +9,27 @@
 
 namespace zrp::sim {
 
-// Finds the volume that the element of that name inside the node names. Refuses when the element is
-// absent or empty, or when there is no such volume.
+// Finds the volume that is named by the element with this tag inside the node. Refuses when the
+// element is absent or empty, or when there is no such volume.
 Outcome named_volume(World& world, pugi::xml_node node, const char* tag, Volume*& volume);
 
-// Mounts and dismounts. Return 0 or the failure code that replies carry. A volume that is
-// dismounted loses its open files.
+// Mount and dismount. Both return 0 or the failure code for the reply. Dismounting closes the
+// volume's open files.
 int mount_volume(World& world, Volume& volume);
 int dismount_volume(World& world, Volume& volume);
 
-// Mounts the volume of that name under a number. -1 keeps its own number. Returns 0 or the failure
-// code; then nothing has changed. Pointers to volumes do not survive it.
+// Mounts the volume of that name under the number; -1 keeps its number. Returns 0, or the failure
+// code without changing anything. Invalidates pointers to volumes.
 int mount_as(World& world, const std::string& name, int number);
 
-// Whether a volume or a shadow is mounted there.
+// Returns whether a volume or a shadow is mounted at the path.
 bool is_mount_point_taken(const World& world, const std::string& path);
 
-// Reads a mask of 32 bits; an absent element leaves it alone. Returns false for what is no number
-// of 32 bits, with or without a sign.
+// Reads a mask of 32 bits; an absent element leaves it unchanged. Returns false for anything but a
+// number of 32 bits, with or without a sign.
 bool read_bits(pugi::xml_node node, const char* tag, uint32_t& bits);
 
-// The same for a mask of attributes. Bits that are no attributes are left out.
+// The same for a mask of attributes. Other bits are ignored.
 bool read_attributes(pugi::xml_node node, const char* tag, uint32_t& bits);
 
 inline bool is_mounted(const Volume& volume) {

@@ -1,4 +1,4 @@
-// Lists of volumes and what there is to know about one.
+// The list of volumes, and the information about one.
 #include <algorithm>
 #include <array>
 
@@ -77,7 +77,7 @@ void append_pool(const Volume& volume, std::string& out) {
     hex_element(out, "enabledAttributes", volume.status & kAttributeBits);
 }
 
-// Versions before the fifth have room for 32 bits.
+// Versions below 5 have 32-bit numbers.
 uint64_t fitting(uint64_t value, unsigned version) {
     return (version & kWide) != 0 ? value : std::min<uint64_t>(value, UINT32_MAX);
 }
@@ -138,7 +138,7 @@ void append_entry(const Volume& volume, std::string& out) {
     close_element(out, "volume");
 }
 
-// The next page begins at the number in startIndex; the last page has none.
+// The next page begins at the number in startIndex, which the last page lacks.
 Outcome list_volumes(World& world, pugi::xml_node command, std::string& out) {
     Page page{};
     Outcome outcome = read_page(command, kVolumesOfAPage, page);

@@ -7,7 +7,7 @@
 namespace zrp::sim {
 namespace {
 
-constexpr uint64_t kFigureStream = 100; // one stream of the generator for each row from here on
+constexpr uint64_t kFigureStream = 100; // of the first row; each row has a stream of its own
 
 constexpr std::array kFigures = std::to_array<FigureRow>({
     {"usedClusters", 20000, 3000000, 40, 900},

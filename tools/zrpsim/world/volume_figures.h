@@ -1,4 +1,4 @@
-// The moving figures of a volume, by the names of their elements.
+// The moving figures of volumes, by the names of their elements.
 #pragma once
 
 #include <cstdint>
@@ -12,17 +12,17 @@ namespace zrp::sim {
 struct FigureRow {
     const char* tag;
     uint64_t least;
-    uint64_t spread;    // how far apart the volumes are
-    uint64_t perMinute; // how fast it grows
-    uint64_t swing;     // how far it moves up and down
+    uint64_t spread;    // between the volumes
+    uint64_t perMinute; // growth
+    uint64_t swing;     // up and down
 };
 
-// 0 for a dismounted volume. The tag must be one of the table.
+// Returns 0 for a dismounted volume. The tag must be in the table.
 uint64_t volume_figure(const World& world, const Volume& volume, std::string_view tag);
 
 uint64_t sum_volume_figure(const World& world, std::string_view tag);
 
-// Clusters that are not in use at the moment.
+// Clusters that are not in use.
 uint64_t free_clusters(const World& world, const Volume& volume);
 
 } // namespace zrp::sim

@@ -1,4 +1,4 @@
-// Making, changing, mounting and removing volumes.
+// Creating, changing, mounting and removing volumes.
 #include <algorithm>
 #include <array>
 
@@ -96,7 +96,7 @@ Outcome create_volume(World& world, pugi::xml_node command, std::string& out) {
     return {};
 }
 
-// The system volume stays.
+// The system volume cannot be removed.
 Outcome remove_volume(World& world, pugi::xml_node command, std::string& out) {
     Volume* volume = nullptr;
     Outcome outcome = named_volume(world, command, "volumeName", volume);
@@ -156,7 +156,7 @@ Outcome dismount_all(World& world, pugi::xml_node, std::string& out) {
     return {};
 }
 
-// What cannot be mounted is told volume by volume; the others are mounted.
+// Mounts the volumes that can be mounted; the reply has a code for each volume.
 Outcome mount_volumes(World& world, pugi::xml_node command, std::string& out) {
     if (!command.child("volume")) {
         return {kBadRequest, "no volume is named"};
@@ -217,7 +217,7 @@ Outcome flush_volumes(World& world, pugi::xml_node, std::string& out) {
     return {};
 }
 
-// Without flags it tells those in force.
+// Without flags, only reports those in force.
 Outcome control_tree(World& world, pugi::xml_node command, std::string& out) {
     if (!number_inside(command, "versionTag")) {
         return {kBadRequest, "versionTag is not a number"};

@@ -1,4 +1,4 @@
-// A number as requests and orders write it: digits from the first character to the last.
+// Numbers in requests and commands: a text that is a number from its first character to its last.
 #pragma once
 
 #include <charconv>
@@ -8,7 +8,7 @@
 
 namespace zrp::sim {
 
-// Nothing for a text that holds anything else, or a number that its type cannot.
+// Returns nothing for any other text, and for a number that does not fit into the type.
 template <std::integral Number>
 std::optional<Number> whole_number(std::string_view text, int base = 10) {
     Number value = 0;

@@ -1,8 +1,8 @@
-// The state behind the three simulated daemons. There is one world for all of them, so that their
-// figures agree: what one reply counts, another lists.
+// The state of the three simulated daemons. They share one world, so that their figures agree: what
+// one reply counts, another lists.
 //
-// Figures that move are pure functions of the seed and of the up time. Nothing ticks: who pins
-// World::upTimeMs gets the same text for the same request, byte for byte.
+// Figures that move are pure functions of the seed and the up time: with a pinned World::upTimeMs,
+// the same request always gets the same text.
 #pragma once
 
 #include <cstdint>
@@ -32,8 +32,8 @@ enum StatusBit : uint32_t {
     kBks = 0x40000000,
 };
 
-// The bits that a management request may grant or revoke: all words of a status line but those
-// that tell what the volume is doing.
+// The bits that a management request may grant or revoke: the words of a status line that describe
+// what a volume is, not what it is doing.
 inline constexpr uint32_t kAttributeBits = 0xAFB92000;
 
 struct Volume {
@@ -46,7 +46,7 @@ struct Volume {
     std::string mountPoint;
     std::string shadow;     // mount point of the shadow volume, empty without one
     std::string shadowName; // name of the shadow volume
-    bool excluded;          // kept out of the file service by the storage daemon
+    bool excluded;          // from the file service, by the storage daemon
     bool purged;            // nothing is left to purge
     uint32_t treeFlags;     // of the volume tree control
 };
@@ -113,7 +113,7 @@ struct World {
 
     std::vector<Volume> volumes;         // by number
     std::vector<Connection> connections; // by station
-    Traffic closedTraffic{};             // of connections that have gone
+    Traffic closedTraffic{};             // of closed connections
     size_t peakConnections = 0;
     std::vector<Parameter> parameters;
     std::vector<Setting> settings;
@@ -132,19 +132,19 @@ struct WorldSize {
     int connections = kDefaultConnections;
 };
 
-// Makes a world: the same seed and size give the same world.
+// Creates a world. The same seed and size always create the same world.
 World make_world(uint64_t seed, WorldSize size);
 
-// A number that depends on nothing but its arguments and looks random.
+// A number that depends only on its arguments and looks random.
 uint64_t scatter(uint64_t seed, uint64_t stream, uint64_t index);
 
-// base, grown by perMinute for every minute of up time.
+// base plus perMinute for every minute of up time.
 uint64_t grown(const World& world, uint64_t base, uint64_t perMinute);
 
-// Moves up and down between 0 and swing, once within periodSeconds; phase shifts it.
+// Moves up and down between 0 and swing, once every periodSeconds, shifted by phase.
 uint64_t wave(const World& world, uint64_t swing, uint64_t periodSeconds, uint64_t phase);
 
-// Null when there is none.
+// Each returns null when there is none.
 Volume* find_volume(World& world, std::string_view name);
 Volume* find_volume(World& world, int number);
 Connection* find_connection(World& world, int station);

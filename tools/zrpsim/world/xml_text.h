@@ -1,4 +1,4 @@
-// Writers of reply text. They append to the text and escape what XML needs escaped.
+// Writers of reply text. They append to the text and escape markup characters.
 #pragma once
 
 #include <concepts>

@@ -120,22 +120,22 @@ TEST(ScriptedPeer, WaitsUntilTheClientCloses) {
 
 TEST(ScriptedPeer, HangsOnOneConnectionAndServesAnother) {
     ScriptedPeer peer(kName, {{hang()}, {send_bytes("served")}});
-    const Descriptor mute = connected();
+    const Descriptor silent = connected();
     ASSERT_TRUE(peer.wait_for_connections(1));
     EXPECT_EQ(take_all(connected()), "served");
     std::array<char, 1> byte{};
-    EXPECT_EQ(recv(mute.get(), byte.data(), 1, MSG_DONTWAIT), -1);
+    EXPECT_EQ(recv(silent.get(), byte.data(), 1, MSG_DONTWAIT), -1);
     EXPECT_EQ(errno, EAGAIN);
 }
 
 TEST(ScriptedPeer, ItsDestructionEndsTheHanging) {
-    Descriptor mute;
+    Descriptor silent;
     {
         ScriptedPeer peer(kName, {{hang()}});
-        mute = connected();
+        silent = connected();
         ASSERT_TRUE(peer.wait_for_connections(1));
     }
-    EXPECT_EQ(take(mute), "");
+    EXPECT_EQ(take(silent), "");
     EXPECT_FALSE(connected());
     EXPECT_EQ(errno, ECONNREFUSED);
 }

@@ -23,7 +23,7 @@ constexpr int kSignals[] = {SIGALRM, SIGHUP, SIGINT, SIGPIPE, SIGQUIT, SIGTERM};
 
 const std::string kFigures = statistics(parm("figure", "1") + up_time("9"));
 const std::string kOtherFigures = statistics(parm("figure", "2") + up_time("10"));
-const std::vector<PeerScript> kMute = {{read_request(), hang()}};
+const std::vector<PeerScript> kSilent = {{read_request(), hang()}};
 
 // Used by the program so far.
 milliseconds processor_time(Terminal& terminal) {
@@ -84,9 +84,9 @@ TEST_P(Signal, EndsTheProgramWhileItWaitsForAKey) {
     expect_ended_cleanly(terminal);
 }
 
-TEST_P(Signal, EndsTheProgramWhileAPassWaitsForAMuteDaemon) {
+TEST_P(Signal, EndsTheProgramWhileAPassWaitsForASilentDaemon) {
     ZRP_NEEDS_ROOT();
-    ScriptedPeer peer(kMainDaemonSocket, kMute);
+    ScriptedPeer peer(kMainDaemonSocket, kSilent);
     Terminal terminal(monitor());
     ASSERT_TRUE(peer.wait_for_connections(1));
     ASSERT_TRUE(wait_for_windows(terminal));
@@ -96,7 +96,7 @@ TEST_P(Signal, EndsTheProgramWhileAPassWaitsForAMuteDaemon) {
 
 TEST_P(Signal, EndsTheProgramWhileTheKeyLoopWaitsForThatPass) {
     ZRP_NEEDS_ROOT();
-    ScriptedPeer peer(kMainDaemonSocket, kMute);
+    ScriptedPeer peer(kMainDaemonSocket, kSilent);
     const TraceFolder folder;
     Terminal terminal(traced_monitor(folder));
     ASSERT_TRUE(peer.wait_for_connections(1));
@@ -152,7 +152,7 @@ TEST_P(Signal, EndsTheProgramWhileADialogReads) {
 }
 
 // The main thread itself waits: a dialog with a list asks for it first.
-TEST_P(Signal, EndsTheProgramWhileADialogWaitsForAMuteDaemon) {
+TEST_P(Signal, EndsTheProgramWhileADialogWaitsForASilentDaemon) {
     ZRP_NEEDS_ROOT();
     for (const auto& [dialog, asked] :
          {std::pair{kVolume, "listVolumes"}, {kConnection, connection_fixture::kList}}) {
@@ -183,9 +183,9 @@ TEST(Ending, CtrlCEndsTheProgram) {
     expect_ended_cleanly(terminal);
 }
 
-TEST(Ending, F12EndsTheProgramWhileAPassWaitsForAMuteDaemon) {
+TEST(Ending, F12EndsTheProgramWhileAPassWaitsForASilentDaemon) {
     ZRP_NEEDS_ROOT();
-    ScriptedPeer peer(kMainDaemonSocket, kMute);
+    ScriptedPeer peer(kMainDaemonSocket, kSilent);
     Terminal terminal(monitor());
     ASSERT_TRUE(peer.wait_for_connections(1));
     ASSERT_TRUE(wait_for_windows(terminal));
@@ -194,7 +194,7 @@ TEST(Ending, F12EndsTheProgramWhileAPassWaitsForAMuteDaemon) {
 }
 
 // Before the key takes effect the dialog gives the main window back, and waits for the pass there.
-TEST(Ending, F12EndsTheProgramInADialogWhileAPassWaitsForAMuteDaemon) {
+TEST(Ending, F12EndsTheProgramInADialogWhileAPassWaitsForASilentDaemon) {
     ZRP_NEEDS_ROOT();
     const auto daemon = MonitorFixture::prepared();
     PeerScript script = daemon->script();
@@ -223,9 +223,9 @@ TEST(Ending, ADaemonThatStopsInTheMiddleOfAReplyDoesNotHoldUpTheExit) {
     expect_ended_cleanly(terminal);
 }
 
-TEST(Ending, WaitingForAMuteDaemonUsesNoProcessorTime) {
+TEST(Ending, WaitingForASilentDaemonUsesNoProcessorTime) {
     ZRP_NEEDS_ROOT();
-    ScriptedPeer peer(kMainDaemonSocket, kMute);
+    ScriptedPeer peer(kMainDaemonSocket, kSilent);
     Terminal terminal(monitor());
     ASSERT_TRUE(peer.wait_for_connections(1));
     ASSERT_TRUE(wait_for_windows(terminal));

@@ -420,7 +420,7 @@ INSTANTIATE_TEST_SUITE_P(Sizes, ParametersOnTheSimulator,
                          });
 
 // Requests with a faulty reply to wait for: one for each value, and one more, since the last may
-// not be processed. A mute daemon gets no second request, and memory for a huge reply takes a
+// not be processed. A silent daemon gets no second request, and memory for a huge reply takes a
 // sanitizer most of a second.
 size_t faulty_requests(const std::string& fault) {
     return fault == "hang" ? 1 : fault == "huge-length" ? 2 : kShownItems + 1;

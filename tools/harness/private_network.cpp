@@ -197,8 +197,8 @@ Network share_network(const std::string& why, milliseconds lockPatience) {
         return network;
     }
     if (const auto name = taken_name()) {
-        network.reason += "; on the machine's own network somebody listens on \"" + *name +
-                          "\" already, and a running server is not touched";
+        network.reason += "; on the machine's own network \"" + *name +
+                          "\" has a listener already, and a running server is not touched";
         return network;
     }
     network.kind = NetworkKind::kShared;

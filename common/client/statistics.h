@@ -31,9 +31,6 @@ inline int ScanStatistic(char* reply, int length, int* offset, Statistic* statis
     if (rc != kOk) {
         return rc;
     }
-    if (element == nullptr) {
-        return kInvalid;
-    }
     char name[kParmNameSize];
     char type[kParmTypeSize];
     char value[kValueSize];

@@ -1,11 +1,12 @@
-// The cost of reading a reply, by its length: for a long honest list, and for replies made to cost
-// much. Each must come out linear; what a quadratic walk would cost shows in the complexity rows.
+// The cost of reading a reply by its length, for a long ordinary list and for replies that are made
+// to be expensive. Each must be linear; the complexity rows show a quadratic one.
 #include <string>
 #include <string_view>
 
 #include <benchmark/benchmark.h>
 
 #include "common/requests/server_statistics.h"
+#include "common/result.h"
 #include "common/xml_reader.h"
 
 namespace zrp {
@@ -66,7 +67,7 @@ std::string almost_attributes(int64_t size) {
 
 using Sample = std::string (*)(int64_t size);
 
-// Runs a read over a fresh copy of the sample, for finders write into it.
+// Runs a read on a fresh copy of the sample, because the finders write into it.
 template <typename Read>
 void run(benchmark::State& state, Sample sample, Read read) {
     const std::string original = sample(state.range(0));
@@ -115,7 +116,7 @@ void scan_statistics(benchmark::State& state, Sample sample) {
         int offset = 0;
         char* element = nullptr;
         int elementLength = 0;
-        while (ScanServerStatisticsReply(reply, length, &offset, &element, &elementLength) == 0) {
+        while (ScanServerStatisticsReply(reply, length, &offset, &element, &elementLength) == kOk) {
             benchmark::DoNotOptimize(element);
         }
     });

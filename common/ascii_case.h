@@ -1,4 +1,4 @@
-// Letter case as the daemons know it. Internal to the library.
+// Letter case in ASCII, independent of the locale. Internal to the library.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,7 @@
 
 namespace zrp {
 
-// 'A' to 'Z' alone have a small letter, whatever the locale says: in Turkish, "I" is no large "i".
+// Only 'A' to 'Z' change. tolower() follows the locale: in Turkish, 'I' is not the capital of 'i'.
 constexpr char ascii_lower(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
@@ -20,7 +20,7 @@ constexpr bool equal_ignoring_case(const char* one, const char* other) {
     return ascii_lower(*one) == ascii_lower(*other);
 }
 
-// The same for no more than so many characters of each.
+// Compares at most length characters.
 constexpr bool equal_ignoring_case(const char* one, const char* other, size_t length) {
     while (length > 0 && *one != '\0' && ascii_lower(*one) == ascii_lower(*other)) {
         one++;

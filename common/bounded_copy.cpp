@@ -3,7 +3,7 @@
 namespace zrp {
 namespace {
 
-constexpr unsigned kContinuationMark = 0x80; // of the top two bits
+constexpr unsigned kContinuationMark = 0x80; // in the top two bits
 constexpr unsigned kLeadOfTwo = 0xC0;
 constexpr unsigned kLeadOfThree = 0xE0;
 constexpr unsigned kLeadOfFour = 0xF0;
@@ -17,7 +17,7 @@ bool is_continuation(unsigned byte) {
     return (byte & kLeadOfTwo) == kContinuationMark;
 }
 
-// How many bytes the sequence has that begins with this byte.
+// The length of the sequence that this byte begins.
 size_t sequence_length(unsigned lead) {
     if (lead < kLeadOfTwo || lead >= kNoLead) {
         return 1;

@@ -1,16 +1,19 @@
-// Copies into fixed-size character arrays that never run over and always end in a NUL.
+// Copies into fixed-size character arrays that never overflow and always end in a NUL. Internal to
+// the library.
 #pragma once
 
 #include <cstddef>
 #include <cstring>
 
+#pragma GCC visibility push(hidden)
+
 namespace zrp {
 
-// The largest length of at most limit bytes at which the text can be cut without splitting a UTF-8
-// sequence. Text that is no UTF-8 is cut at the limit.
+// Returns the largest length, at most limit, at which the text can be cut without splitting a UTF-8
+// sequence. Text that is not UTF-8 is cut at the limit.
 size_t utf8_cut(const char* text, size_t length, size_t limit);
 
-// Copies length bytes into a buffer of capacity bytes (at least 1), cut where they do not fit.
+// Copies length bytes into a buffer of capacity bytes (at least 1), cut by utf8_cut if necessary.
 void copy_cut(char* destination, size_t capacity, const char* text, size_t length);
 
 template <size_t N>
@@ -24,3 +27,5 @@ void copy_cut(char (&destination)[N], const char* text) {
 }
 
 } // namespace zrp
+
+#pragma GCC visibility pop

@@ -1,6 +1,7 @@
-// Guard for text that malloc gave: requests of the builders, replies of the transport.
+// Guards for malloc'ed text: requests from the builders, replies from the transport.
 #pragma once
 
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
 
@@ -12,7 +13,14 @@ struct FreeDeleter {
     }
 };
 
-// Owns one malloc'ed block of characters and frees it at the end of its scope.
+// Owns one malloc'ed block of characters.
 using HeapText = std::unique_ptr<char, FreeDeleter>;
+
+// A reply and its length as the scanners take it. A reply of 2 GiB or more has a negative length,
+// which every scanner treats as an empty reply.
+struct Reply {
+    HeapText text;
+    int32_t length = 0;
+};
 
 } // namespace zrp

@@ -2,33 +2,17 @@
 
 #include <cstring>
 #include <ctime>
-#include <unistd.h>
 
 #include "common/bounded_copy.h"
 #include "common/exchange.h"
-#include "common/log/library_log.h"
+#include "common/log/log_state.h"
 #include "common/result.h"
 
 namespace zrp {
 namespace {
 
-constexpr useconds_t kClosePollMicroseconds = 100;
-constexpr size_t kNameMark = 4; // first bytes of the name, which tell an open context
-
-class InFlight {
-public:
-    explicit InFlight(IPCServContext& context) : context_(context) {
-        context_.inFlight.fetch_add(1);
-    }
-    ~InFlight() {
-        context_.inFlight.fetch_sub(1);
-    }
-    InFlight(const InFlight&) = delete;
-    InFlight& operator=(const InFlight&) = delete;
-
-private:
-    IPCServContext& context_;
-};
+// Compatibility: Init and Close clear this much of the name and leave the rest.
+constexpr size_t kClearedNameBytes = 4;
 
 void log_failure(const LogOperations& log, const ExchangeRequest& request,
                  const ExchangeOutcome& outcome) {
@@ -52,7 +36,7 @@ void log_failure(const LogOperations& log, const ExchangeRequest& request,
 } // namespace
 
 void IPCServContextInit(IPCServContext& context) {
-    memset(context.socketName, 0, kNameMark);
+    memset(context.socketName, 0, kClearedNameBytes);
     context.state = -1;
     context.initialised = 0;
     context.requestCount = 0;
@@ -82,11 +66,9 @@ void IPCServContextClose(IPCServContext& context) {
     if (context.initialised.exchange(0) == 0) {
         return;
     }
-    while (context.inFlight != 0) {
-        usleep(kClosePollMicroseconds);
-    }
+    wait_until_idle(context.inFlight);
     context.state = -1;
-    memset(context.socketName, 0, kNameMark);
+    memset(context.socketName, 0, kClearedNameBytes);
     const LogContext* log = context.log.exchange(nullptr);
     if (log != nullptr) {
         log->operations.LogClose();
@@ -97,9 +79,9 @@ int IPCServRequestEx(IPCServContext& context, uint32_t requestNumber, uint64_t r
                      const char* request, uint64_t* replyLength, char** reply) {
     *reply = nullptr;
     *replyLength = 0;
-    // Counted before the context is looked at: closing takes the mark away first and then waits
-    // for the count, so that name and log stay until this exchange has ended.
-    const InFlight flight(context);
+    // Counted before the flag is read: IPCServContextClose clears the flag first and then waits for
+    // the count, so that name and log stay valid until this exchange ends.
+    const InFlight counted(context.inFlight);
     if (context.initialised == 0) {
         return kInvalid;
     }

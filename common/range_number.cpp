@@ -15,7 +15,7 @@ constexpr int kDecimal = 10;
 constexpr int kHexadecimal = 16;
 constexpr size_t kHexadecimalPrefix = 2; // "0x"
 
-// What stands before the digits.
+// Removes white space and the sign; returns whether the sign is a minus.
 bool take_sign(std::string_view* text) {
     const char* start = skip_blanks(text->data(), text->data() + text->size());
     text->remove_prefix(static_cast<size_t>(start - text->data()));
@@ -26,7 +26,7 @@ bool take_sign(std::string_view* text) {
     return negative;
 }
 
-// "0x" counts only before a hexadecimal digit; alone it is the number 0.
+// "0x" is a prefix only before a hexadecimal digit; otherwise its 0 is the number.
 int take_base(std::string_view* text) {
     if (!text->starts_with('0')) {
         return kDecimal;
@@ -39,7 +39,7 @@ int take_base(std::string_view* text) {
     return kOctal;
 }
 
-// False when the digits are more than 64 bits hold.
+// Returns false when the number needs more than 64 bits.
 bool take_digits(std::string_view text, int base, uint64_t* value) {
     *value = 0;
     const auto result = std::from_chars(text.data(), text.data() + text.size(), *value, base);

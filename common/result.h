@@ -1,19 +1,43 @@
-// Result codes of every operation of the client library and of the monitor.
+// Result codes of every operation of the client library and of the monitor, and the conventions of
+// all headers of the library. A header repeats a convention only to make an exception to it.
 //
-// Conventions, for all headers of the library:
-//  1. An operation returns an int: 0 for success, else one of the codes below, an errno value that
-//     the system gave, or a code that the server sent, passed through unchanged.
-//  2. Outputs stay untouched on failure unless the header says otherwise.
-//  3. A builder returns a malloc'ed, NUL-terminated document; the caller frees it after the
-//     exchange. The transport returns a malloc'ed reply that is NOT NUL-terminated; the caller
-//     frees it after scanning. heap_text.h has the guard for both.
-//  4. A range is a start pointer and an end pointer one past its last character.
-//  5. Nothing throws, and nothing writes to the terminal but the log, which tells on standard error
-//     why it has no file, and ScanThreadsReply, which tells each field that a reply lacks.
-//  6. In requests/, null in the place of an output, an offset or a callback is refused before
-//     anything is scanned or sent, unless the header says that it may be null: a scanner and an
-//     operation return kInvalid, a builder returns null with errno EINVAL. So it is with a null
-//     text for a builder.
+// Results
+//  1. An operation returns an int: kOk, another code below, an errno value from the system, or the
+//     server's own code, passed through unchanged. The codes have the values of errno constants
+//     (kInvalid is EINVAL), but for kNameTooLong.
+//  2. Outputs keep their values on failure.
+//  3. In requests/, a null output, offset or callback and a null text for a builder are refused
+//     with kInvalid before anything is scanned or sent, unless the header says that the argument
+//     may be null.
+//  4. Nothing throws. Nothing writes to the terminal except the log, which says on standard error
+//     why it has no file, and ScanThreadsReply, which names each field that a reply lacks.
+//
+// Requests
+//  5. A builder returns a malloc'ed, NUL-terminated document and stores its length without the
+//     terminator. The caller frees it after the exchange; heap_text.h has a guard for it.
+//  6. A builder that fails returns null. errno is then EINVAL when it refused an argument (null,
+//  out
+//     of range, or a text that is not sendable, see xml_writer.h), and ENOMEM when memory ran out
+//     or the document does not fit into its room.
+//
+// Replies
+//  7. The transport returns a malloc'ed reply that is NOT NUL-terminated. The caller frees it after
+//     scanning; heap_text.h has a guard for it.
+//  8. A reply with a length of 0 or below is empty. (As an int, the length of a reply of 2 GiB or
+//     more is negative.) A scanner returns kInvalid for an empty reply, for the reply to another
+//     command, and for a reply that lacks an element that the scanner needs.
+//  9. A scanner of a list reads one item. *offset is 0 before the first call; each call moves it
+//     past the item that it read.
+// 10. A text that is copied into an array is NUL-terminated and cut to fit, without splitting a
+//     UTF-8 sequence. A pointer with a length is a view into the reply: not terminated, and valid
+//     as long as the reply, or during the callback that receives it.
+// 11. A range is a pointer to its first character and a pointer one past its last.
+//
+// Operations
+// 12. An operation builds a request, sends it and scans the reply. It returns the first failure of:
+//     the builder (kInvalid or kNoMemory; nothing is sent then), the exchange (transport.h), the
+//     server (CheckForError in xml_reader.h), the scanner.
+// 13. A callback returns 0 to go on. Any other value stops the operation and becomes its result.
 #pragma once
 
 namespace zrp {

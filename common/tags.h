@@ -1,8 +1,8 @@
-// The tag vocabulary: every name that stands in a request or a reply, spelled once.
+// The tag vocabulary: every name in a request or a reply, spelled once.
 //
-// Builders and readers take a tag through its named constant, so a request's element and the
-// reply's element always agree. A name that is a C++ keyword has an underscore behind it
-// (tag::volatile_). Oddities such as "taskNuber" are the daemons' own spelling.
+// Builders and readers name a tag by its constant, so that the element of a request and that of its
+// reply always agree. A name that is a C++ keyword ends in an underscore (tag::volatile_). Oddities
+// such as "taskNuber" are the daemons' own spelling.
 #pragma once
 
 #include <cstddef>
@@ -27,7 +27,7 @@ namespace command { // commands of the storage daemon
 #include "tags_commands.inc"
 }
 
-namespace control { // words outside the vocabulary
+namespace control { // names outside the vocabulary
 #include "tags_control.inc"
 }
 

@@ -24,12 +24,11 @@ namespace {
 
 static_assert(sizeof(sockaddr_un::sun_path) == kMaxSocketName + 2);
 
-// Room behind the name, as the other programs of this library allocate it.
+// Compatibility: the copy of the default name is allocated with this much extra room.
 constexpr size_t kDefaultNameSlack = 128;
-constexpr useconds_t kTermPollMicroseconds = 100;
+constexpr useconds_t kIdlePollMicroseconds = 100;
 
-// How long one try to connect to a daemon with a full backlog may last before an interrupt is
-// looked for.
+// How long connect() may wait for a daemon with a full backlog before it looks for an interrupt.
 constexpr timeval kConnectSlice = {0, 100000};
 
 std::atomic<char*> defaultName{nullptr};
@@ -37,8 +36,9 @@ std::atomic<uint32_t> inFlight{0};
 std::atomic<uint32_t> exchangeCount{0};
 std::atomic<uint32_t> failureCount{0};
 
-// The flag answers "was there an interrupt"; the event descriptor wakes those who wait in poll. It
-// is created once and lives as long as the process, so that a signal handler can always write it.
+// The flag says whether there was an interrupt; the event descriptor wakes the threads that wait in
+// poll(). It is created once and never closed, so that a signal handler can write to it at any
+// time.
 std::atomic<bool> interrupted{false};
 std::atomic<int> interruptFd{-1};
 static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
@@ -48,7 +48,7 @@ void prepare_interrupt() {
     std::call_once(once, [] { interruptFd.store(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)); });
 }
 
-void wake_waiting() {
+void wake_waiting_threads() {
     const uint64_t one = 1;
     const int fd = interruptFd.load();
     if (fd >= 0) {
@@ -56,8 +56,8 @@ void wake_waiting() {
     }
 }
 
-// An interrupt that comes meanwhile is kept: its flag stands, and its wake-up is made again in case
-// it was taken for an old one.
+// An interrupt that arrives meanwhile is kept: its flag is set, and its wake-up is repeated in case
+// the loop has read it.
 void clear_interrupt() {
     prepare_interrupt();
     interrupted.store(false);
@@ -65,14 +65,14 @@ void clear_interrupt() {
     while (read(interruptFd.load(), &ignored, sizeof ignored) > 0) {
     }
     if (interrupted.load()) {
-        wake_waiting();
+        wake_waiting_threads();
     }
 }
 
 using Clock = std::chrono::steady_clock;
 
-// Waits until the socket is ready for the events. A null timeout waits for ever.
-// Returns 0, ECANCELED after an interrupt, EAGAIN when the time is over.
+// Waits until the socket is ready for the events. A null timeout waits without limit.
+// Returns kOk, ECANCELED after an interrupt, or EAGAIN when the time is up.
 int wait_ready(int fd, short events, const timeval* timeout) {
     const bool limited = timeout != nullptr;
     const auto deadline = Clock::now() + std::chrono::seconds(limited ? timeout->tv_sec : 0) +
@@ -99,8 +99,8 @@ int wait_ready(int fd, short events, const timeval* timeout) {
     }
 }
 
-// One recv that an interrupt ends. *count becomes what it returned, -1 also for a time-out. Returns
-// 0 or ECANCELED.
+// Makes one recv() that an interrupt can end. *count becomes its result, and -1 when the time is
+// up. Returns kOk or ECANCELED.
 int receive_once(int fd, void* data, size_t size, const timeval* timeout, ssize_t* count) {
     const int rc = wait_ready(fd, POLLIN, timeout);
     if (rc == ECANCELED) {
@@ -110,9 +110,11 @@ int receive_once(int fd, void* data, size_t size, const timeval* timeout, ssize_
     return kOk;
 }
 
-// Fills the body as far as the peer sends it. A failed recv counts as -1: a peer that fails before
-// its first byte ends the loop by making the total larger than any length, a later failure takes
-// one byte back and goes on.
+// Fills the body as far as the peer sends it.
+//
+// Compatibility: the -1 of a failed recv() is added to the total like any count. Before the first
+// byte that makes the total larger than any length and ends the loop; later it moves the position
+// back by one byte and the loop goes on.
 int receive_body(int fd, char* body, uint64_t length, const timeval* timeout) {
     uint64_t total = 0;
     while (total < length) {
@@ -163,18 +165,6 @@ int open_socket(int* fd) {
     return kOk;
 }
 
-class InFlight {
-public:
-    InFlight() {
-        inFlight.fetch_add(1);
-    }
-    ~InFlight() {
-        inFlight.fetch_sub(1);
-    }
-    InFlight(const InFlight&) = delete;
-    InFlight& operator=(const InFlight&) = delete;
-};
-
 int transfer(IPCClient& client, const char* name, const ExchangeRequest& request, uint32_t* status,
              ExchangeOutcome* outcome) {
     int rc = request.timeoutMs == nullptr ? client.Connect(name)
@@ -196,7 +186,7 @@ int transfer(IPCClient& client, const char* name, const ExchangeRequest& request
 
 enum class OnStatus { kFreeReply, kKeepReply };
 
-// Counts an exchange and hands its outcome to the caller's outputs.
+// Makes an exchange, counts it and copies its outcome to the caller's outputs.
 int deliver(const ExchangeRequest& request, OnStatus onStatus, uint64_t* replyLength,
             char** reply) {
     *reply = nullptr;
@@ -221,7 +211,7 @@ int deliver(const ExchangeRequest& request, OnStatus onStatus, uint64_t* replyLe
 } // namespace
 
 IPCClient::~IPCClient() {
-    // Descriptor 0 is never ours: a process without standard input must not lose it here.
+    // Compatibility: descriptor 0 is left open and -1 is passed to close(), which refuses it.
     if (fd != 0) {
         close(fd);
     }
@@ -254,7 +244,7 @@ int IPCClient::Send(uint64_t length, const void* data) const {
         if (wait_ready(fd, POLLOUT, nullptr) == ECANCELED) {
             return ECANCELED;
         }
-        // A daemon that went away must not end the process by SIGPIPE.
+        // MSG_NOSIGNAL: no SIGPIPE when the daemon has closed the connection.
         taken = send(fd, rest, length, MSG_NOSIGNAL | MSG_DONTWAIT);
         if (taken == 0) {
             return kShortHeader;
@@ -301,10 +291,16 @@ int IPCClient::Receive(uint32_t* status, uint64_t* length, char** buffer) const 
     return kOk;
 }
 
+void wait_until_idle(const std::atomic<uint32_t>& count) {
+    while (count.load() != 0) {
+        usleep(kIdlePollMicroseconds);
+    }
+}
+
 ExchangeOutcome exchange(const ExchangeRequest& request) {
-    // Counted before the default name is read: IPCServTerm takes the name away first and then
-    // waits for the count, so a name that was read here stays until the exchange has ended.
-    const InFlight flight;
+    // Counted before the default name is read: IPCServTerm clears the name first and then waits for
+    // the count, so a name that is read here is valid until the exchange ends.
+    const InFlight counted(inFlight);
     const char* name = request.socketName != nullptr ? request.socketName : defaultName.load();
     ExchangeOutcome outcome;
     if (name == nullptr) {
@@ -340,7 +336,7 @@ int IPCServInit(const char* name) {
     }
     memcpy(copy, name, length + 1);
     if (defaultName.load() != nullptr) {
-        IPCServTerm(); // an exchange in flight may still be reading the earlier name
+        IPCServTerm(); // an exchange in flight may still read the earlier name
     }
     clear_interrupt();
     free(defaultName.exchange(copy));
@@ -349,16 +345,14 @@ int IPCServInit(const char* name) {
 
 void IPCServTerm() {
     char* name = defaultName.exchange(nullptr);
-    while (inFlight.load() != 0) {
-        usleep(kTermPollMicroseconds);
-    }
+    wait_until_idle(inFlight);
     free(name);
 }
 
 void IPCServInterrupt() {
     const int savedErrno = errno;
     interrupted.store(true);
-    wake_waiting();
+    wake_waiting_threads();
     errno = savedErrno;
 }
 

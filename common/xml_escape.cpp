@@ -1,4 +1,4 @@
-// Markup characters and their entities.
+// Conversion between markup characters and entities.
 #include <charconv>
 
 #include "common/xml_reader.h"

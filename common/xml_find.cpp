@@ -1,4 +1,4 @@
-// Finders of the reply reader: elements, and plain tags.
+// Finders of the reply reader: elements and plain tags.
 
 #include "common/result.h"
 #include "common/xml_reader.h"
@@ -7,19 +7,19 @@
 namespace zrp {
 namespace {
 
-// Closes up the bytes of an element over the CDATA markers that are taken out of it. Bytes move
-// once, when a marker behind them is met, so the whole costs one pass.
+// Closes the gaps that removed CDATA markers leave in an element. Bytes move once, when the next
+// marker or the end is reached, so that the whole takes one pass.
 struct Compaction {
-    char* kept;    // end of what stands at its final place
-    char* pending; // start of what still has to move there
+    char* kept;    // end of the bytes that are in their final place
+    char* pending; // start of the bytes that still have to move there
 };
 
 size_t gap_of(const Compaction& compaction) {
     return static_cast<size_t>(compaction.pending - compaction.kept);
 }
 
-// Moves everything up to the given end into place.
-void move_up_to(Compaction& compaction, char* end) {
+// Moves the bytes before the given end into place.
+void close_gap(Compaction& compaction, char* end) {
     const auto size = static_cast<size_t>(end - compaction.pending);
     if (compaction.kept != compaction.pending) {
         memmove(compaction.kept, compaction.pending, size);
@@ -28,13 +28,13 @@ void move_up_to(Compaction& compaction, char* end) {
     compaction.pending = end;
 }
 
-void take_out(Compaction& compaction, char* marker, size_t size) {
-    move_up_to(compaction, marker);
+void remove_marker(Compaction& compaction, char* marker, size_t size) {
+    close_gap(compaction, marker);
     compaction.pending = marker + size;
 }
 
 void finish(Compaction& compaction, char* end) {
-    move_up_to(compaction, end);
+    close_gap(compaction, end);
     memset(compaction.kept, ' ', gap_of(compaction));
 }
 
@@ -48,40 +48,41 @@ struct BodyWalk {
     Compaction compaction;
 };
 
-enum class Step { kOn, kMatched, kTruncated };
+enum class Step { kContinue, kMatched, kTruncated };
 
-// At "</". Every closing tag lowers the depth, whatever its name.
+// At "</". Compatibility: every closing tag lowers the depth, whatever its name.
 Step step_closing_tag(BodyWalk& walk) {
     walk.depth--;
     walk.position += 2;
     if (!starts_with(walk.position, walk.end, walk.tag)) {
-        return Step::kOn;
+        return Step::kContinue;
     }
     walk.position += walk.tag.size();
     if (walk.position == walk.end) {
         return Step::kTruncated;
     }
     if (*walk.position != '>') {
-        return Step::kOn;
+        return Step::kContinue;
     }
-    return walk.sameNameDepth-- == 0 ? Step::kMatched : Step::kOn;
+    return walk.sameNameDepth-- == 0 ? Step::kMatched : Step::kContinue;
 }
 
-// At "<![CDATA[": what stands inside is text, not markup.
+// At "<![CDATA[": the section holds text, not markup.
 Step step_cdata(BodyWalk& walk) {
     char* text = walk.position + kCdataOpen.size();
     const char* close = cdata_end(text, walk.end);
     if (close == nullptr) {
         return Step::kTruncated;
     }
-    take_out(walk.compaction, walk.position, kCdataOpen.size());
+    remove_marker(walk.compaction, walk.position, kCdataOpen.size());
     walk.position = text + (close - text);
-    take_out(walk.compaction, walk.position, kCdataClose.size());
+    remove_marker(walk.compaction, walk.position, kCdataClose.size());
     walk.position += kCdataClose.size();
-    return Step::kOn;
+    return Step::kContinue;
 }
 
-// At any other '<'. A name that is ended by '/' opens nothing, yet counts as one of the same name.
+// At any other '<'. Compatibility: a self-closing tag without attributes is not counted in depth,
+// but one of the same name is counted in sameNameDepth.
 Step step_opening_tag(BodyWalk& walk) {
     const char* name = ++walk.position;
     while (walk.position < walk.end && !ends_name(*walk.position)) {
@@ -94,7 +95,7 @@ Step step_opening_tag(BodyWalk& walk) {
     if (std::string_view(name, static_cast<size_t>(walk.position - name)) == walk.tag) {
         walk.sameNameDepth++;
     }
-    return Step::kOn;
+    return Step::kContinue;
 }
 
 Step step_body(BodyWalk& walk) {
@@ -107,12 +108,12 @@ Step step_body(BodyWalk& walk) {
     return step_opening_tag(walk);
 }
 
-// Walks from the content's first byte to the '>' of the closing tag.
+// Walks from the first byte of the content to the '>' of the closing tag.
 int match_content(std::string_view tag, char* content, char* end, XmlElement* element) {
     BodyWalk walk = {tag, end, content, 0, 0, {content, content}};
-    Step step = Step::kOn;
+    Step step = Step::kContinue;
     char* markup = nullptr;
-    while (step == Step::kOn && (markup = next_markup(walk.position, end)) != nullptr) {
+    while (step == Step::kContinue && (markup = next_markup(walk.position, end)) != nullptr) {
         walk.position = markup;
         step = step_body(walk);
     }
@@ -129,7 +130,7 @@ int match_content(std::string_view tag, char* content, char* end, XmlElement* el
     return kOk;
 }
 
-// Completes a match whose opening tag's name ends at tagEnd.
+// Completes the match of an element whose name in the opening tag ends at tagEnd.
 int match_element(std::string_view tag, char* tagEnd, char* end, XmlElement* element) {
     char* close = next_byte(tagEnd, end, '>');
     if (close == nullptr) {

@@ -16,7 +16,7 @@ namespace {
 constexpr int kAutomaticBase = 0;
 constexpr size_t kNumberWordSize = 80;
 
-// Names that stand only in the replies' error reports.
+// Names that occur only in the error reports of replies.
 constexpr std::string_view kResultOpening = "result value=";
 constexpr std::string_view kDescriptionTag = "description";
 constexpr std::string_view kWriteResultTag = "writeResult";
@@ -24,7 +24,8 @@ constexpr std::string_view kErrorTag = "error";
 
 using NumberWord = char[kNumberWordSize];
 
-// Copies the first word of a range. Returns 0, 22 for an empty range, 2 for a word too long.
+// Copies the first word of a range. Returns kOk, kInvalid for an empty range, or kNotFound for a
+// word that is too long.
 int take_word(const char* start, const char* end, NumberWord& word, const char** next) {
     const char* first = skip_blanks(start, end);
     if (first >= end) {
@@ -45,7 +46,7 @@ int take_word(const char* start, const char* end, NumberWord& word, const char**
     return kOk;
 }
 
-// The first quote behind `NAME = `, one past it; null when the attribute is not in the range.
+// Returns the first byte of the attribute's value, null when the attribute is not in the range.
 const char* find_attribute_value(std::string_view name, const char* start, const char* end) {
     for (const char* at = skip_blanks(start, end); at < end; at++) {
         if (!starts_with(at, end, name)) {
@@ -73,8 +74,8 @@ void set_value(XmlAttribute* attribute, const char* start, const char* end) {
     attribute->valueLength = static_cast<uint32_t>(end - start);
 }
 
-// The value of the first `<result value="...">`, as told by the text between a '<' and the first
-// double quote behind it. A quote that stands elsewhere sends the search on behind the next '>'.
+// The value of the first `<result value="...">`. An opening is recognised by the text between a '<'
+// and the first double quote after it; after any other quote the search goes on at the next '>'.
 struct ResultValue {
     bool found = false;
     const char* start = nullptr;
@@ -83,7 +84,7 @@ struct ResultValue {
 
 ResultValue find_result_value(const char* reply, const char* end) {
     const char* markup = nullptr;
-    const char* searched = reply; // every '<' before it is known
+    const char* searched = reply; // markup is the last '<' before it
     const char* quote = next_byte(reply, end, '"');
     while (quote != nullptr) {
         for (const char* next = next_markup(searched, quote); next != nullptr;
@@ -103,7 +104,7 @@ ResultValue find_result_value(const char* reply, const char* end) {
     return {};
 }
 
-// The text between the '>' of a plain tag and the next '<'.
+// Returns the text between the '>' of a plain tag and the next '<'.
 std::string_view text_after(const char* tagClose, const char* end) {
     const char* start = tagClose + 1;
     const char* stop = next_markup(start, end);

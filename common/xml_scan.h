@@ -1,4 +1,4 @@
-// The one step of every walk over a reply. Internal to the library.
+// The steps of a walk over a reply. Internal to the library.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace zrp {
 
-// The next byte c in [position, end), or null.
+// Returns the next byte c in [position, end), or null.
 inline const char* next_byte(const char* position, const char* end, char c) {
     return position < end
                ? static_cast<const char*>(memchr(position, c, static_cast<size_t>(end - position)))
@@ -20,7 +20,7 @@ inline char* next_byte(char* position, const char* end, char c) {
     return const_cast<char*>(next_byte(static_cast<const char*>(position), end, c));
 }
 
-// The next '<' in [position, end), or null.
+// Returns the next '<' in [position, end), or null.
 inline const char* next_markup(const char* position, const char* end) {
     return next_byte(position, end, '<');
 }
@@ -29,7 +29,7 @@ inline char* next_markup(char* position, const char* end) {
     return next_byte(position, end, '<');
 }
 
-// White space as the daemons write it, whatever the locale says.
+// White space, independent of the locale.
 inline bool is_blank(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');
 }
@@ -53,7 +53,7 @@ inline const char* skip_blanks(const char* position, const char* end) {
 inline constexpr std::string_view kCdataOpen = "<![CDATA[";
 inline constexpr std::string_view kCdataClose = "]]>";
 
-// The "]]>" of a section whose text begins at position, or null.
+// Returns the "]]>" of a section whose text begins at position, or null.
 inline const char* cdata_end(const char* position, const char* end) {
     return position < end
                ? static_cast<const char*>(memmem(position, static_cast<size_t>(end - position),
@@ -61,15 +61,15 @@ inline const char* cdata_end(const char* position, const char* end) {
                : nullptr;
 }
 
-// Whether a character with this number may stand in a document.
+// Returns whether a document may hold the character with this number.
 constexpr bool is_text_character(uint32_t number) {
     return number == '\t' || number == '\n' || number == '\r' ||
            (number >= 0x20 && number < 0xD800) || (number > 0xDFFF && number < 0xFFFE) ||
            (number > 0xFFFF && number <= 0x10FFFF);
 }
 
-// Whether the '&' at position begins one of the five entities or a reference to the number of a
-// text character.
+// Returns whether the '&' at position begins one of the five entities or a reference to the number
+// of a text character.
 bool begins_reference(const char* position, const char* end);
 
 } // namespace zrp

@@ -34,7 +34,8 @@ constexpr size_t kNumberText = 24; // the digits, sign and terminator of any 64-
     return written;
 }
 
-// A name that a reply held: whatever the server calls a name, it opens and closes no element.
+// The rule for a name from a reply: any '&' is allowed, but nothing that opens or closes an
+// element.
 bool is_received_name(const char* text) {
     if (text == nullptr) {
         return false;
@@ -56,12 +57,12 @@ bool accept(XmlDocument& document, const char* text, bool (*rule)(const char* te
 }
 
 bool accept(XmlDocument& document, const char* text) {
-    return accept(document, text, is_sendable);
+    return accept(document, text, IsSendable);
 }
 
 } // namespace
 
-bool is_sendable(const char* text) {
+bool IsSendable(const char* text) {
     if (!is_received_name(text)) {
         return false;
     }
@@ -74,7 +75,7 @@ bool is_sendable(const char* text) {
     return true;
 }
 
-XmlDocument start_document(size_t capacity) {
+XmlDocument StartDocument(size_t capacity) {
     XmlDocument document;
     document.text.reset(static_cast<char*>(malloc(capacity)));
     document.capacity = capacity;
@@ -85,7 +86,7 @@ XmlDocument start_document(size_t capacity) {
     return document;
 }
 
-char* finish_document(XmlDocument& document, uint32_t* length) {
+char* FinishDocument(XmlDocument& document, uint32_t* length) {
     if (document.failed || length == nullptr) {
         errno = document.refused || length == nullptr ? EINVAL : ENOMEM;
         return nullptr;

@@ -28,7 +28,7 @@ bool wait_for_input() {
     return watched[0].revents != 0;
 }
 
-// After input was announced and no key came of it: has the terminal gone?
+// Whether the terminal is gone, asked when input was announced but there was no key to read.
 bool terminal_is_lost() {
     pollfd input = {STDIN_FILENO, POLLIN, 0};
     poll(&input, 1, 0);
@@ -40,22 +40,23 @@ bool terminal_is_lost() {
            (ioctl(STDIN_FILENO, FIONREAD, &waiting) < 0 || waiting == 0);
 }
 
-// Whether a shell runs the program beside itself: touching the terminal would stop it again.
+// Whether the program is a background job of a shell, in which case touching the terminal would
+// stop it again.
 bool is_in_background() {
     const pid_t foreground = tcgetpgrp(STDIN_FILENO);
     return foreground != -1 && foreground != getpgrp();
 }
 
-// Gives the terminal back to the shell until the process is continued in the foreground. When it
-// was continued to end, the terminal stays the shell's.
-void stop_for_a_while() {
-    constexpr useconds_t kNapMicroseconds = 100000;
+// Returns the terminal to the shell until the process is continued in the foreground. If it is
+// continued in order to end, the shell keeps the terminal.
+void suspend() {
+    constexpr useconds_t kPauseMicroseconds = 100000;
     const CursesLock lock;
     endwin();
     release_terminal();
     stop_process();
     while (is_in_background() && !termination_requested()) {
-        usleep(kNapMicroseconds); // stopping takes no effect when the shell is gone
+        usleep(kPauseMicroseconds); // without a shell the stop has no effect
         stop_process();
     }
     if (!termination_requested()) {
@@ -70,10 +71,10 @@ int read_key(WINDOW* window) {
     bool announced = false;
     while (!termination_requested()) {
         if (take_stop_request()) {
-            stop_for_a_while();
-            continue; // it may have been continued to end
+            suspend();
+            continue; // it may have been continued in order to end
         }
-        // ncurses may hold bytes that it read ahead: ask it before waiting for new ones.
+        // ncurses may have read ahead, so it is asked before waiting for new input.
         const int key = take_key(window);
         if (key != ERR && key != KEY_RESIZE) {
             return key;

@@ -6,11 +6,11 @@
 namespace zrp {
 
 // Waits for the next key typed into the window and returns its ncurses code, without echo. Returns
-// ERR when the program is to end: a signal asked for it, or the terminal went away. A resize is no
-// key. Call it without a CursesLock: the other thread draws meanwhile.
+// ERR once a signal or the loss of the terminal ends the program. A resize is not a key. Must be
+// called without a CursesLock, so that the refresh thread can draw meanwhile.
 int read_key(WINDOW* window);
 
-// True when ncurses knows the code as a function or cursor key of this terminal.
+// True if ncurses knows the code as a function or cursor key of this terminal.
 bool is_special_key(int key);
 
 } // namespace zrp

@@ -23,10 +23,10 @@ void clear_screen() {
     resume_refresh();
 }
 
-void switch_screen(int id) {
+void switch_screen(int key) {
     pause_refresh();
     request_first_draw();
-    monitorState.currentScreen.store(id);
+    monitorState.currentScreen.store(key);
     clear_window(monitorState.mainWindow);
     resume_refresh();
 }
@@ -40,48 +40,37 @@ void change_interval(int seconds) {
                                                   kMinRefreshSeconds, kMaxRefreshSeconds));
 }
 
-// An action returns the screen to open next, or null.
-using KeyAction = const Screen* (*)();
+// An action starts from the shown screen, or from the screen whose dialog the key has ended.
+// Returns the screen to open next, or null.
+using KeyAction = const Screen* (*)(const Screen* from);
 
 struct KeyBinding {
     int key;
     KeyAction action;
 };
 
-const Screen* end_program() {
+const Screen* end_program(const Screen* /*from*/) {
     cleanup_and_exit(0);
 }
 
-const Screen* go_to_next_screen() {
-    return next_screen(shown_screen());
-}
-
-// Only the way back clears the window first; the way forward opens its dialog over the old
-// contents.
-const Screen* go_to_previous_screen() {
-    clear_screen();
-    return previous_screen(shown_screen());
-}
-
-const Screen* refresh_less_often() {
+const Screen* refresh_less_often(const Screen* /*from*/) {
     change_interval(1);
     return nullptr;
 }
 
-const Screen* refresh_more_often() {
+const Screen* refresh_more_often(const Screen* /*from*/) {
     change_interval(-1);
     return nullptr;
 }
 
-// Besides these, the function key of each screen opens it.
+// All keys but the function keys of the screens, each of which opens its screen.
 constexpr KeyBinding kKeyBindings[] = {
-    {KEY_F(12), end_program},          {KEY_EXIT, end_program},
-    {'\t', go_to_next_screen},         {KEY_RIGHT, go_to_next_screen},
-    {KEY_BTAB, go_to_previous_screen}, {KEY_LEFT, go_to_previous_screen},
-    {'+', refresh_less_often},         {'-', refresh_more_often},
+    {KEY_F(12), end_program},  {KEY_EXIT, end_program},     {kNextScreenKey, next_screen},
+    {KEY_RIGHT, next_screen},  {KEY_BTAB, previous_screen}, {kPreviousScreenKey, previous_screen},
+    {'+', refresh_less_often}, {'-', refresh_more_often},
 };
 
-// Null for a key that none is bound to.
+// Null for a key without a binding.
 KeyAction action_of(int key) {
     for (const KeyBinding& binding : kKeyBindings) {
         if (binding.key == key) {
@@ -91,46 +80,48 @@ KeyAction action_of(int key) {
     return nullptr;
 }
 
-// Acts on a key. Returns the screen that it opens, or null.
-const Screen* act_on_key(int key) {
+// Acts on a key. Returns the screen to open next, or null.
+const Screen* act_on_key(int key, const Screen* from) {
     const KeyAction action = action_of(key);
-    return action != nullptr ? action() : find_screen(key);
+    return action != nullptr ? action(from) : find_screen(key);
 }
 
-// Runs a screen's dialog. Returns the screen that the user went on to from there, or null.
+// Compatibility: a key that leads back clears the main window first. A key that leads forward opens
+// its dialog over the old contents, and a key that a dialog returns clears nothing.
+const Screen* act_on_typed_key(int key) {
+    if (action_of(key) == previous_screen) {
+        clear_screen();
+    }
+    return act_on_key(key, shown_screen());
+}
+
+// Runs the dialog of a screen. Returns the screen to open next, or null.
 const Screen* run_dialog(const Screen* screen) {
     int fkeyHit = 0;
     int fkey = 0;
     pause_refresh();
     const int rc = screen->runDialog(&fkeyHit, &fkey);
     if (rc == kOk && fkeyHit != 0 && action_of(fkey) == end_program) {
-        request_termination(); // or a pass that a mute daemon holds would hold up resuming
+        request_termination(); // otherwise a pass that waits for a mute daemon delays the resume
     }
     resume_refresh();
     if (rc != kOk) {
         return nullptr;
     }
     if (fkeyHit == 0) {
-        switch_screen(screen->id);
+        switch_screen(screen->key);
         return nullptr;
     }
-    if (fkey == kNextScreenKey || fkey == KEY_RIGHT) {
-        return next_screen(screen);
-    }
-    if (fkey == kPreviousScreenKey || fkey == KEY_BTAB) {
-        return previous_screen(screen);
-    }
-    return act_on_key(fkey);
+    return act_on_key(fkey, screen);
 }
 
-// Opens a screen: through its dialog where it has one. Returns the screen to open after it, or
-// null.
+// Opens a screen, through its dialog if it has one. Returns the screen to open next, or null.
 const Screen* open_screen(const Screen* screen) {
     if (screen->runDialog != nullptr) {
         return run_dialog(screen);
     }
-    if (monitorState.currentScreen.load() != screen->id) {
-        switch_screen(screen->id);
+    if (monitorState.currentScreen.load() != screen->key) {
+        switch_screen(screen->key);
     }
     return nullptr;
 }
@@ -144,7 +135,7 @@ void key_loop() {
             cleanup_and_exit(0);
         }
         trace(is_special_key(key) ? "%s: special key=%0d\n" : "%s: key=%0d\n", kTraceTag, key);
-        const Screen* screen = act_on_key(key);
+        const Screen* screen = act_on_typed_key(key);
         while (screen != nullptr) {
             screen = open_screen(screen);
         }

@@ -1,10 +1,10 @@
-// The main thread's life: keys switch screens, open dialogs, change the interval and end the
-// program.
+// The key loop of the main thread: keys switch screens, open dialogs, change the refresh interval
+// and end the program.
 #pragma once
 
 namespace zrp {
 
-// Reads and acts on keys until one of them, a signal or the loss of the terminal ends the program
+// Reads keys and acts on them until a key, a signal or the loss of the terminal ends the program
 // through cleanup_and_exit.
 [[noreturn]] void key_loop();
 

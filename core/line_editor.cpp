@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "common/result.h"
 #include "core/input.h"
 #include "core/monitor.h"
 #include "core/window.h"
@@ -14,7 +15,7 @@ constexpr const char* kTraceTag = "zrptop_wgetnstr";
 constexpr int kLineFeed = 10;
 constexpr int kCarriageReturn = 13;
 
-// Cells that a field keeps for itself where the prompt before it reaches the frame.
+// The least width of the field, even if the prompt before it reaches the frame.
 constexpr int kMinFieldWidth = 8;
 
 struct KeyMapping {
@@ -23,10 +24,9 @@ struct KeyMapping {
 };
 
 constexpr KeyMapping kSpecialKeys[] = {
-    {'\t', kNextScreenKey},          {KEY_RIGHT, kNextScreenKey},
-    {KEY_NPAGE, kNextScreenKey},     {KEY_BTAB, kPreviousScreenKey},
-    {KEY_PPAGE, kPreviousScreenKey}, {KEY_LEFT, kPreviousScreenKey},
-    {KEY_EXIT, KEY_F(12)},           {KEY_HOME, KEY_F(2)},
+    {'\t', kNextScreenKey},         {KEY_RIGHT, kNextScreenKey},     {KEY_NPAGE, kNextScreenKey},
+    {KEY_BTAB, kPreviousScreenKey}, {KEY_PPAGE, kPreviousScreenKey}, {KEY_LEFT, kPreviousScreenKey},
+    {KEY_EXIT, KEY_F(12)},          {KEY_HOME, kStartScreen},
 };
 
 // The cells that show the line.
@@ -59,8 +59,8 @@ void show(const Field& field, const char* start, const char* end) {
     wrefresh(field.window);
 }
 
-// On an empty line nothing is drawn, so that what stood there before stays. The field is shown anew
-// after each character, since a line that is longer than the field has more of them than cells.
+// Draws nothing on an empty line, which leaves the old contents of the field. The field is redrawn
+// after each character, because a line that is longer than the field shows its end.
 void erase(const Field& field, const char* buffer, char** cursor, ptrdiff_t count) {
     const CursesLock lock;
     for (; count > 0 && *cursor > buffer; count--) {
@@ -69,7 +69,7 @@ void erase(const Field& field, const char* buffer, char** cursor, ptrdiff_t coun
     }
 }
 
-// The code that a special key ends the input with, or ERR for an ordinary key.
+// The code reported for a special key, or ERR for an ordinary key.
 int special_code(int key) {
     for (const KeyMapping& mapping : kSpecialKeys) {
         if (mapping.typed == key) {
@@ -126,7 +126,7 @@ int zrptop_wgetnstr(WINDOW* window, char* buffer, int maxLength, int* fkeyHit, i
         trace("%s: getch() key=%d\n", kTraceTag, key);
         if (is_enter(key)) {
             *cursor = '\0';
-            return 0;
+            return kOk;
         }
         if (is_erase(key)) {
             trace("%s: erasec key detected key=%d\n", kTraceTag, key);
@@ -139,7 +139,7 @@ int zrptop_wgetnstr(WINDOW* window, char* buffer, int maxLength, int* fkeyHit, i
             *fkeyHit = 1;
             *fkey = code;
             *buffer = '\0';
-            return 0;
+            return kOk;
         } else if (maxLength < 0 || cursor - buffer < maxLength) {
             trace("%s: normal key detected key=%d\n", kTraceTag, key);
             *cursor++ = static_cast<char>(key);

@@ -5,25 +5,26 @@
 
 namespace zrp {
 
-inline constexpr int kNextScreenKey = '\t';         // Tab, Right and Page Down end the input so
-inline constexpr int kPreviousScreenKey = KEY_LEFT; // Shift-Tab, Left and Page Up end it so
+inline constexpr int kNextScreenKey = '\t';         // reported for Tab, Right and Page Down
+inline constexpr int kPreviousScreenKey = KEY_LEFT; // reported for Shift-Tab, Left and Page Up
 
-// Takes the character before the cursor out of the text and off the window. Returns the new cursor;
-// at the start of the buffer it does nothing.
+// Removes the character before the cursor from the text and from the window. Returns the new
+// cursor. Does nothing at the start of the buffer.
 char* erase_last_char(WINDOW* window, const char* bufferStart, char* cursor);
 
-// Reads a line at the window's cursor into the buffer, which holds maxLength + 1 bytes; further
-// characters are dropped. A negative maxLength sets no limit. Ends with Enter (*fkeyHit 0) or with
-// a special key (*fkeyHit 1, *fkey its code, the text discarded): Tab, Right and Page Down give 9;
-// Shift-Tab, Left and Page Up 260; the exit key 276 like F12; Home 266 like F2; others themselves.
+// Reads a line at the window's cursor into the buffer, which holds maxLength + 1 bytes. Characters
+// beyond maxLength are dropped; a negative maxLength means no limit. Enter ends the input with
+// *fkeyHit 0. A special key ends it with *fkeyHit 1 and the key's code in *fkey, and the text is
+// discarded. Tab, Right and Page Down report kNextScreenKey; Shift-Tab, Left and Page Up
+// kPreviousScreenKey; the exit key KEY_F(12); Home kStartScreen; other keys their own code.
 //
-// The editor shows the text itself, after every key exactly what the buffer holds; ncurses' own
-// echo stays off, since it would take an erase key for a second character and write across the
-// frame. Characters outside printable ASCII show as '?', and a line too long for the window shows
-// its end.
+// The editor draws the text itself, so that the window shows what the buffer holds after every key.
+// The echo of ncurses stays off: it would draw erase keys as characters and write over the frame.
+// Characters outside printable ASCII are drawn as '?'. Of a line that is too long for the window
+// the end is shown.
 //
-// Returns 0; -1 without a window or buffer (outputs untouched) or when the program is to end, then
-// with the text so far.
+// Returns kOk; -1 without a window or a buffer (outputs untouched), and -1 with the text so far
+// once the program is to end.
 int zrptop_wgetnstr(WINDOW* window, char* buffer, int maxLength, int* fkeyHit, int* fkey);
 
 } // namespace zrp

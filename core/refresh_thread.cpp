@@ -3,6 +3,7 @@
 #include <sched.h>
 #include <unistd.h>
 
+#include "common/result.h"
 #include "core/monitor.h"
 #include "core/screen.h"
 #include "core/signals.h"
@@ -13,17 +14,17 @@ namespace {
 
 constexpr size_t kStackSize = 0x40000;
 
-// A pass that a healthy server answers is over within these turns; the rest of a longer one is
-// slept through, so that waiting for a mute daemon burns no processor.
+// Long enough for a pass that a healthy server answers. After that the wait sleeps, so that a mute
+// daemon does not cost processor time.
 constexpr int kSpins = 100;
-constexpr useconds_t kNapMicroseconds = 1000;
+constexpr useconds_t kSleepMicroseconds = 1000;
 
 void wait_for_pass_end() {
     for (int spin = 0; monitorState.refreshBusy.load() != 0; spin++) {
         if (spin < kSpins) {
             sched_yield();
         } else {
-            usleep(kNapMicroseconds);
+            usleep(kSleepMicroseconds);
         }
     }
 }
@@ -42,10 +43,11 @@ void draw_screen() {
     }
 }
 
-// Nothing signals the condition: a switch, a first draw and the end all wait for the deadline.
+// Compatibility: nothing signals the condition. A switch, a first draw and the end of the program
+// wait for the deadline.
 void wait_for_interval() {
     const int interval = monitorState.refreshInterval.load();
-    monitorState.intervalUnderWay.store(interval);
+    monitorState.currentWaitSeconds.store(interval);
     timespec deadline = {};
     pthread_mutex_lock(&monitorState.refreshMutex);
     clock_gettime(CLOCK_MONOTONIC, &deadline);
@@ -71,7 +73,7 @@ void* refresh_thread(void* /*unused*/) {
         }
     }
     monitorState.refreshThread.store(0);
-    monitorState.refreshStop.store(0); // the acknowledgement: nothing may follow it
+    monitorState.refreshStop.store(0); // acknowledges the stop, so it must be the last statement
     return nullptr;
 }
 
@@ -82,7 +84,7 @@ int start_refresh_thread() {
     monitorState.refreshBusy.store(0);
     monitorState.refreshPaused.store(0);
     pthread_mutex_init(&monitorState.refreshMutex, nullptr);
-    // A clock that is set back must not hold the screens still.
+    // With the wall clock, setting the time back would stop the refresh for that long.
     pthread_condattr_t condition;
     pthread_condattr_init(&condition);
     pthread_condattr_setclock(&condition, CLOCK_MONOTONIC);
@@ -94,10 +96,10 @@ int start_refresh_thread() {
     pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
     pthread_attr_setstacksize(&attributes, kStackSize);
     pthread_t thread = 0;
-    const SignalBlock inheritedByTheThread;
+    const SignalBlock inheritedByThread;
     const int rc = pthread_create(&thread, &attributes, refresh_thread, nullptr);
-    if (rc == 0) {
-        // The thread clears the handle only after a stop was asked for, so never before this.
+    if (rc == kOk) {
+        // The thread clears the handle only after a stop request, so never before this.
         monitorState.refreshThread.store(thread);
         sched_yield();
     }
@@ -107,21 +109,21 @@ int start_refresh_thread() {
 
 int stop_refresh_thread() {
     if (monitorState.refreshThread.load() == 0) {
-        return 0;
+        return kOk;
     }
     monitorState.refreshStop.store(1);
     while (monitorState.refreshStop.load() != 0) {
         sleep(1);
     }
-    return 0;
+    return kOk;
 }
 
-// The thread sets busy and then tests paused; this side sets paused and then tests busy. All four
-// are sequentially consistent, so they have one order. If the thread sets busy before the last look
-// at busy below, that look sees 1 until the pass has ended, whatever it drew. If it sets busy after
-// that look, it tests paused after paused was set, and leaves the main window alone. So once this
-// returns, no pass draws into the main window. The look before paused is set lets a pass that
-// already began finish its drawing.
+// The thread sets busy and then tests paused; this function sets paused and then tests busy. The
+// four accesses are sequentially consistent, so there is a single order of them. If the thread sets
+// busy before the last test of busy below, that test sees 1 until the pass has ended. If it sets
+// busy after that test, it tests paused after paused was set, and does not draw into the main
+// window. So no pass draws into the main window once this function has returned. The first wait
+// lets a pass that has already begun draw to its end.
 void pause_refresh() {
     wait_for_pass_end();
     monitorState.refreshPaused.store(1);

@@ -1,28 +1,26 @@
-// The background thread that keeps the terminal current, and its handshake with the main thread.
+// The background thread that keeps the display current, and its handshake with the main thread.
 //
-// A pass updates the up-time strip and then, unless paused, draws the shown screen. All functions
-// below but the thread itself are called by the main thread only.
+// A pass updates the up-time strip and then, unless paused, draws the shown screen. Only the main
+// thread calls the functions below.
 #pragma once
 
 namespace zrp {
 
-// Starts the thread. The caller requests the first draw before. Returns 0 or the code of the thread
-// creation.
+// Starts the thread; request_first_draw comes before. Returns kOk or the code of pthread_create.
 int start_refresh_thread();
 
-// Asks the thread to end and waits for it: up to the refresh interval, rounded up to whole seconds.
-// Returns 0.
+// Asks the thread to end and waits for it, which takes up to the refresh interval, rounded up to
+// whole seconds. Returns kOk.
 int stop_refresh_thread();
 
-// Waits for the end of a pass under way and takes the main window over: later passes leave it alone
-// until resume_refresh.
+// Waits for the end of the current pass and takes over the main window: later passes do not draw
+// into it until resume_refresh.
 void pause_refresh();
 
-// Gives the main window back and restores its frame at once; its contents follow with the next
-// pass.
+// Releases the main window and restores its frame at once. The next pass restores its contents.
 void resume_refresh();
 
-// Lets the next pass that draws begin with the screen's labels.
+// Makes the next pass that draws begin with the screen's labels.
 void request_first_draw();
 
 } // namespace zrp

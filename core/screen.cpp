@@ -6,8 +6,9 @@ namespace {
 const ScreenSet* screensInUse = nullptr;
 
 const Screen* neighbour(const Screen* screen, size_t steps) {
-    const ScreenSet& set = screen_set();
-    return &set.screens[(static_cast<size_t>(screen - set.screens) + steps) % set.count];
+    const std::span<const Screen> screens = screen_set().screens;
+    const auto index = static_cast<size_t>(screen - screens.data());
+    return &screens[(index + steps) % screens.size()];
 }
 
 } // namespace
@@ -20,11 +21,18 @@ const ScreenSet& screen_set() {
     return *screensInUse;
 }
 
-const Screen* find_screen(int id) {
-    const ScreenSet& set = screen_set();
-    for (size_t i = 0; i < set.count; i++) {
-        if (set.screens[i].id == id) {
-            return &set.screens[i];
+void run_hook(void (*Screen::*hook)()) {
+    for (const Screen& screen : screen_set().screens) {
+        if (screen.*hook != nullptr) {
+            (screen.*hook)();
+        }
+    }
+}
+
+const Screen* find_screen(int key) {
+    for (const Screen& screen : screen_set().screens) {
+        if (screen.key == key) {
+            return &screen;
         }
     }
     return nullptr;
@@ -35,7 +43,7 @@ const Screen* next_screen(const Screen* screen) {
 }
 
 const Screen* previous_screen(const Screen* screen) {
-    return neighbour(screen, screen_set().count - 1);
+    return neighbour(screen, screen_set().screens.size() - 1);
 }
 
 } // namespace zrp

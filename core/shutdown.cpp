@@ -14,14 +14,14 @@ namespace zrp {
 
 void cleanup_and_exit(int /*sig*/) {
     request_termination();
-    // Once more for the transport: a signal before IPCServInit had no exchange to break off.
+    // Again for the transport: a signal that came before IPCServInit could not interrupt it.
     IPCServInterrupt();
     stop_refresh_thread();
     destroy_win(monitorState.mainWindow);
     destroy_win(monitorState.upTimeWindow);
     close_terminal();
     IPCServTerm();
-    screen_set().release();
+    run_hook(&Screen::release);
     close_trace();
     exit(EXIT_SUCCESS);
 }

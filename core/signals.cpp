@@ -17,9 +17,9 @@ namespace {
 
 constexpr int kTerminationSignals[] = {SIGALRM, SIGHUP, SIGINT, SIGPIPE, SIGQUIT, SIGTERM};
 
-// Of the timer behind the last resort. No user sends it, so it cannot come too early.
+// The signal of the last-resort timer; a real-time signal, so that no user sends it by accident.
 const int kLastResortSignal = SIGRTMIN;
-constexpr int kLastResortSeconds = 5; // beyond the longest wait that the refresh thread may be in
+constexpr int kLastResortSeconds = 5; // after the longest wait that the refresh thread may be in
 
 std::atomic<bool> terminationRequest{false};
 std::atomic<bool> stopRequest{false};
@@ -44,7 +44,7 @@ void restore_shell_modes() {
     }
 }
 
-void let_output_flow() {
+void resume_output() {
     termios modes = {};
     if (terminalIsClaimed.load() && tcgetattr(STDIN_FILENO, &modes) == 0) {
         modes.c_iflag &= ~static_cast<tcflag_t>(IXON);
@@ -55,7 +55,7 @@ void let_output_flow() {
 void arm_last_resort() {
     if (hasLastResort) {
         const int longestWait =
-            std::max(monitorState.refreshInterval.load(), monitorState.intervalUnderWay.load());
+            std::max(monitorState.refreshInterval.load(), monitorState.currentWaitSeconds.load());
         itimerspec delay = {};
         delay.it_value.tv_sec = longestWait + kLastResortSeconds;
         timer_settime(lastResortTimer, 0, &delay, nullptr);
@@ -82,8 +82,8 @@ void on_stop(int /*signal*/) {
     errno = savedErrno;
 }
 
-// The terminal's size is read once. With a handler in place ncurses keeps out of resizing, and
-// unlike an ignored signal it is not passed on to programs that the monitor starts.
+// The terminal's size is read once. A handler keeps ncurses from resizing its windows and, unlike
+// SIG_IGN, is not inherited by programs that the monitor starts.
 void on_resize(int /*signal*/) {}
 
 void install(int signal, void (*handler)(int)) {
@@ -133,7 +133,7 @@ void request_termination() {
     }
     IPCServInterrupt();
     wake();
-    let_output_flow();
+    resume_output();
     arm_last_resort();
 }
 
@@ -143,9 +143,9 @@ bool take_stop_request() {
 
 void stop_process() {
     struct sigaction saved = {};
-    struct sigaction byDefault = {};
-    byDefault.sa_handler = SIG_DFL;
-    sigaction(SIGTSTP, &byDefault, &saved);
+    struct sigaction defaultAction = {};
+    defaultAction.sa_handler = SIG_DFL;
+    sigaction(SIGTSTP, &defaultAction, &saved);
     raise(SIGTSTP);
     sigaction(SIGTSTP, &saved, nullptr);
 }

@@ -1,51 +1,50 @@
-// Signals: the wish to end the program, and the wish to stop it for a while.
+// Signals that request the end of the program or suspend it.
 //
-// A handler only notes the wish, wakes the main thread and breaks off waiting exchanges; the main
-// thread acts on it between two keys, where it is neither inside ncurses nor inside malloc. That
-// makes the end happen once, however many signals arrive.
+// A handler only records the request, wakes the main thread and interrupts waiting exchanges. The
+// main thread acts on the request between two keys, when it is inside neither ncurses nor malloc.
+// So the program ends once, however many signals arrive.
 #pragma once
 
 #include <csignal>
 
 namespace zrp {
 
-// Installs the handlers. ncurses finds its own signals taken and leaves them alone.
+// Installs the handlers. Must be called before ncurses starts, which then installs none of its own.
 void install_signal_handlers();
 
-// Remembers the terminal's modes as the user's shell left them. Call it before ncurses changes
-// them.
+// Saves the terminal modes that the shell has set. Must be called before ncurses changes them.
 void remember_terminal_modes();
 
-// The terminal is the monitor's between these two: only then does a request for the end touch it.
-// Releasing it restores the modes remembered, whatever a signal made of them meanwhile.
+// The monitor owns the terminal between these two calls, and a termination request changes the
+// terminal's modes only then. Releasing it restores the saved modes.
 void claim_terminal();
 void release_terminal();
 
-// True once a signal, a lost terminal or the user asked for the end.
+// True once a signal, the loss of the terminal or the user has requested the end.
 bool termination_requested();
 
-// Asks for the end, breaks off exchanges that wait for a daemon and lets a stopped terminal
-// (Ctrl-S) take output again. May be called from a handler.
+// Requests the end of the program, interrupts exchanges that wait for a daemon, and resumes output
+// that Ctrl-S has stopped. May be called from a handler.
 //
-// A terminal that takes no output for another reason (a connection that hangs) holds whoever draws,
-// and nobody could end the program any more. As a last resort it ends a few seconds after the
-// longest regular shutdown: with status 0 and the terminal's modes restored, without the screen
-// that cannot be written.
+// If the terminal accepts no output for another reason, such as a connection that hangs, the thread
+// that draws is blocked and a regular shutdown is impossible. In that case a timer ends the program
+// a few seconds after the longest regular shutdown, with status 0 and the terminal modes restored
+// but without restoring the screen.
 void request_termination();
 
-// True once for each request of the terminal to stop (Ctrl-Z).
+// True once for each stop request from the terminal (Ctrl-Z).
 bool take_stop_request();
 
-// Stops the process as the signal would by itself and returns when it is continued.
+// Stops the process, as SIGTSTP does by default, and returns when it is continued.
 void stop_process();
 
-// Becomes readable when one of the requests above arrives.
+// A descriptor that becomes readable when one of the requests above arrives.
 int signal_fd();
 
-// Empties signal_fd() after a wake-up.
+// Makes signal_fd() unreadable again.
 void drain_signal_fd();
 
-// Blocks every signal for the calling thread and for threads that it starts meanwhile.
+// Blocks all signals for the calling thread and for the threads that it starts meanwhile.
 class SignalBlock {
 public:
     SignalBlock();

@@ -7,6 +7,8 @@
 #include "common/result.h"
 #include "common/transport.h"
 #include "core/key_loop.h"
+#include "core/layout.h"
+#include "core/menu.h"
 #include "core/monitor.h"
 #include "core/refresh_thread.h"
 #include "core/screen.h"
@@ -19,18 +21,6 @@ namespace {
 
 constexpr int kMinLines = 25;
 constexpr int kMinColumns = 40;
-
-constexpr int kStripHeight = 3;
-constexpr int kStripRow = 2;
-constexpr int kMainRow = 5;
-constexpr int kMainHeightLess = 10; // rows of the terminal that the main window leaves
-constexpr int kWindowColumn = 1;
-constexpr int kWindowWidthLess = 2;
-
-constexpr const char* kMenuLines[] = {
-    "[F12] Exit [F2] General [F3] Volume [F4] Connection [F5] Diagnostics",
-    "[F6] Parameters [F7] Version [+/-] sec. [tab] Next Scr",
-};
 
 constexpr option kLongOptions[] = {
     {"?", no_argument, nullptr, 'h'},
@@ -46,7 +36,7 @@ void print_usage() {
     fflush(stdout);
 }
 
-// True when the program goes on.
+// Returns false if the program is to exit.
 bool read_options(int argc, char** argv) {
     for (;;) {
         const int choice = getopt_long(argc, argv, "?hHd", kLongOptions, nullptr);
@@ -72,7 +62,7 @@ void release_on_early_exit() {
     close_trace();
 }
 
-// Tells the user what the terminal lacks. True when it is large enough.
+// If the terminal is too small, returns it to the shell, says so and returns false.
 bool terminal_is_large_enough() {
     const char* lacking = nullptr;
     if (monitorState.screenLines < kMinLines) {
@@ -89,15 +79,6 @@ bool terminal_is_large_enough() {
     return false;
 }
 
-void draw_menu() {
-    const CursesLock lock;
-    int row = 0;
-    for (const char* line : kMenuLines) {
-        print_at(stdscr, row++, 0, "%s", line);
-    }
-    refresh_window(stdscr);
-}
-
 void read_function_keys() {
     const CursesLock lock;
     keypad(stdscr, TRUE);
@@ -109,7 +90,8 @@ int create_uptime_window() {
     if (monitorState.upTimeWindow != nullptr) {
         return kRange;
     }
-    WINDOW* window = create_newwin(kStripHeight, COLS - kWindowWidthLess, kStripRow, kWindowColumn);
+    WINDOW* window =
+        create_newwin(kStripHeight, COLS - kColumnsBesideWindow, kStripRow, kWindowColumn);
     if (window == nullptr) {
         return kNoMemory;
     }
@@ -124,8 +106,8 @@ int create_main_window() {
         return kRange;
     }
     WINDOW* window =
-        create_newwin(monitorState.screenLines - kMainHeightLess,
-                      monitorState.screenCols - kWindowWidthLess, kMainRow, kWindowColumn);
+        create_newwin(monitorState.screenLines - kMainRow - kRowsBelowMainWindow,
+                      monitorState.screenCols - kColumnsBesideWindow, kMainRow, kWindowColumn);
     if (window == nullptr) {
         return kNoMemory;
     }
@@ -140,8 +122,8 @@ int run_monitor(int argc, char** argv, const ScreenSet& screens) {
         return EXIT_FAILURE;
     }
     use_screens(screens);
-    screens.clear();
-    monitorState.currentScreen.store(kGeneralScreen);
+    run_hook(&Screen::clear);
+    monitorState.currentScreen.store(kStartScreen);
     if (!read_options(argc, argv)) {
         return EXIT_SUCCESS;
     }
@@ -154,12 +136,12 @@ int run_monitor(int argc, char** argv, const ScreenSet& screens) {
         return EXIT_SUCCESS;
     }
     draw_menu();
-    screens.prepare();
+    run_hook(&Screen::prepare);
     create_uptime_window();
     create_main_window();
     request_first_draw();
     start_refresh_thread();
-    read_function_keys(); // the thread may draw by now
+    read_function_keys();
     key_loop();
 }
 

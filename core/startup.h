@@ -5,12 +5,13 @@
 
 namespace zrp {
 
-// Runs the monitor with the program's arguments on the given screens. Returns only when it refuses
-// to start: 1 when not root, 0 after the usage text or on a terminal that is too small.
+// Runs the monitor with the program's arguments and the given screens. Returns an exit status, and
+// only if the monitor does not start: EXIT_FAILURE if the user is not root, EXIT_SUCCESS after the
+// usage text and on a terminal that is too small.
 int run_monitor(int argc, char** argv, const ScreenSet& screens);
 
-// The two permanent windows. Each returns 0, 34 when its window exists already, 12 when it cannot
-// be made.
+// Create the two permanent windows. Return kOk; kRange if the window exists already; kNoMemory if
+// ncurses cannot create it.
 int create_uptime_window();
 int create_main_window();
 

@@ -25,7 +25,7 @@ constexpr ColourPair kColourPairs[] = {
 } // namespace
 
 void open_terminal() {
-    // The locale of characters only: numbers keep their form whatever the user's locale writes.
+    // Not LC_ALL: numbers look the same in every locale.
     setlocale(LC_CTYPE, "");
     initscr();
     claim_terminal();
@@ -47,7 +47,7 @@ void open_terminal() {
 void close_terminal() {
     const CursesLock lock;
     if (isendwin()) {
-        return; // the shell has it back already, since the program was stopped
+        return; // the program was suspended, so the shell owns the terminal already
     }
     endwin();
     curs_set(1);

@@ -1,14 +1,13 @@
-// The terminal as the monitor sets it up and gives it back.
+// Sets up the terminal and restores it.
 #pragma once
 
 namespace zrp {
 
-// Switches to the full screen with colours, keys one by one and without a cursor, and reads the
-// terminal's size into monitorState. ncurses itself ends the process with status 1 when it does not
-// know the terminal.
+// Switches the terminal to the full screen, with colours, unbuffered keys and no cursor, and stores
+// its size in monitorState. If ncurses does not know the terminal, it exits with status 1 itself.
 void open_terminal();
 
-// Gives the terminal back as it was.
+// Restores the terminal.
 void close_terminal();
 
 } // namespace zrp

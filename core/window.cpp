@@ -11,7 +11,7 @@
 namespace zrp {
 namespace {
 
-// Room for formatted text: more than any terminal's row can show.
+// More than a row of any terminal can show.
 constexpr size_t kTextSize = 8192;
 
 constexpr char kReplacement = '?';
@@ -19,9 +19,9 @@ constexpr char kReplacement = '?';
 std::recursive_mutex cursesMutex;
 
 struct Glyph {
-    size_t bytes;  // that the text holds
-    int columns;   // that it takes on the terminal
-    bool harmless; // shows as itself
+    size_t bytes;   // its length in the text
+    int columns;    // its width on the terminal
+    bool printable; // or it is replaced
 };
 
 Glyph next_glyph(const char* text, size_t length, mbstate_t* state) {
@@ -38,7 +38,7 @@ Glyph next_glyph(const char* text, size_t length, mbstate_t* state) {
     return {bytes, columns, true};
 }
 
-// Makes the text harmless in place and cuts it to the columns. It never grows.
+// Replaces what is not printable and cuts the text to the columns, in place.
 void make_printable(char* text, int columns) {
     mbstate_t state = {};
     const char* end = text + strlen(text);
@@ -49,7 +49,7 @@ void make_printable(char* text, int columns) {
         if (columns < 0) {
             break;
         }
-        if (glyph.harmless) {
+        if (glyph.printable) {
             memmove(kept, at, glyph.bytes);
             kept += glyph.bytes;
         } else {
@@ -107,7 +107,7 @@ void clear_window(WINDOW* window) {
 
 void refresh_window(WINDOW* window) {
     const CursesLock lock;
-    if (!isendwin()) { // or ncurses would take the terminal from the shell
+    if (!isendwin()) { // else the program is suspended, and wrefresh would take the terminal back
         wrefresh(window);
     }
 }

@@ -1,15 +1,15 @@
-// Boxed windows and the one way to print into them.
+// Boxed windows and printing into them.
 //
-// Two threads draw, and ncurses itself is not made for that: every call into it happens while a
-// CursesLock is held. The functions below take it themselves; a caller holds it over several of
-// them when the terminal must not show a state in between. Nobody waits for input while holding it.
+// Two threads draw, and ncurses is not thread-safe, so every call into it is made with a CursesLock
+// held. The functions below take the lock themselves. A caller holds it over several calls if the
+// terminal must not show the state between them. Nobody waits for input while holding it.
 #pragma once
 
 #include <ncurses.h>
 
 namespace zrp {
 
-// Holds the right to call ncurses. May be nested within one thread.
+// Holds the lock of ncurses, which is recursive.
 class CursesLock {
 public:
     CursesLock();
@@ -21,20 +21,20 @@ public:
 inline constexpr short kBoxedPair = 3; // white on blue: every boxed window
 inline constexpr short kMenuPair = 5;  // cyan on black: the standard screen
 
-// Makes a framed window of the given size and place and shows it. Null when ncurses cannot make it.
+// Creates a framed window and shows it. Returns null if ncurses cannot create it.
 WINDOW* create_newwin(int height, int width, int startY, int startX);
 
-// Wipes the window and its frame from the terminal and deletes it. Null is ignored.
+// Erases the window and its frame from the terminal and deletes it. Null is ignored.
 void destroy_win(WINDOW* window);
 
-// Draws the frame into the window; shown by the next refresh_window.
+// Draws the frame into the window. The next refresh_window shows it.
 void draw_frame(WINDOW* window);
 
 void clear_window(WINDOW* window);
 void refresh_window(WINDOW* window);
 
-// Cells between the frames, on the terminal's menu lines the whole width: first and last column
-// that text may use.
+// The first and last row and column that text may use: the cells inside the frame, or all cells of
+// stdscr, which has no frame.
 struct Inside {
     int firstRow;
     int lastRow;
@@ -43,10 +43,10 @@ struct Inside {
 };
 Inside inside_of(WINDOW* window);
 
-// Prints formatted text at a row and column of the window; shown by the next refresh_window. What
-// would pass the inside of the window is cut, a row outside it prints nothing. Control characters,
-// bytes that are no text in the locale and characters without a width become '?', so that nothing a
-// server sends can steer the terminal.
+// Prints formatted text at a row and column of the window. The next refresh_window shows it. Text
+// is cut at the inside of the window; a row outside it prints nothing. Control characters, bytes
+// that are not valid in the locale and characters without a width become '?', so that nothing a
+// server sends controls the terminal.
 [[gnu::format(printf, 4, 5)]] void print_at(WINDOW* window, int row, int column, const char* format,
                                             ...);
 

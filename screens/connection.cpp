@@ -4,16 +4,17 @@
 #include <climits>
 #include <cstring>
 
-#include "common/requests/connection_information.h"
+#include "common/requests/connections.h"
 #include "common/result.h"
 #include "core/monitor.h"
 #include "core/window.h"
 #include "screens/dialog.h"
+#include "screens/labels.h"
 
 namespace zrp {
 
 int selectedConnection = kNoConnection;
-ConnectionEntry connectionPage[kConnectionsOfPage];
+ConnectionEntry connectionPage[kConnectionsPerPage];
 
 namespace {
 
@@ -27,10 +28,7 @@ constexpr DialogPrompt kPrompt = {kTraceTag, 12,
 
 constexpr const char* kNotLoggedIn = "NOT LOGGED IN"; // the name of a station without a user
 
-constexpr int kTitleRow = 1;
-constexpr int kTitleColumn = 5;
 constexpr int kTitleValueColumn = 18;
-constexpr int kLabelColumn = 8;
 constexpr int kValueColumn = 26;
 
 enum Row : int {
@@ -41,26 +39,18 @@ enum Row : int {
     kOpenFilesRow,
 };
 
-struct Label {
-    int row;
-    int column;
-    const char* text;
-};
-
 constexpr Label kLabels[] = {
-    {kTitleRow, kTitleColumn, "Connection:"},
-    {kLoginTimeRow, kLabelColumn, "     Login time:"},
-    {kNetworkAddressRow, kLabelColumn, "Network address:"},
-    {kBytesReadRow, kLabelColumn, "     bytes Read:"},
-    {kBytesWrittenRow, kLabelColumn, "  bytes Written:"},
-    {kOpenFilesRow, kLabelColumn, "     Open files:"},
+    {kLoginTimeRow, "     Login time:"}, {kNetworkAddressRow, "Network address:"},
+    {kBytesReadRow, "     bytes Read:"}, {kBytesWrittenRow, "  bytes Written:"},
+    {kOpenFilesRow, "     Open files:"},
 };
 
-// Any of these status bits says that there is more to show than a name.
-constexpr uint32_t kDetailedStatus = 0x221;
+// Compatibility: the details of a connection are shown if any of these status bits is set. What
+// each of them means is not known.
+constexpr uint32_t kAnyDetailsStatus = 0x200 | 0x20 | 0x1;
 
-// Where there is no further page, the list starts again.
-int or_top(int startIndex) {
+// The start of a page; the page after the last one is the first.
+int wrapped_page_start(int startIndex) {
     return startIndex == kNoConnection ? 0 : startIndex;
 }
 
@@ -68,8 +58,8 @@ bool is_logged_in(const ConnectionEntry& entry) {
     return strcmp(entry.name, kNotLoggedIn) != 0;
 }
 
-// Draws the page that starts at a station. Returns what fetchConnectionPage does; on failure the
-// window is left alone.
+// Draws the page that starts at a station. Returns the result of fetchConnectionPage; on failure
+// the window is unchanged.
 int displayConnectionPage(WINDOW* window, int startIndex, int* nextStart) {
     int count = 0;
     const int rc = fetchConnectionPage(startIndex, &count, nextStart);
@@ -89,7 +79,7 @@ int displayConnectionPage(WINDOW* window, int startIndex, int* nextStart) {
 
 enum class Answer { kPage, kQuit, kChosen };
 
-// What a typed line asks for. Another page starts at *pageStart.
+// What a typed line requests. For Answer::kPage, *pageStart is the start of that page.
 Answer act_on_line(const char* line, int nextStart, int* pageStart) {
     trace("%s: normal string = %s\n", kTraceTag, line);
     if (*line == '-') {
@@ -97,7 +87,7 @@ Answer act_on_line(const char* line, int nextStart, int* pageStart) {
         return Answer::kPage;
     }
     if (*line == '+') {
-        *pageStart = or_top(nextStart);
+        *pageStart = wrapped_page_start(nextStart);
         return Answer::kPage;
     }
     if (is_quit(line)) {
@@ -107,8 +97,8 @@ Answer act_on_line(const char* line, int nextStart, int* pageStart) {
     return Answer::kChosen;
 }
 
-// Ends with a selected connection, with none when the user quits or a page cannot be fetched. Once
-// the program is to end, both the line editor and the fetch fail.
+// Returns when a connection is selected, the user quits or a page cannot be fetched. Once the
+// program is to end, both the line editor and the fetch fail, so the loop ends.
 void select_connection(WINDOW* window, int* fkeyHit, int* fkey) {
     int pageStart = 0;
     int nextStart = kNoConnection;
@@ -139,9 +129,9 @@ void draw_details(WINDOW* window, const ConnectionInformation& information,
 
 int fetchConnectionPage(int startIndex, int* count, int* nextStart) {
     *nextStart = kNoConnection;
-    const int rc = QueryConnections(or_top(startIndex), kConnectionsOfPage, connectionPage, count);
-    if (*count == kConnectionsOfPage) {
-        const int last = connectionPage[kConnectionsOfPage - 1].stationNumber;
+    const int rc = QueryConnections(wrapped_page_start(startIndex), connectionPage, count);
+    if (*count == kConnectionsPerPage) {
+        const int last = connectionPage[kConnectionsPerPage - 1].stationNumber;
         *nextStart = last == INT_MAX ? kNoConnection : last + 1;
     }
     return rc;
@@ -149,7 +139,7 @@ int fetchConnectionPage(int startIndex, int* count, int* nextStart) {
 
 int fetchConnectionEntry(int station, ConnectionEntry* entry) {
     int count = 0;
-    const int rc = QueryConnections(station, 1, entry, &count);
+    const int rc = QueryConnections(station, {entry, 1}, &count);
     if (rc == kOk && count == 0) {
         return kInvalid;
     }
@@ -168,15 +158,7 @@ int SelectConnectionNumber(int* fkeyHit, int* fkey) {
 }
 
 int drawConnectionLabels(WINDOW* window) {
-    if (window == nullptr) {
-        return kRange;
-    }
-    draw_frame(window);
-    for (const Label& label : kLabels) {
-        print_at(window, label.row, label.column, "%s", label.text);
-    }
-    refresh_window(window);
-    return kOk;
+    return draw_labels(window, "Connection:", kLabels);
 }
 
 int updateConnectionWindow(WINDOW* window) {
@@ -197,7 +179,7 @@ int updateConnectionWindow(WINDOW* window) {
     print_at(window, kTitleRow, kTitleValueColumn, "(%d) %s", selectedConnection,
              information->entry.name);
     refresh_window(window);
-    if ((information->status & kDetailedStatus) != 0) {
+    if ((information->status & kAnyDetailsStatus) != 0) {
         draw_details(window, *information, entry);
     }
     refresh_window(window);

@@ -3,40 +3,40 @@
 
 #include <ncurses.h>
 
-#include "common/requests/connection_list.h"
+#include "common/requests/connections.h"
 
 namespace zrp {
 
-inline constexpr int kConnectionsOfPage = 10;
+inline constexpr int kConnectionsPerPage = 10;
 inline constexpr int kNoConnection = -1;
 
-// Station number of the shown connection, or -1. Written by the dialog while the refresh thread is
-// paused.
+// Station number of the shown connection, or kNoConnection. Written by the dialog while the refresh
+// thread is paused.
 extern int selectedConnection;
 
-// The page that the dialog shows. Touched by the main thread only.
-extern ConnectionEntry connectionPage[kConnectionsOfPage];
+// The page that the dialog shows. Main thread only.
+extern ConnectionEntry connectionPage[kConnectionsPerPage];
 
-// Fetches a page of the list, from station startIndex on, into connectionPage: *count entries.
-// *nextStart is the station at which the next page starts, -1 when there is none. A startIndex of
-// -1 is the top of the list. Returns 0, 12 without memory, the transport's code or the server's
-// error.
+// Fetches the page of the list that starts at station startIndex, or at the top for kNoConnection,
+// into connectionPage. *count is the number of entries, *nextStart the station at which the next
+// page starts, or kNoConnection after the last page. Both are set on failure too. Returns kOk,
+// kNoMemory, the transport's code or the server's error.
 int fetchConnectionPage(int startIndex, int* count, int* nextStart);
 
-// Fetches the list's entry of that station, or the next one behind it. Returns 0, 22 when it cannot
-// be read, or a code like above.
+// Fetches the first entry of the list from that station on. Returns kOk, kInvalid if there is no
+// entry that can be read, or a code as above.
 int fetchConnectionEntry(int station, ConnectionEntry* entry);
 
-// The dialog, as the table of screens wants it. Sets selectedConnection to what was typed, whether
-// or not there is such a connection; to 0 when a special key ended the dialog. Returns 0, 22
-// without a window, 34 when the user quit or no page could be fetched.
+// The dialog. Sets selectedConnection to the number that was typed, even if there is no such
+// connection. Compatibility: sets it to 0 if a special key ended the dialog. Returns kOk, kInvalid
+// without a window, kRange if the user quit or no page could be fetched.
 int SelectConnectionNumber(int* fkeyHit, int* fkey);
 
-// Draws the frame and the labels. Returns 0, or 34 without a window.
+// Draws the frame and the labels. Returns kOk, or kRange without a window.
 int drawConnectionLabels(WINDOW* window);
 
-// Draws the connection's values. Returns 0, 34 without a window, or the code with which a request
-// failed; the old values then stay.
+// Draws the values of the connection. Returns kOk, kRange without a window, or the code of a failed
+// request, which leaves the old values on the screen.
 int updateConnectionWindow(WINDOW* window);
 
 } // namespace zrp

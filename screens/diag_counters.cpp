@@ -11,13 +11,13 @@
 namespace zrp {
 namespace {
 
-using Link = std::unique_ptr<DiagCounter>; // a bucket, or the way from a counter to the next
+using Link = std::unique_ptr<DiagCounter>; // the head of a bucket, or the link to the next counter
 
 Link& bucket_of(DiagHashTable* table, const char* name) {
     return table->buckets[diag_hash(name, kDiagBuckets, kDiagHashSeed)];
 }
 
-// The link that holds the counter of that name, or the empty one at the end of the chain.
+// The link to the counter of that name, or the empty link at the end of the chain.
 Link& find_link(Link& bucket, const char* name) {
     Link* link = &bucket;
     for (DiagCounter* counter = link->get(); counter != nullptr && strcmp(counter->name, name) != 0;

@@ -1,8 +1,8 @@
 // The counter store: for each daemon a table from a counter's name to its last value.
 //
-// The tables are filled with the known names at start-up and never grow. The main thread makes them
-// before the refresh thread starts and releases them after it has ended; in between only the
-// refresh thread touches them.
+// The tables are filled with the known names at start-up and never grow. The main thread creates
+// them before the refresh thread starts and releases them after it has ended. In between only the
+// refresh thread uses them.
 #pragma once
 
 #include <cstddef>
@@ -11,7 +11,7 @@
 
 namespace zrp {
 
-inline constexpr size_t kDiagNameSize = 64; // a counter's name with its terminator
+inline constexpr size_t kDiagNameSize = 64; // including the terminator
 inline constexpr uint32_t kDiagBuckets = 509;
 inline constexpr uint32_t kDiagHashSeed = 1159241;
 
@@ -31,22 +31,23 @@ extern std::unique_ptr<DiagHashTable> bksDiagTable;    // counters of the storag
 // The bucket of a name among `modulus` buckets.
 uint32_t diag_hash(const char* name, uint32_t modulus, uint32_t seed);
 
-// An empty table. Null without memory.
+// Creates an empty table. Returns null without memory.
 std::unique_ptr<DiagHashTable> hashtable_create();
 
-// Adds a counter with the value 0 behind the others of its bucket. One that is there already moves
-// to the front of its bucket and keeps its value. Without memory nothing is added. A name that does
-// not fit a counter ends the process: it can only be a programming error.
+// Appends a counter with the value 0 to its bucket. A counter that exists already moves to the
+// front of its bucket and keeps its value. Without memory nothing is added. A name that is too long
+// for a counter is a programming error and aborts the process.
 void hashtable_insert(DiagHashTable* table, const char* name);
 
-// The counter of that name, which moves to the front of its bucket, or null. A null table holds
-// none.
+// Moves the counter of that name to the front of its bucket and returns it. Returns null if there
+// is none or no table.
 DiagCounter* hashtable_lookup(DiagHashTable* table, const char* name);
 
-// Makes and fills both tables. Without memory a table stays null, and the one after it too.
+// Creates and fills both tables, the main daemon's first. Without memory for a table, it and those
+// after it stay null.
 void inithashtable();
 
-// Frees both tables, where they exist.
+// Frees both tables.
 void releasehashtable();
 
 } // namespace zrp

@@ -5,15 +5,15 @@
 
 namespace zrp {
 
-inline constexpr int32_t kFirstBksGroup = 10; // from here on the storage daemon is asked
+inline constexpr int32_t kFirstBksGroup = 10; // the counters from here on are the storage daemon's
 
-inline constexpr int kDiagRows = 10;         // of the largest group
-inline constexpr int kFirstDiagRow = 2;      // row i of a group stands on line kFirstDiagRow + i
-inline constexpr int kDiagLabelWidth = 37;   // a label ends in this column
-inline constexpr int kUnevenLabelWidth = 38; // of two labels that stand one column further right
+inline constexpr int kMaxDiagRows = 10;    // rows of the largest group
+inline constexpr int kFirstDiagRow = 2;    // row of the window for the first row of a group
+inline constexpr int kDiagLabelWidth = 37; // labels are right-aligned
+inline constexpr int kWideLabelWidth = 38; // Compatibility: two labels are one column wider
 
 struct DiagRow {
-    const char* label = nullptr; // null behind the last row of a group
+    const char* label = nullptr; // null after the last row of a group
     const char* key = nullptr;
     int labelWidth = kDiagLabelWidth;
 };
@@ -21,10 +21,10 @@ struct DiagRow {
 struct DiagGroup {
     int32_t type; // what the user types
     const char* title;
-    DiagRow rows[kDiagRows + 1];
+    DiagRow rows[kMaxDiagRows + 1];
 };
 
-// The group of that number, or null: 9 and 10, and whatever lies outside 1 to 18, show none.
+// The group of that number, or null. There are groups 1 to 8 and 11 to 18.
 const DiagGroup* find_diag_group(int32_t type);
 
 } // namespace zrp

@@ -1,7 +1,7 @@
-// The counters of both daemons by name.
+// The names of the counters of both daemons.
 //
-// A name is spelled once: the groups take it through its constant, so that what a group looks up is
-// always a counter that its table holds. Some counters are stored and shown in no group.
+// Each name is written once. The groups refer to it by its constant, so a group can only look up a
+// counter that the table holds. Some counters are stored but shown in no group.
 #pragma once
 
 namespace zrp {

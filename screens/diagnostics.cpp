@@ -1,5 +1,8 @@
 #include "screens/diagnostics.h"
 
+#include <utility>
+
+#include "common/engine/query.h"
 #include "common/requests/diagnostics.h"
 #include "common/result.h"
 #include "core/monitor.h"
@@ -7,6 +10,7 @@
 #include "screens/diag_counters.h"
 #include "screens/diag_groups.h"
 #include "screens/dialog.h"
+#include "screens/labels.h"
 
 namespace zrp {
 
@@ -15,22 +19,20 @@ int32_t diagValueColumn = 1;
 
 namespace {
 
-constexpr int kTitleRow = 1;
-constexpr int kTitleColumn = 5;
-constexpr int kLabelColumn = 1;
+constexpr int kGroupLabelColumn = 1;
 constexpr int kColumnLeftOfValues = 38;
 
-// A group that was never filled: its rows hold only the colon.
-constexpr int32_t kColonGroup = 9;
-constexpr int kColonFirstRow = 1;
-constexpr int kColonLastRow = 4;
+// Compatibility: this number is of no group and shows four colons.
+constexpr int32_t kFourColonsType = 9;
+constexpr int kFirstColonRow = 1;
+constexpr int kLastColonRow = 4;
 
 constexpr const char* kDialogTag = "SelectDiagnosticsType";
 constexpr int kDialogHeight = 14;
 constexpr int kMenuFirstRow = 2;
 constexpr int kMenuColumn = 10;
 constexpr DialogPrompt kPrompt = {kDialogTag, 11, "Enter selection ? "};
-constexpr int32_t kEndOfTypes = 19;
+constexpr int32_t kMaxDiagType = 18;
 
 constexpr const char* kMenuLines[] = {
     "1 - Directory Cache             11 zrp2bks Manage I/F",
@@ -45,38 +47,56 @@ constexpr const char* kMenuLines[] = {
 
 // Where a group's counters come from.
 struct Source {
-    const DiagnosticsDaemon& daemon;
+    Peer peer;
+    char* (*build)(uint32_t* length, int level, int resetAll);
+    int (*scan)(char* reply, int replyLength, int* cursor, DiagnosticName& name, int32_t* value);
+    bool isWrapped; // the document travels inside a binary message
     const std::unique_ptr<DiagHashTable>& table;
-    int exchangeFailure; // result of a failed exchange; 0 for the transport's own code
+    int exchangeFailure; // the result if the exchange fails; kOk: the transport's code
 };
 
-// The group whose labels stand in the window. Refresh thread only.
+// The group whose labels the window shows. Refresh thread only.
 int32_t labelledType = kNoDiagType;
 
-constexpr Source kServerSource = {kServerDiagnostics, serverDiagTable, kInvalid};
-constexpr Source kBksSource = {kBksDiagnostics, bksDiagTable, 0};
+// Compatibility: a failed exchange gives kInvalid for the main daemon only.
+constexpr Source kServerSource = {kMainDaemon, BuildDiagnosticsRequest, ScanDiagnosticsReply,
+                                  false,       serverDiagTable,         kInvalid};
+constexpr Source kBksSource = {kStorageDiagnostics,
+                               BuildZrp2bksDiagnosticRequest,
+                               ScanZrp2bksDiagnosticReply,
+                               true,
+                               bksDiagTable,
+                               kOk};
 
 const Source& source_of(int32_t type) {
     return type < kFirstBksGroup ? kServerSource : kBksSource;
 }
 
+HeapText build_message(const Source& source, uint32_t* length) {
+    HeapText document(source.build(length, kDiagnosticsLevel, 0));
+    if (document == nullptr || !source.isWrapped) {
+        return document;
+    }
+    return HeapText(WrapDiagnosticRequest(document.get(), *length, length));
+}
+
 int fetch_counters(const Source& source, Reply* reply) {
     uint32_t length = 0;
-    HeapText request = BuildDiagnosticsMessage(source.daemon, &length);
+    HeapText request = build_message(source, &length);
     if (request == nullptr) {
         return kNoMemory;
     }
-    const int rc = send_query(source.daemon.peer, std::move(request), length, nullptr, reply);
-    return rc != kOk && source.exchangeFailure != 0 ? source.exchangeFailure : rc;
+    const int rc =
+        send_query({.peer = source.peer, .checksReply = false}, std::move(request), length, reply);
+    return rc != kOk && source.exchangeFailure != kOk ? source.exchangeFailure : rc;
 }
 
-// Counters that the reply does not name keep their values.
+// Counters that are not in the reply keep their values.
 void store_counters(const Source& source, const Reply& reply) {
     int cursor = 0;
     DiagnosticName name;
     int32_t value = 0;
-    while (ScanDiagnostics(source.daemon, reply.text.get(), reply.length, &cursor, name, &value) ==
-           kOk) {
+    while (source.scan(reply.text.get(), reply.length, &cursor, name, &value) == kOk) {
         DiagCounter* counter = hashtable_lookup(source.table.get(), name);
         if (counter == nullptr) {
             trace("find %s --- NOT FOUND\n", name);
@@ -95,23 +115,23 @@ void draw_values(WINDOW* window, const Source& source, const DiagGroup& group) {
     }
 }
 
-void draw_labels(WINDOW* window, const DiagGroup& group) {
+void draw_group_labels(WINDOW* window, const DiagGroup& group) {
     print_at(window, kTitleRow, kTitleColumn, "%s", group.title);
     int row = kFirstDiagRow;
     for (const DiagRow* shown = group.rows; shown->label != nullptr; shown++) {
-        print_at(window, row++, kLabelColumn, "%*s", shown->labelWidth, shown->label);
+        print_at(window, row++, kGroupLabelColumn, "%*s", shown->labelWidth, shown->label);
     }
 }
 
 void draw_colons(WINDOW* window) {
-    for (int row = kColonFirstRow; row <= kColonLastRow; row++) {
-        print_at(window, row, kLabelColumn, ":");
+    for (int row = kFirstColonRow; row <= kLastColonRow; row++) {
+        print_at(window, row, kGroupLabelColumn, ":");
     }
 }
 
-// A number that the dialog rejects is in force all the same, while the labels of the group before
-// it still stand.
-void drop_labels_of_other_group(WINDOW* window) {
+// A number that the dialog rejects takes effect without a switch of screens, so the window may
+// still show the labels of the group before it.
+void replace_outdated_labels(WINDOW* window) {
     if (labelledType != kNoDiagType && labelledType != currentDiagType) {
         const CursesLock lock;
         werase(window);
@@ -144,7 +164,7 @@ int SelectDiagnosticsType(int* fkeyHit, int* fkey) {
         return kInvalid;
     }
     currentDiagType = typed_number(input);
-    return currentDiagType < kEndOfTypes ? kOk : kInvalid;
+    return currentDiagType <= kMaxDiagType ? kOk : kInvalid;
 }
 
 int drawDiagnosticsLabels(WINDOW* window) {
@@ -157,8 +177,8 @@ int drawDiagnosticsLabels(WINDOW* window) {
     labelledType = currentDiagType;
     const DiagGroup* group = find_diag_group(currentDiagType);
     if (group != nullptr) {
-        draw_labels(window, *group);
-    } else if (currentDiagType == kColonGroup) {
+        draw_group_labels(window, *group);
+    } else if (currentDiagType == kFourColonsType) {
         draw_colons(window);
     }
     refresh_window(window);
@@ -172,7 +192,7 @@ int updateDiagnosticsWindow(WINDOW* window) {
     if (window == nullptr) {
         return kRange;
     }
-    drop_labels_of_other_group(window);
+    replace_outdated_labels(window);
     const Source& source = source_of(currentDiagType);
     Reply reply;
     const int rc = fetch_counters(source, &reply);

@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "common/result.h"
+#include "core/layout.h"
 #include "core/line_editor.h"
 #include "core/monitor.h"
 #include "core/window.h"
@@ -13,16 +14,12 @@
 namespace zrp {
 namespace {
 
-constexpr int kFirstRow = 5;
-constexpr int kFirstColumn = 1;
-constexpr int kWidthLess = 2;
-
 constexpr int kPromptColumn = 1;
 
 } // namespace
 
 DialogWindow::DialogWindow(const char* traceTag, int height)
-    : window(create_newwin(height, COLS - kWidthLess, kFirstRow, kFirstColumn)) {
+    : window(create_newwin(height, COLS - kColumnsBesideWindow, kMainRow, kWindowColumn)) {
     if (window == nullptr) {
         trace("%s: create_newwin() failed err=%d\n", traceTag, errno);
         return;

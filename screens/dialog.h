@@ -1,8 +1,7 @@
-// What the selection dialogs share: a window that never outlives its dialog, and the walk from the
-// prompt to the typed line.
+// What the selection dialogs share: the window, and the prompt with the line that is typed.
 //
-// A dialog runs on the main thread while the refresh thread is paused. Its loop must end when
-// ask_user fails: the line editor fails for good once the program is to end.
+// A dialog runs on the main thread while the refresh thread is paused. A loop of a dialog must end
+// when ask_user fails, because the line editor keeps failing once the program is to end.
 #pragma once
 
 #include <ncurses.h>
@@ -12,9 +11,9 @@ namespace zrp {
 inline constexpr int kDialogInputMax = 32; // characters of a typed line
 using DialogInput = char[kDialogInputMax + 1];
 
-// A framed window over the top of the main window with function keys switched on; wiped off the
-// terminal at the end of its scope. Test get() for null; the trace then has the reason, under the
-// dialog's name.
+// A framed window over the top of the main window, with function keys enabled. It is erased from
+// the terminal at the end of its scope. get() is null if ncurses cannot create the window; the
+// trace has the reason then.
 class DialogWindow {
 public:
     DialogWindow(const char* traceTag, int height);
@@ -30,7 +29,7 @@ private:
     WINDOW* window;
 };
 
-// Empties the window down to its frame and shows it, before another page is drawn.
+// Clears the window inside its frame and shows it.
 void clear_dialog(WINDOW* window);
 
 struct DialogPrompt {
@@ -39,17 +38,18 @@ struct DialogPrompt {
     const char* text;
 };
 
-// Shows the prompt and reads a line behind it. A special key that ends the input (*fkeyHit 1, *fkey
-// its code, the input empty) goes to the trace. Returns 0, or the line editor's code.
+// Shows the prompt and reads a line after it with the line editor. If a special key ends the input
+// (*fkeyHit 1, *fkey its code, the input empty), the key is traced. Returns kOk or the line
+// editor's code.
 int ask_user(WINDOW* window, const DialogPrompt& prompt, DialogInput& input, int* fkeyHit,
              int* fkey);
 
-// True for an empty line and for one that begins with "q" or "Q".
+// True for an empty line and for a line that begins with "q" or "Q".
 bool is_quit(const char* input);
 
-// The decimal number at the start of the line: leading blanks and a sign are taken, what follows
-// the digits is ignored, no digits give 0. A number that an int cannot hold gives the nearest one,
-// so that it never passes for another number.
+// The decimal number at the start of the line. Leading blanks and a sign are accepted, text after
+// the digits is ignored, and a line without digits gives 0. A number out of the range of an int
+// gives the nearest int rather than an unrelated number.
 int typed_number(const char* input);
 
 } // namespace zrp

@@ -10,6 +10,7 @@
 #include "common/xml_reader.h"
 #include "core/monitor.h"
 #include "core/window.h"
+#include "screens/labels.h"
 
 namespace zrp {
 namespace {
@@ -17,7 +18,7 @@ namespace {
 constexpr int kValueMax = 4096;
 
 constexpr int kFirstRow = 1;
-constexpr int kEndRow = 12; // the first row that is not written
+constexpr int kEndRow = 12; // one past the last row
 constexpr int kColumn = 5;
 
 constexpr int kUpTimeRow = 1;
@@ -30,8 +31,8 @@ constexpr uint32_t kDay = 24 * kHour;
 
 struct GeneralRowContext {
     WINDOW* window;
-    int row; // next row to write
-    int lastRow;
+    int row;     // next row to write
+    int lastRow; // one past the last row
 };
 
 struct Statistic {
@@ -40,7 +41,7 @@ struct Statistic {
     char value[kValueMax + 1];
 };
 
-// False when the element holds no statistic that can be shown.
+// False if the element cannot be read as a statistic.
 bool read_statistic(char* element, int length, Statistic* statistic) {
     return GetNameValueParm(element, element + length, statistic->name, statistic->type,
                             statistic->value, kValueMax) == kOk;
@@ -104,12 +105,8 @@ void format_up_time(uint32_t seconds, char (&text)[kUpTimeTextSize]) {
 }
 
 int drawGeneralLabels(WINDOW* window) {
-    if (window == nullptr) {
-        return kInvalid;
-    }
-    draw_frame(window);
-    refresh_window(window);
-    return kOk;
+    // Compatibility: the other screens return kRange without a window.
+    return window == nullptr ? kInvalid : draw_labels(window, nullptr, {});
 }
 
 int updateGeneralWindow(WINDOW* window) {

@@ -13,7 +13,7 @@ namespace zrp {
 namespace {
 
 constexpr size_t kTableSize = 256;
-constexpr int kShownItems = 18; // an item behind these gets no place
+constexpr int kShownItems = 18; // Compatibility: further items have no place, even in a tall window
 constexpr int kFirstRow = 1;
 constexpr int kColumn = 1;
 constexpr int kNoRow = -1;
@@ -31,7 +31,7 @@ constexpr const char* kHiddenParameters[] = {
 
 using ParameterItemPtr = std::unique_ptr<ParameterItem, FreeDeleter>;
 
-// Filled from the front. Touched by the refresh thread only, once that runs.
+// Filled from the front. Only the refresh thread uses it while that thread runs.
 ParameterItemPtr parameterTable[kTableSize];
 
 bool is_hidden(const char* name) {
@@ -39,7 +39,7 @@ bool is_hidden(const char* name) {
                        [&](const char* hidden) { return equal_ignoring_case(hidden, name); });
 }
 
-// The next item of the reply that can be shown; null with the reason when there is none.
+// The next item of the reply that is not hidden; null, with the reason, if there is none.
 ParameterItemPtr next_parameter(const Reply& reply, int* offset, int* reason) {
     for (;;) {
         ParameterItemPtr item(static_cast<ParameterItem*>(calloc(1, sizeof(ParameterItem))));

@@ -11,30 +11,31 @@
 namespace zrp {
 
 struct ParameterItem {
-    int row;    // of the screen; -1 until the labels have placed it
-    int column; // where the value starts
+    int row;    // in the window; -1 without a place in it
+    int column; // of the value
     SettingText name;
     SettingText value; // as last fetched
 };
 
 static_assert(sizeof(ParameterItem) == 8200);
 
-// Empties the table of items. Start-up calls it before the refresh thread exists.
+// Empties the table of items.
 void clear_parameter_table();
 
-// Fetches the list of names into the emptied table, without those that are never shown. Returns 0
-// when at least one item was stored, 12 without memory, the transport's code, the server's error,
-// or the scanner's code when the reply names nothing to show.
+// Empties the table and fetches the names of the settings into it, except those that are never
+// shown. Returns kOk if at least one item was stored. Otherwise returns kNoMemory, the transport's
+// code, the server's error, or the scanner's code.
 int loadParameterList();
 
-// Fetches the item's value. Returns 0, or a code like above; the old value is then kept.
+// Fetches the value of an item. Returns kOk, or a code as above, which leaves the old value.
 int fetchParameterValue(ParameterItem* item);
 
-// Fetches the names anew and draws those that have a place. Returns 0, or 34 without a window.
+// Calls loadParameterList and draws the names that have a place. Returns kOk, or kRange without a
+// window.
 int drawParameterLabels(WINDOW* window);
 
-// Fetches and draws the value of every item that has a place. Returns 0 whatever the server said,
-// or 34 without a window.
+// Fetches and draws the value of each item that has a place. Returns kOk even if requests fail, or
+// kRange without a window.
 int updateParameterWindow(WINDOW* window);
 
 } // namespace zrp

@@ -1,6 +1,5 @@
 #include "screens/screen_table.h"
 
-#include "core/monitor.h"
 #include "screens/connection.h"
 #include "screens/diag_counters.h"
 #include "screens/diagnostics.h"
@@ -14,22 +13,40 @@ namespace zrp {
 namespace {
 
 constexpr Screen kScreens[] = {
-    {kGeneralScreen, "General", drawGeneralLabels, updateGeneralWindow, nullptr},
-    {kVolumeScreen, "Volume", drawVolumeLabels, updateVolumeWindow, SelectVolumeNumber},
-    {kConnectionScreen, "Connection", drawConnectionLabels, updateConnectionWindow,
-     SelectConnectionNumber},
-    {kDiagnosticsScreen, "Diagnostics", drawDiagnosticsLabels, updateDiagnosticsWindow,
-     SelectDiagnosticsType},
-    {kParametersScreen, "Parameters", drawParameterLabels, updateParameterWindow, nullptr},
-    {kVersionScreen, "Version", drawVersionFrame, drawVersionWindow, nullptr},
+    {.key = KEY_F(2),
+     .menuText = "General",
+     .drawLabels = drawGeneralLabels,
+     .update = updateGeneralWindow},
+    {.key = KEY_F(3),
+     .menuText = "Volume",
+     .drawLabels = drawVolumeLabels,
+     .update = updateVolumeWindow,
+     .runDialog = SelectVolumeNumber},
+    {.key = KEY_F(4),
+     .menuText = "Connection",
+     .drawLabels = drawConnectionLabels,
+     .update = updateConnectionWindow,
+     .runDialog = SelectConnectionNumber},
+    {.key = KEY_F(5),
+     .menuText = "Diagnostics",
+     .drawLabels = drawDiagnosticsLabels,
+     .update = updateDiagnosticsWindow,
+     .runDialog = SelectDiagnosticsType,
+     .prepare = inithashtable,
+     .release = releasehashtable},
+    {.key = KEY_F(6),
+     .menuText = "Parameters",
+     .drawLabels = drawParameterLabels,
+     .update = updateParameterWindow,
+     .clear = clear_parameter_table},
+    {.key = KEY_F(7),
+     .menuText = "Version",
+     .drawLabels = drawVersionFrame,
+     .update = drawVersionWindow},
 };
 
 } // namespace
 
-constexpr ScreenSet kMonitorScreens = {
-    kScreens,           sizeof kScreens / sizeof *kScreens,
-    updateUpTimeWindow, clear_parameter_table,
-    inithashtable,      releasehashtable,
-};
+constexpr ScreenSet kMonitorScreens = {kScreens, updateUpTimeWindow};
 
 } // namespace zrp

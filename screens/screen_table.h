@@ -1,4 +1,4 @@
-// The six screens of the monitor.
+// The screens of the monitor, a row for each.
 #pragma once
 
 #include "core/screen.h"

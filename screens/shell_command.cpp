@@ -11,16 +11,16 @@
 
 #include "core/signals.h"
 
-// Why not system(): while it runs it ignores SIGINT and SIGQUIT for the whole process, so that a
-// signal meant for the main thread would be lost. Its child inherits the mask of the refresh
-// thread, which blocks every signal, and the terminal, onto which it writes its errors; and nothing
-// can break it off.
+// system() does not do here. It ignores SIGINT and SIGQUIT in the whole process while it runs, so a
+// signal for the main thread would be lost. Its child inherits the signal mask of the refresh
+// thread, which blocks all signals, and the terminal, to which it writes its errors. And it cannot
+// be interrupted.
 
 namespace zrp {
 namespace {
 
-// How long a command goes on at most after the program was asked to end.
-constexpr int kLookMs = 50;
+// How often a termination request is looked for while a command runs.
+constexpr int kPollMilliseconds = 50;
 
 constexpr size_t kDiscardSize = 4096;
 
@@ -53,7 +53,8 @@ struct Pipe {
 struct SpawnAttributes {
     posix_spawnattr_t value;
 
-    // A session of its own: no terminal to write to or get signals from, and one group to kill.
+    // A session of its own has no terminal to write to or to get signals from, and is one process
+    // group to kill.
     SpawnAttributes() {
         sigset_t none;
         sigset_t all;
@@ -88,9 +89,8 @@ struct SpawnStreams {
     SpawnStreams& operator=(const SpawnStreams&) = delete;
 };
 
-// -C lets the shell create the files that it writes to, instead of emptying the file that
-// somebody's link in their place leads to. It keeps ordinary files only: what leads to a device or
-// a FIFO is written to.
+// With -C the shell refuses to truncate an ordinary file, to which somebody may have put a link in
+// place of the output file. It protects ordinary files only: devices and FIFOs are written to.
 pid_t start_shell(const char* command, int output) {
     const SpawnAttributes attributes;
     const SpawnStreams streams(output);
@@ -105,14 +105,14 @@ pid_t start_shell(const char* command, int output) {
     return child;
 }
 
-// Throws away what the command writes until all its processes have closed their end. False when its
-// time is over or the program is to end first.
-bool read_to_end(int reader, std::chrono::milliseconds patience) {
+// Discards the command's output until all its processes have closed their end of the pipe. False if
+// the timeout is over or the program is to end before that.
+bool read_to_end(int reader, std::chrono::milliseconds timeout) {
     using Clock = std::chrono::steady_clock;
-    const auto deadline = Clock::now() + patience;
+    const auto deadline = Clock::now() + timeout;
     pollfd watched = {reader, POLLIN, 0};
     while (!termination_requested() && Clock::now() < deadline) {
-        if (poll(&watched, 1, kLookMs) > 0) {
+        if (poll(&watched, 1, kPollMilliseconds) > 0) {
             char discarded[kDiscardSize];
             const ssize_t size = read(reader, discarded, sizeof discarded);
             if (size == 0 || (size < 0 && errno != EINTR)) {
@@ -135,7 +135,7 @@ int wait_for(pid_t child) {
 
 } // namespace
 
-int run_shell_command(const char* command, std::chrono::milliseconds patience) {
+int run_shell_command(const char* command, std::chrono::milliseconds timeout) {
     if (termination_requested()) {
         errno = ECANCELED;
         return -1;
@@ -146,7 +146,7 @@ int run_shell_command(const char* command, std::chrono::milliseconds patience) {
         return -1;
     }
     Pipe::close_end(output.writer);
-    if (!read_to_end(output.reader, patience)) {
+    if (!read_to_end(output.reader, timeout)) {
         kill(-child, SIGKILL);
     }
     return wait_for(child);

@@ -7,32 +7,32 @@
 #include "common/requests/component_versions.h"
 #include "common/result.h"
 #include "core/window.h"
+#include "screens/labels.h"
 #include "screens/version_files.h"
 
 namespace zrp {
 namespace {
 
-// The version line that a search of this program's file finds; shown from behind the marker on.
+// The version line that a search of this program's file finds. The text after the marker is shown.
 constexpr char kOwnVersionLine[] = "VeRsIoN = 2026-04-22_10:36:02_i386build22-.2048";
 
-constexpr int kTitleRow = 1;
 constexpr int kFirstRow = 2;
 constexpr int kColumn = 5;
 constexpr int kIndentedColumn = 10;
 constexpr int kLabelWidth = 14;
 
-int getOwnVersion(VersionText& text) {
+int get_own_version(VersionText& text) {
     copy_cut(text, kOwnVersionLine + version_markers().component.length);
     return kOk;
 }
 
 struct ComponentRow {
     const char* label;
-    int (*ask)(VersionText& text) = nullptr; // null where nobody runs to be asked
-    const char* file = nullptr;              // searched when asking fails
-    const char* fileElse = nullptr;          // instead of the file, when that is not there
+    int (*query)(VersionText& text) = nullptr; // null: no daemon answers for it
+    const char* file = nullptr;                // searched if the query fails
+    const char* fallbackFile = nullptr;        // searched if the file does not exist
     VersionMarker VersionMarkers::*marker = &VersionMarkers::component;
-    int emptyRowsAfter = 0; // when the row is shown
+    int emptyRowsAfter = 0; // only if the component has a version
 };
 
 constexpr ComponentRow kComponents[] = {
@@ -40,7 +40,7 @@ constexpr ComponentRow kComponents[] = {
      "/opt/velmora/Dirkeep/lib/pqs-modules/libzrpengine.so", &VersionMarkers::engine},
     {"[zrp2bks]", getBksVersion, "/opt/velmora/zrpserv/sbin/zrp2bks"},
     {"[libomw2zrp]", getOmwVersion, "/opt/velmora/lib/libomw2zrp.so"},
-    {"[zrptop]", getOwnVersion},
+    {"[zrptop]", get_own_version},
     {.label = "[zrpshell]", .file = "/opt/velmora/zrpserv/sbin/zrpshell"},
     {.label = "[zrpcon]", .file = "/opt/velmora/zrpserv/sbin/zrpcon", .emptyRowsAfter = 1},
 };
@@ -50,14 +50,15 @@ int probe_file(const ComponentRow& component, VersionText& text) {
         return kNotFound;
     }
     struct stat64 status = {};
-    const bool useElse = component.fileElse != nullptr && stat64(component.file, &status) != 0;
+    const bool useFallback =
+        component.fallbackFile != nullptr && stat64(component.file, &status) != 0;
     const VersionMarker& marker = version_markers().*component.marker;
-    return probeVersionString(useElse ? component.fileElse : component.file, marker.length,
+    return probeVersionString(useFallback ? component.fallbackFile : component.file, marker.length,
                               marker.text, text);
 }
 
 bool find_version(const ComponentRow& component, VersionText& text) {
-    return (component.ask != nullptr && component.ask(text) == kOk) ||
+    return (component.query != nullptr && component.query(text) == kOk) ||
            probe_file(component, text) == kOk;
 }
 
@@ -68,7 +69,7 @@ void drop_line_feed(VersionText& text) {
     }
 }
 
-// Each draws from the row on and returns the row below.
+// These functions draw from the given row on and return the row after the last one drawn.
 
 int draw_components(WINDOW* window, int row, VersionText& text) {
     for (const ComponentRow& component : kComponents) {
@@ -103,12 +104,7 @@ void draw_platform(WINDOW* window, int row, VersionText& text) {
 } // namespace
 
 int drawVersionFrame(WINDOW* window) {
-    if (window == nullptr) {
-        return kRange;
-    }
-    draw_frame(window);
-    refresh_window(window);
-    return kOk;
+    return draw_labels(window, nullptr, {});
 }
 
 int drawVersionWindow(WINDOW* window) {
@@ -116,7 +112,7 @@ int drawVersionWindow(WINDOW* window) {
         return kRange;
     }
     VersionText text;
-    print_at(window, kTitleRow, kColumn, "ZRP Server Components");
+    print_at(window, kTitleRow, kTitleColumn, "ZRP Server Components");
     int row = draw_components(window, kFirstRow, text);
     row = draw_release(window, row, text);
     draw_platform(window, row, text);

@@ -6,12 +6,12 @@
 
 namespace zrp {
 
-// Draws the frame. Returns 0, or 34 without a window.
+// Draws the frame. Returns kOk, or kRange without a window.
 int drawVersionFrame(WINDOW* window);
 
-// Asks the running components, searches the files of those that do not answer, and shows what was
-// found. Runs several commands one after the other; refresh thread only. Returns 0, or 34 without a
-// window.
+// Asks the running components for their versions, searches the files of those that do not answer,
+// and draws what it has found. Refresh thread only, since it uses version_files.h. Returns kOk, or
+// kRange without a window.
 int drawVersionWindow(WINDOW* window);
 
 } // namespace zrp

@@ -4,11 +4,11 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
-#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "common/bounded_copy.h"
+#include "common/open_file.h"
 #include "common/result.h"
 #include "screens/shell_command.h"
 
@@ -23,32 +23,9 @@ constexpr size_t kCommandSize = 8192;
 constexpr size_t kMarkerLineSize = 8192;
 constexpr size_t kReleaseLineSize = 4096;
 
-struct FileCloser {
-    void operator()(FILE* file) const {
-        fclose(file);
-    }
-};
-using File = std::unique_ptr<FILE, FileCloser>;
-
-// The name of a temporary file, free at the start and at the end of the scope.
-class TemporaryName {
-public:
-    explicit TemporaryName(const char* name) : path(name) {
-        remove(path);
-    }
-    ~TemporaryName() {
-        remove(path);
-    }
-    TemporaryName(const TemporaryName&) = delete;
-    TemporaryName& operator=(const TemporaryName&) = delete;
-
-private:
-    const char* path;
-};
-
-// Opens a file that a command of ours has just created. Returns 0, the errno, or 22 for anything
+// Opens a file that a command has just created. Returns kOk, the errno, or kInvalid for anything
 // that the shell did not create.
-int open_created(const char* path, File* file) {
+int open_created(const char* path, OpenFile* file) {
     const int fd = open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) {
         return errno;
@@ -64,25 +41,39 @@ int open_created(const char* path, File* file) {
     return created ? kOk : kInvalid;
 }
 
-// Runs a command that writes to the path and opens what it has written.
-int run_into(const char* path, const char* command, File* file) {
-    const int status = run_shell_command(command);
-    return status != 0 ? status : open_created(path, file);
-}
+// The output of a command that writes to a temporary file, which is removed at the end of the
+// scope.
+struct CommandOutput {
+    // outputPath must outlive the object.
+    CommandOutput(const char* command, const char* outputPath) : path(outputPath) {
+        remove(path);
+        const int status = run_shell_command(command);
+        rc = status != 0 ? status : open_created(path, &file);
+    }
+    ~CommandOutput() {
+        remove(path);
+    }
+    CommandOutput(const CommandOutput&) = delete;
+    CommandOutput& operator=(const CommandOutput&) = delete;
 
-// False at the end of the file. A line longer than the buffer comes in pieces.
+    const char* path;
+    OpenFile file;
+    int rc = kOk; // kOk if the file is open
+};
+
+// False at the end of the file. A line longer than the buffer is read in pieces.
 template <size_t N>
-bool read_line(const File& file, char (&line)[N]) {
+bool read_line(const OpenFile& file, char (&line)[N]) {
     return fgets(line, N, file.get()) != nullptr;
 }
 
-// The end of the file sets no errno: what an earlier call has left there could even read as
-// success, so that it has a code of its own.
-int read_failure(const File& file) {
+// The end of the file does not set errno, so it has a code of its own.
+int read_failure(const OpenFile& file) {
     return ferror(file.get()) != 0 ? errno : kNoData;
 }
 
-// The pieces are read through volatile, so that the compiler cannot put the whole together itself.
+// Volatile keeps the compiler from assembling the marker, which would then be in the program's
+// file.
 VersionMarker assemble_marker(const volatile char* stem, const volatile char* tail) {
     VersionMarker marker = {};
     for (const volatile char* part : {stem, tail}) {
@@ -114,15 +105,13 @@ int probeVersionString(const char* file, size_t markerLength, const char* marker
     if (length < 0 || static_cast<size_t>(length) >= sizeof command) {
         return kInvalid;
     }
-    const TemporaryName name(kMarkerFile);
-    File found;
-    const int rc = run_into(kMarkerFile, command, &found);
-    if (rc != kOk) {
-        return rc;
+    const CommandOutput output(command, kMarkerFile);
+    if (output.rc != kOk) {
+        return output.rc;
     }
     char line[kMarkerLineSize];
-    if (!read_line(found, line)) {
-        return read_failure(found);
+    if (!read_line(output.file, line)) {
+        return read_failure(output.file);
     }
     if (strncmp(line, marker, markerLength) != 0) {
         return kInvalid;
@@ -137,16 +126,14 @@ int getPlatform(VersionText* text) {
     }
     char command[kCommandSize];
     snprintf(command, sizeof command, "uname -i > %s", kPlatformFile);
-    const TemporaryName name(kPlatformFile);
-    File found;
-    const int rc = run_into(kPlatformFile, command, &found);
-    if (rc != kOk) {
-        return rc;
+    const CommandOutput output(command, kPlatformFile);
+    if (output.rc != kOk) {
+        return output.rc;
     }
     char read[kVersionTextSize];
-    const size_t size = fread(read, 1, sizeof read - 1, found.get());
+    const size_t size = fread(read, 1, sizeof read - 1, output.file.get());
     if (size == 0) {
-        return read_failure(found);
+        return read_failure(output.file);
     }
     copy_cut(*text, read, size);
     return kOk;
@@ -156,11 +143,11 @@ int getReleaseLines(VersionText* text) {
     if (text == nullptr) {
         return kInvalid;
     }
-    const File file(fopen(kReleaseFile, "re"));
+    const OpenFile file(fopen(kReleaseFile, "re"));
     if (file == nullptr) {
         return errno;
     }
-    constexpr size_t kRoom = kVersionTextSize - 1; // the last byte closes the list
+    constexpr size_t kRoom = kVersionTextSize - 1; // the last byte is for the empty string
     char line[kReleaseLineSize];
     size_t used = 0;
     while (used + 1 < kRoom && read_line(file, line)) {

@@ -1,10 +1,11 @@
-// What the files of the installed product tell: version markers, release, platform.
+// Versions, release and platform, as the files of the installed product say them.
 //
-// The commands write to files at fixed names, so only one of these functions may run at a time. The
-// files are removed before and after use; the shell overwrites no ordinary file and the reader
-// opens no link and nobody else's file. What remains to somebody who may write to their folders and
-// puts a link, a device or a FIFO there just before the shell looks: the line of a version can be
-// led to a device or a FIFO, and a FIFO that nobody reads holds the screen for kCommandPatience.
+// The commands write to files with fixed names, so only one of these functions may run at a time.
+// The files are removed before and after use. The shell overwrites no ordinary file, and the reader
+// opens no link and no file of another user. A user who may write to the folders of these files,
+// and creates a link, a device or a FIFO at the right moment, can still do two things: redirect the
+// line of a version to a device or a FIFO, and delay the screen by kCommandTimeout with a FIFO that
+// has no reader.
 #pragma once
 
 #include <cstddef>
@@ -24,23 +25,24 @@ struct VersionMarkers {
     VersionMarker component; // of every other component
 };
 
-// The two markers, put together on the first call: a search of this program's own file finds its
-// version line and nothing else.
+// The two markers, assembled on the first call. As literals, a search of this program's own file
+// would find them as well as its version line.
 const VersionMarkers& version_markers();
 
-// Searches a file for its version line; the text behind the marker is cut to the buffer. Returns 0;
-// the status of the commands where that is not 0; 22 when the first line found does not begin with
-// the marker; 61 when there is none; the errno of the temporary file.
+// Searches a file for its version line. The text after the marker is cut to the buffer. Returns
+// kOk; the status of the commands if that is not 0; kInvalid if the first line found does not begin
+// with the marker; kNoData if there is no line; or the errno of the temporary file.
 int probeVersionString(const char* file, size_t markerLength, const char* marker,
                        VersionText& text);
 
-// The hardware platform, with its line feed. Returns 0; the status of the command where that is not
-// 0; 61 when it said nothing; the errno of the temporary file; 22 for a null text.
+// Gives the hardware platform, including the line feed. Returns kOk; the status of the command if
+// that is not 0; kNoData if it printed nothing; kInvalid for a null text; or the errno of the
+// temporary file.
 int getPlatform(VersionText* text);
 
-// The lines of the release file, each NUL-terminated, closed by an empty string. Empty lines are
-// left out, and what does not fit the buffer. Returns 0, 61 when there is no line, the errno of the
-// file, 22 for a null text.
+// Gives the lines of the release file, each NUL-terminated, with an empty string after the last.
+// Empty lines, and text that does not fit into the buffer, are left out. Returns kOk, kNoData if
+// there is no line, kInvalid for a null text, or the errno of the file.
 int getReleaseLines(VersionText* text);
 
 } // namespace zrp

@@ -1,15 +1,16 @@
 #include "screens/volume.h"
 
+#include <cstdio>
 #include <iterator>
 
 #include "common/engine/query.h"
 #include "common/genericCode.h"
 #include "common/requests/volume_information.h"
-#include "common/requests/volume_status.h"
 #include "common/result.h"
 #include "common/xml_reader.h"
 #include "core/monitor.h"
 #include "core/window.h"
+#include "screens/labels.h"
 #include "screens/trace_text.h"
 #include "screens/volume_dialog.h"
 
@@ -18,9 +19,6 @@ namespace {
 
 constexpr const char* kTraceTag = "updateVolumeWindow";
 
-constexpr int kTitleRow = 1;
-constexpr int kTitleColumn = 5;
-constexpr int kLabelColumn = 8;
 constexpr int kValueColumn = kLabelColumn + 21;
 
 enum Row : int {
@@ -33,11 +31,6 @@ enum Row : int {
     kTrusteesRow,
 };
 
-struct Label {
-    int row;
-    const char* text;
-};
-
 constexpr Label kLabels[] = {
     {kStatusRow, "            Status:"},   {kMountPointRow, "       Mount point:"},
     {kShadowRow, "Shadow Mount point:"},   {kCapacityRow, "          Capacity:"},
@@ -45,9 +38,10 @@ constexpr Label kLabels[] = {
     {kTrusteesRow, "     trustee count:"},
 };
 
-constexpr int kShadowVersion = 2; // the version that shows its shadow mount point
+// Compatibility: replies of other versions show "n/a" even if they have a shadow mount point.
+constexpr int kShadowVersion = 2;
 
-// The template parameters below are the records of the versions, which name equal things equally.
+// Record is the record of a version. The versions use the same names for the same fields.
 
 template <typename Record>
 void draw_state(WINDOW* window, int version, const void* block) {
@@ -79,7 +73,7 @@ void draw_volume(WINDOW* window, int version, const void* block) {
 
 using DrawRecord = void (*)(WINDOW* window, int version, const void* block);
 
-// Indexed by the version less one. Version 3 knows no figures; version 6 begins as version 5.
+// Indexed by version - 1. Version 3 has no figures; version 6 begins like version 5.
 constexpr DrawRecord kDrawRecord[] = {
     draw_volume<VolumeInformationV1>, draw_volume<VolumeInformationV1>,
     draw_state<VolumeInformationV3>,  draw_volume<VolumeInformationV4>,
@@ -97,7 +91,8 @@ int query_volume(const char* name, Reply* reply) {
     }
     trace("%s: call QueryZRPServer\n", kTraceTag);
     trace_text(kTraceTag, "request", request.get(), static_cast<int32_t>(length));
-    const int rc = send_query(kMainDaemon, std::move(request), length, nullptr, reply);
+    const int rc =
+        send_query({.peer = kMainDaemon, .checksReply = false}, std::move(request), length, reply);
     if (rc != kOk) {
         trace("%s: QueryZRPServer rc=%d\n", kTraceTag, rc);
         return rc;
@@ -121,16 +116,9 @@ int scan_volume(const Reply& reply, int* version, VolumeRecord* record) {
 } // namespace
 
 int drawVolumeLabels(WINDOW* window) {
-    if (window == nullptr) {
-        return kRange;
-    }
-    draw_frame(window);
-    print_at(window, kTitleRow, kTitleColumn, "Volume: %s", selected_volume_name());
-    for (const Label& label : kLabels) {
-        print_at(window, label.row, kLabelColumn, "%s", label.text);
-    }
-    refresh_window(window);
-    return kOk;
+    char title[sizeof "Volume: " + kVolumeListNameSize];
+    snprintf(title, sizeof title, "Volume: %s", selected_volume_name());
+    return draw_labels(window, title, kLabels);
 }
 
 int updateVolumeWindow(WINDOW* window) {

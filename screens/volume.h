@@ -5,13 +5,13 @@
 
 namespace zrp {
 
-// Draws frame, title and labels. Returns 0, or 34 without a window.
+// Draws the frame, the title and the labels. Returns kOk, or kRange without a window.
 int drawVolumeLabels(WINDOW* window);
 
-// Asks for the selected volume and draws what the record of the answered version holds over the old
-// values. Returns 0, 34 without a window or for a version that is not known, 12 when the volume
-// cannot be asked for, or the code of the exchange, the server or the scanner; the old values then
-// stay.
+// Fetches the selected volume and draws the values that the version of the reply has over the old
+// ones. Returns kOk, kRange without a window and for an unknown version, kNoMemory if the request
+// cannot be built, or the code of the transport, the server or the scanner. On failure the old
+// values stay.
 int updateVolumeWindow(WINDOW* window);
 
 } // namespace zrp

@@ -32,7 +32,7 @@ constexpr int kFirstRow = 1;
 constexpr int kColumns[] = {1, 25, 50};
 constexpr int kColumnCount = 3;
 
-// Later pages run on below the prompt as far as the window goes.
+// Compatibility: later pages have more rows, which go on below the prompt.
 constexpr int kFirstPageRows = 8;
 constexpr int kLaterPageRows = 16;
 
@@ -49,7 +49,7 @@ void empty_volume_list() {
     volumeCount = 0;
 }
 
-// Stores a mounted volume. Returns the count stored.
+// Stores a volume if it is mounted. Returns the number of volumes stored, 0 or 1.
 int store_volume(const ListedName& name, uint32_t status, int64_t number) {
     if ((status & kVolumeMounted) == 0) {
         trace("%s: v=%s stat=%x id=%" PRId64 " NOT MOUNTED\n", kListTag, name, status, number);
@@ -63,7 +63,7 @@ int store_volume(const ListedName& name, uint32_t status, int64_t number) {
     return 1;
 }
 
-// Stores the mounted volumes of a page. Returns the count stored.
+// Stores the mounted volumes of a page. Returns the number of volumes stored.
 int store_page(const Reply& reply) {
     char* const text = reply.text.get();
     ListedName name;
@@ -75,7 +75,7 @@ int store_page(const Reply& reply) {
         trace("%s: ScanListVolumesReply() offset=%d ans=0x%p\n", kListTag, offset,
               static_cast<void*>(text));
         trace_text(kListTag, "reply+offset", text + offset, reply.length - offset);
-        const int rc = scan_listed_volume(text, reply.length, &offset, &name, &status, &number);
+        const int rc = ScanListedVolume(text, reply.length, &offset, &name, &status, &number);
         if (rc != kOk) {
             trace("%s: ScanListVolumesReply() rc=%d\n", kListTag, rc);
             trace("%s: ans=0x%p rc=%d\n", kListTag, static_cast<void*>(text), rc);
@@ -95,14 +95,16 @@ int request_page(int startIndex, Reply* reply) {
         trace("%s: BuildListVolumesRequest(%d) ENOMEM\n", kListTag, startIndex);
         return kNoMemory;
     }
-    const int rc = send_query(kMainDaemon, std::move(request), length, nullptr, reply);
+    const int rc =
+        send_query({.peer = kMainDaemon, .checksReply = false}, std::move(request), length, reply);
     if (rc != kOk) {
         trace("%s: QueryZRPServer() rc=%d\n", kListTag, rc);
     }
     return rc;
 }
 
-// Stores the volumes of a reply. Returns the index of the next page, 0 when there is none.
+// Stores the volumes of a reply and adds their number to *stored. Returns the index of the next
+// page, or 0 after the last page.
 int take_page(const Reply& reply, int* stored) {
     const int rc = check_reply(reply, nullptr);
     if (rc != kOk) {
@@ -120,8 +122,8 @@ int take_page(const Reply& reply, int* stored) {
 // The page of the list that the dialog shows.
 struct ShownPage {
     WINDOW* window;
-    int start;    // volume number that it was drawn from
-    int lastDraw; // what display_volume_list returned
+    int start;    // first volume number
+    int lastDraw; // the result of display_volume_list
 };
 
 void draw_page(ShownPage* page, int start, int rows) {
@@ -135,15 +137,15 @@ void go_to_top(ShownPage* page) {
     }
 }
 
-// The next page begins at the number that equals the count drawn, as users of the dialog know it;
-// behind the end the pages begin again.
+// Compatibility: the next page begins at the volume number that equals the count drawn, not at the
+// first volume that was not drawn. The page after the last one is the first.
 void go_to_next_page(ShownPage* page) {
     if (page->lastDraw != 0) {
         draw_page(page, std::max(page->lastDraw, 0), kLaterPageRows);
     }
 }
 
-// True when the line names a listed volume. The number is kept even when it does not.
+// True if the line is the number of a listed volume. Any number is stored in selectedVolume.
 bool select_volume(const DialogInput& input) {
     selectedVolume = typed_number(input);
     if (!is_listed(selectedVolume)) {
@@ -153,14 +155,14 @@ bool select_volume(const DialogInput& input) {
     return true;
 }
 
-int choose_volume(WINDOW* window, int* fkeyFlag, int* fkey) {
+int choose_volume(WINDOW* window, int* fkeyHit, int* fkey) {
     ShownPage page = {window, 0, 0};
     draw_page(&page, 0, kFirstPageRows);
-    *fkeyFlag = 0;
+    *fkeyHit = 0;
     for (;;) {
         DialogInput input;
-        const int rc = ask_user(window, kPrompt, input, fkeyFlag, fkey);
-        if (rc != kOk || *fkeyFlag != 0) {
+        const int rc = ask_user(window, kPrompt, input, fkeyHit, fkey);
+        if (rc != kOk || *fkeyHit != 0) {
             return rc;
         }
         trace("%s: wgetnstr() str=%s\n", kDialogTag, input);
@@ -220,7 +222,7 @@ int display_volume_list(WINDOW* window, int startIndex, int rows) {
     return -1;
 }
 
-int SelectVolumeNumber(int* fkeyFlag, int* fkey) {
+int SelectVolumeNumber(int* fkeyHit, int* fkey) {
     trace("%s: call do_list_volumes()\n", kDialogTag);
     const int rc = do_list_volumes();
     if (rc != kOk) {
@@ -235,7 +237,7 @@ int SelectVolumeNumber(int* fkeyFlag, int* fkey) {
     if (dialog.get() == nullptr) {
         return kInvalid;
     }
-    return choose_volume(dialog.get(), fkeyFlag, fkey);
+    return choose_volume(dialog.get(), fkeyHit, fkey);
 }
 
 } // namespace zrp

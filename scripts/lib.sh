@@ -4,7 +4,7 @@
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 
-# What the demo needs, and what the tests and the measuring of their coverage need on top of it.
+# What the demo needs, and what the tests and the measurement of their coverage need in addition.
 demo_packages=(cmake ninja-build g++ pkg-config libncurses-dev libvterm-dev libpugixml-dev
                libasio-dev libcli11-dev)
 test_packages=("${demo_packages[@]}" clang clang-format clang-tidy libclang-rt-dev libgtest-dev
@@ -40,7 +40,7 @@ as_root_apt() {
     local root=()
     if ((EUID != 0)); then
         root=(sudo)
-        [[ -t 0 ]] || root+=(-n) # nobody there to give a password
+        [[ -t 0 ]] || root+=(-n) # nobody can type a password
     fi
     quietly build/apt.log "${root[@]}" env DEBIAN_FRONTEND=noninteractive \
         apt-get -q -y -o DPkg::Lock::Timeout=300 "$@"
@@ -49,7 +49,7 @@ as_root_apt() {
 install_missing() {
     local package missing=()
     if ! command -v dpkg-query >/dev/null; then
-        say "not a Debian system; needed are: $*"
+        say "not a Debian system; these packages are needed: $*"
         return
     fi
     for package in "$@"; do
@@ -57,14 +57,14 @@ install_missing() {
     done
     ((${#missing[@]})) || return 0
     if ((EUID != 0)) && ! command -v sudo >/dev/null; then
-        die "packages are missing, and installing them needs root or sudo: ${missing[*]}"
+        die "missing packages, which only root or sudo can install: ${missing[*]}"
     fi
     say "installing packages: ${missing[*]}"
     as_root_apt update
     as_root_apt install --no-install-recommends "${missing[@]}"
 }
 
-# As many compilers at once as processors and memory allow, a gigabyte for each.
+# Prints how many compilers to run at once: one for each processor, with a gigabyte of memory each.
 count_jobs() {
     local jobs key kilobytes rest
     jobs=$(nproc)
@@ -76,8 +76,8 @@ count_jobs() {
     echo $((jobs > 0 ? jobs : 1))
 }
 
-# The sanitizers of these compilers lose their way when the kernel scatters addresses wider than they
-# know: a prefix for the commands that run what they have made.
+# The sanitizers of these compilers fail when the kernel randomises more address bits than they support.
+# This prefix, for commands that run instrumented programs, turns the randomisation off.
 fixed_addresses=()
 if [[ $(cat /proc/sys/vm/mmap_rnd_bits 2>/dev/null) != 28 ]] && setarch -R true 2>/dev/null; then
     fixed_addresses=(setarch -R)

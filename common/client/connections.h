@@ -7,10 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "../requests/connection_information.h"
-#include "../requests/connection_list.h"
+#include "../requests/connections.h"
 #include "../requests/connection_management.h"
-#include "../requests/server_connections.h"
 #include "detail.h"
 
 namespace zrp::client {

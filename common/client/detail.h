@@ -85,11 +85,6 @@ struct Daemon {
 
 inline constexpr Daemon kServer = {nullptr, kMainDaemonRequest, tag::zrpConsoleReply};
 
-struct Reply {
-    HeapText text;
-    int length = 0;
-};
-
 // A builder of the library with the arguments that stand before the length.
 template <typename Builder, typename... Arguments>
 auto Request(Builder builder, const Arguments&... arguments) {

@@ -6,7 +6,6 @@
 #include <string_view>
 #include <vector>
 
-#include "../requests/file_locks.h"
 #include "../requests/open_files.h"
 #include "detail.h"
 

@@ -6,7 +6,6 @@
 #include <string_view>
 #include <vector>
 
-#include "../requests/server_config.h"
 #include "../requests/server_settings.h"
 #include "detail.h"
 

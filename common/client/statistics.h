@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "../requests/server_counters.h"
 #include "../requests/server_statistics.h"
 #include "../requests/server_threads.h"
 #include "detail.h"

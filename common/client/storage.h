@@ -8,7 +8,6 @@
 
 #include "../requests/storage_control.h"
 #include "../requests/storage_daemon.h"
-#include "../requests/storage_filter.h"
 #include "detail.h"
 
 namespace zrp::client {

@@ -12,8 +12,6 @@
 #include "../requests/volume_list.h"
 #include "../requests/volume_management.h"
 #include "../requests/volume_mounting.h"
-#include "../requests/volume_status.h"
-#include "../requests/volume_tree.h"
 #include "detail.h"
 
 namespace zrp::client {

@@ -12,7 +12,7 @@ namespace {
 
 using Words = std::initializer_list<const char*>;
 
-// A newline would turn the rest of the word into a line that nobody asked for.
+// A newline would turn the rest of the word into another line.
 bool are_valid(Words words) {
     return std::ranges::all_of(
         words, [](const char* word) { return word != nullptr && strchr(word, '\n') == nullptr; });
@@ -38,7 +38,7 @@ int append_line(const char* path, Words words) {
     if (path == nullptr || !are_valid(words)) {
         return kInvalid;
     }
-    ConfigFile file = open_config(path);
+    OpenFile file = open_config(path);
     if (!file) {
         return kNotFound;
     }
@@ -48,7 +48,7 @@ int append_line(const char* path, Words words) {
     const bool written = fflush(file.get()) == 0 && ferror(file.get()) == 0;
     const bool closed = fclose(file.release()) == 0;
     if (!written || !closed) {
-        take_back(path, sizeBefore);
+        undo_append(path, sizeBefore);
     }
     SetConfigFileMode(path);
     return written && closed ? int{kOk} : kAppendFailed;

@@ -1,11 +1,11 @@
-// Writers that append one line to a configuration file. config_file.h tells the conventions.
+// Writers that append one line to a configuration file, with the conventions of config_file.h.
 //
-// None looks whether the key is already there: remove an entry first to replace it. The value is
-// written in double quotes when it holds a blank, by all but AppendConfigPair. The file ends with
-// mode 0644. A last line without its newline is ended first, and a write that fails (a full disk)
-// is taken back, so that no line runs into another.
+// They do not look whether the key is already there: to replace an entry, remove it first. All but
+// AppendConfigPair put the value in double quotes when it holds a blank. The file ends up with mode
+// 0644. A last line without a newline gets one first, and a write that fails, as on a full disk, is
+// undone, so that lines never run into each other.
 //
-// Each returns 0, kAppendFailed, kNotFound when the file cannot be opened, or kInvalid for a word
+// Each returns kOk, kAppendFailed, kNotFound when the file cannot be opened, or kInvalid for a word
 // that holds a newline or a value that does not fit into a ConfigWord with its quotes.
 #pragma once
 

@@ -11,7 +11,7 @@ int ConfigFileExists(const char* path, int* exists) {
     if (path == nullptr || exists == nullptr) {
         return kInvalid;
     }
-    const ConfigFile file(fopen(path, "r+e"));
+    const OpenFile file(fopen(path, "r+e"));
     *exists = file ? 1 : 0;
     return file ? kOk : kNotFound;
 }

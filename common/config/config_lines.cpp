@@ -11,10 +11,10 @@ constexpr const char* kWhiteSpace = " \t\n\v\f\r";
 
 } // namespace
 
-ConfigFile open_config(const char* path) {
-    ConfigFile file(fopen(path, "a+e"));
+OpenFile open_config(const char* path) {
+    OpenFile file(fopen(path, "a+e"));
     if (file) {
-        rewind(file.get()); // where reading of an append stream begins is left to the C library
+        rewind(file.get()); // the C standard does not say where an append stream starts to read
     }
     return file;
 }
@@ -72,10 +72,10 @@ off_t size_of(FILE* file) {
     return fstat(fileno(file), &status) == 0 ? status.st_size : -1;
 }
 
-void take_back(const char* path, off_t size) {
-    if (size >= 0) {
-        // Should even this fail, nothing better is left to do: the caller reports the failed write.
-        [[maybe_unused]] const int ignored = truncate(path, size);
+void undo_append(const char* path, off_t sizeBefore) {
+    if (sizeBefore >= 0) {
+        // The caller reports the failed write; nothing more can be done if this fails too.
+        [[maybe_unused]] const int ignored = truncate(path, sizeBefore);
     }
 }
 

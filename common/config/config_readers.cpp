@@ -11,8 +11,7 @@ namespace {
 
 constexpr size_t kMinEntryWords = 3;
 
-constexpr const char* kServerNameWords[] = {"ZRP", "FILE", "SERVER", "NAME"};
-constexpr size_t kServerNameKeys = std::size(kServerNameWords);
+constexpr size_t kServerNameWords = std::size(kServerNameKey);
 
 struct VolumeOption {
     const char* word;
@@ -45,29 +44,30 @@ void copy_word_if_given(const ConfigWord& from, ConfigWord* to) {
 }
 
 bool is_server_name_line(const ConfigWords& words) {
-    for (size_t i = 0; i < kServerNameKeys; i++) {
-        if (!equal_ignoring_case(words[i], kServerNameWords[i])) {
+    for (size_t i = 0; i < kServerNameWords; i++) {
+        if (!equal_ignoring_case(words[i], kServerNameKey[i])) {
             return false;
         }
     }
     return true;
 }
 
-// Whether words are forgotten between lines; the two kinds of entry lines differ in it.
-enum class Memory { kKeepWords, kClearWords };
+// What happens to the words between lines: the two kinds of entry lines differ in it.
+enum class BetweenLines { kKeepWords, kClearWords };
 
 struct Entry {
     ConfigLine line;
     ConfigWords words;
 };
 
-int find_entry(const char* path, const char* keyword, unsigned index, Memory memory, Entry& entry) {
-    const ConfigFile file = open_config(path);
+int find_entry(const char* path, const char* keyword, unsigned index, BetweenLines betweenLines,
+               Entry& entry) {
+    const OpenFile file = open_config(path);
     if (!file) {
         return kNotFound;
     }
     while (next_line(file.get(), entry.line)) {
-        if (memory == Memory::kClearWords) {
+        if (betweenLines == BetweenLines::kClearWords) {
             memset(entry.words, 0, sizeof entry.words);
         }
         const size_t count = split_words(entry.line.text, entry.words, kConfigMaxWords);
@@ -79,8 +79,8 @@ int find_entry(const char* path, const char* keyword, unsigned index, Memory mem
     return kNoData;
 }
 
-// Copies the text between the first and the last double quote and returns what stands behind the
-// last one; null when the line has no quote.
+// Copies the text between the first and the last double quote and returns the text after the last
+// one, null when the line has no quote.
 const char* copy_quoted(const ConfigLine& line, ConfigWord& value) {
     const char* first = strchr(line.text, '"');
     if (first == nullptr) {
@@ -130,7 +130,7 @@ int GetConfigValue(const char* path, const char* key, char* value, int* size,
     if (path == nullptr || key == nullptr || value == nullptr || size == nullptr) {
         return kInvalid;
     }
-    const ConfigFile file = open_config(path);
+    const OpenFile file = open_config(path);
     if (!file) {
         return kNotFound;
     }
@@ -153,16 +153,16 @@ int read_server_name(const char* path, char* name, int* size) {
     if (path == nullptr || name == nullptr || size == nullptr) {
         return kInvalid;
     }
-    const ConfigFile file = open_config(path);
+    const OpenFile file = open_config(path);
     if (!file) {
         return kNotFound;
     }
     ConfigLine line;
     ConfigWords words = {};
     while (next_line(file.get(), line)) {
-        if (split_words(line.text, words, kConfigMaxWords) >= kServerNameKeys &&
+        if (split_words(line.text, words, kConfigMaxWords) >= kServerNameWords &&
             is_server_name_line(words)) {
-            return copy_out(words[kServerNameKeys], name, size);
+            return copy_out(words[kServerNameWords], name, size);
         }
     }
     return kNoData;
@@ -177,7 +177,7 @@ int GetVolumeEntry(const char* path, unsigned index, ConfigWord& name, ConfigWor
         return kInvalid;
     }
     Entry entry = {};
-    const int rc = find_entry(path, "VOLUME", index, Memory::kKeepWords, entry);
+    const int rc = find_entry(path, kVolumeKey, index, BetweenLines::kKeepWords, entry);
     if (rc != kOk) {
         return rc;
     }
@@ -198,18 +198,18 @@ int GetShadowVolumeEntry(const char* path, unsigned index, ConfigWord& name, Con
         return kInvalid;
     }
     Entry entry = {};
-    const int rc = find_entry(path, "SHADOW_VOLUME", index, Memory::kClearWords, entry);
+    const int rc = find_entry(path, kShadowVolumeKey, index, BetweenLines::kClearWords, entry);
     if (rc != kOk) {
         return rc;
     }
     copy_word(entry.words[1], name);
     const ConfigWord* fourth = &entry.words[3];
-    ConfigWords behind = {};
+    ConfigWords wordsAfterPath = {};
     if (volumePath != nullptr) {
         const char* rest = copy_quoted(entry.line, *volumePath);
         if (rest != nullptr) {
-            split_words(rest, behind, 2);
-            fourth = &behind[0];
+            split_words(rest, wordsAfterPath, 2);
+            fourth = &wordsAfterPath[0];
         } else {
             copy_word(entry.words[2], *volumePath);
         }

@@ -1,7 +1,7 @@
-// Readers of the configuration files. config_file.h tells the conventions.
+// Readers of the configuration files, with the conventions of config_file.h.
 //
-// Output buffers stay untouched on kNoData and kBufferTooSmall. A size argument holds the buffer's
-// size; on kBufferTooSmall it then holds the size needed, terminator included.
+// Output buffers are untouched on kNoData and kBufferTooSmall. A size argument holds the size of
+// the buffer; with kBufferTooSmall it becomes the size needed, including the terminator.
 #pragma once
 
 #include "config_file.h"
@@ -11,32 +11,32 @@ namespace zrp {
 inline constexpr unsigned kEnableArchiveBit = 0x1000;        // "Enable_Archive_Bit"
 inline constexpr unsigned kInheritPosixPermissions = 0x2000; // "Inherit_POSIX_Permissions"
 
-// Reads the second word of the first line whose first word is the key (upper and lower case
-// differ), else the default, which may be null. Returns 0, kNotFound when the file cannot be
-// opened, kInvalid, kNoData (no such line and no default) or kBufferTooSmall.
+// Reads the second word of the first line whose first word is the key (case matters), else the
+// default, which may be null. Returns kOk, kNotFound when the file cannot be opened, kInvalid,
+// kNoData without such a line and a default, or kBufferTooSmall.
 int GetConfigValue(const char* path, const char* key, char* value, int* size,
                    const char* defaultText);
 
-// Reads the server's name from the line "ZRP FILE SERVER NAME name" of the main daemon's file, its
-// key words in any case. Returns 0, kNotFound, kInvalid, kNoData or kBufferTooSmall.
+// Reads the server's name from the line "ZRP FILE SERVER NAME name" of the main daemon's file; the
+// case of the four words is ignored. Returns kOk, kNotFound, kInvalid, kNoData or kBufferTooSmall.
 //
-// The fifth word is kept from line to line: a line of the four key words alone gives that of an
-// earlier line, or an empty name.
+// Compatibility: a line without a name gives the fifth word of an earlier line, or an empty name.
 int GetZrpServerName(char* name, int* size);
 
-// Reads the volume line number index, counted from 0. volumePath and attributes may be null;
-// *attributes becomes 0 before anything else. Returns 0, kNotFound, kInvalid or kNoData.
+// Reads the volume line with the index, counted from 0. volumePath and attributes may be null;
+// *attributes is set to 0 first. Returns kOk, kNotFound, kInvalid or kNoData.
 //
-// With a quoted path the options are searched in the whole line, the path included. Without quotes
-// they are the fourth and fifth word, which a shorter line shows as an earlier line left them.
+// Compatibility: with a quoted path the options are searched for in the whole line, including the
+// path. Otherwise they are the fourth and fifth word, and a line without these has those of an
+// earlier line.
 int GetVolumeEntry(const char* path, unsigned index, ConfigWord& name, ConfigWord* volumePath,
                    unsigned* attributes);
 
-// Reads the shadow volume line number index. volumePath, word4 and word5 may be null; a word that
-// the line does not have leaves its buffer untouched. Returns as GetVolumeEntry.
+// Reads the shadow volume line with the index, counted from 0. volumePath, word4 and word5 may be
+// null; the buffer of a word that the line does not have is untouched. Returns as GetVolumeEntry.
 //
-// The words behind a quoted path are found only when volumePath is given; without it the line is
-// taken as bare words.
+// Compatibility: without volumePath, quotes have no meaning and each word of a quoted path counts
+// as a word of the line.
 int GetShadowVolumeEntry(const char* path, unsigned index, ConfigWord& name, ConfigWord* volumePath,
                          ConfigWord* word4, ConfigWord* word5);
 

@@ -20,7 +20,7 @@ bool begins_with(const char* text, const char* word) {
 }
 
 bool is_server_name(const char* text) {
-    for (const char* word : {"ZRP", "FILE", "SERVER", "NAME"}) {
+    for (const char* word : kServerNameKey) {
         text = skip_blanks(text);
         if (!begins_with(text, word)) {
             return false;
@@ -79,7 +79,7 @@ bool name_temporary(const char* path, TemporaryPath& temporary) {
     return length >= 0 && static_cast<size_t>(length) < sizeof temporary;
 }
 
-// A temporary file beside a missing configuration file comes from a rewrite that was killed between
+// A temporary file without a configuration file was left by a rewrite that was killed between
 // deletion and renaming: it is the configuration.
 void discard_temporary(const char* temporary, const char* path, off_t staleSize) {
     if (staleSize == 0 || access(path, F_OK) == 0) {
@@ -87,9 +87,9 @@ void discard_temporary(const char* temporary, const char* path, off_t staleSize)
     }
 }
 
-bool put_in_place(const char* temporary, const char* path, off_t staleSize) {
+bool replace_file(const char* temporary, const char* path, off_t staleSize) {
     if (remove(path) != 0 && errno != ENOENT) {
-        take_back(temporary, staleSize);
+        undo_append(temporary, staleSize);
         return false;
     }
     return rename(temporary, path) == 0;
@@ -101,12 +101,12 @@ int rewrite_without(const char* path, Drop drop) {
     if (!name_temporary(path, temporary)) {
         return kNotFound;
     }
-    ConfigFile copy = open_config(temporary);
+    OpenFile copy = open_config(temporary);
     if (!copy) {
         return kNotFound;
     }
     const off_t staleSize = size_of(copy.get());
-    ConfigFile original = open_config(path);
+    OpenFile original = open_config(path);
     if (!original) {
         copy.reset();
         discard_temporary(temporary, path, staleSize);
@@ -118,10 +118,10 @@ int rewrite_without(const char* path, Drop drop) {
     const bool closed = fclose(copy.release()) == 0;
     original.reset();
     if (!copied || !closed) {
-        take_back(temporary, staleSize);
+        undo_append(temporary, staleSize);
         return kNotFound;
     }
-    if (!put_in_place(temporary, path, staleSize)) {
+    if (!replace_file(temporary, path, staleSize)) {
         return kNotFound;
     }
     SetConfigFileMode(path);
@@ -142,7 +142,7 @@ int remove_server_name(const char* path) {
 }
 
 int RemoveConfigEntry(const char* path, const char* key, const char* value) {
-    // Every line begins with an empty key.
+    // An empty key would match every line.
     if (path == nullptr || key == nullptr || *key == '\0') {
         return kInvalid;
     }

@@ -46,7 +46,7 @@ int write_content(FILE* file, const char* content) {
 }
 
 int create_file(const char* path, const char* content) {
-    ConfigFile file(fopen(path, "w+e"));
+    OpenFile file(fopen(path, "w+e"));
     if (!file) {
         return errno;
     }
@@ -130,7 +130,7 @@ int CreateFileAndLink(const char* directory, const char* target, const char* lin
     if (directory == nullptr || target == nullptr || link == nullptr) {
         return kInvalid;
     }
-    // What is missing shows when the file is created.
+    // A directory that is missing after this makes the creation of the file fail.
     MakeDirectories(directory);
     struct stat status = {};
     if (stat(target, &status) != 0) {

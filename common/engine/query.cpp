@@ -1,7 +1,10 @@
 #include "common/engine/query.h"
 
+#include <cerrno>
+#include <climits>
+#include <utility>
+
 #include "common/result.h"
-#include "common/xml_reader.h"
 
 namespace zrp {
 
@@ -9,52 +12,81 @@ RequestHooks traceHooks;
 
 namespace {
 
-void dump(const RequestHooks* hooks, const char* text, uint64_t length) {
-    if (hooks != nullptr && hooks->dump != nullptr) {
-        hooks->dump(text, length);
+// There is one log, so the hook needs no argument to find it.
+void dump_to_log(const char* text, uint64_t length) {
+    GetLogContext()->operations.LogLDump(text,
+                                         length > INT_MAX ? INT_MAX : static_cast<int>(length));
+}
+
+void dump(const RequestHooks& hooks, const char* text, uint64_t length) {
+    if (hooks.dump != nullptr) {
+        hooks.dump(text, length);
     }
+}
+
+int report_no_document(const Query& query) {
+    if (errno == EINVAL) {
+        return kInvalid;
+    }
+    if (query.logsNoMemory && query.hooks.log != nullptr) {
+        query.hooks.log("failed to allocate request buffer ENOMEM");
+    }
+    return kNoMemory;
+}
+
+void report_failed_exchange(const Query& query, int rc) {
+    if (query.hooks.log == nullptr) {
+        return;
+    }
+    if (query.operation != nullptr) {
+        query.hooks.log("%s: IPCServRequestEx() rc=%d", query.operation, rc);
+    } else {
+        query.hooks.log("IPCServRequest rc=%d", rc);
+    }
+}
+
+int exchange_with(const Peer& peer, const HeapText& document, uint32_t length,
+                  uint64_t* replyLength, char** text) {
+    return peer.timeoutMs != 0
+               ? IPCServRequestTimeout(peer.socketName, peer.requestNumber, length, document.get(),
+                                       replyLength, text, peer.timeoutMs)
+               : IPCServRequestEx(peer.socketName, peer.requestNumber, length, document.get(),
+                                  replyLength, text);
 }
 
 } // namespace
 
-int send_query(const Peer& peer, HeapText document, uint32_t length, const RequestHooks* hooks,
-               Reply* reply) {
+RequestHooks hooks_to(const LogContext* log) {
+    return log == nullptr ? RequestHooks{} : RequestHooks{dump_to_log, log->operations.LogError};
+}
+
+int send_query(const Query& query, HeapText document, uint32_t length, Reply* reply) {
     if (reply == nullptr) {
         return kInvalid;
     }
     if (document == nullptr) {
-        return kNoMemory;
+        return report_no_document(query);
     }
-    dump(hooks, document.get(), length);
+    dump(query.hooks, document.get(), length);
     uint64_t replyLength = 0;
     char* text = nullptr;
-    const int rc = peer.timeoutMs != 0
-                       ? IPCServRequestTimeout(peer.socketName, peer.requestNumber, length,
-                                               document.get(), &replyLength, &text, peer.timeoutMs)
-                       : IPCServRequestEx(peer.socketName, peer.requestNumber, length,
-                                          document.get(), &replyLength, &text);
+    const int rc = exchange_with(query.peer, document, length, &replyLength, &text);
     HeapText owned(text);
     if (rc != kOk) {
-        if (hooks != nullptr && hooks->log != nullptr) {
-            hooks->log("IPCServRequest rc=%d", rc);
-        }
+        report_failed_exchange(query, rc);
         return rc;
     }
-    dump(hooks, text, replyLength);
+    if (query.dumpsReply) {
+        dump(query.hooks, text, replyLength);
+    }
     reply->text = std::move(owned);
     reply->length = static_cast<int32_t>(replyLength);
-    return kOk;
+    return query.checksReply ? check_reply(*reply, query.errorText) : int{kOk};
 }
 
 int check_reply(const Reply& reply, ErrorText* errorText) {
     const uint32_t length = reply.length > 0 ? static_cast<uint32_t>(reply.length) : 0;
     return CheckForError(length, reply.text.get(), errorText);
-}
-
-int send_checked_query(const Peer& peer, HeapText document, uint32_t length,
-                       const RequestHooks* hooks, Reply* reply) {
-    const int rc = send_query(peer, std::move(document), length, hooks, reply);
-    return rc != kOk ? rc : check_reply(*reply, nullptr);
 }
 
 } // namespace zrp

@@ -1,11 +1,16 @@
-// The walk that all requests share: send a built document to its daemon and take the reply.
+// The one way to send a request: to which daemon, how it is traced, and what counts as a failure.
+// Internal to the library.
 #pragma once
 
 #include <cstdint>
 
 #include "../heap_text.h"
+#include "../log/log_context.h"
+#include "../request_hooks.h"
 #include "../transport.h"
 #include "../xml_reader.h"
+
+#pragma GCC visibility push(hidden)
 
 namespace zrp {
 
@@ -13,7 +18,7 @@ namespace zrp {
 struct Peer {
     const char* socketName; // null for the default peer of IPCServInit
     uint32_t requestNumber;
-    int32_t timeoutMs; // receive time-out; 0 waits for ever
+    int32_t timeoutMs; // receive timeout; 0 waits forever
 };
 
 inline constexpr Peer kDefaultPeer = {nullptr, kMainDaemonRequest, 0};
@@ -23,35 +28,35 @@ inline constexpr Peer kStorageDiagnostics = {kStorageDaemonSocket, kStorageDiagn
 inline constexpr Peer kManagementComponent = {kManagementSocket, kManagementRequest,
                                               kManagementTimeoutMs};
 
-// Optional trace operations of a caller; each may be null.
-struct RequestHooks {
-    void (*dump)(const char* text, uint64_t length) = nullptr; // every request and reply
-    [[gnu::format(printf, 1, 2)]] void (*log)(const char* format, ...) = nullptr;
+struct Query {
+    Peer peer = kDefaultPeer;
+
+    // The trace gets every request and reply, and a line for each failure.
+    RequestHooks hooks = {};
+    const char* operation = nullptr; // named in the line of a failed exchange; null for none
+    bool dumpsReply = true;
+    bool logsNoMemory = false; // a request that gets no memory has a line too
+
+    // An error that the server reports in its reply fails the query.
+    bool checksReply = true;
+    ErrorText* errorText = nullptr; // for the server's words, or null
 };
 
-// The hooks of the operations that take none: none, unless the program installs some before its
-// threads ask.
-extern RequestHooks traceHooks;
+// The hooks that write to a log: dumps of request and reply, and failures at the error level. Empty
+// for a null log. Replies have a length and no NUL, so that both dumps are LogLDump.
+RequestHooks hooks_to(const LogContext* log);
 
-// A reply and its length as the scanners take it. A reply of 2 GiB or more has a negative length,
-// which every scanner takes for an empty one: nothing of it is looked at.
-struct Reply {
-    HeapText text;
-    int32_t length = 0;
-};
-
-// Sends the document, which is freed in every case, and hands over the reply. hooks may be null; a
-// failure is logged as "IPCServRequest rc=%d". Returns 0, 12 for a null document, or the
-// transport's code.
-int send_query(const Peer& peer, HeapText document, uint32_t length, const RequestHooks* hooks,
-               Reply* reply);
-
-// The same, and a failure that the server reports in its reply is returned too.
-int send_checked_query(const Peer& peer, HeapText document, uint32_t length,
-                       const RequestHooks* hooks, Reply* reply);
+// Sends the document, which is freed in every case, and hands over the reply. The document comes
+// straight from its builder: a null one is reported by the builder's errno.
+//
+// Returns kOk; kInvalid for a null reply and when the builder refused an argument; kNoMemory
+// without a document for another reason; the transport's code; or the server's error.
+int send_query(const Query& query, HeapText document, uint32_t length, Reply* reply);
 
 // The failure that the server reports in the reply: CheckForError (xml_reader.h), with errorText
 // null or a buffer for the server's words.
 int check_reply(const Reply& reply, ErrorText* errorText);
 
 } // namespace zrp
+
+#pragma GCC visibility pop

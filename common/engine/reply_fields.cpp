@@ -1,27 +1,48 @@
 #include "common/engine/reply_fields.h"
 
+#include <clocale>
+#include <cstdlib>
 #include <cstring>
 
 #include "common/bounded_copy.h"
-#include "common/engine/reply_list.h"
 #include "common/range_number.h"
 #include "common/result.h"
 
 namespace zrp {
 namespace {
 
+constexpr size_t kFractionSize = 80; // with its terminator
+
 template <typename Number>
 void store(char* member, Number number) {
     memcpy(member, &number, sizeof number);
 }
 
+float to_fraction(std::string_view text) {
+    static const locale_t plain = newlocale(LC_NUMERIC_MASK, "C", nullptr);
+    char number[kFractionSize];
+    copy_cut(number, text.data(), text.size());
+    return static_cast<float>(plain != nullptr ? strtod_l(number, nullptr, plain)
+                                               : strtod(number, nullptr));
+}
+
 } // namespace
 
-int read_field(const ReplyField& field, const XmlElement& outer, void* record) {
-    XmlElement element;
-    if (find_inside(outer, field.tag, &element) != kOk || element.contentStart == nullptr) {
-        return kInvalid;
+int find_in_reply(char* reply, int length, const char* tag, XmlElement* element) {
+    if (reply == nullptr || length <= 0) {
+        return kNotFound;
     }
+    return FindElement(tag, reply, reply + length, element);
+}
+
+int find_inside(const XmlElement& outer, const char* tag, XmlElement* element) {
+    if (outer.contentStart == nullptr) {
+        return kNotFound;
+    }
+    return FindElement(tag, outer.contentStart, outer.contentEnd + 1, element);
+}
+
+void store_field(const ReplyField& field, const XmlElement& element, void* record) {
     char* member = static_cast<char*>(record) + field.offset;
     const std::string_view text(element.contentStart, element.contentLength);
     switch (field.kind) {
@@ -37,16 +58,27 @@ int read_field(const ReplyField& field, const XmlElement& outer, void* record) {
     case FieldKind::kNumber64:
         store(member, leading_number(text));
         break;
+    case FieldKind::kFraction:
+        store(member, to_fraction(text));
+        break;
     case FieldKind::kText:
-        copy_cut(member, field.size, element.contentStart, element.contentLength);
+        copy_cut(member, field.size, text.data(), text.size());
         break;
     }
+}
+
+int read_field(const ReplyField& field, const XmlElement& outer, void* record) {
+    XmlElement element;
+    if (find_inside(outer, field.tag, &element) != kOk || element.contentStart == nullptr) {
+        return kInvalid;
+    }
+    store_field(field, element, record);
     return kOk;
 }
 
-int read_fields(const ReplyField* fields, size_t count, const XmlElement& outer, void* record) {
-    for (size_t i = 0; i < count; i++) {
-        if (read_field(fields[i], outer, record) != kOk) {
+int read_fields(std::span<const ReplyField> fields, const XmlElement& outer, void* record) {
+    for (const ReplyField& field : fields) {
+        if (read_field(field, outer, record) != kOk && !field.isOptional) {
             return kInvalid;
         }
     }

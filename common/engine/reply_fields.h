@@ -1,13 +1,23 @@
-// Reads the elements of a reply into the members of a record, by a table of fields.
+// Reads the elements of a reply into the members of a record, by a table of fields. Internal to the
+// library.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <type_traits>
 
 #include "../xml_reader.h"
 
+#pragma GCC visibility push(hidden)
+
 namespace zrp {
+
+// Looks for an element anywhere in a reply. Returns kOk, or kNotFound, also for an empty reply.
+int find_in_reply(char* reply, int length, const char* tag, XmlElement* element);
+
+// Looks for an element inside another; a self-closing one holds nothing. Returns kOk or kNotFound.
+int find_inside(const XmlElement& outer, const char* tag, XmlElement* element);
 
 // How the text of an element becomes a member. "Automatic base" takes decimal, 0x-hexadecimal and
 // 0-octal numbers; a text that is no number gives 0.
@@ -16,6 +26,7 @@ enum class FieldKind : uint8_t {
     kDecimal64, // int64_t, decimal; beyond 64 bits the nearest number
     kNumber32,  // uint32_t, automatic base
     kNumber64,  // uint64_t, automatic base
+    kFraction,  // float, with a decimal point whatever the locale says
     kText,      // char[N]: NUL-terminated, cut to the array without splitting a UTF-8 sequence
 };
 
@@ -25,6 +36,7 @@ struct ReplyField {
     FieldKind kind;
     size_t offset;
     size_t size;
+    bool isOptional = false; // not sent by every server; the member then keeps its value
 };
 
 // A row for a member: ZRP_FIELD(tag::status, kNumber32, VolumeInformation, status).
@@ -33,17 +45,29 @@ struct ReplyField {
         tag, ::zrp::FieldKind::kind, offsetof(Record, member), sizeof(Record::member)              \
     }
 
-// Reads one field from the element of its name inside the outer element. Returns 0, or 22 when the
-// element is missing; the member is then untouched.
-int read_field(const ReplyField& field, const XmlElement& outer, void* record);
+#define ZRP_OPTIONAL_FIELD(tag, kind, Record, member)                                              \
+    ::zrp::ReplyField {                                                                            \
+        tag, ::zrp::FieldKind::kind, offsetof(Record, member), sizeof(Record::member), true        \
+    }
 
-// Reads all rows in order and stops at the first that is missing. Returns 0, or 22.
-int read_fields(const ReplyField* fields, size_t count, const XmlElement& outer, void* record);
-
-template <size_t N, typename Record>
-int read_fields(const ReplyField (&fields)[N], const XmlElement& outer, Record* record) {
-    static_assert(std::is_standard_layout_v<Record>);
-    return read_fields(fields, N, outer, static_cast<void*>(record));
+// A row for a record that is nothing but one text buffer.
+template <typename Text>
+constexpr ReplyField whole_text(const char* tag) {
+    static_assert(std::is_array_v<Text>);
+    return {tag, FieldKind::kText, 0, sizeof(Text)};
 }
 
+// Stores the content of a found element in the field's member.
+void store_field(const ReplyField& field, const XmlElement& element, void* record);
+
+// Reads one field from the element of its name inside the outer element. Returns kOk, or kInvalid
+// when the element is missing or self-closing; the member is then untouched.
+int read_field(const ReplyField& field, const XmlElement& outer, void* record);
+
+// Reads all rows in order and stops at the first that is missing and not optional. Returns kOk or
+// kInvalid.
+int read_fields(std::span<const ReplyField> fields, const XmlElement& outer, void* record);
+
 } // namespace zrp
+
+#pragma GCC visibility pop

@@ -3,7 +3,7 @@
 namespace zrp {
 namespace {
 
-// The content of the last element of the path. The whole reply stands for an empty path.
+// The content of the last element of the path, or the whole reply for an empty path.
 int enter_path(const ReplyList& list, char* reply, char* end, char** start) {
     *start = reply;
     char* innerEnd = end;
@@ -43,20 +43,6 @@ int next_item(const ReplyList& list, char* reply, int length, int* offset, XmlEl
     }
     *offset = static_cast<int>(item->elementEnd + 1 - reply);
     return kOk;
-}
-
-int find_in_reply(char* reply, int length, const char* tag, XmlElement* element) {
-    if (reply == nullptr || length <= 0) {
-        return kNotFound;
-    }
-    return FindElement(tag, reply, reply + length, element);
-}
-
-int find_inside(const XmlElement& outer, const char* tag, XmlElement* element) {
-    if (outer.contentStart == nullptr) {
-        return kNotFound;
-    }
-    return FindElement(tag, outer.contentStart, outer.contentEnd + 1, element);
 }
 
 } // namespace zrp

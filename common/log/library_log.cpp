@@ -2,10 +2,18 @@
 
 #include <cstdio>
 
+#include "common/config/config_readers.h"
 #include "common/log/log_keywords.h"
+#include "common/log/log_state.h"
 #include "common/result.h"
 
 namespace zrp {
+namespace {
+
+constexpr const char* kDefaultLogLevel = "WARNING";
+constexpr int kLogLevelTextSize = 64; // with its terminator
+
+} // namespace
 
 LogContext* attach_log(LogContext* log, const char* path, int level) {
     if (log != nullptr || path == nullptr) {
@@ -25,11 +33,23 @@ void start_log(const char* levelText, time_t started) {
         ProcessLogLevel(levelText);
     }
     tm local = {};
-    char text[64] = "\n"; // asctime_r ends its text in a newline and wants 26 bytes
+    char text[64] = "\n"; // asctime_r needs 26 bytes and ends its text in a newline
     localtime_r(&started, &local);
     asctime_r(&local, text);
     log.operations.LogInfo("... libauthgate started %s", text);
     log.operations.LogInfo("... log level = %d", log.level.load());
+}
+
+int start_log_from_config(const char* configPath, time_t started) {
+    int exists = 0;
+    if (configPath == nullptr || ConfigFileExists(configPath, &exists) != kOk) {
+        return kOk;
+    }
+    char text[kLogLevelTextSize] = "";
+    int size = sizeof text;
+    const int rc = GetConfigValue(configPath, kLogLevelKey, text, &size, kDefaultLogLevel);
+    start_log(text, started);
+    return rc;
 }
 
 int InitLibraryLog(LibraryLog* context, const char* name, const char* configPath,

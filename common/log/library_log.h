@@ -1,8 +1,5 @@
-// Log of a component that has a configuration file: the file's key "LOG_LEVEL" sets the level.
-//
-// InitLibraryLog is the whole of it; a component that keeps its own record takes the steps. Whoever
-// attaches a log keeps the pointer to it; the log itself stays the one of the process. One thread
-// at a time may set up a component.
+// Log of a component that has a configuration file: the value of kLogLevelKey (config_file.h) in
+// the file sets the level. Only one thread at a time may set up a component.
 #pragma once
 
 #include <ctime>
@@ -12,34 +9,25 @@
 namespace zrp {
 
 inline constexpr size_t kLibraryNameSize = 4096; // with its terminator
-inline constexpr const char* kLogLevelKey = "LOG_LEVEL";
-inline constexpr const char* kDefaultLogLevel = "WARNING";
-inline constexpr int kLogLevelTextSize = 64; // with its terminator
-
-// Opens the log on the path at the level, unless log is already there or the path is null. Opening
-// it for the first time opens the file twice; the second stream is the one that is used.
-// Returns the log that the caller has from now on.
-LogContext* attach_log(LogContext* log, const char* path, int level);
-
-// Takes the level that the configuration gave, kLogWarning when the text is empty, and writes two
-// lines at kLogInfo: when the component started, and the level in force. A text that is no keyword
-// changes nothing.
-void start_log(const char* levelText, time_t started);
-
-// Starts the log with the level of the configuration file; a value that cannot be read counts as
-// empty. Without a path, or when the file cannot be opened for reading and writing, does nothing.
-// Returns what GetConfigValue returned, 0 without a file.
-int start_log_from_config(const char* configPath, time_t started);
 
 struct LibraryLog {
     char name[kLibraryNameSize] = {};
     int32_t initialised = 0;
-    LogContext* log = nullptr;
+    LogContext* log = nullptr; // the log of the process, or null
 };
 
-// Names the component on the first call (a longer name is cut), attaches its log at the level when
-// it has none and logPath is not null, and takes the level of the configuration file when there is
-// one. Returns what start_log_from_config returned, or 22 for a null context.
+// Names the component on the first call, cutting a longer name. Opens the log on logPath at the
+// level when the component has none and logPath is not null; opening it for the first time opens
+// the file twice and uses the second stream. Then takes the level of the configuration file,
+// kLogWarning when it has none or one that is too long, and writes two lines at kLogInfo: the time
+// of the call, and the level in force. A level that is no keyword of ProcessLogLevel changes
+// nothing.
+//
+// Without a configPath, or when that file cannot be opened for reading and writing, the level stays
+// and nothing is written.
+//
+// Returns kInvalid for a null context, else the result of reading the key, kOk without a
+// configuration file.
 int InitLibraryLog(LibraryLog* context, const char* name, const char* configPath,
                    const char* logPath, int level);
 

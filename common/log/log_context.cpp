@@ -61,7 +61,7 @@ void log_shutdown() {
     log->initialised = 0;
 }
 
-// Constant-initialised, so that a thread of any age may read the table without a lock.
+// Constant-initialised: any thread may read the table without a lock, even before main().
 constinit LogContext context = {
     .operations =
         {
@@ -93,7 +93,7 @@ constinit LogContext context = {
 
 constinit std::mutex contextLock;
 
-// The names are null and the stream is closed at this point: no earlier life leaves anything.
+// The names are null and the stream is closed here: LogShutdown has released them.
 void reset_context(LogContext& log, int level) {
     log.level = level;
     log.maxFileSize = 0;

@@ -1,17 +1,16 @@
 // Log of the process: levelled messages and dumps, to a file or to the system log.
 //
-// There is one LogContext. InitLogContext opens it, GetLogContext finds it, and everything goes
+// There is one LogContext. InitLogContext opens it, GetLogContext returns it, and everything goes
 // through its table of operations. A component that may run without a log keeps a LogContext
 // pointer that may be null.
 //
-// Any thread may call any operation at any time: one lock inside the log makes each of them whole,
-// so that a message never stands in the middle of another one. A message that its level suppresses
-// takes no lock. The table is complete before main() and is never written again. The numbers of the
-// context are atomic and may be read from any thread; `stream` and the three texts belong to the
-// log. No operation changes errno, and none may be called from a signal handler.
+// Any thread may call any operation at any time: each takes one lock, so messages are never mixed.
+// A message below the level takes no lock. The table is complete before main() and never changes.
+// The numbers of the context are atomic and may be read on any thread; `stream` and the three texts
+// belong to the log. No operation changes errno, and none may be called from a signal handler.
 //
-// Writers report nothing: without an open file, and outside the system log, a message is dropped.
-// A format is a printf format; texts from elsewhere belong behind "%s".
+// Writers report no failure: a message is dropped when no file is open and the log is not in
+// system-log mode. Formats are those of printf; pass text from outside as an argument to "%s".
 #pragma once
 
 #include <atomic>
@@ -31,13 +30,13 @@ enum LogLevel : int32_t {
     kLogEverything = 6,
 };
 
-// Codes of SetLogMode. Those that are not listed do nothing, except that every code above
-// kLogModeReset acts like kLogModeDefault.
+// Codes of SetLogMode. Any code above kLogModeReset acts like kLogModeDefault, and the other codes
+// that are not listed do nothing.
 enum LogMode : int {
-    kLogModeDefault = 0,   // leave the system log and open the log file again, or have none
+    kLogModeDefault = 0,   // leave system-log mode and open the log file again, if there is one
     kLogModeBackup = 1,    // accepted, does nothing
     kLogModeTruncate = 2,  // accepted, does nothing
-    kLogModeSyslog = 3,    // close the file; everything goes to the system log
+    kLogModeSyslog = 3,    // close the file and write to the system log
     kLogModeClearFlag = 4, // clear bit 0 of flags
     kLogModeSetFlag = 5,   // set bit 0 of flags
     kLogModeReset = 8,     // empty the open file
@@ -48,9 +47,8 @@ inline constexpr size_t kLogPathSize = 271; // with its terminator
 inline constexpr size_t kLogNameSize = 255; // with its terminator
 
 struct LogOperations {
-    // A message of one line, written when the level is at least the operation's own; the Tag form
-    // puts "tag: " before it. The system log gets every message at priority LOG_DEBUG and without
-    // the tag.
+    // Writes a line when the log's level is at least that of the operation. The Tag forms put "tag:
+    // " before the text. In system-log mode every line has priority LOG_DEBUG and no tag.
     [[gnu::format(printf, 1, 2)]] void (*LogDebug)(const char* format, ...);
     [[gnu::format(printf, 2, 3)]] void (*LogDebugTag)(const char* tag, const char* format, ...);
     [[gnu::format(printf, 1, 2)]] void (*LogInfo)(const char* format, ...);
@@ -60,74 +58,74 @@ struct LogOperations {
     [[gnu::format(printf, 1, 2)]] void (*LogError)(const char* format, ...);
     [[gnu::format(printf, 2, 3)]] void (*LogErrorTag)(const char* tag, const char* format, ...);
 
-    // Any number is accepted; above kLogEverything everything is written.
+    // Accepts any number; above kLogEverything everything is written.
     void (*SetLogLevel)(int level);
 
-    // One step; both return the level in force. Up ends at 6, down at 0.
+    // One step up, to kLogEverything at most, or down, to kLogNothing. Both return the new level.
     int (*LogLevelUp)();
     int (*LogLevelDown)();
 
-    // Opens the file for appending and takes ALL access rights from it: nobody but root reads a
-    // log, or opens it a second time, without a chmod. A null path means the stored one. A stream
-    // that was open before is replaced, not closed.
-    // Returns 0; 2 when the file cannot be opened, 12 when the log has no memory for a path, 22
-    // without any path, each with a line on standard error; 75 for a path of kLogPathSize or more
-    // characters, and then no file is touched.
+    // Opens the file for appending and removes ALL its permission bits: only root can then read the
+    // log, or open it a second time, without a chmod. A null path means the stored one. A stream
+    // that is already open is replaced, not closed.
+    // Returns kOk; kNotFound when the file cannot be opened, kNoMemory when the log has no memory
+    // for a path, and kInvalid without any path, all three with a line on standard error; kTooLong
+    // for a path of kLogPathSize characters or more, without touching a file.
     int (*LogOpen)(const char* path);
     void (*LogClose)();
     void (*LogFlush)();
 
-    // Size of the open file in bytes, 0 without one.
+    // Returns the size of the open file in bytes, 0 without one.
     int64_t (*LogSize)();
 
-    // Closes the file or the system log and frees the names; InitLogContext may then run again.
+    // Closes the file or the system log and frees the names. InitLogContext may then run again.
     void (*LogShutdown)();
 
-    // Blocks for levels above kLogDebug: a formatted text, the bytes as they are, and the bytes in
-    // hexadecimal (which never goes to the system log). A negative length counts as no bytes.
+    // Write a block at kLogDump and above: a formatted text, the bytes as they are, or the bytes in
+    // hexadecimal, which is never written to the system log. A negative length means no bytes.
     [[gnu::format(printf, 1, 2)]] void (*LogDump)(const char* format, ...);
     void (*LogLDump)(const void* buffer, int length);
     void (*LogBDump)(const void* buffer, int length);
 
-    // A message at every level.
+    // Writes a line at every level.
     [[gnu::format(printf, 1, 2)]] void (*LogPlain)(const char* format, ...);
 
-    // A message of at most 2047 bytes to the system log at priority LOG_INFO, in every mode and at
-    // every level, and to the log file when one is open.
+    // Writes a line of at most 2047 bytes to the system log at priority LOG_INFO, in every mode and
+    // at every level, and to the log file when one is open.
     [[gnu::format(printf, 1, 2)]] void (*LogInfoSyslog)(const char* format, ...);
 
-    // Takes a LogMode. Returns 0, always.
+    // Takes a LogMode. Always returns 0.
     int (*SetLogMode)(int code);
 
-    // Returns 0.
+    // Does nothing and returns 0.
     int (*LogNoop)();
 };
 
 struct LogContext {
     std::atomic<int32_t> level = kLogNothing;
-    std::atomic<uint64_t> maxFileSize = 0; // recorded; a log file grows without limit
-    std::atomic<uint64_t> fileSize = 0;    // offset of the file's end when it was opened
+    std::atomic<uint64_t> maxFileSize = 0; // recorded only: a log file grows without limit
+    std::atomic<uint64_t> fileSize = 0;    // size of the file when it was opened
     std::atomic<int32_t> initialised = 0;  // 255 between InitLogContext and LogShutdown
-    std::atomic<int32_t> mode = 0;         // recorded; useSyslog is what counts
-    std::atomic<int32_t> flags = 0;        // recorded
+    std::atomic<int32_t> mode = 0;         // recorded only: useSyslog decides
+    std::atomic<int32_t> flags = 0;        // recorded only
     std::atomic<int32_t> resetCount = 0;
     std::atomic<int32_t> useSyslog = 0;
     std::atomic<int32_t> fileOpen = 0;
     FILE* stream = nullptr;
     LogOperations operations = {};
     char* outputFileName = nullptr; // kLogPathSize bytes, or null
-    char* logName = nullptr;        // kLogNameSize bytes, or null: the path before its first "."
+    char* logName = nullptr;        // the path up to its first ".": kLogNameSize bytes, or null
     char syslogIdent[kLogPathSize] = {};
 };
 
-// Opens the log at the level, with the file when path is not null. Later calls change nothing. A
-// file that cannot be opened is told on standard error; the log then drops what it is given.
+// Opens the log at the level, on the file when path is not null. Later calls change nothing. When
+// the file cannot be opened, a line on standard error says so and messages are dropped.
 LogContext* InitLogContext(const char* path, int level);
 
-// Never null. Before InitLogContext its writers drop everything.
+// Returns the log, never null. Before InitLogContext its writers drop everything.
 LogContext* GetLogContext();
 
-// "NOTHING" to "EVERYTHING", or "unknown". A literal.
+// Returns "NOTHING" to "EVERYTHING", or "unknown".
 const char* LogLevelName(int level);
 
 } // namespace zrp

@@ -11,19 +11,20 @@ namespace zrp {
 namespace {
 
 constexpr int kEmptyText = 1;
-constexpr size_t kShortestMode = 6; // a cut mode keyword says at least "MODE=" and one letter
+constexpr size_t kShortestMode = 6; // "MODE=" and a letter
 
 enum class Action { kSetLevel, kSetMode, kNothing };
 
-// How the prefix parser takes a keyword. The exact parser takes it whole, or not at all.
-enum class Cut { kMayBeShort, kMayBeShortMode, kMayBeLonger, kPrefixParserOnly };
+// How the prefix parser matches a keyword. The exact parser matches whole keywords only, and none
+// of kPrefixParserOnly.
+enum class PrefixMatch { kAbbreviated, kAbbreviatedMode, kFollowedByAnything, kPrefixParserOnly };
 
 struct Keyword {
     const char* word;
     Action action;
     int value;
     const char* announcement; // or null
-    Cut cut = Cut::kMayBeShort;
+    PrefixMatch prefixMatch = PrefixMatch::kAbbreviated;
 };
 
 constexpr char kNothingText[] = "ProcessLogLevel changed to \"nothing\"";
@@ -37,7 +38,7 @@ constexpr char kDefaultText[] = "ProcessLogLevel switch to default mode";
 constexpr char kTruncateText[] = "ProcessLogLevel process mode change to truncate mode";
 constexpr char kBackupText[] = "ProcessLogLevel process mode change to backup mode";
 
-// The first match wins, so the order is what "D", "L" or "E" alone mean.
+// The first match wins, so the order decides what "D", "L" or "E" alone mean.
 constexpr Keyword kKeywords[] = {
     {"NOTHING", Action::kSetLevel, kLogNothing, kNothingText},
     {"LEVELNOTHING", Action::kSetLevel, kLogNothing, kNothingText},
@@ -56,26 +57,28 @@ constexpr Keyword kKeywords[] = {
     {"EVERYTHING", Action::kSetLevel, kLogEverything, kEverythingText},
     {"LEVELEVERYTHING", Action::kSetLevel, kLogEverything, kEverythingText},
     {"DEFAULT", Action::kSetMode, kLogModeDefault, kDefaultText},
-    {"SYSLOG", Action::kSetMode, kLogModeSyslog, nullptr, Cut::kPrefixParserOnly},
-    {"LIMIT", Action::kNothing, 0, nullptr, Cut::kMayBeLonger},
-    {"LOG_MAXIMUM_FILE_SIZE", Action::kNothing, 0, nullptr, Cut::kMayBeLonger},
-    {"TIMESTAMP", Action::kNothing, 0, nullptr, Cut::kMayBeLonger},
-    {"LOG_TIMESTAMPS", Action::kNothing, 0, nullptr, Cut::kMayBeLonger},
-    {"RESET", Action::kSetMode, kLogModeReset, nullptr, Cut::kMayBeLonger},
-    {"MODE=TRUNCATE", Action::kSetMode, kLogModeTruncate, kTruncateText, Cut::kMayBeShortMode},
-    {"MODE=BACKUP", Action::kSetMode, kLogModeBackup, kBackupText, Cut::kMayBeShortMode},
+    {"SYSLOG", Action::kSetMode, kLogModeSyslog, nullptr, PrefixMatch::kPrefixParserOnly},
+    {"LIMIT", Action::kNothing, 0, nullptr, PrefixMatch::kFollowedByAnything},
+    {"LOG_MAXIMUM_FILE_SIZE", Action::kNothing, 0, nullptr, PrefixMatch::kFollowedByAnything},
+    {"TIMESTAMP", Action::kNothing, 0, nullptr, PrefixMatch::kFollowedByAnything},
+    {"LOG_TIMESTAMPS", Action::kNothing, 0, nullptr, PrefixMatch::kFollowedByAnything},
+    {"RESET", Action::kSetMode, kLogModeReset, nullptr, PrefixMatch::kFollowedByAnything},
+    {"MODE=TRUNCATE", Action::kSetMode, kLogModeTruncate, kTruncateText,
+     PrefixMatch::kAbbreviatedMode},
+    {"MODE=BACKUP", Action::kSetMode, kLogModeBackup, kBackupText, PrefixMatch::kAbbreviatedMode},
 };
 
 bool matches_whole(const Keyword& keyword, const char* text) {
-    return keyword.cut != Cut::kPrefixParserOnly && equal_ignoring_case(text, keyword.word);
+    return keyword.prefixMatch != PrefixMatch::kPrefixParserOnly &&
+           equal_ignoring_case(text, keyword.word);
 }
 
 bool matches_prefix(const Keyword& keyword, const char* text) {
     const size_t length = strlen(text);
-    if (keyword.cut == Cut::kMayBeLonger) {
+    if (keyword.prefixMatch == PrefixMatch::kFollowedByAnything) {
         return equal_ignoring_case(text, keyword.word, strlen(keyword.word));
     }
-    if (keyword.cut == Cut::kMayBeShortMode && length < kShortestMode) {
+    if (keyword.prefixMatch == PrefixMatch::kAbbreviatedMode && length < kShortestMode) {
         return false;
     }
     return equal_ignoring_case(text, keyword.word, length);
@@ -94,7 +97,7 @@ void apply(const Keyword& keyword) {
     }
 }
 
-// Puts the row that the text means into *found.
+// Finds the row that matches the text.
 template <typename Matches>
 int find_keyword(const char* text, Matches matches, const Keyword** found) {
     if (text == nullptr) {

@@ -1,18 +1,19 @@
-// Words that set the log up: levels, modes and maintenance. Case never counts, leading white space
-// is skipped, trailing characters are not.
+// Keywords that set up the log: levels, modes and maintenance. Case is ignored and leading white
+// space is skipped; trailing characters are not.
 //
-// A size behind "LIMIT" and the time stamp words are accepted and have no effect.
+// "LIMIT" with a size and the time stamp keywords are accepted and have no effect.
 #pragma once
 
 namespace zrp {
 
-// Takes a whole keyword and announces the change in the log, at every level.
-// Returns 0, 1 for a text of white space only, 22 for anything else; 22 changes nothing.
+// Obeys a keyword, which must be whole, and announces the change in the log, at every level.
+// Returns 0, 1 for a text of white space only, or kInvalid for any other text.
 int ProcessLogLevel(const char* text);
 
-// The same without a word in the log. A keyword may be cut short: the first in the order of the
-// table wins. "LIMIT", "TIMESTAMP" and "RESET" stand in full and may have more behind them.
-// "SYSLOG" is known here alone.
+// Obeys a keyword without announcing it. The keyword may be abbreviated: "D" and "DE" mean DEBUG.
+// The first match wins, in the order of the levels from "NOTHING" to "EVERYTHING", "DEFAULT",
+// "SYSLOG" and the modes. "LIMIT", "TIMESTAMP" and "RESET" must be whole and may be followed by
+// anything. Only this function knows "SYSLOG". Returns as ProcessLogLevel.
 int ProcessLogLevelPrefix(const char* text);
 
 } // namespace zrp

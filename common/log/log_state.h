@@ -1,8 +1,9 @@
-// Inside of the log: the lock around its context and the operations behind the table. Only the
-// files of this folder include this header.
+// What the files of the log share: the lock of its context, the functions in its table of
+// operations, and the steps of opening it for a component. Internal to the library.
 #pragma once
 
 #include <cstdarg>
+#include <ctime>
 
 #include "log_context.h"
 
@@ -10,7 +11,7 @@
 
 namespace zrp {
 
-// Exclusive use of the log's context. Leaves the caller's errno as it was.
+// Locks the log's context, and restores the caller's errno at the end.
 class LogLock {
 public:
     LogLock();
@@ -30,14 +31,14 @@ void set_log_level(int level);
 // log_writers.cpp
 enum class Entry { kError, kWarning, kInfo, kDebug, kPlain, kAnnouncement, kDump };
 
-// Writes one formatted entry when the level reaches it. A null tag is no tag.
+// Writes one formatted entry if the level is high enough. tag may be null.
 [[gnu::format(printf, 3, 0)]] void write_entry(Entry entry, const char* tag, const char* format,
                                                va_list arguments);
 [[gnu::format(printf, 1, 2)]] void log_info_syslog(const char* format, ...);
 void log_text_dump(const void* buffer, int length);
 void log_binary_dump(const void* buffer, int length);
 
-// A line about the log itself, at every level.
+// Writes a line about the log itself, at every level.
 [[gnu::format(printf, 1, 2)]] void log_announcement(const char* format, ...);
 
 // log_file.cpp
@@ -47,10 +48,23 @@ void log_flush();
 int64_t log_size();
 int set_log_mode(int code);
 
-// The same with the lock held.
+// For callers that hold the lock.
 int open_log_file(LogContext& log, const char* path);
 void close_log_file(LogContext& log);
 void leave_system_log(LogContext& log);
+
+// library_log.cpp
+// Returns the log that the component has from now on: log if it is not null, else the log of the
+// process, opened on the path at the level, or null when the path is null too.
+LogContext* attach_log(LogContext* log, const char* path, int level);
+
+// Sets the level to that of the text, kLogWarning when it is empty, and logs the start.
+void start_log(const char* levelText, time_t started);
+
+// start_log with the level of the configuration file. Without a path, or when the file cannot be
+// opened for reading and writing, does nothing. Returns the result of GetConfigValue, kOk without a
+// file.
+int start_log_from_config(const char* configPath, time_t started);
 
 } // namespace zrp
 

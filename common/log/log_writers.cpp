@@ -1,4 +1,4 @@
-// What the log writes: messages and dumps.
+// Writers of the log: messages and dumps.
 #include <algorithm>
 #include <climits>
 #include <cstring>
@@ -14,7 +14,7 @@ constexpr size_t kSystemMessageSize = 2048;
 constexpr int kDumpBytesPerLine = 16;
 constexpr int32_t kAlways = INT_MIN;
 
-// How an entry looks in the file: "[mark time] ", what opens it, the text, what closes it.
+// The form of an entry in the file: "[mark time] ", opening, text, closing.
 struct EntryShape {
     int32_t level;
     char mark;
@@ -22,7 +22,7 @@ struct EntryShape {
     const char* closing = "\n";
 };
 
-// By Entry.
+// Indexed by Entry.
 constexpr EntryShape kShapes[] = {
     {kLogError, '!'},
     {kLogWarning, 'W'},
@@ -37,7 +37,7 @@ const EntryShape& shape_of(Entry entry) {
     return kShapes[static_cast<size_t>(entry)];
 }
 
-bool level_reaches(Entry entry) {
+bool is_enabled(Entry entry) {
     return GetLogContext()->level >= shape_of(entry).level;
 }
 
@@ -55,8 +55,8 @@ void put_end(FILE* stream, const char* closing) {
     fflush(stream);
 }
 
-// The text was a format once already. Taken as one again it turns "%%" into "%"; any other
-// conversion would ask for arguments that are not there and stays as it is.
+// Compatibility: the formatted text is used as a format once more, which turns "%%" into "%". Other
+// conversions would need arguments and are written as they are.
 void put_as_format(FILE* stream, const char* text) {
     for (; *text != '\0'; text++) {
         if (text[0] == '%' && text[1] == '%') {
@@ -66,7 +66,8 @@ void put_as_format(FILE* stream, const char* text) {
     }
 }
 
-// Each line opens with the offset of its first byte, also the line after the last full one.
+// Each line begins with the offset of its first byte. A last full line is followed by one that
+// holds only its offset.
 void put_hexadecimal(FILE* stream, const unsigned char* bytes, int length) {
     fprintf(stream, "[%08d]  ", 0);
     for (int i = 0; i < length; i++) {
@@ -80,7 +81,7 @@ void put_hexadecimal(FILE* stream, const unsigned char* bytes, int length) {
 } // namespace
 
 void write_entry(Entry entry, const char* tag, const char* format, va_list arguments) {
-    if (!level_reaches(entry)) {
+    if (!is_enabled(entry)) {
         return;
     }
     LogLock log;
@@ -123,7 +124,7 @@ void log_info_syslog(const char* format, ...) {
 }
 
 void log_text_dump(const void* buffer, int length) {
-    if (!level_reaches(Entry::kDump)) {
+    if (!is_enabled(Entry::kDump)) {
         return;
     }
     const int count = buffer != nullptr ? std::max(length, 0) : 0;
@@ -143,7 +144,7 @@ void log_text_dump(const void* buffer, int length) {
 }
 
 void log_binary_dump(const void* buffer, int length) {
-    if (!level_reaches(Entry::kDump) || buffer == nullptr || length == 0) {
+    if (!is_enabled(Entry::kDump) || buffer == nullptr || length == 0) {
         return;
     }
     LogLock log;

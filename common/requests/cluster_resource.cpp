@@ -1,11 +1,8 @@
 #include "common/requests/cluster_resource.h"
 
-#include <cerrno>
 #include <string_view>
 
-#include "common/engine/operation.h"
-#include "common/engine/reply_fields.h"
-#include "common/engine/reply_list.h"
+#include "common/engine/command.h"
 #include "common/result.h"
 #include "common/tags.h"
 #include "common/xml_writer.h"
@@ -13,9 +10,7 @@
 namespace zrp {
 namespace {
 
-constexpr size_t kBindRoom = 1024;
 constexpr size_t kVolumesRoom = 8192;
-constexpr size_t kListRoom = 256;
 
 constexpr std::string_view kSeparators = " \t\r\n,;";
 
@@ -111,68 +106,51 @@ void write_volume(XmlDocument& document, const ClusterVolume& volume) {
     WriteCloseGroup(document, tag::volume);
 }
 
-constexpr ReplyList kVolumes = {{tag::zrpConsoleReply, tag::clusterResource}, tag::volume};
-
 constexpr ReplyField kVolumeFields[] = {
     ZRP_FIELD(tag::volumeName, kText, ClusterVolumeResult, volumeName),
     ZRP_FIELD(tag::volumeNumber, kDecimal, ClusterVolumeResult, volumeNumber),
     ZRP_FIELD(tag::mountFailureCode, kDecimal, ClusterVolumeResult, mountFailureCode),
 };
+constexpr ReplyList kVolumes = command_list(tag::clusterResource, tag::volume, kVolumeFields);
+
+constexpr RequestField kBindRequest[] = {
+    {tag::zrpServerName, RequestField::kText},
+    {tag::networkAddress, RequestField::kText},
+    {tag::bindFlag, RequestField::kSigned},
+};
+constexpr Command kBind = {tag::clusterResource, nullptr, kBindRequest, {}, 1024};
+constexpr Command kListServers = {tag::listvirtualservers};
 
 } // namespace
 
 char* BuildClusterBindRequest(const char* serverName, const char* networkAddress, int bindFlag,
                               uint32_t* length) {
-    XmlDocument document = start_document(kBindRoom);
-    WriteHead(document, tag::zrpConsoleRequest, tag::clusterResource);
-    WriteTextElement(document, tag::zrpServerName, serverName);
-    WriteTextElement(document, tag::networkAddress, networkAddress);
-    WriteIntElement(document, tag::bindFlag, bindFlag);
-    WriteTrailer(document, tag::clusterResource, tag::zrpConsoleRequest);
-    return finish_document(document, length);
+    return build_command(kBind, {serverName, networkAddress, bindFlag}, length);
 }
 
 int ScanClusterBindReply(char* reply, int replyLength) {
-    XmlElement resource;
-    return find_command(reply, replyLength, tag::clusterResource, &resource);
+    return scan_command(kBind, reply, replyLength);
 }
 
 char* BuildClusterVolumeRequest(std::span<const ClusterVolume> volumes, uint32_t* length) {
     if (volumes.empty()) {
-        errno = EINVAL;
-        return nullptr;
+        return refuse_request();
     }
-    XmlDocument document = start_document(kVolumesRoom);
+    XmlDocument document = StartDocument(kVolumesRoom);
     WriteHead(document, tag::zrpConsoleRequest, tag::clusterResource);
     for (const ClusterVolume& volume : volumes) {
         write_volume(document, volume);
     }
     WriteTrailer(document, tag::clusterResource, tag::zrpConsoleRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 int ScanClusterVolumeReply(char* reply, int replyLength, int* offset, ClusterVolumeResult* record) {
-    if (offset == nullptr || record == nullptr) {
-        return kInvalid;
-    }
-    XmlElement volume;
-    int position = *offset;
-    int rc = next_item(kVolumes, reply, replyLength, &position, &volume);
-    ClusterVolumeResult scanned = {};
-    if (rc == kOk) {
-        rc = read_fields(kVolumeFields, volume, &scanned);
-    }
-    if (rc == kOk) {
-        *record = scanned;
-        *offset = position;
-    }
-    return rc;
+    return scan_record(kVolumes, reply, replyLength, offset, record);
 }
 
 char* BuildListVirtualServersRequest(uint32_t* length) {
-    XmlDocument document = start_document(kListRoom);
-    WriteChildless(document, tag::zrpConsoleRequest, tag::listvirtualservers);
-    return finish_document(document, length);
+    return build_command(kListServers, {}, length);
 }
 
 } // namespace zrp

@@ -5,16 +5,16 @@
 #include <cstdint>
 #include <span>
 
-#include "../engine/operation.h"
-
 namespace zrp {
 
-// The request that binds an address to a virtual server (bindFlag not 0) or takes it away (0),
-// malloc'ed. Null with errno 22 for a text that is not sendable, else 12.
+// The number of a volume to be mounted under the number that it has.
+inline constexpr int32_t kOwnVolumeNumber = -1;
+
+// Binds an address to a virtual server (bindFlag other than 0) or takes it away (0).
 char* BuildClusterBindRequest(const char* serverName, const char* networkAddress, int bindFlag,
                               uint32_t* length);
 
-// Returns 0, or 22 for an empty reply (also a negative length) and one to another request.
+// Returns kOk, or kInvalid for a reply to another request.
 int ScanClusterBindReply(char* reply, int replyLength);
 
 struct ClusterVolume {
@@ -23,19 +23,18 @@ struct ClusterVolume {
     const char* settings = nullptr; // as below, or null
 };
 
-// The request that mounts volumes of a cluster resource, malloc'ed.
+// The request that mounts volumes of a cluster resource.
 //
 // Settings of a volume are words between blanks, commas or semicolons, each of which may be given
-// once, in any order; a value that holds one of these stands in double quotes:
+// once, in any order; a value that holds one of these is in double quotes:
 //
 //     PATH=/mnt/a SHADOWPATH="/mnt/my shadow" SHADOWVOLUME=SHADOW1
 //
 // PATH becomes the element `mountPoint`, SHADOWPATH `shadow`, and SHADOWVOLUME, which names the
-// shadow volume, stands in `options` with its word. A setting that is missing or empty has no
-// element. The document has room for about 8000 characters.
+// shadow volume, goes into `options` with its word. A setting that is missing or empty has no
+// element. The document has room for about 8000 bytes.
 //
-// Null with errno 22 for an empty list, an unknown or repeated setting, a quote that is not closed,
-// and a text that is not sendable, else 12.
+// An empty list, an unknown or repeated setting and a quote that is not closed are refused.
 char* BuildClusterVolumeRequest(std::span<const ClusterVolume> volumes, uint32_t* length);
 
 inline constexpr size_t kClusterNameSize = 256; // with its terminator
@@ -47,12 +46,11 @@ struct ClusterVolumeResult {
 };
 
 // The next volume of a reply; a longer name is cut. *offset is 0 before the first call and is moved
-// behind the volume. Returns 0; 22 for an empty reply (also a negative length), one to another
-// request, when no volume is left and for a volume that lacks an element, with the record as it
-// was; 34 when the offset is at the end.
+// past the volume. Returns kOk; kRange when no volume is left; kInvalid for a reply to another
+// request and for a volume that lacks an element.
 int ScanClusterVolumeReply(char* reply, int replyLength, int* offset, ClusterVolumeResult* record);
 
-// The request for the list of virtual servers, malloc'ed. Null without memory.
+// The list of virtual servers.
 char* BuildListVirtualServersRequest(uint32_t* length);
 
 } // namespace zrp

@@ -1,5 +1,7 @@
 #include "common/requests/component_versions.h"
 
+#include <utility>
+
 #include "common/engine/query.h"
 #include "common/result.h"
 #include "common/tags.h"
@@ -22,10 +24,10 @@ constexpr Component kBks = {kStorageDaemon, command::zrp2bks_request, false};
 constexpr Component kOmw = {kManagementComponent, tag::libomw2zrpRequestTag, true};
 
 HeapText build_request(const Component& component, uint32_t* length) {
-    XmlDocument document = start_document(kRequestRoom);
+    XmlDocument document = StartDocument(kRequestRoom);
     WriteHead(document, component.outer, tag::versionTag);
     WriteTrailer(document, tag::versionTag, component.outer);
-    return HeapText(finish_document(document, length));
+    return HeapText(FinishDocument(document, length));
 }
 
 int get_version(const Component& component, VersionText& text) {
@@ -33,7 +35,7 @@ int get_version(const Component& component, VersionText& text) {
     uint32_t length = 0;
     HeapText request = build_request(component, &length);
     Reply reply;
-    const int rc = send_checked_query(component.peer, std::move(request), length, nullptr, &reply);
+    const int rc = send_query({.peer = component.peer}, std::move(request), length, &reply);
     if (rc != kOk || (reply.length == 0 && component.emptyReplyIsAnAnswer)) {
         return rc;
     }

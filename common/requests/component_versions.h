@@ -1,4 +1,4 @@
-// The versions that the running components of the server give of themselves.
+// The versions of the server's running components.
 #pragma once
 
 #include <cstddef>
@@ -9,9 +9,9 @@ inline constexpr size_t kVersionTextSize = 4096;
 using VersionText = char[kVersionTextSize];
 
 // Each empties the text and asks one component for its version: the main daemon's engine library,
-// the storage daemon, the management component. Returns 0, for engine and management with an empty
-// text when the reply is empty; 12 without memory for the request; the transport's code; the
-// server's error; 22 for a reply without a version; 75 for a version that does not fit.
+// the storage daemon, the management component. An empty reply of the first and the last is an
+// empty version. Returns kOk; kNoMemory; the transport's code; the server's error; kInvalid for a
+// reply without a version; kTooLong for a version that does not fit.
 int getServerVersion(VersionText& text);
 int getBksVersion(VersionText& text);
 int getOmwVersion(VersionText& text);

@@ -1,10 +1,9 @@
 #include "common/requests/connection_management.h"
 
-#include <cerrno>
 #include <cstring>
 #include <utility>
 
-#include "common/engine/management_command.h"
+#include "common/engine/command.h"
 #include "common/result.h"
 #include "common/tags.h"
 #include "common/xml_writer.h"
@@ -18,8 +17,9 @@ constexpr const char* kNotLoggedIn = "NLI";
 // More than one station's element takes.
 constexpr size_t kStationRoom = 56;
 
-constexpr ManagementCommand kClear = {tag::clearConnection, nullptr, {}};
-constexpr ManagementCommand kBroadcast = {tag::broadcastMessage, nullptr, {}};
+constexpr RequestField kClearRequest[] = {{tag::stationNumberTag, RequestField::kText}};
+constexpr Command kClear = {tag::clearConnection, nullptr, kClearRequest};
+constexpr Command kBroadcast = {tag::broadcastMessage};
 
 void write_stations(XmlDocument& document, const char* tag, Stations stations) {
     for (const int32_t station : stations) {
@@ -27,18 +27,13 @@ void write_stations(XmlDocument& document, const char* tag, Stations stations) {
     }
 }
 
-char* refuse() {
-    errno = EINVAL;
-    return nullptr;
-}
-
 char* finish_clear(XmlDocument& document, uint32_t* length) {
     WriteTrailer(document, tag::clearConnection, tag::zrpConsoleRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 XmlDocument start_clear(Stations stations) {
-    XmlDocument document = start_document(request_room(0, 0) + stations.size() * kStationRoom);
+    XmlDocument document = StartDocument(request_room(0, 0) + stations.size() * kStationRoom);
     WriteHead(document, tag::zrpConsoleRequest, tag::clearConnection);
     return document;
 }
@@ -47,7 +42,7 @@ XmlDocument start_clear(Stations stations) {
 
 char* BuildClearConnectionRequest(Stations stations, uint32_t* length) {
     if (stations.empty()) {
-        return refuse();
+        return refuse_request();
     }
     XmlDocument document = start_clear(stations);
     WriteIntElement(document, tag::stationNumberCount, static_cast<int32_t>(stations.size()));
@@ -63,7 +58,7 @@ char* BuildClearAllConnectionsRequest(Stations exceptions, uint32_t* length) {
 }
 
 char* BuildClearNotLoggedInRequest(uint32_t* length) {
-    return build_command(kClear, {text_child(tag::stationNumberTag, kNotLoggedIn)}, length);
+    return build_command(kClear, {kNotLoggedIn}, length);
 }
 
 int ScanClearConnectionReply(char* reply, int replyLength) {
@@ -73,27 +68,25 @@ int ScanClearConnectionReply(char* reply, int replyLength) {
 int ClearConnection(Stations stations, ErrorText* errorText, const LogContext* log) {
     uint32_t length = 0;
     HeapText request(BuildClearConnectionRequest(stations, &length));
-    return run_command(kClear, std::move(request), length, errorText, log);
+    return run_document(kClear, std::move(request), length, {errorText, log});
 }
 
 int ClearAllConnections(Stations exceptions, ErrorText* errorText, const LogContext* log) {
     uint32_t length = 0;
     HeapText request(BuildClearAllConnectionsRequest(exceptions, &length));
-    return run_command(kClear, std::move(request), length, errorText, log);
+    return run_document(kClear, std::move(request), length, {errorText, log});
 }
 
 int ClearNotLoggedInConnections(ErrorText* errorText, const LogContext* log) {
-    uint32_t length = 0;
-    HeapText request(BuildClearNotLoggedInRequest(&length));
-    return run_command(kClear, std::move(request), length, errorText, log);
+    return run_command(kClear, {kNotLoggedIn}, {errorText, log});
 }
 
 char* BuildBroadcastMessageRequest(const char* message, Stations stations, uint32_t* length) {
     if (message == nullptr) {
-        return refuse();
+        return refuse_request();
     }
     XmlDocument document =
-        start_document(request_room(1, strlen(message)) + stations.size() * kStationRoom);
+        StartDocument(request_room(1, strlen(message)) + stations.size() * kStationRoom);
     WriteHead(document, tag::zrpConsoleRequest, tag::broadcastMessage);
     if (!stations.empty()) {
         WriteOpenGroup(document, tag::stationList);
@@ -102,7 +95,7 @@ char* BuildBroadcastMessageRequest(const char* message, Stations stations, uint3
     }
     WriteTextElement(document, tag::message, message);
     WriteTrailer(document, tag::broadcastMessage, tag::zrpConsoleRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 int ScanBroadcastMessageReply(char* reply, int replyLength) {
@@ -112,7 +105,7 @@ int ScanBroadcastMessageReply(char* reply, int replyLength) {
 int BroadcastMessage(const char* message, ErrorText* errorText, const LogContext* log) {
     uint32_t length = 0;
     HeapText request(BuildBroadcastMessageRequest(message, {}, &length));
-    return run_command(kBroadcast, std::move(request), length, errorText, log);
+    return run_document(kBroadcast, std::move(request), length, {errorText, log});
 }
 
 int BroadcastMessageToStations(const char* message, Stations stations, ErrorText* errorText,
@@ -122,7 +115,7 @@ int BroadcastMessageToStations(const char* message, Stations stations, ErrorText
     }
     uint32_t length = 0;
     HeapText request(BuildBroadcastMessageRequest(message, stations, &length));
-    return run_command(kBroadcast, std::move(request), length, errorText, log);
+    return run_document(kBroadcast, std::move(request), length, {errorText, log});
 }
 
 } // namespace zrp

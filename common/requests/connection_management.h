@@ -1,19 +1,16 @@
 // Ending client connections and sending messages to them.
 //
 //  - Connections are named by their station numbers.
-//  - A builder returns a malloc'ed document, or null with errno 12 without memory and 22 for an
-//    argument that is refused: no stations where some are needed, or a message that is null or not
-//    sendable (xml_writer.h).
-//  - A reply says no more than that the server has obeyed. Its scanner returns 0, or 22 for an
-//    empty reply and for one of another command.
-//  - An operation returns 22 for an argument that its builder refuses, without an exchange; else
-//    what run_operation returned, or the scanner's code.
+//  - A builder also refuses an empty list of stations where some are needed.
+//  - A reply says no more than that the server obeyed. Its scanner returns kOk, or kInvalid for a
+//    reply to another command.
 #pragma once
 
 #include <cstdint>
 #include <span>
 
-#include "../engine/operation.h"
+#include "../log/log_context.h"
+#include "../xml_reader.h"
 
 namespace zrp {
 
@@ -30,9 +27,8 @@ int ClearConnection(Stations stations, ErrorText* errorText, const LogContext* l
 int ClearAllConnections(Stations exceptions, ErrorText* errorText, const LogContext* log);
 int ClearNotLoggedInConnections(ErrorText* errorText, const LogContext* log);
 
-// A message to the stations. Without stations the request names none, which means all connections;
-// the operation that names stations refuses that, so that a list that happens to be empty does not
-// reach everybody.
+// A message to the stations. A request without stations goes to all connections; the operation that
+// names stations refuses that, so that a list that happens to be empty does not reach everybody.
 char* BuildBroadcastMessageRequest(const char* message, Stations stations, uint32_t* length);
 int ScanBroadcastMessageReply(char* reply, int replyLength);
 

@@ -4,8 +4,11 @@
 #include <cstring>
 
 #include "common/bounded_copy.h"
+#include "common/engine/reply_list.h"
+#include "common/heap_text.h"
 #include "common/range_number.h"
 #include "common/result.h"
+#include "common/tags.h"
 #include "common/xml_reader.h"
 #include "common/xml_writer.h"
 
@@ -13,6 +16,29 @@ namespace zrp {
 namespace {
 
 constexpr size_t kRequestRoom = 1024;
+
+// What differs between the daemons.
+struct Vocabulary {
+    const char* outer; // the elements of the request
+    const char* command;
+    const char* level;
+    ReplyList counters;
+};
+
+constexpr Vocabulary kServerWords = {
+    tag::zrpConsoleRequest,
+    tag::diagnostics,
+    tag::diagLevel,
+    {{tag::zrpConsoleReply, tag::diagnostics, tag::diagLevel}, tag::diagValue},
+};
+
+// The request's command repeats its outer element: the daemon expects it so.
+constexpr Vocabulary kStorageWords = {
+    diagnostic::zrp2bksDiagnosticRequest,
+    diagnostic::zrp2bksDiagnosticRequest,
+    diagnostic::level,
+    {{diagnostic::zrp2bksDiagnosticReply, diagnostic::level}, diagnostic::zrp2bksValue},
+};
 
 struct MessageHead {
     uint32_t kind = 24;
@@ -23,18 +49,18 @@ struct MessageHead {
 constexpr uint32_t kMessageExtra = 32; // bytes of a message beside its document's characters
 static_assert(sizeof(MessageHead) == 12);
 
-char* build(const DiagnosticsDaemon& daemon, uint32_t* length, int level, int resetAll) {
-    XmlDocument document = start_document(kRequestRoom);
-    WriteHead(document, daemon.outer, daemon.command);
-    WriteIntElement(document, daemon.level, level);
+char* build(const Vocabulary& words, uint32_t* length, int level, int resetAll) {
+    XmlDocument document = StartDocument(kRequestRoom);
+    WriteHead(document, words.outer, words.command);
+    WriteIntElement(document, words.level, level);
     if (resetAll != 0) {
         WriteIntElement(document, tag::resetAll, 1);
     }
-    WriteTrailer(document, daemon.command, daemon.outer);
-    return finish_document(document, length);
+    WriteTrailer(document, words.command, words.outer);
+    return FinishDocument(document, length);
 }
 
-// The attribute stands in the opening tag; a self-closing element is all opening tag.
+// The attribute is in the opening tag; a self-closing element is all opening tag.
 int read_value(const XmlElement& counter, int32_t* value) {
     XmlAttribute attribute;
     attribute.searchStart = counter.tagEnd;
@@ -47,14 +73,28 @@ int read_value(const XmlElement& counter, int32_t* value) {
     return kOk;
 }
 
+int scan_counter(const Vocabulary& words, char* reply, int replyLength, int* cursor,
+                 DiagnosticName& name, int32_t* value) {
+    if (cursor == nullptr || value == nullptr) {
+        return kInvalid;
+    }
+    XmlElement counter;
+    const int rc = next_item(words.counters, reply, replyLength, cursor, &counter);
+    if (rc != kOk) {
+        return rc;
+    }
+    copy_cut(name, counter.contentStart, counter.contentLength);
+    return read_value(counter, value);
+}
+
 } // namespace
 
 char* BuildDiagnosticsRequest(uint32_t* length, int level, int resetAll) {
-    return build(kServerDiagnostics, length, level, resetAll);
+    return build(kServerWords, length, level, resetAll);
 }
 
 char* BuildZrp2bksDiagnosticRequest(uint32_t* length, int level, int resetAll) {
-    return build(kBksDiagnostics, length, level, resetAll);
+    return build(kStorageWords, length, level, resetAll);
 }
 
 char* WrapDiagnosticRequest(const char* document, uint32_t length, uint32_t* messageLength) {
@@ -77,34 +117,12 @@ char* WrapDiagnosticRequest(const char* document, uint32_t length, uint32_t* mes
 
 int ScanDiagnosticsReply(char* reply, int replyLength, int* cursor, DiagnosticName& name,
                          int32_t* value) {
-    return ScanDiagnostics(kServerDiagnostics, reply, replyLength, cursor, name, value);
+    return scan_counter(kServerWords, reply, replyLength, cursor, name, value);
 }
 
 int ScanZrp2bksDiagnosticReply(char* reply, int replyLength, int* cursor, DiagnosticName& name,
                                int32_t* value) {
-    return ScanDiagnostics(kBksDiagnostics, reply, replyLength, cursor, name, value);
-}
-
-int ScanDiagnostics(const DiagnosticsDaemon& daemon, char* reply, int replyLength, int* cursor,
-                    DiagnosticName& name, int32_t* value) {
-    if (cursor == nullptr || value == nullptr) {
-        return kInvalid;
-    }
-    XmlElement counter;
-    const int rc = next_item(daemon.counters, reply, replyLength, cursor, &counter);
-    if (rc != kOk) {
-        return rc;
-    }
-    copy_cut(name, counter.contentStart, counter.contentLength);
-    return read_value(counter, value);
-}
-
-HeapText BuildDiagnosticsMessage(const DiagnosticsDaemon& daemon, uint32_t* length) {
-    HeapText document(build(daemon, length, kDiagnosticsLevel, 0));
-    if (document == nullptr || !daemon.wrapped) {
-        return document;
-    }
-    return HeapText(WrapDiagnosticRequest(document.get(), *length, length));
+    return scan_counter(kStorageWords, reply, replyLength, cursor, name, value);
 }
 
 } // namespace zrp

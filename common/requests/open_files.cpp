@@ -1,10 +1,9 @@
 #include "common/requests/open_files.h"
 
 #include <cstring>
-#include <utility>
 
 #include "common/bounded_copy.h"
-#include "common/engine/management_command.h"
+#include "common/engine/command.h"
 #include "common/result.h"
 #include "common/tags.h"
 
@@ -13,133 +12,131 @@ namespace {
 
 constexpr const char* kMore = "Yes";
 
-using FileName = char[kFileNameSize];
-
-struct FoundPage {
-    int32_t connectionCount;
-    char moreFlag[8];
+constexpr RequestField kListRequest[] = {
+    {tag::volumeName, RequestField::kOptionalVolumeName},
+    {tag::startIndex, RequestField::kCount},
+    {tag::maxItems, RequestField::kCount},
 };
+constexpr Command kList = {tag::listOpenFilesByConnection, nullptr, kListRequest};
 
 constexpr ReplyField kConnection[] = {
     ZRP_FIELD(tag::stationNumberTag, kDecimal, OpenFilesConnection, stationNumber),
     ZRP_FIELD(tag::userName, kText, OpenFilesConnection, userName),
     ZRP_FIELD(tag::openFilesCount, kDecimal, OpenFilesConnection, openFilesCount),
 };
-
-constexpr ReplyField kPage[] = {
-    ZRP_FIELD(tag::stationNumberCount, kDecimal, FoundPage, connectionCount),
-    ZRP_FIELD(tag::moreFlag, kText, FoundPage, moreFlag),
-};
-
-constexpr ReplyField kNextIndex = {tag::startIndex, FieldKind::kDecimal, 0, sizeof(uint32_t)};
-
-constexpr ReplyField kFileName[] = {whole_text<FileName>(tag::fileName)};
-
-constexpr ManagementCommand kList = {tag::listOpenFilesByConnection, nullptr, {}};
-constexpr ManagementCommand kIteration = {tag::listOpenFilesByConnection, tag::iterationInfo,
-                                          kPage};
-constexpr ManagementCommand kClose = {tag::zrpRequests, tag::fileClose, kFileName};
-
 constexpr ReplyList kConnections =
-    management_list(tag::listOpenFilesByConnection, tag::connectionTag);
+    command_list(tag::listOpenFilesByConnection, tag::connectionTag, kConnection);
 
 // The files of one connection; the view itself is the list.
-constexpr ReplyList kFiles = {{nullptr}, tag::name, kInvalid, kRange, kRange};
+constexpr ReplyList kFiles = {{}, tag::name, {}, kInvalid, kRange, kRange};
 
-int check_optional_name(const char* volumeName, const LogContext* log) {
-    return volumeName == nullptr ? int{kOk} : check_volume_name(volumeName, log);
+struct IterationInfo {
+    int32_t connectionCount;
+    char moreFlag[8];
+};
+
+constexpr ReplyField kPage[] = {
+    ZRP_FIELD(tag::stationNumberCount, kDecimal, IterationInfo, connectionCount),
+    ZRP_FIELD(tag::moreFlag, kText, IterationInfo, moreFlag),
+};
+constexpr Command kIteration = {tag::listOpenFilesByConnection, tag::iterationInfo, {}, kPage};
+
+constexpr ReplyField kNextIndex[] = {
+    {tag::startIndex, FieldKind::kDecimal, 0, sizeof(uint32_t)},
+};
+constexpr Command kNextPage = {tag::listOpenFilesByConnection, tag::iterationInfo, {}, kNextIndex};
+
+constexpr RequestField kCloseRequest[] = {{tag::fileName, RequestField::kText}};
+constexpr ReplyField kCloseReply[] = {whole_text<FileName>(tag::fileName)};
+constexpr Command kClose = {tag::zrpRequests, tag::fileClose, kCloseRequest, kCloseReply};
+
+constexpr RequestField kLocksRequest[] = {{tag::fileName, RequestField::kText}};
+constexpr ReplyField kLockCount[] = {
+    {tag::actualLockCount, FieldKind::kDecimal, 0, sizeof(int32_t)},
+};
+constexpr Command kListLocks = {tag::listFileLocksByFile, nullptr, kLocksRequest, kLockCount};
+
+constexpr ReplyField kLock[] = {
+    ZRP_FIELD(tag::stationNumberTag, kDecimal, FileLock, stationNumber),
+    ZRP_FIELD(tag::taskNuber, kDecimal, FileLock, taskNumber),
+    ZRP_FIELD(tag::accessRights, kNumber32, FileLock, accessRights),
+    ZRP_FIELD(tag::zrpFileHandle, kNumber64, FileLock, zrpFileHandle),
+    ZRP_FIELD(tag::userName, kText, FileLock, userName),
+};
+constexpr ReplyList kLocks = command_list(tag::listFileLocksByFile, tag::connectionTag, kLock);
+
+constexpr RequestField kCloseLocksRequest[] = {{tag::stationNumberTag, RequestField::kSigned}};
+constexpr Command kCloseLocks = {tag::zrpRequests, tag::closeConnectionLocksTag,
+                                 kCloseLocksRequest};
+
+// Gives every item that scan reads to the callback.
+template <typename Item>
+int visit_items(int (*scan)(char* reply, int replyLength, int* offset, Item* item),
+                const Reply& reply, int (*callback)(void* context, const Item& item),
+                void* context) {
+    return visit_records<Item>(
+        WalkEnd::kAtTheEnd,
+        [&](int* offset, Item* item) { return scan(reply.text.get(), reply.length, offset, item); },
+        [&](const Item& item) { return callback(context, item); });
 }
 
-// One exchange.
-int list_page(const char* volumeName, int32_t startIndex, int32_t maxItems,
-              OpenFilesCallback callback, void* context, OpenFilesPage* page, ErrorText* errorText,
-              const LogContext* log) {
-    uint32_t length = 0;
-    HeapText request(
-        BuildListOpenFilesByConnectionRequest(volumeName, startIndex, maxItems, &length));
-    Reply reply;
-    int rc = run_operation(std::move(request), length, errorText, log, &reply);
-    if (rc == kOk) {
-        rc = ScanOpenFilesPage(reply.text.get(), reply.length, page);
+void log_reply_start(char* reply, int replyLength, const LogContext* log) {
+    XmlElement envelope;
+    if (log != nullptr &&
+        find_in_reply(reply, replyLength, tag::zrpConsoleReply, &envelope) != kOk) {
+        log->operations.LogError("error from reply start");
     }
-    int count = 0;
-    return rc == kOk
-               ? give_all(ScanListOpenFilesByConnectionReply, reply, callback, context, &count)
-               : rc;
 }
 
 } // namespace
 
 char* BuildListOpenFilesByConnectionRequest(const char* volumeName, int32_t startIndex,
                                             int32_t maxItems, uint32_t* length) {
-    return build_command(kList,
-                         {optional_text_child(tag::volumeName, volumeName),
-                          count_child(tag::startIndex, startIndex),
-                          count_child(tag::maxItems, maxItems)},
-                         length);
+    return build_command(kList, {volumeName, startIndex, maxItems}, length);
 }
 
 int ScanListOpenFilesByConnectionReply(char* reply, int replyLength, int* offset,
                                        OpenFilesConnection* connection) {
-    if (offset == nullptr || connection == nullptr) {
-        return kInvalid;
-    }
-    XmlElement item;
-    XmlElement files;
-    int next = *offset;
-    int rc = next_item(kConnections, reply, replyLength, &next, &item);
-    if (rc != kOk) {
-        return rc;
-    }
-    OpenFilesConnection found = {};
-    rc = read_fields(kConnection, item, &found);
-    if (rc != kOk || find_inside(item, tag::openFiles, &files) != kOk) {
-        return kInvalid;
-    }
-    found.files = files.contentStart;
-    found.filesLength = static_cast<int>(files.contentLength);
-    *connection = found;
-    *offset = next;
-    return kOk;
+    const auto read = [](const XmlElement& item, OpenFilesConnection& filled) {
+        XmlElement files;
+        if (read_fields(kConnections.fields, item, &filled) != kOk ||
+            find_inside(item, tag::openFiles, &files) != kOk) {
+            return kInvalid;
+        }
+        filled.files = files.contentStart;
+        filled.filesLength = static_cast<int>(files.contentLength);
+        return kOk;
+    };
+    return scan_record(kConnections, reply, replyLength, offset, connection, read);
 }
 
-int ScanOpenFileName(const OpenFilesConnection& connection, int* offset,
-                     char (&name)[kFileNameSize]) {
-    if (offset == nullptr) {
-        return kInvalid;
-    }
-    if (connection.filesLength == 0) {
+int ScanOpenFileName(const OpenFilesConnection& connection, int* offset, FileName& name) {
+    if (offset != nullptr && connection.filesLength == 0) {
         return kRange;
     }
-    XmlElement item;
-    int next = *offset;
-    const int rc = next_item(kFiles, connection.files, connection.filesLength, &next, &item);
-    if (rc != kOk) {
-        return rc;
-    }
-    if (item.contentStart == nullptr) {
-        return kInvalid;
-    }
-    copy_cut(name, item.contentStart, item.contentLength);
-    *offset = next;
-    return kOk;
+    const auto read = [](const XmlElement& item, FileName& filled) {
+        if (item.contentStart == nullptr) {
+            return kInvalid;
+        }
+        copy_cut(filled, item.contentStart, item.contentLength);
+        return kOk;
+    };
+    return scan_record(kFiles, connection.files, connection.filesLength, offset, &name, read);
 }
 
 int ScanOpenFilesPage(char* reply, int replyLength, OpenFilesPage* page) {
     if (page == nullptr) {
         return kInvalid;
     }
-    FoundPage found = {};
+    IterationInfo found = {};
     const int rc = scan_command(kIteration, reply, replyLength, &found);
     if (rc != kOk) {
         return rc;
     }
     uint32_t next = kEndOfList;
     if (strcmp(found.moreFlag, kMore) == 0) {
-        constexpr ManagementCommand kWhere = {
-            tag::listOpenFilesByConnection, tag::iterationInfo, {&kNextIndex, 1}};
         // Without an index nothing follows, whatever the flag says.
-        (void)scan_command(kWhere, reply, replyLength, &next);
+        (void)scan_command(kNextPage, reply, replyLength, &next);
     }
     *page = {found.connectionCount, next};
     return kOk;
@@ -151,22 +148,23 @@ int ListOpenFilesByConnection(const char* volumeName, int32_t startIndex, int32_
     if (callback == nullptr || page == nullptr) {
         return kInvalid;
     }
-    const int rc = check_optional_name(volumeName, log);
-    return rc == kOk ? list_page(volumeName, startIndex, maxItems, callback, context, page,
-                                 errorText, log)
+    Reply reply;
+    int rc = send_command(kList, {volumeName, startIndex, maxItems}, {errorText, log}, &reply);
+    if (rc == kOk) {
+        rc = ScanOpenFilesPage(reply.text.get(), reply.length, page);
+    }
+    return rc == kOk ? visit_items(ScanListOpenFilesByConnectionReply, reply, callback, context)
                      : rc;
 }
 
 int ListAllOpenFilesByConnection(const char* volumeName, OpenFilesCallback callback, void* context,
                                  ErrorText* errorText, const LogContext* log) {
-    if (callback == nullptr) {
-        return kInvalid;
-    }
-    int rc = check_optional_name(volumeName, log);
     OpenFilesPage page = {0, 0};
+    int rc = kOk;
     while (rc == kOk && page.nextIndex != kEndOfList) {
         const auto index = static_cast<int32_t>(page.nextIndex);
-        rc = list_page(volumeName, index, 0, callback, context, &page, errorText, log);
+        rc = ListOpenFilesByConnection(volumeName, index, 0, callback, context, &page, errorText,
+                                       log);
         if (rc == kOk && static_cast<int32_t>(page.nextIndex) <= index &&
             page.nextIndex != kEndOfList) {
             rc = kInvalid;
@@ -176,22 +174,58 @@ int ListAllOpenFilesByConnection(const char* volumeName, OpenFilesCallback callb
 }
 
 char* BuildCloseFileRequest(const char* fileName, uint32_t* length) {
-    return build_command(kClose, {text_child(tag::fileName, fileName)}, length);
+    return build_command(kClose, {fileName}, length);
 }
 
-int ScanCloseFileReply(char* reply, int replyLength, char (&closed)[kFileNameSize],
-                       const LogContext* log) {
+int ScanCloseFileReply(char* reply, int replyLength, FileName& closed, const LogContext* log) {
     log_reply_start(reply, replyLength, log);
     return scan_command(kClose, reply, replyLength, &closed);
 }
 
-int CloseFile(const char* fileName, char (&closed)[kFileNameSize], ErrorText* errorText,
-              const LogContext* log) {
-    uint32_t length = 0;
-    HeapText request(BuildCloseFileRequest(fileName, &length));
+int CloseFile(const char* fileName, FileName& closed, ErrorText* errorText, const LogContext* log) {
     Reply reply;
-    const int rc = run_operation(std::move(request), length, errorText, log, &reply);
+    const int rc = send_command(kClose, {fileName}, {errorText, log}, &reply);
     return rc == kOk ? ScanCloseFileReply(reply.text.get(), reply.length, closed, log) : rc;
+}
+
+char* BuildListFileLocksByFileRequest(const char* fileName, uint32_t* length) {
+    return build_command(kListLocks, {fileName}, length);
+}
+
+int ScanListFileLocksByFileReply(char* reply, int replyLength, int* offset, FileLock* lock) {
+    return scan_record(kLocks, reply, replyLength, offset, lock);
+}
+
+int ScanActualLockCount(char* reply, int replyLength, int32_t* count) {
+    return scan_command(kListLocks, reply, replyLength, count);
+}
+
+int ListFileLocksByFile(const char* fileName, FileLockCallback callback, void* context,
+                        int32_t* count, ErrorText* errorText, const LogContext* log) {
+    if (callback == nullptr || count == nullptr) {
+        return kInvalid;
+    }
+    Reply reply;
+    int rc = send_command(kListLocks, {fileName}, {errorText, log}, &reply);
+    if (rc == kOk) {
+        rc = ScanActualLockCount(reply.text.get(), reply.length, count);
+    }
+    return rc == kOk ? visit_items(ScanListFileLocksByFileReply, reply, callback, context) : rc;
+}
+
+char* BuildCloseConnectionLocksRequest(int32_t stationNumber, uint32_t* length) {
+    return build_command(kCloseLocks, {stationNumber}, length);
+}
+
+int ScanCloseConnectionLocksReply(char* reply, int replyLength, const LogContext* log) {
+    log_reply_start(reply, replyLength, log);
+    return scan_command(kCloseLocks, reply, replyLength);
+}
+
+int CloseConnectionLocks(int32_t stationNumber, ErrorText* errorText, const LogContext* log) {
+    Reply reply;
+    const int rc = send_command(kCloseLocks, {stationNumber}, {errorText, log}, &reply);
+    return rc == kOk ? ScanCloseConnectionLocksReply(reply.text.get(), reply.length, log) : rc;
 }
 
 } // namespace zrp

@@ -1,8 +1,6 @@
 #include "common/requests/server_login.h"
 
-#include "common/bounded_copy.h"
-#include "common/engine/reply_list.h"
-#include "common/result.h"
+#include "common/engine/command.h"
 #include "common/tags.h"
 #include "common/xml_writer.h"
 
@@ -13,12 +11,13 @@ constexpr size_t kSwitchRoom = 256;
 constexpr size_t kChangeRoom = 500;
 constexpr const char* kYes = "YES";
 
-constexpr ReplyList kEnableLines = {{tag::zrpConsoleReply, tag::enableLogin}, tag::string};
-constexpr ReplyList kDisableLines = {{tag::zrpConsoleReply, tag::disableLogin}, tag::string};
+constexpr ReplyField kLine = whole_text<LoginText>(tag::string);
+constexpr ReplyList kEnableLines = command_list(tag::enableLogin, tag::string, {});
+constexpr ReplyList kDisableLines = command_list(tag::disableLogin, tag::string, {});
 
 char* build(size_t room, const LoginChange& change, uint32_t* length) {
     const char* command = change.enable ? tag::enableLogin : tag::disableLogin;
-    XmlDocument document = start_document(room);
+    XmlDocument document = StartDocument(room);
     WriteHead(document, tag::zrpConsoleRequest, command);
     WriteEmptyElement(document, change.enable ? tag::enable : tag::disable);
     if (change.volumeName != nullptr) {
@@ -33,19 +32,14 @@ char* build(size_t room, const LoginChange& change, uint32_t* length) {
         WriteTextElement(document, tag::message, change.message);
     }
     WriteTrailer(document, command, tag::zrpConsoleRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
-int next_line(const ReplyList& lines, char* reply, int replyLength, int* offset, LoginText& text) {
-    if (offset == nullptr) {
-        return kInvalid;
-    }
-    XmlElement line;
-    const int rc = next_item(lines, reply, replyLength, offset, &line);
-    if (rc == kOk) {
-        copy_cut(text, line.contentStart, line.contentLength);
-    }
-    return rc;
+int scan_line(const ReplyList& lines, char* reply, int replyLength, int* offset, LoginText& text) {
+    return scan_next(lines, reply, replyLength, offset, [&](const XmlElement& line) {
+        store_field(kLine, line, &text);
+        return int{kOk};
+    });
 }
 
 } // namespace
@@ -63,11 +57,11 @@ char* BuildLoginRequest(const LoginChange& change, uint32_t* length) {
 }
 
 int ScanEnableLoginReply(char* reply, int replyLength, int* offset, LoginText& text) {
-    return next_line(kEnableLines, reply, replyLength, offset, text);
+    return scan_line(kEnableLines, reply, replyLength, offset, text);
 }
 
 int ScanDisableLoginReply(char* reply, int replyLength, int* offset, LoginText& text) {
-    return next_line(kDisableLines, reply, replyLength, offset, text);
+    return scan_line(kDisableLines, reply, replyLength, offset, text);
 }
 
 } // namespace zrp

@@ -1,11 +1,11 @@
-// Settings of the main daemon, as its configuration names them: their list, the value of one, and
-// setting one.
+// Settings of the main daemon: their list, the value of one, setting one, and the daemon's
+// configuration as one record.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
-#include "../engine/query.h"
+#include "../heap_text.h"
 
 namespace zrp {
 
@@ -16,25 +16,61 @@ inline constexpr int kSetAttributes = 1;
 inline constexpr size_t kSettingTextSize = 4096;
 using SettingText = char[kSettingTextSize];
 
-// The request document, malloc'ed. Without name and value it asks for the list of names, with a
-// name for its value, with a name and a value that is not empty it sets it. The name may be one out
-// of a reply (xml_writer.h). Null with errno 22 for a value without a name and for a text that is
-// not sendable, with errno 12 for a name that does not fit and without memory.
+// Without name and value the request asks for the list of names, with a name for its value, with a
+// name and a value that is not empty it sets it. The name may be one from a reply (xml_writer.h). A
+// value without a name is refused.
 char* BuildSetRequest(uint32_t* length, int versionTag, int attributes, const char* name,
                       const char* value);
 
-// The next text of a reply. *offset is 0 before the first call and is moved behind the element.
-//  - With a nameBuffer: the next name of a list, and into valueBuffer, when given, the value that
-//    stands beside it (empty without one).
+// The next text of a reply. *offset is 0 before the first call and is moved past the element.
+//  - With a nameBuffer: the next name of a list, and into valueBuffer, when given, the value beside
+//    it (empty without one).
 //  - Without: the next value into valueBuffer.
-// Returns 0, 22 for an empty reply, one without `set` element or when nothing is left, 34 when the
-// offset is at the end.
+// Returns kOk; kInvalid for a reply without a `set` element and when nothing is left; kRange when
+// the offset is at the end.
 int ScanSetReply(char* reply, int replyLength, int* offset, SettingText* nameBuffer,
                  SettingText* valueBuffer);
 
-// Asks the main daemon for the list of names (a null name) or for the value of one. Returns 0 with
-// a reply to scan, 12 when the request could not be built, the transport's code or the server's
-// error.
+// Asks the main daemon for the list of names (a null name) or for the value of one. Returns kOk
+// with a reply to scan, kInvalid for a name that is not sendable, kNoMemory for one that does not
+// fit, the transport's code or the server's error.
 int QuerySettings(const char* name, Reply* reply);
+
+inline constexpr int kServerConfigVersion = 1;
+
+enum ServerConfigMode : int {
+    kReadServerConfig = 1,
+    kSetServerConfig = 2, // also answers with the whole configuration
+};
+
+inline constexpr size_t kConfigTextSize = 256; // with its terminator
+using ConfigText = char[kConfigTextSize];
+
+struct ServerConfig {
+    ConfigText zrpServerName;
+    ConfigText zrpServerProductVersion;
+    ConfigText zrpServerFileServerVersion;
+    ConfigText zrpServerVersion;
+    uint32_t zrpAllowUncryptedPasswords; // 1 or 0, as the next one
+    uint32_t zrpMixedModePath;
+    uint32_t zrpOSLanguageID;
+
+    // Those below are not sent by every server.
+    uint32_t zrpBoundaryCheck;
+    uint32_t zrpFileCommit;
+    uint32_t zrpLocalLoginInfo;
+    uint32_t signingLevel;
+    uint32_t maximumConnectionSlots;
+};
+
+// In mode kReadServerConfig name and value are ignored; any other mode sets the setting of that
+// name, which is the name of an element of the reply. Name and value may have about 4000 bytes
+// each.
+char* BuildServerConfigRequest(int mode, int versionTag, const char* name, const char* value,
+                               uint32_t* length);
+
+// A longer text is cut. A setting below zrpOSLanguageID that the server did not send keeps its
+// value. Returns kOk, or kInvalid when another element is missing.
+int ScanServerConfigReply(char* reply, int replyLength, ServerConfig* record);
 
 } // namespace zrp

@@ -1,9 +1,10 @@
 #include "common/requests/server_statistics.h"
 
-#include "common/engine/reply_list.h"
+#include <utility>
+
+#include "common/engine/command.h"
 #include "common/result.h"
 #include "common/tags.h"
-#include "common/xml_reader.h"
 #include "common/xml_writer.h"
 
 namespace zrp {
@@ -11,32 +12,63 @@ namespace {
 
 constexpr size_t kRequestRoom = 256;
 
-constexpr ReplyList kStatistics = {{tag::serverStatistics}, tag::parm, kNotFound, kRange};
+constexpr ReplyList kStatistics = {{tag::serverStatistics}, tag::parm, {}, kNotFound};
+
+struct Statistic {
+    char* element;
+    int length;
+};
+
+#define ZRP_COUNTER(kind, name) ZRP_FIELD(tag::name, kind, ServerCounters, name)
+#define ZRP_OPTIONAL_COUNTER(name) ZRP_OPTIONAL_FIELD(tag::name, kNumber32, ServerCounters, name)
+
+constexpr ReplyField kCounterFields[] = {
+    ZRP_COUNTER(kNumber64, packetsAccepted),
+    ZRP_COUNTER(kNumber64, packetsDumped),
+    ZRP_COUNTER(kNumber64, zrpRequests),
+    ZRP_COUNTER(kNumber64, zrpDuplicateReplies),
+    ZRP_COUNTER(kNumber64, bytesRead),
+    ZRP_COUNTER(kNumber64, bytesWritten),
+    ZRP_COUNTER(kNumber64, serverUpTime),
+    ZRP_COUNTER(kNumber32, logAllowed),
+    ZRP_OPTIONAL_COUNTER(connectionSlotsInUse),
+    ZRP_OPTIONAL_COUNTER(peakConnectionSlots),
+    ZRP_OPTIONAL_COUNTER(maximumConnectionSlots),
+    ZRP_OPTIONAL_COUNTER(notLoggedInCount),
+    ZRP_OPTIONAL_COUNTER(licensedConnectionCount),
+    ZRP_OPTIONAL_COUNTER(numberOfOpenFiles),
+    ZRP_OPTIONAL_COUNTER(fileLockCount),
+    ZRP_OPTIONAL_COUNTER(numberOfMountedVolumes),
+    ZRP_OPTIONAL_COUNTER(volumeCount),
+};
+
+#undef ZRP_OPTIONAL_COUNTER
+#undef ZRP_COUNTER
+
+constexpr Command kCounters = {tag::serverStatistics, nullptr, {}, kCounterFields};
 
 } // namespace
 
 char* BuildServerStatisticsRequest(int version, uint32_t* length) {
-    XmlDocument document = start_document(kRequestRoom);
+    XmlDocument document = StartDocument(kRequestRoom);
     WriteOpenGroup(document, tag::zrpConsoleRequest);
     WriteOpenGroup(document, tag::serverStatistics);
     WriteIntElement(document, tag::versionTag, version);
     WriteCloseGroup(document, tag::serverStatistics);
     WriteCloseGroup(document, tag::zrpConsoleRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 int ScanServerStatisticsReply(char* reply, int replyLength, int* offset, char** element,
                               int* elementLength) {
-    if (offset == nullptr || element == nullptr || elementLength == nullptr) {
+    if (element == nullptr || elementLength == nullptr) {
         return kInvalid;
     }
-    XmlElement found;
-    const int rc = next_item(kStatistics, reply, replyLength, offset, &found);
-    if (rc == kOk) {
-        *element = found.contentStart;
-        *elementLength = static_cast<int>(found.contentLength);
-    }
-    return rc;
+    return scan_next(kStatistics, reply, replyLength, offset, [&](const XmlElement& item) {
+        *element = item.contentStart;
+        *elementLength = static_cast<int>(item.contentLength);
+        return int{kOk};
+    });
 }
 
 int QueryServerStatistics(int version, StatisticsCallback callback, const RequestHooks* hooks,
@@ -44,21 +76,26 @@ int QueryServerStatistics(int version, StatisticsCallback callback, const Reques
     if (callback == nullptr) {
         return kInvalid;
     }
+    Query query;
+    query.hooks = hooks != nullptr ? *hooks : RequestHooks{};
     uint32_t length = 0;
     HeapText request(BuildServerStatisticsRequest(version, &length));
     Reply reply;
-    int rc = send_checked_query(kDefaultPeer, std::move(request), length, hooks, &reply);
+    const int rc = send_query(query, std::move(request), length, &reply);
     if (rc != kOk) {
         return rc;
     }
-    int offset = 0;
-    char* element = nullptr;
-    int elementLength = 0;
-    while (rc == kOk && ScanServerStatisticsReply(reply.text.get(), reply.length, &offset, &element,
-                                                  &elementLength) == kOk) {
-        rc = callback(context, element, elementLength);
-    }
-    return rc;
+    return visit_records<Statistic>(
+        WalkEnd::kAtAnyFailure,
+        [&](int* offset, Statistic* found) {
+            return ScanServerStatisticsReply(reply.text.get(), reply.length, offset,
+                                             &found->element, &found->length);
+        },
+        [&](const Statistic& found) { return callback(context, found.element, found.length); });
+}
+
+int ScanServerCountersReply(char* reply, int replyLength, ServerCounters* record) {
+    return scan_command(kCounters, reply, replyLength, record);
 }
 
 } // namespace zrp

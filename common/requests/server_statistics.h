@@ -1,32 +1,59 @@
-// Server statistics: the main daemon's counters as a list of named values.
+// Server statistics: the main daemon's counters, as a list of named values and as one record.
 #pragma once
 
 #include <cstdint>
 
-#include "../engine/query.h"
+#include "../request_hooks.h"
 
 namespace zrp {
 
 inline constexpr int kServerStatisticsVersion = 1;
 
 // Called for each statistic with the content of its `parm` element: a view into the reply, not
-// NUL-terminated, valid during the call. Returns 0 to go on, anything else to stop.
+// NUL-terminated, valid during the call; GetNameValueParm (xml_reader.h) takes it apart. Returns 0
+// to go on, anything else to stop.
 using StatisticsCallback = int (*)(void* context, char* element, int elementLength);
 
-// The request document, malloc'ed. Null without memory.
 char* BuildServerStatisticsRequest(int version, uint32_t* length);
 
 // The next statistic of a reply: the content of a `parm` element (null and 0 when it is empty).
-// *offset is 0 before the first call and is moved behind the element. Returns 0, 22 for an empty
-// reply or when no statistic is left, 34 when the offset is at the end, 2 without a
-// `serverStatistics` element.
+// *offset is 0 before the first call and is moved past the element. Returns kOk; kInvalid when no
+// statistic is left; kRange when the offset is at the end; kNotFound without a `serverStatistics`
+// element.
 int ScanServerStatisticsReply(char* reply, int replyLength, int* offset, char** element,
                               int* elementLength);
 
-// Asks the default peer and gives every statistic to the callback. hooks may be null. Returns 0
-// after the whole list, 12 without memory, the transport's code, the server's error, or what the
-// callback returned to stop.
+// Asks the default peer and passes every statistic to the callback. hooks may be null. Returns kOk
+// after the whole list, kNoMemory, the transport's code, the server's error, or what the callback
+// returned to stop.
 int QueryServerStatistics(int version, StatisticsCallback callback, const RequestHooks* hooks,
                           void* context);
+
+// The same counters as elements of their own.
+struct ServerCounters {
+    uint64_t packetsAccepted;
+    uint64_t packetsDumped;
+    uint64_t zrpRequests;
+    uint64_t zrpDuplicateReplies;
+    uint64_t bytesRead;
+    uint64_t bytesWritten;
+    uint64_t serverUpTime; // seconds
+    uint32_t logAllowed;   // 1 while users may log in, else 0
+
+    // Those below are not sent by every server.
+    uint32_t connectionSlotsInUse;
+    uint32_t peakConnectionSlots;
+    uint32_t maximumConnectionSlots;
+    uint32_t notLoggedInCount;
+    uint32_t licensedConnectionCount;
+    uint32_t numberOfOpenFiles;
+    uint32_t fileLockCount;
+    uint32_t numberOfMountedVolumes;
+    uint32_t volumeCount;
+};
+
+// Reads the elements of a reply that have the members' names. A counter below logAllowed that the
+// server did not send keeps its value. Returns kOk, or kInvalid when another element is missing.
+int ScanServerCountersReply(char* reply, int replyLength, ServerCounters* record);
 
 } // namespace zrp

@@ -23,12 +23,11 @@ struct ThreadStatistics {
 
 static_assert(sizeof(ThreadStatistics) == size_t{12} * 4);
 
-// The request document, malloc'ed. Null without memory.
 char* BuildThreadsRequest(uint32_t* length);
 
-// Reads what the reply has of the record. A field that is missing or self-closing is told on
-// standard error and keeps its value. Returns 0; 22 for a null record, an empty reply (also a
-// negative length) and one without a `threads` element.
+// Reads what the reply has of the record. A field that is missing or self-closing is reported on
+// standard error and keeps its value. Returns kOk, or kInvalid for a reply without a `threads`
+// element.
 int ScanThreadsReply(char* reply, int replyLength, ThreadStatistics* record);
 
 } // namespace zrp

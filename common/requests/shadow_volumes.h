@@ -2,15 +2,16 @@
 //
 //  - The three commands are groups of the one command `shadow`; their conventions are those of
 //    volume_management.h.
-//  - A volume is named by volumeName, for which the limit of 15 bytes holds. The name of a
-//    shadow is the server's own and may be longer: it is given back as a reply told it.
+//  - A volume is named by volumeName, which is limited to kMaxVolumeName bytes. The name of a
+//    shadow is the server's own and may be longer: send it as a reply gave it.
 //  - mountPoint is the primary volume's. Where it may be null, the server goes by the name alone.
 #pragma once
 
 #include <cstdint>
 
-#include "../engine/operation.h"
-#include "volume_information.h"
+#include "../log/log_context.h"
+#include "../volume_name.h"
+#include "../xml_reader.h"
 
 namespace zrp {
 
@@ -18,19 +19,19 @@ namespace zrp {
 // reply names the volume.
 char* BuildCreateShadowVolumeRequest(const char* volumeName, const char* path,
                                      const char* mountPoint, int32_t attributes, uint32_t* length);
-int ScanCreateShadowVolumeReply(char* reply, int replyLength, char (&created)[kVolumeNameSize]);
+int ScanCreateShadowVolumeReply(char* reply, int replyLength, VolumeName& created);
 int CreateShadowVolume(const char* volumeName, const char* path, const char* mountPoint,
-                       int32_t attributes, char (&created)[kVolumeNameSize], ErrorText* errorText,
+                       int32_t attributes, VolumeName& created, ErrorText* errorText,
                        const LogContext* log);
 
 struct RemovedShadow {
-    char volumeName[kVolumeNameSize];
-    char shadowVolName[kVolumeNameSize]; // for RemoveShadowConfiguration
+    VolumeName volumeName;
+    VolumeName shadowVolName; // for RemoveShadowConfiguration
 };
 
 // Takes the shadow from a volume; its configuration stays. RemoveShadowVolume asks by the volume's
-// name alone, RemoveShadowVolumeAt also by its mount point, so that a volume of that name elsewhere
-// is refused.
+// name alone, RemoveShadowVolumeAt also by its mount point, so that the server refuses a volume of
+// that name elsewhere.
 char* BuildRemoveShadowVolumeRequest(const char* volumeName, const char* mountPoint,
                                      uint32_t* length); // mountPoint may be null
 int ScanRemoveShadowVolumeReply(char* reply, int replyLength, RemovedShadow* removed);
@@ -42,10 +43,9 @@ int RemoveShadowVolumeAt(const char* volumeName, const char* mountPoint, Removed
 // Forgets the configuration of a shadow. The reply names the volume.
 char* BuildRemoveShadowConfigurationRequest(const char* volumeName, const char* mountPoint,
                                             const char* shadowVolName, uint32_t* length);
-int ScanRemoveShadowConfigurationReply(char* reply, int replyLength,
-                                       char (&removed)[kVolumeNameSize]);
+int ScanRemoveShadowConfigurationReply(char* reply, int replyLength, VolumeName& removed);
 int RemoveShadowConfiguration(const char* volumeName, const char* mountPoint,
-                              const char* shadowVolName, char (&removed)[kVolumeNameSize],
-                              ErrorText* errorText, const LogContext* log);
+                              const char* shadowVolName, VolumeName& removed, ErrorText* errorText,
+                              const LogContext* log);
 
 } // namespace zrp

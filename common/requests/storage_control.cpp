@@ -1,21 +1,43 @@
 #include "common/requests/storage_control.h"
 
 #include <cstdlib>
+#include <utility>
 
 #include "common/bounded_copy.h"
+#include "common/engine/query.h"
 #include "common/engine/reply_list.h"
-#include "common/engine/storage_exchange.h"
 #include "common/result.h"
 #include "common/tags.h"
 #include "common/xml_reader.h"
+#include "common/xml_scan.h"
+#include "common/xml_writer.h"
 
 namespace zrp {
 namespace {
 
+constexpr size_t kRequestRoom = 512;
 constexpr size_t kControlNameSize = 256; // with its terminator
+constexpr int kFilterTextSize = 4096;    // with its terminator
+
+constexpr ReplyList kVolumeNames = {{}, tag::volumeName};
+constexpr ReplyList kFilters = {{}, tag::parm, {}, kNotFound, kNotFound, kNotFound};
+
+// The query of an operation that shows both documents and its failures to the log.
+Query control_query(const LogContext* log, const char* operation) {
+    return {.peer = kStorageDaemon,
+            .hooks = hooks_to(log),
+            .operation = operation,
+            .checksReply = false};
+}
+
+int send_control(const Query& query, XmlDocument document, Reply* reply) {
+    uint32_t length = 0;
+    HeapText request(FinishDocument(document, &length));
+    return send_query(query, std::move(request), length, reply);
+}
 
 XmlDocument start_control_request() {
-    XmlDocument document = start_document(kControlRequestRoom);
+    XmlDocument document = StartDocument(kRequestRoom);
     WriteHead(document, command::zrp2bks_request, command::exclusion_control);
     return document;
 }
@@ -67,6 +89,27 @@ XmlDocument build_mount_point_request(const char* volumeName) {
     return document;
 }
 
+XmlDocument build_filter_switch(const char* name) {
+    XmlDocument document = StartDocument(kRequestRoom);
+    WriteHead(document, command::zrp2bks_request, tag::filter);
+    WriteEmptyElement(document, name);
+    WriteTrailer(document, tag::filter, command::zrp2bks_request);
+    return document;
+}
+
+XmlDocument build_filter_set(const char* name, uint32_t value) {
+    XmlDocument document = StartDocument(kRequestRoom);
+    WriteHead(document, command::zrp2bks_request, tag::filter);
+    WriteOpenGroup(document, tag::set);
+    WriteOpenGroup(document, tag::parm);
+    WriteTextElement(document, tag::name, name);
+    WriteHexElement(document, tag::value, value);
+    WriteCloseGroup(document, tag::parm);
+    WriteCloseGroup(document, tag::set);
+    WriteTrailer(document, tag::filter, command::zrp2bks_request);
+    return document;
+}
+
 // *mark is the first of the step marks that a failure writes.
 int find_exclusion(const Reply& reply, XmlElement* exclusion, int* mark) {
     XmlElement envelope;
@@ -82,36 +125,77 @@ int find_exclusion(const Reply& reply, XmlElement* exclusion, int* mark) {
     return rc;
 }
 
-void log_steps(const ControlTrace& trace, int mark, int rc) {
+void log_steps(const Query& query, int mark, int rc) {
     constexpr int kLastMark = 4;
-    for (; trace.log != nullptr && mark <= kLastMark; mark++) {
-        trace.log->operations.LogError("%s: [%d] rc=%d", trace.operation, mark, rc);
+    for (; query.hooks.log != nullptr && mark <= kLastMark; mark++) {
+        query.hooks.log("%s: [%d] rc=%d", query.operation, mark, rc);
     }
 }
 
-struct Listener {
-    VolumeListCallback callback;
-    void* userData;
-};
-
-void visit_list(const XmlElement& exclusion, const char* listTag, int32_t kind,
-                const Listener& listener) {
+void visit_volumes(const XmlElement& exclusion, const char* listTag, int32_t kind,
+                   VolumeListCallback callback, void* userData) {
     XmlElement list;
     if (find_inside(exclusion, listTag, &list) != kOk || list.contentStart == nullptr) {
         return;
     }
-    char* end = list.contentEnd + 1;
+    int offset = 0;
     XmlElement volume;
-    for (char* position = list.contentStart;
-         FindElement(tag::volumeName, position, end, &volume) == kOk;
-         position = volume.elementEnd + 1) {
+    while (next_item(kVolumeNames, list.contentStart, static_cast<int>(list.contentLength), &offset,
+                     &volume) == kOk) {
         char name[kControlNameSize];
         if (volume.contentLength >= sizeof name) {
             abort();
         }
         copy_cut(name, volume.contentStart, volume.contentLength);
-        listener.callback(name, kind, listener.userData);
+        callback(name, kind, userData);
     }
+}
+
+void log_missing(const Query& query, const char* name, int rc) {
+    if (query.hooks.log != nullptr) {
+        query.hooks.log("%s: XML_GetTagElement(\"%s\") rc=%d", query.operation, name, rc);
+    }
+}
+
+void visit_filter(const XmlElement& parm, FilterCallback callback, void* userData) {
+    char name[kFilterTextSize];
+    char value[kFilterTextSize];
+    const auto length = static_cast<int32_t>(parm.contentLength);
+    if (GetTagString(tag::name, parm.contentStart, length, sizeof name, name) == kOk &&
+        GetTagString(tag::value, parm.contentStart, length, sizeof value, value) == kOk) {
+        callback(name, value, userData);
+    }
+}
+
+// A list that ends in something other than a filter is worth a line; trailing blanks are not.
+void visit_filters(const Query& query, const XmlElement& list, FilterCallback callback,
+                   void* userData) {
+    char* const start = list.contentStart;
+    const auto length = static_cast<int>(list.contentLength);
+    int offset = 0;
+    while (start != nullptr && skip_blanks(start + offset, start + length) < start + length) {
+        XmlElement parm;
+        const int rc = next_item(kFilters, start, length, &offset, &parm);
+        if (rc != kOk) {
+            log_missing(query, tag::parm, rc);
+            return;
+        }
+        visit_filter(parm, callback, userData);
+    }
+}
+
+// Sends a change of the filter; nobody looks at the reply.
+int change_filter(Query query, XmlDocument document) {
+    query.dumpsReply = false;
+    Reply reply;
+    return send_control(query, std::move(document), &reply);
+}
+
+// Compatibility: resetting and switching off write no line for a failed exchange.
+Query silent_query(const LogContext* log) {
+    Query query = control_query(log, nullptr);
+    query.hooks.log = nullptr;
+    return query;
 }
 
 } // namespace
@@ -122,9 +206,9 @@ int IPCBKSControlList(VolumeListCallback callback, void* userData, const LogCont
     if (callback == nullptr || (wanted & kBothLists) == 0) {
         return kInvalid;
     }
-    const ControlTrace trace = {log, "IPCBKSControlList", true};
+    const Query query = control_query(log, "IPCBKSControlList");
     Reply reply;
-    int rc = exchange_control(trace, build_list_request(wanted), &reply);
+    int rc = send_control(query, build_list_request(wanted), &reply);
     if (rc != kOk) {
         return rc;
     }
@@ -132,14 +216,14 @@ int IPCBKSControlList(VolumeListCallback callback, void* userData, const LogCont
     XmlElement exclusion;
     rc = find_exclusion(reply, &exclusion, &mark);
     if (rc != kOk) {
-        log_steps(trace, mark, rc);
+        log_steps(query, mark, rc);
         return rc;
     }
     if ((wanted & kExcludedVolumes) != 0) {
-        visit_list(exclusion, control::zrpexcluded, kExcludedVolumes, {callback, userData});
+        visit_volumes(exclusion, control::zrpexcluded, kExcludedVolumes, callback, userData);
     }
     if ((wanted & kIncludedVolumes) != 0) {
-        visit_list(exclusion, control::zrpincluded, kIncludedVolumes, {callback, userData});
+        visit_volumes(exclusion, control::zrpincluded, kIncludedVolumes, callback, userData);
     }
     return kOk;
 }
@@ -148,21 +232,19 @@ int IPCBKSControlAction(const LogContext* log, uint32_t action, const char* volu
     if ((action & (kRemoveFromControl | kAddToControl)) == 0) {
         return kInvalid;
     }
+    Query query = control_query(log, "IPCBKSControlAction");
+    query.checksReply = true;
     Reply reply;
-    const int rc = exchange_control({log, "IPCBKSControlAction", true},
-                                    build_action_request(action, volumeName), &reply);
-    return rc == kOk ? check_reply(reply, nullptr) : rc;
+    return send_control(query, build_action_request(action, volumeName), &reply);
 }
 
 int IPCBKSControlActionGetMountPoint(const LogContext* log, const char* volumeName,
                                      StorageMountPoint& mountPoint) {
     mountPoint[0] = '\0';
+    Query query = control_query(log, "IPCBKSControlActionGetMountPoint");
+    query.checksReply = true;
     Reply reply;
-    int rc = exchange_control({log, "IPCBKSControlActionGetMountPoint", true},
-                              build_mount_point_request(volumeName), &reply);
-    if (rc == kOk) {
-        rc = check_reply(reply, nullptr);
-    }
+    int rc = send_control(query, build_mount_point_request(volumeName), &reply);
     XmlElement found;
     if (rc == kOk) {
         rc = find_in_reply(reply.text.get(), reply.length, command::get_volume_mount_point, &found);
@@ -174,6 +256,46 @@ int IPCBKSControlActionGetMountPoint(const LogContext* log, const char* volumeNa
         copy_cut(mountPoint, found.contentStart, found.contentLength);
     }
     return rc;
+}
+
+int IPCBKSControlFilterList(FilterCallback callback, void* userData, const LogContext* log) {
+    if (callback == nullptr) {
+        return kInvalid;
+    }
+    const Query query = control_query(log, "IPCBKSControlFilterList");
+    Reply reply;
+    int rc = send_control(query, build_filter_switch(control::list), &reply);
+    if (rc != kOk) {
+        return rc;
+    }
+    rc = check_reply(reply, nullptr);
+    if (rc != kOk) {
+        if (query.hooks.log != nullptr) {
+            query.hooks.log("%s: CheckForError() rc=%d", query.operation, rc);
+        }
+        return rc;
+    }
+    XmlElement list;
+    rc = find_in_reply(reply.text.get(), reply.length, control::list, &list);
+    if (rc != kOk) {
+        log_missing(query, control::list, rc);
+        return kOk;
+    }
+    visit_filters(query, list, callback, userData);
+    return kOk;
+}
+
+int IPCBKSControlFilterSet(const LogContext* log, const char* name, uint32_t value) {
+    return change_filter(control_query(log, "IPCBKSControlFilterSet"),
+                         build_filter_set(name, value));
+}
+
+int IPCBKSControlFilterReset(const LogContext* log) {
+    return change_filter(silent_query(log), build_filter_switch(control::reset));
+}
+
+int IPCBKSControlFilterOff(const LogContext* log) {
+    return change_filter(silent_query(log), build_filter_switch(control::off));
 }
 
 } // namespace zrp

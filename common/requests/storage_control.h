@@ -1,12 +1,12 @@
-// Which volumes the storage daemon keeps out of the file service, and what it knows of them.
+// Control of the storage daemon: which volumes it keeps out of the file service, what it knows of
+// them, and its event filter.
 //
 // Every operation asks the storage daemon by its own name and takes a log, which may be null: it
 // gets a dump of request and reply and a line for each failure.
 //
-// Results: 0; 22 for a bad argument (also a text that is not sendable, xml_writer.h); 12 without
-// memory and for a name that does not fit into a request of 512 bytes; the transport's code; the
-// server's error; 2 for a reply that lacks what was asked for. Nothing was sent with 22 and with 12
-// for a name.
+// Results: kOk; kInvalid for a bad argument; kNoMemory, also for a name that does not fit into a
+// request of 512 bytes; the transport's code; the server's error; kNotFound for a reply that lacks
+// what was asked for. Nothing is sent for a bad argument or name.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +16,7 @@
 
 namespace zrp {
 
-// Lists to choose from; also the kind of a listed volume. 0 stands for both.
+// Lists to choose from; also the kind of a listed volume. 0 means both.
 enum ControlList : int32_t {
     kBothLists = 6,
     kExcludedVolumes = 2, // not served
@@ -39,19 +39,33 @@ using StorageMountPoint = char[kStorageMountPointSize];
 // valid during the call.
 using VolumeListCallback = void (*)(const char* volumeName, int32_t kind, void* userData);
 
-// Gives each volume of the chosen lists to the callback, the excluded ones first. A list that is
-// missing in the reply counts as empty. A name of 256 characters or more ends the process, since no
-// volume can have one. Returns 22 for no callback or a choice of neither list.
+// Passes each volume of the chosen lists to the callback, the excluded ones first. A list that the
+// reply lacks counts as empty. A name of 256 bytes or more ends the process, since no volume can
+// have one. Returns kInvalid for a null callback or a choice of neither list.
 int IPCBKSControlList(VolumeListCallback callback, void* userData, const LogContext* log,
                       int32_t which);
 
-// Adds a volume to the file service or takes it out. Returns 22 also for an action that does
+// Adds a volume to the file service or takes it out. Returns kInvalid also for an action that does
 // neither.
 int IPCBKSControlAction(const LogContext* log, uint32_t action, const char* volumeName);
 
-// Where a volume is mounted. The name may be one out of a reply (xml_writer.h). mountPoint is
-// emptied first. Returns 75 for a longer path.
+// Where a volume is mounted. The name may be one from a reply (xml_writer.h). mountPoint is emptied
+// first. Returns kTooLong for a longer path.
 int IPCBKSControlActionGetMountPoint(const LogContext* log, const char* volumeName,
                                      StorageMountPoint& mountPoint);
+
+// The event filter is a list of names, each with a mask of the events that pass. Called for each
+// filter with its name and its value as the daemon writes it. Both are NUL-terminated and valid
+// during the call.
+using FilterCallback = void (*)(const char* name, const char* value, void* userData);
+
+// Passes each filter to the callback. Returns kOk for every reply that reports no error, also one
+// without a list. A filter without a name or value, or with one of 4096 bytes or more, is skipped.
+int IPCBKSControlFilterList(FilterCallback callback, void* userData, const LogContext* log);
+
+// These do not look at the reply.
+int IPCBKSControlFilterSet(const LogContext* log, const char* name, uint32_t value);
+int IPCBKSControlFilterReset(const LogContext* log); // all as they were when the daemon started
+int IPCBKSControlFilterOff(const LogContext* log);   // no event passes any more
 
 } // namespace zrp

@@ -4,7 +4,6 @@
 #include <string_view>
 
 #include "common/bounded_copy.h"
-#include "common/engine/reply_fields.h"
 #include "common/engine/reply_list.h"
 #include "common/result.h"
 #include "common/tags.h"
@@ -17,7 +16,7 @@ constexpr size_t kParmsRoom = 8192;
 constexpr size_t kLevelSlack = 255; // room around the text, its terminator included
 constexpr std::string_view kSeparators = " \t\r\n,;";
 
-// The next word of the text, which is cut behind it; empty when none is left.
+// The next word of the text, which is cut after it; empty when none is left.
 std::string_view take_word(std::string_view& text) {
     const size_t start = text.find_first_not_of(kSeparators);
     text.remove_prefix(start == std::string_view::npos ? text.size() : start);
@@ -55,20 +54,21 @@ void write_words(XmlDocument& document, const char* words) {
     WriteCloseGroup(document, diagnostic::parms);
 }
 
-constexpr ReplyField kLevel = ZRP_FIELD(diagnostic::level, kDecimal, DiagnosticChoice, level);
-constexpr ReplyField kResetAll =
-    ZRP_FIELD(diagnostic::resetAll, kDecimal, DiagnosticChoice, resetAll);
+constexpr ReplyField kChoice[] = {
+    ZRP_FIELD(diagnostic::level, kDecimal, DiagnosticChoice, level),
+    ZRP_OPTIONAL_FIELD(diagnostic::resetAll, kDecimal, DiagnosticChoice, resetAll),
+};
 
 int read_words(const XmlElement& reply, DiagnosticChoice* record) {
     XmlElement parms;
     if (find_inside(reply, diagnostic::parms, &parms) != kOk || parms.contentStart == nullptr) {
         return kOk;
     }
-    char* end = parms.contentEnd + 1;
+    constexpr ReplyList kWords = {{}, diagnostic::parm};
+    int offset = 0;
     XmlElement parm;
-    for (char* position = parms.contentStart;
-         FindElement(diagnostic::parm, position, end, &parm) == kOk;
-         position = parm.elementEnd + 1) {
+    while (next_item(kWords, parms.contentStart, static_cast<int>(parms.contentLength), &offset,
+                     &parm) == kOk) {
         if (record->wordCount == kMaxDiagnosticWords) {
             return kInvalid;
         }
@@ -80,7 +80,7 @@ int read_words(const XmlElement& reply, DiagnosticChoice* record) {
 } // namespace
 
 char* BuildZrp2bksParmsRequest(int level, int resetAll, const char* words, uint32_t* length) {
-    XmlDocument document = start_document(kParmsRoom);
+    XmlDocument document = StartDocument(kParmsRoom);
     WriteHead(document, diagnostic::zrp2bksDiagnosticRequest, diagnostic::zrp2bksDiagnosticRequest);
     WriteIntElement(document, diagnostic::level, level);
     if (resetAll != 0) {
@@ -89,7 +89,7 @@ char* BuildZrp2bksParmsRequest(int level, int resetAll, const char* words, uint3
     write_words(document, words);
     WriteTrailer(document, diagnostic::zrp2bksDiagnosticRequest,
                  diagnostic::zrp2bksDiagnosticRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 int ScanZrp2bksParmsReply(char* reply, int replyLength, DiagnosticChoice* record) {
@@ -99,9 +99,8 @@ int ScanZrp2bksParmsReply(char* reply, int replyLength, DiagnosticChoice* record
         return kInvalid;
     }
     DiagnosticChoice scanned = {};
-    int rc = read_field(kLevel, envelope, &scanned);
+    int rc = read_fields(kChoice, envelope, &scanned);
     if (rc == kOk) {
-        read_field(kResetAll, envelope, &scanned);
         rc = read_words(envelope, &scanned);
     }
     if (rc == kOk) {
@@ -111,11 +110,11 @@ int ScanZrp2bksParmsReply(char* reply, int replyLength, DiagnosticChoice* record
 }
 
 char* BuildChangeLoggingLevelRequest(const char* options, uint32_t* length) {
-    XmlDocument document = start_document((options != nullptr ? strlen(options) : 0) + kLevelSlack);
+    XmlDocument document = StartDocument((options != nullptr ? strlen(options) : 0) + kLevelSlack);
     WriteHead(document, command::zrp2bks_request, command::change_logging_level);
     WriteTextElement(document, tag::options, options);
     WriteTrailer(document, command::change_logging_level, command::zrp2bks_request);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 } // namespace zrp

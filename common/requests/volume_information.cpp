@@ -1,11 +1,12 @@
 #include "common/requests/volume_information.h"
 
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
+#include <utility>
 
 #include "common/bounded_copy.h"
-#include "common/engine/reply_list.h"
+#include "common/engine/command.h"
 #include "common/requests/volume_information_layouts.h"
 #include "common/result.h"
 #include "common/tags.h"
@@ -18,15 +19,13 @@ namespace {
 constexpr size_t kRequestRoom = 1024;
 
 constexpr ReplyList kVolumes = {
-    {tag::zrpConsoleReply, tag::volumeInformation}, tag::volume, kInvalid, kInvalid};
+    {tag::zrpConsoleReply, tag::volumeInformation}, tag::volume, {}, kInvalid, kInvalid};
 
 struct FoundVersion {
     int32_t version;
 };
 
 constexpr ReplyField kVersion = ZRP_FIELD(tag::versionTag, kDecimal, FoundVersion, version);
-
-using VolumeName = char[kVolumeNameSize];
 
 // A name that holds a '<' in a CDATA section is found only once, so it is kept.
 bool read_name(const XmlElement& volume, VolumeName& text) {
@@ -58,9 +57,9 @@ int read_pointed_text(const ReplyField& field, size_t pointer, const XmlElement&
 
 // The record is zero-filled before, but for its name.
 int fill(const VolumeLayout& layout, const XmlElement& volume, void* record) {
-    int rc = read_fields(layout.head.data(), layout.head.size(), volume, record);
+    int rc = read_fields(layout.head, volume, record);
     if (rc == kOk && !layout.pool.empty() && number_at(record, layout.mountPointType) != 0) {
-        rc = read_fields(layout.pool.data(), layout.pool.size(), volume, record);
+        rc = read_fields(layout.pool, volume, record);
     }
     if (rc == kOk) {
         rc = read_pointed_text(layout.mountPointText, layout.mountPoint, volume, record);
@@ -70,24 +69,60 @@ int fill(const VolumeLayout& layout, const XmlElement& volume, void* record) {
     }
     // Most volumes have no shadow.
     (void)read_pointed_text(layout.shadowText, layout.shadowMountPoint, volume, record);
-    return read_fields(layout.tail.data(), layout.tail.size(), volume, record);
+    return read_fields(layout.tail, volume, record);
 }
+
+struct StatusWord {
+    uint32_t bit;
+    std::string_view set;
+    std::string_view clear = {};
+};
+
+// In the order of the text.
+constexpr StatusWord kStatusWords[] = {
+    {0x1, "online "},
+    {0x4, "activating "},
+    {0x2, "mounted ", "dismounted "},
+    {0x8, "\"being mounted\" "},
+    {0x10000, "\"read only\" "},
+    {0x1000000, "\"data migration\" "},
+    {0x2000000, "compression "},
+    {0x4000000, "sub-allocation "},
+    {0x8000000, "\"immediate purge\" "},
+    {0x80000000, "hidden "},
+    {0x40000000, "BKS "},
+    {0x800000, "\"cluster resource\" "},
+    {0x20000000, "\"manage volume\" "},
+    {0x80000, "\"user quotas\" "},
+    {0x100000, "\"directory quotas\" "},
+    {0x200000, "salvageable "},
+    {0x2000, "\"posix permissions\" "},
+};
+
+constexpr size_t longest_text() {
+    size_t length = 0;
+    for (const StatusWord& word : kStatusWords) {
+        length += word.set.size() > word.clear.size() ? word.set.size() : word.clear.size();
+    }
+    return length;
+}
+
+static_assert(longest_text() < kVolumeStatusTextSize);
 
 } // namespace
 
 char* BuildVolumeInformationRequest(const char* volumeName, uint32_t* length, int versionTag) {
     if (volumeName == nullptr || strlen(volumeName) > kMaxAskedVolumeName) {
-        errno = EINVAL;
-        return nullptr;
+        return refuse_request();
     }
-    XmlDocument document = start_document(kRequestRoom);
+    XmlDocument document = StartDocument(kRequestRoom);
     WriteHead(document, tag::zrpConsoleRequest, tag::volumeInformation);
     WriteOpenGroup(document, tag::volume);
     WriteReceivedName(document, tag::name, volumeName);
     WriteIntElement(document, tag::versionTag, versionTag);
     WriteCloseGroup(document, tag::volume);
     WriteTrailer(document, tag::volumeInformation, tag::zrpConsoleRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 int ScanVolumeInformationReply(char* reply, int replyLength, int* offset, int* versionTag,
@@ -124,6 +159,34 @@ int ScanVolumeInformationReply(char* reply, int replyLength, int* offset, int* v
         *record = std::move(filled);
     }
     return rc;
+}
+
+int GetVolumeInformation(const char* volumeName, int* versionTag, VolumeRecord* record,
+                         ErrorText* errorText, const LogContext* log) {
+    if (versionTag == nullptr || record == nullptr) {
+        return kInvalid;
+    }
+    int rc = check_volume_name(volumeName, log);
+    if (rc != kOk) {
+        return rc;
+    }
+    uint32_t length = 0;
+    HeapText request(BuildVolumeInformationRequest(volumeName, &length, *versionTag));
+    Reply reply;
+    rc = send_document(std::move(request), length, {errorText, log}, &reply);
+    int offset = 0;
+    return rc == kOk ? ScanVolumeInformationReply(reply.text.get(), reply.length, &offset,
+                                                  versionTag, record)
+                     : rc;
+}
+
+void formatVolumeStatus(uint32_t status, char (&text)[kVolumeStatusTextSize]) {
+    size_t length = 0;
+    for (const StatusWord& word : kStatusWords) {
+        const std::string_view chosen = (status & word.bit) != 0 ? word.set : word.clear;
+        copy_cut(text + length, sizeof text - length, chosen.data(), chosen.size());
+        length += chosen.size();
+    }
 }
 
 } // namespace zrp

@@ -6,29 +6,41 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "../log/log_context.h"
+#include "../xml_reader.h"
 #include "volume_records.h"
 
 namespace zrp {
 
 inline constexpr int kVolumeInformationVersion = 5; // what the monitor asks for
+inline constexpr size_t kMaxAskedVolumeName = 16;   // bytes of a name that can be asked for
 
-inline constexpr size_t kMaxAskedVolumeName = 16; // characters of a name that can be asked for
-
-// The request for one volume, malloc'ed. The name may be one out of a reply (xml_writer.h). Null
-// with errno 22 for a name that is null, has more than 16 bytes or is not sendable, with errno
-// 12 without memory.
+// The request for one volume. The name may be one from a reply (xml_writer.h); a longer one than
+// kMaxAskedVolumeName is refused.
 char* BuildVolumeInformationRequest(const char* volumeName, uint32_t* length, int versionTag);
 
-// The next volume of a reply. *offset is 0 before the first call and is moved behind the volume;
+// The next volume of a reply. *offset is 0 before the first call and is moved past the volume;
 // *versionTag becomes the reply's version and says which layout *record has. Returns
-//  - 0 with a record;
-//  - 34 for a version above 6, with *versionTag stored;
-//  - 22 for an empty reply, an offset at the end, a missing element, a name of more than 31
-//    characters, and a version below 1 (with *versionTag stored);
-//  - 12 without memory.
-// A failure hands over no record, except that versions 1 and 2 hand over what was read so far when
-// an element is missing.
+//  - kOk with a record;
+//  - kRange for a version above kMaxVolumeInformationVersion, with *versionTag stored;
+//  - kInvalid for an offset at the end, a missing element, a name that does not fit, and a version
+//    below 1 (with *versionTag stored);
+//  - kNoMemory.
+// A failure returns no record, except that versions 1 and 2 return what was read so far when an
+// element is missing.
 int ScanVolumeInformationReply(char* reply, int replyLength, int* offset, int* versionTag,
                                VolumeRecord* record);
+
+// Asks the default peer. *versionTag is the version to ask for and becomes the one of the reply. A
+// name of more than kMaxVolumeName bytes is refused with kNameTooLong, though the builder takes it.
+int GetVolumeInformation(const char* volumeName, int* versionTag, VolumeRecord* record,
+                         ErrorText* errorText, const LogContext* log);
+
+// Room for every word at once.
+inline constexpr size_t kVolumeStatusTextSize = 256;
+
+// Writes a word for each status bit that is set, each followed by a blank: "online mounted ". A
+// clear mounted bit has a word too, so the text is never empty.
+void formatVolumeStatus(uint32_t status, char (&text)[kVolumeStatusTextSize]);
 
 } // namespace zrp

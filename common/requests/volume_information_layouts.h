@@ -16,14 +16,14 @@ using ReplyFields = std::span<const ReplyField>;
 struct VolumeLayout {
     size_t size;
     bool keepsPartial;     // handed over even when an element is missing
-    ReplyFields head;      // behind the name, up to mountPointType
+    ReplyFields head;      // after the name, up to mountPointType
     size_t mountPointType; // place of the int32_t that says whether the pool's fields follow
     ReplyFields pool;
     ReplyField mountPointText;
     ReplyField shadowText;
     size_t mountPoint; // places of the pointers to these texts
     size_t shadowMountPoint;
-    ReplyFields tail; // behind the texts
+    ReplyFields tail; // after the texts
 };
 
 // The layout of a version, or null when there is none.

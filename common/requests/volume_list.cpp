@@ -1,8 +1,13 @@
 #include "common/requests/volume_list.h"
 
+#include <cstdlib>
+#include <memory>
+#include <utility>
+
 #include "common/bounded_copy.h"
-#include "common/engine/reply_fields.h"
+#include "common/engine/query.h"
 #include "common/engine/reply_list.h"
+#include "common/requests/storage_control.h"
 #include "common/result.h"
 #include "common/tags.h"
 #include "common/xml_reader.h"
@@ -13,9 +18,9 @@ namespace {
 
 constexpr size_t kRequestRoom = 256;
 
-constexpr ReplyList kVolumes = {{tag::listVolumes}, tag::volume, kNotFound, kRange};
+constexpr ReplyList kVolumes = {{tag::listVolumes}, tag::volume, {}, kNotFound};
 
-// A volume is handed over only when it is complete, so it is collected here first.
+// A volume is complete before any output changes.
 struct FoundVolume {
     ListedName name;
     uint32_t status;
@@ -38,10 +43,95 @@ void hand_over(const FoundVolume& found, ListedName* name, uint32_t* status,
     }
 }
 
+struct VolumeArray {
+    std::unique_ptr<ListedVolume[], FreeDeleter> volumes;
+    size_t count = 0;
+};
+
+int fetch_page(int startIndex, const RequestHooks& hooks, Reply* reply, int* nextIndex) {
+    uint32_t length = 0;
+    HeapText request(BuildListVolumesRequest(startIndex, &length));
+    const int rc = send_query({.hooks = hooks}, std::move(request), length, reply);
+    if (rc == kOk) {
+        ScanStartIndex(reply->text.get(), reply->length, nextIndex);
+    }
+    return rc;
+}
+
+int visit_page(const Reply& reply, VolumeCallback callback, void* context) {
+    return visit_records<ListedVolume>(
+        WalkEnd::kAtAnyFailure,
+        [&](int* offset, ListedVolume* volume) {
+            int32_t number = 0;
+            const int rc = ScanListVolumesReply(reply.text.get(), reply.length, offset,
+                                                &volume->name, &volume->status, &number);
+            volume->volumeNumber = static_cast<uint32_t>(number);
+            return rc;
+        },
+        [&](const ListedVolume& volume) { return callback(context, volume); });
+}
+
+int visit_volumes(VolumeCallback callback, const RequestHooks* hooks, void* context) {
+    if (callback == nullptr) {
+        return kInvalid;
+    }
+    int startIndex = 0;
+    for (int page = 0; startIndex != kNoNextPage; page++) {
+        if (page == kMaxVolumePages) {
+            return kRange;
+        }
+        Reply reply;
+        int rc =
+            fetch_page(startIndex, hooks != nullptr ? *hooks : RequestHooks{}, &reply, &startIndex);
+        if (rc == kOk) {
+            rc = visit_page(reply, callback, context);
+        }
+        if (rc != kOk) {
+            return rc;
+        }
+    }
+    return kOk;
+}
+
+struct ValidVolumes {
+    VolumeCallback callback;
+    const RequestHooks* hooks;
+    void* context;
+};
+
+int visit_valid(void* context, const ListedVolume& volume) {
+    const auto& walk = *static_cast<const ValidVolumes*>(context);
+    if ((volume.status & kVolumeOnStorageLayer) != 0) {
+        StorageMountPoint mountPoint;
+        const int rc = IPCBKSControlActionGetMountPoint(nullptr, volume.name, mountPoint);
+        if (rc != kOk) {
+            if (walk.hooks != nullptr && walk.hooks->log != nullptr) {
+                walk.hooks->log("%s call to IPCBKSControlActionGetMountPoint returned rc=%d for "
+                                "volume %s",
+                                "GetValidVolumes", rc, volume.name);
+            }
+            return kOk;
+        }
+    }
+    return walk.callback(walk.context, volume);
+}
+
+int append(void* context, const ListedVolume& volume) {
+    auto* array = static_cast<VolumeArray*>(context);
+    void* grown = realloc(array->volumes.get(), (array->count + 1) * sizeof volume);
+    if (grown == nullptr) {
+        return kNoMemory;
+    }
+    (void)array->volumes.release(); // realloc freed it
+    array->volumes.reset(static_cast<ListedVolume*>(grown));
+    array->volumes[array->count++] = volume;
+    return kOk;
+}
+
 } // namespace
 
 char* BuildListVolumesRequest(int startIndex, uint32_t* length) {
-    XmlDocument document = start_document(kRequestRoom);
+    XmlDocument document = StartDocument(kRequestRoom);
     WriteOpenGroup(document, tag::zrpConsoleRequest);
     WriteOpenGroup(document, tag::listVolumes);
     if (startIndex != 0) {
@@ -49,45 +139,38 @@ char* BuildListVolumesRequest(int startIndex, uint32_t* length) {
     }
     WriteCloseGroup(document, tag::listVolumes);
     WriteCloseGroup(document, tag::zrpConsoleRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
-int scan_listed_volume(char* reply, int replyLength, int* offset, ListedName* name,
-                       uint32_t* status, int64_t* volumeNumber) {
-    if (offset == nullptr) {
-        return kInvalid;
-    }
-    XmlElement volume;
-    int next = *offset;
-    int rc = next_item(kVolumes, reply, replyLength, &next, &volume);
-    if (rc != kOk) {
+int ScanListedVolume(char* reply, int replyLength, int* offset, ListedName* name, uint32_t* status,
+                     int64_t* volumeNumber) {
+    const auto read = [&](const XmlElement& volume) {
+        FoundVolume found;
+        int rc = kOk;
+        if (name != nullptr) {
+            rc = GetTagString(tag::name, volume.contentStart,
+                              static_cast<int32_t>(volume.contentLength), sizeof found.name,
+                              found.name);
+        }
+        if (rc == kOk && status != nullptr) {
+            rc = read_field(kStatus, volume, &found);
+        }
+        if (rc == kOk && volumeNumber != nullptr) {
+            rc = read_field(kNumber, volume, &found);
+        }
+        if (rc == kOk) {
+            hand_over(found, name, status, volumeNumber);
+        }
         return rc;
-    }
-    FoundVolume found;
-    if (name != nullptr) {
-        rc =
-            GetTagString(tag::name, volume.contentStart, static_cast<int32_t>(volume.contentLength),
-                         sizeof found.name, found.name);
-    }
-    if (rc == kOk && status != nullptr) {
-        rc = read_field(kStatus, volume, &found);
-    }
-    if (rc == kOk && volumeNumber != nullptr) {
-        rc = read_field(kNumber, volume, &found);
-    }
-    if (rc != kOk) {
-        return rc;
-    }
-    hand_over(found, name, status, volumeNumber);
-    *offset = next;
-    return kOk;
+    };
+    return scan_next(kVolumes, reply, replyLength, offset, read);
 }
 
 int ScanListVolumesReply(char* reply, int replyLength, int* offset, ListedName* name,
                          uint32_t* status, int32_t* volumeNumber) {
     int64_t number = 0;
-    const int rc = scan_listed_volume(reply, replyLength, offset, name, status,
-                                      volumeNumber != nullptr ? &number : nullptr);
+    const int rc = ScanListedVolume(reply, replyLength, offset, name, status,
+                                    volumeNumber != nullptr ? &number : nullptr);
     if (rc == kOk && volumeNumber != nullptr) {
         *volumeNumber = static_cast<int32_t>(number);
     }
@@ -100,6 +183,30 @@ void ScanStartIndex(char* reply, int replyLength, int* startIndex) {
     if (startIndex != nullptr) {
         *startIndex = static_cast<int>(found);
     }
+}
+
+int GetVolumes(VolumeCallback callback, const RequestHooks* hooks, void* context) {
+    return visit_volumes(callback, hooks, context);
+}
+
+int GetVolumeArray(VolumeCallback callback, const RequestHooks* hooks, void* context) {
+    if (callback == nullptr) {
+        return kInvalid;
+    }
+    VolumeArray array;
+    int rc = visit_volumes(append, hooks, &array);
+    for (size_t i = 0; rc == kOk && i < array.count; i++) {
+        rc = callback(context, array.volumes[i]);
+    }
+    return rc;
+}
+
+int GetValidVolumes(VolumeCallback callback, const RequestHooks* hooks, void* context) {
+    if (callback == nullptr) {
+        return kInvalid;
+    }
+    ValidVolumes walk = {callback, hooks, context};
+    return visit_volumes(visit_valid, hooks, &walk);
 }
 
 } // namespace zrp

@@ -1,90 +1,90 @@
 #include "common/requests/volume_management.h"
 
-#include <utility>
-
-#include "common/engine/management_command.h"
+#include "common/engine/command.h"
 #include "common/result.h"
 #include "common/tags.h"
 
 namespace zrp {
 namespace {
 
-using VolumeName = char[kVolumeNameSize];
-
 constexpr ReplyField kVolumeName[] = {whole_text<VolumeName>(tag::volumeName)};
 
-constexpr ReplyField kModifiedVolume[] = {
+constexpr RequestField kCreateRequest[] = {
+    {tag::volumeName, RequestField::kVolumeName},
+    {tag::mountPoint, RequestField::kText},
+    {tag::attributes, RequestField::kSigned},
+    {tag::volumeNumber, RequestField::kSigned},
+};
+constexpr Command kCreate = {tag::createVolume, nullptr, kCreateRequest, kVolumeName};
+
+constexpr RequestField kRemoveRequest[] = {
+    {tag::volumeName, RequestField::kVolumeName},
+    {tag::options, RequestField::kOptionalText},
+};
+constexpr Command kRemove = {tag::removeVolume, nullptr, kRemoveRequest, kVolumeName};
+
+constexpr RequestField kModifyRequest[] = {
+    {tag::volumeName, RequestField::kVolumeName},
+    {tag::grant, RequestField::kUnsigned},
+    {tag::revoke, RequestField::kUnsigned},
+};
+constexpr ReplyField kModifyReply[] = {
     ZRP_FIELD(tag::volumeName, kText, ModifiedVolume, volumeName),
     ZRP_FIELD(tag::grant, kNumber32, ModifiedVolume, grant),
 };
+constexpr Command kModify = {tag::modifyVolume, nullptr, kModifyRequest, kModifyReply};
 
-constexpr ManagementCommand kCreate = {tag::createVolume, nullptr, kVolumeName};
-constexpr ManagementCommand kRemove = {tag::removeVolume, nullptr, kVolumeName};
-constexpr ManagementCommand kModify = {tag::modifyVolume, nullptr, kModifiedVolume};
-constexpr ManagementCommand kPurge = {tag::purgeVolume, nullptr, kVolumeName};
+constexpr RequestField kPurgeRequest[] = {{tag::volumeName, RequestField::kText}};
+constexpr Command kPurge = {tag::purgeVolume, nullptr, kPurgeRequest, kVolumeName};
+
+constexpr Command kFlush = {tag::flushVolumes};
+
+constexpr RequestField kTreeRequest[] = {
+    {tag::versionTag, RequestField::kSigned},
+    {tag::volumeName, RequestField::kVolumeName},
+    {control::controlFlags, RequestField::kUnsigned},
+};
+constexpr Command kTree = {control::VTCRequest, nullptr, kTreeRequest, {}, 4096};
 
 } // namespace
 
 char* BuildCreateVolumeRequest(const char* volumeName, const char* mountPoint, int32_t attributes,
                                int32_t volumeNumber, uint32_t* length) {
-    return build_command(
-        kCreate,
-        {text_child(tag::volumeName, volumeName), text_child(tag::mountPoint, mountPoint),
-         signed_child(tag::attributes, attributes), signed_child(tag::volumeNumber, volumeNumber)},
-        length);
+    return build_command(kCreate, {volumeName, mountPoint, attributes, volumeNumber}, length);
 }
 
-int ScanCreateVolumeReply(char* reply, int replyLength, char (&created)[kVolumeNameSize]) {
+int ScanCreateVolumeReply(char* reply, int replyLength, VolumeName& created) {
     return scan_command(kCreate, reply, replyLength, &created);
 }
 
 int CreateVolume(const char* volumeName, const char* mountPoint, int32_t attributes,
-                 int32_t volumeNumber, char (&created)[kVolumeNameSize], ErrorText* errorText,
+                 int32_t volumeNumber, VolumeName& created, ErrorText* errorText,
                  const LogContext* log) {
-    const int rc = check_volume_name(volumeName, log);
-    if (rc != kOk) {
-        return rc;
-    }
-    uint32_t length = 0;
-    HeapText request(
-        BuildCreateVolumeRequest(volumeName, mountPoint, attributes, volumeNumber, &length));
-    return run_command(kCreate, std::move(request), length, errorText, log, &created);
+    return run_command(kCreate, {volumeName, mountPoint, attributes, volumeNumber},
+                       {errorText, log}, &created);
 }
 
 char* BuildRemoveVolumeRequest(const char* volumeName, const char* options, uint32_t* length) {
-    return build_command(
-        kRemove,
-        {text_child(tag::volumeName, volumeName), optional_text_child(tag::options, options)},
-        length);
+    return build_command(kRemove, {volumeName, options}, length);
 }
 
-int ScanRemoveVolumeReply(char* reply, int replyLength, char (&removed)[kVolumeNameSize]) {
+int ScanRemoveVolumeReply(char* reply, int replyLength, VolumeName& removed) {
     return scan_command(kRemove, reply, replyLength, &removed);
 }
 
-int RemoveVolume(const char* volumeName, char (&removed)[kVolumeNameSize], ErrorText* errorText,
+int RemoveVolume(const char* volumeName, VolumeName& removed, ErrorText* errorText,
                  const LogContext* log) {
     return RemoveVolumeWithOptions(volumeName, nullptr, removed, errorText, log);
 }
 
-int RemoveVolumeWithOptions(const char* volumeName, const char* options,
-                            char (&removed)[kVolumeNameSize], ErrorText* errorText,
-                            const LogContext* log) {
-    const int rc = check_volume_name(volumeName, log);
-    if (rc != kOk) {
-        return rc;
-    }
-    uint32_t length = 0;
-    HeapText request(BuildRemoveVolumeRequest(volumeName, options, &length));
-    return run_command(kRemove, std::move(request), length, errorText, log, &removed);
+int RemoveVolumeWithOptions(const char* volumeName, const char* options, VolumeName& removed,
+                            ErrorText* errorText, const LogContext* log) {
+    return run_command(kRemove, {volumeName, options}, {errorText, log}, &removed);
 }
 
 char* BuildModifyVolumeRequest(const char* volumeName, uint32_t grant, uint32_t revoke,
                                uint32_t* length) {
-    return build_command(kModify,
-                         {text_child(tag::volumeName, volumeName),
-                          unsigned_child(tag::grant, grant), unsigned_child(tag::revoke, revoke)},
-                         length);
+    return build_command(kModify, {volumeName, grant, revoke}, length);
 }
 
 int ScanModifyVolumeReply(char* reply, int replyLength, ModifiedVolume* volume) {
@@ -93,40 +93,35 @@ int ScanModifyVolumeReply(char* reply, int replyLength, ModifiedVolume* volume) 
 
 int ModifyVolume(const char* volumeName, uint32_t grant, uint32_t revoke, ModifiedVolume* volume,
                  ErrorText* errorText, const LogContext* log) {
-    const int rc = check_volume_name(volumeName, log);
-    if (rc != kOk) {
-        return rc;
-    }
-    uint32_t length = 0;
-    HeapText request(BuildModifyVolumeRequest(volumeName, grant, revoke, &length));
-    return run_command(kModify, std::move(request), length, errorText, log, volume);
+    return run_command(kModify, {volumeName, grant, revoke}, {errorText, log}, volume);
 }
 
 char* BuildPurgeVolumeRequest(const char* volumeName, uint32_t* length) {
-    return build_command(kPurge, {text_child(tag::volumeName, volumeName)}, length);
+    return build_command(kPurge, {volumeName}, length);
 }
 
-int ScanPurgeVolumeReply(char* reply, int replyLength, char (&purged)[kVolumeNameSize]) {
+int ScanPurgeVolumeReply(char* reply, int replyLength, VolumeName& purged) {
     return scan_command(kPurge, reply, replyLength, &purged);
 }
 
-int GetVolumeInformation(const char* volumeName, int* versionTag, VolumeRecord* record,
-                         ErrorText* errorText, const LogContext* log) {
-    if (versionTag == nullptr || record == nullptr) {
-        return kInvalid;
-    }
-    int rc = check_volume_name(volumeName, log);
-    if (rc != kOk) {
-        return rc;
-    }
-    uint32_t length = 0;
-    HeapText request(BuildVolumeInformationRequest(volumeName, &length, *versionTag));
+char* BuildFlushVolumesRequest(uint32_t* length) {
+    return build_command(kFlush, {}, length);
+}
+
+int ScanFlushVolumesReply(char* reply, int replyLength) {
+    return scan_command(kFlush, reply, replyLength);
+}
+
+char* BuildVolumeTreeControlRequest(int versionTag, const char* volumeName, uint32_t controlFlags,
+                                    uint32_t* length) {
+    return build_command(kTree, {versionTag, volumeName, controlFlags}, length);
+}
+
+int VolumeTreeControl(const char* volumeName, uint32_t controlFlags, ErrorText* errorText,
+                      const LogContext* log) {
     Reply reply;
-    rc = run_operation(std::move(request), length, errorText, log, &reply);
-    int offset = 0;
-    return rc == kOk ? ScanVolumeInformationReply(reply.text.get(), reply.length, &offset,
-                                                  versionTag, record)
-                     : rc;
+    return send_command(kTree, {kVolumeTreeVersion, volumeName, controlFlags}, {errorText, log},
+                        &reply);
 }
 
 } // namespace zrp

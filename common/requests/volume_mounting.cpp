@@ -1,11 +1,14 @@
 #include "common/requests/volume_mounting.h"
 
-#include <cerrno>
+#include <algorithm>
+#include <charconv>
 #include <cstring>
+#include <string_view>
 #include <utility>
 
-#include "common/engine/management_command.h"
-#include "common/requests/volume_words.h"
+#include "common/ascii_case.h"
+#include "common/bounded_copy.h"
+#include "common/engine/command.h"
 #include "common/result.h"
 #include "common/tags.h"
 #include "common/xml_writer.h"
@@ -13,36 +16,110 @@
 namespace zrp {
 namespace {
 
+constexpr std::string_view kSeparators = " \t\r\n,;:";
+constexpr char kNumberSign = '=';
+
+// Words that a user types before the names.
+constexpr std::string_view kNoiseWords[] = {"VOLUME", "VOLUMES"};
+
+// The volume is mounted under the number that it has.
+constexpr int32_t kOwnNumber = -1;
+
 // More than the words around one volume's name, and its number.
 constexpr size_t kVolumeRoom = 80;
 
-constexpr size_t kChildlessRoom = 256;
+// One volume of the text.
+struct VolumeWord {
+    char name[kMaxVolumeName + 1];
+    int32_t number;
+};
 
-using VolumeName = char[kVolumeNameSize];
+constexpr Command kMountAll = {tag::mountAll};
+constexpr Command kDismountAll = {tag::dismountAll};
 
 constexpr ReplyField kName[] = {whole_text<VolumeName>(tag::name)};
+constexpr ReplyList kMountedByAll = command_list(tag::mountAll, tag::volume, kName);
+constexpr ReplyList kDismountedByAll = command_list(tag::dismountAll, tag::volume, kName);
 
-constexpr ReplyField kMounted[] = {
+constexpr ReplyField kMountedVolume[] = {
     ZRP_FIELD(tag::name, kText, MountedVolume, name),
     ZRP_FIELD(tag::status, kNumber32, MountedVolume, status),
     ZRP_FIELD(tag::mountFailureCode, kDecimal, MountedVolume, mountFailureCode),
 };
+constexpr ReplyList kMounted = command_list(tag::mountVolumes, tag::volume, kMountedVolume);
 
-constexpr ReplyField kDismounted[] = {
+constexpr ReplyField kDismountedVolume[] = {
     ZRP_FIELD(tag::name, kText, DismountedVolume, name),
     ZRP_FIELD(tag::dismountFailureCode, kDecimal, DismountedVolume, dismountFailureCode),
 };
+constexpr ReplyList kDismounted =
+    command_list(tag::dismountVolumes, tag::volume, kDismountedVolume);
 
-constexpr ManagementList kMountAll = {management_list(tag::mountAll, tag::volume), kName};
-constexpr ManagementList kDismountAll = {management_list(tag::dismountAll, tag::volume), kName};
-constexpr ManagementList kMount = {management_list(tag::mountVolumes, tag::volume), kMounted};
-constexpr ManagementList kDismount = {management_list(tag::dismountVolumes, tag::volume),
-                                      kDismounted};
+bool is_noise(std::string_view word) {
+    return std::any_of(std::begin(kNoiseWords), std::end(kNoiseWords), [&](std::string_view noise) {
+        return word.size() == noise.size() &&
+               equal_ignoring_case(word.data(), noise.data(), noise.size());
+    });
+}
 
-char* build_childless(const char* command, uint32_t* length) {
-    XmlDocument document = start_document(kChildlessRoom);
-    WriteChildless(document, tag::zrpConsoleRequest, command);
-    return finish_document(document, length);
+// The next word that is not noise; empty at the end of the text.
+std::string_view next_word(std::string_view text) {
+    for (;;) {
+        text.remove_prefix(std::min(text.find_first_not_of(kSeparators), text.size()));
+        const std::string_view word = text.substr(0, text.find_first_of(kSeparators));
+        if (!is_noise(word)) {
+            return word;
+        }
+        text.remove_prefix(word.size());
+    }
+}
+
+int read_number(std::string_view digits, int32_t* number) {
+    const char* end = digits.data() + digits.size();
+    const auto [stop, error] = std::from_chars(digits.data(), end, *number);
+    return error == std::errc() && stop == end ? kOk : kInvalid;
+}
+
+// Takes the next volume from *text and moves *text past it. Returns kOk; kNoData when no volume is
+// left; kNameTooLong as check_volume_name; kInvalid for an empty name and a number that 32 bits
+// cannot hold.
+int next_volume(const char** text, VolumeWord* word, const LogContext* log) {
+    const std::string_view found = next_word(*text);
+    if (found.empty()) {
+        return kNoData;
+    }
+    const std::string_view name = found.substr(0, found.find(kNumberSign));
+    if (name.empty()) {
+        return kInvalid;
+    }
+    if (name.size() > kMaxVolumeName) {
+        return check_volume_name(found.data(), log);
+    }
+    int32_t number = kOwnNumber;
+    if (name.size() < found.size() && read_number(found.substr(name.size() + 1), &number) != kOk) {
+        return kInvalid;
+    }
+    copy_cut(word->name, name.data(), name.size());
+    word->number = number;
+    *text = found.data() + found.size();
+    return kOk;
+}
+
+// Walks the whole text. Returns kOk with the number of volumes, of which there must be some.
+int count_volumes(const char* text, size_t* count, const LogContext* log) {
+    if (text == nullptr) {
+        return kInvalid;
+    }
+    *count = 0;
+    VolumeWord word;
+    int rc = kOk;
+    while ((rc = next_volume(&text, &word, log)) == kOk) {
+        ++*count;
+    }
+    if (rc != kNoData) {
+        return rc;
+    }
+    return *count != 0 ? kOk : kInvalid;
 }
 
 // What a request says about each volume.
@@ -60,64 +137,78 @@ void write_dismount(XmlDocument& document, const VolumeWord& word) {
 char* build_volumes(const char* command, const char* volumes, WriteVolume writeVolume,
                     uint32_t* length) {
     size_t count = 0;
-    if (volumes == nullptr || count_volume_words(volumes, &count, nullptr) != kOk) {
-        errno = EINVAL;
-        return nullptr;
+    if (count_volumes(volumes, &count, nullptr) != kOk) {
+        return refuse_request();
     }
-    XmlDocument document = start_document(request_room(1, strlen(volumes)) + count * kVolumeRoom);
+    XmlDocument document = StartDocument(request_room(1, strlen(volumes)) + count * kVolumeRoom);
     WriteHead(document, tag::zrpConsoleRequest, command);
     VolumeWord word;
-    while (next_volume_word(&volumes, &word, nullptr) == kOk) {
+    while (next_volume(&volumes, &word, nullptr) == kOk) {
         WriteOpenGroup(document, tag::volume);
         writeVolume(document, word);
         WriteCloseGroup(document, tag::volume);
     }
     WriteTrailer(document, command, tag::zrpConsoleRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 bool has_numbers(const char* volumes) {
     VolumeWord word;
-    while (next_volume_word(&volumes, &word, nullptr) == kOk) {
-        if (word.number != kOwnVolumeNumber) {
+    while (next_volume(&volumes, &word, nullptr) == kOk) {
+        if (word.number != kOwnNumber) {
             return true;
         }
     }
     return false;
 }
 
-// Sends the document and gives every volume of the reply to the callback.
+// Builds and sends the request, and passes every volume of the reply to the callback.
 template <typename Volume>
-int run_volumes(HeapText document, uint32_t length,
+int run_volumes(const char* volumes, char* (*build)(const char* volumes, uint32_t* length),
                 int (*scan)(char* reply, int replyLength, int* offset, Volume* volume),
                 int (*callback)(void* context, const Volume& volume), void* context,
-                ErrorText* errorText, const LogContext* log) {
-    Reply reply;
-    int rc = run_operation(std::move(document), length, errorText, log, &reply);
+                const Caller& caller) {
+    if (callback == nullptr) {
+        return kInvalid;
+    }
+    size_t count = 0;
+    int rc = count_volumes(volumes, &count, caller.log);
     if (rc != kOk) {
         return rc;
     }
-    int count = 0;
-    rc = give_all(scan, reply, callback, context, &count);
-    return rc == kOk && count == 0 ? kInvalid : rc;
+    uint32_t length = 0;
+    HeapText request(build(volumes, &length));
+    Reply reply;
+    rc = send_document(std::move(request), length, caller, &reply);
+    if (rc != kOk) {
+        return rc;
+    }
+    int named = 0;
+    rc = visit_records<Volume>(
+        WalkEnd::kAtTheEnd,
+        [&](int* offset, Volume* volume) {
+            return scan(reply.text.get(), reply.length, offset, volume);
+        },
+        [&](const Volume& volume) { return callback(context, volume); }, &named);
+    return rc == kOk && named == 0 ? int{kInvalid} : rc;
 }
 
 } // namespace
 
 char* BuildMountAllRequest(uint32_t* length) {
-    return build_childless(tag::mountAll, length);
+    return build_command(kMountAll, {}, length);
 }
 
-int ScanMountAllReply(char* reply, int replyLength, int* offset, char (&name)[kVolumeNameSize]) {
-    return scan_next(kMountAll, reply, replyLength, offset, &name);
+int ScanMountAllReply(char* reply, int replyLength, int* offset, VolumeName& name) {
+    return scan_record(kMountedByAll, reply, replyLength, offset, &name);
 }
 
 char* BuildDismountAllRequest(uint32_t* length) {
-    return build_childless(tag::dismountAll, length);
+    return build_command(kDismountAll, {}, length);
 }
 
-int ScanDismountAllReply(char* reply, int replyLength, int* offset, char (&name)[kVolumeNameSize]) {
-    return scan_next(kDismountAll, reply, replyLength, offset, &name);
+int ScanDismountAllReply(char* reply, int replyLength, int* offset, VolumeName& name) {
+    return scan_record(kDismountedByAll, reply, replyLength, offset, &name);
 }
 
 char* BuildMountVolumesRequest(const char* volumes, uint32_t* length) {
@@ -125,51 +216,30 @@ char* BuildMountVolumesRequest(const char* volumes, uint32_t* length) {
 }
 
 int ScanMountVolumesReply(char* reply, int replyLength, int* offset, MountedVolume* volume) {
-    return scan_next(kMount, reply, replyLength, offset, volume);
+    return scan_record(kMounted, reply, replyLength, offset, volume);
 }
 
 int MountVolumes(const char* volumes, MountCallback callback, void* context, ErrorText* errorText,
                  const LogContext* log) {
-    if (callback == nullptr) {
-        return kInvalid;
-    }
-    size_t count = 0;
-    const int rc = count_volume_words(volumes, &count, log);
-    if (rc != kOk) {
-        return rc;
-    }
-    uint32_t length = 0;
-    HeapText request(BuildMountVolumesRequest(volumes, &length));
-    return run_volumes(std::move(request), length, ScanMountVolumesReply, callback, context,
-                       errorText, log);
+    return run_volumes(volumes, BuildMountVolumesRequest, ScanMountVolumesReply, callback, context,
+                       {errorText, log});
 }
 
 char* BuildDismountVolumesRequest(const char* volumes, uint32_t* length) {
     if (volumes != nullptr && has_numbers(volumes)) {
-        errno = EINVAL;
-        return nullptr;
+        return refuse_request();
     }
     return build_volumes(tag::dismountVolumes, volumes, write_dismount, length);
 }
 
 int ScanDismountVolumesReply(char* reply, int replyLength, int* offset, DismountedVolume* volume) {
-    return scan_next(kDismount, reply, replyLength, offset, volume);
+    return scan_record(kDismounted, reply, replyLength, offset, volume);
 }
 
 int DismountVolumes(const char* volumes, DismountCallback callback, void* context,
                     ErrorText* errorText, const LogContext* log) {
-    if (callback == nullptr) {
-        return kInvalid;
-    }
-    size_t count = 0;
-    const int rc = count_volume_words(volumes, &count, log);
-    if (rc != kOk) {
-        return rc;
-    }
-    uint32_t length = 0;
-    HeapText request(BuildDismountVolumesRequest(volumes, &length));
-    return run_volumes(std::move(request), length, ScanDismountVolumesReply, callback, context,
-                       errorText, log);
+    return run_volumes(volumes, BuildDismountVolumesRequest, ScanDismountVolumesReply, callback,
+                       context, {errorText, log});
 }
 
 } // namespace zrp

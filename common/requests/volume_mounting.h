@@ -1,42 +1,43 @@
-// Mounting and dismounting volumes: some that are named, or all.
+// Mounting and dismounting volumes: those that are named, or all.
 //
 // The volumes of MountVolumes and DismountVolumes are one text, as a user types it: names of at
-// most 15 bytes with blanks, tabs, line ends, commas, semicolons or colons between them. The
-// words "VOLUME" and "VOLUMES", in any case, are left out wherever they stand, so that
+// most kMaxVolumeName bytes with blanks, tabs, line ends, commas, semicolons or colons between
+// them. The words "VOLUME" and "VOLUMES", in any case, are left out wherever they are, so that
 // "volumes DATA, HOME" names two volumes. NAME=NUMBER mounts a volume under that number; a number
-// has no meaning for a dismount and is refused there. A name that holds an entity cannot be named
-// so, since its semicolon ends the word: its "&" is then refused.
+// has no meaning for a dismount and is refused there. A name that holds an entity cannot be given
+// this way, since its semicolon ends the word: its "&" is then refused.
 //
-//  - Mounting or dismounting all has a builder and a scanner, the named forms an operation too.
-//  - A builder returns a malloc'ed document, or null with errno 12 without memory and 22 for a text
-//    that is null, names no volume, is malformed or not sendable (xml_writer.h).
+//  - To mount or dismount all there is a builder and a scanner, for the named volumes an operation
+//    too.
+//  - A builder also refuses a text that names no volume or is malformed.
 //  - A scanner reads the next volume of a reply: *offset is 0 before the first call and is moved
-//    behind the volume. It returns 0; 34 when no volume is left; 22 for an empty reply and when an
-//    element is missing. Names are cut to their arrays. A failure leaves the outputs as they were.
+//    past the volume. It returns kOk; kRange when no volume is left; kInvalid when an element is
+//    missing. Names are cut to their arrays.
 #pragma once
 
 #include <cstdint>
 
-#include "../engine/operation.h"
-#include "volume_information.h"
+#include "../log/log_context.h"
+#include "../volume_name.h"
+#include "../xml_reader.h"
 
 namespace zrp {
 
 // Both replies name the volumes that changed; there may be none.
 char* BuildMountAllRequest(uint32_t* length);
-int ScanMountAllReply(char* reply, int replyLength, int* offset, char (&name)[kVolumeNameSize]);
+int ScanMountAllReply(char* reply, int replyLength, int* offset, VolumeName& name);
 
 char* BuildDismountAllRequest(uint32_t* length);
-int ScanDismountAllReply(char* reply, int replyLength, int* offset, char (&name)[kVolumeNameSize]);
+int ScanDismountAllReply(char* reply, int replyLength, int* offset, VolumeName& name);
 
 struct MountedVolume {
-    char name[kVolumeNameSize];
-    uint32_t status;          // bits with the words of volume_status.h
+    VolumeName name;
+    uint32_t status;          // bits with the words of formatVolumeStatus (volume_information.h)
     int32_t mountFailureCode; // 0 when the volume was mounted
 };
 
 struct DismountedVolume {
-    char name[kVolumeNameSize];
+    VolumeName name;
     int32_t dismountFailureCode; // 0 when the volume was dismounted
 };
 
@@ -47,10 +48,10 @@ using DismountCallback = int (*)(void* context, const DismountedVolume& volume);
 char* BuildMountVolumesRequest(const char* volumes, uint32_t* length);
 int ScanMountVolumesReply(char* reply, int replyLength, int* offset, MountedVolume* volume);
 
-// Mounts the volumes and gives what became of each to the callback. That some could not be mounted
-// is no failure of the operation. Returns 0; 22 for a text that the builder refuses and -702 for a
-// name of more than 15 bytes, both without an exchange; what run_operation returned; 22 for a
-// reply that is malformed or tells of no volume; or what the callback returned to stop.
+// Mounts the volumes and passes what became of each to the callback. That some could not be mounted
+// is no failure of the operation. Returns kOk; without an exchange, kInvalid for a text that the
+// builder refuses and kNameTooLong for a longer name; the codes of the exchange; kInvalid for a
+// reply that is malformed or names no volume; or what the callback returned to stop.
 int MountVolumes(const char* volumes, MountCallback callback, void* context, ErrorText* errorText,
                  const LogContext* log);
 

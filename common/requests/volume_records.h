@@ -10,22 +10,22 @@
 #include <memory>
 
 #include "../heap_text.h"
+#include "../volume_name.h"
 
 namespace zrp {
 
 inline constexpr int kMaxVolumeInformationVersion = 6; // the highest that is understood
 
-inline constexpr size_t kVolumeNameSize = 32;
 inline constexpr size_t kPoolNameSize = 256;
 inline constexpr size_t kVolumeGuidSize = 256;
 inline constexpr size_t kMountPointSize = 4104;
 
 // Version 5.
 struct VolumeInformation {
-    char name[kVolumeNameSize];
+    VolumeName name;
     int32_t volumeNumber;
     uint32_t volumeType;
-    uint32_t status; // bits with the words of volume_status.h
+    uint32_t status; // bits with the words of formatVolumeStatus
     uint32_t statusFlags;
     uint64_t sectorSize; // bytes
     uint64_t sectorPerCluster;
@@ -63,7 +63,7 @@ struct VolumeInformation {
 
 // Versions 1 and 2.
 struct VolumeInformationV1 {
-    char name[kVolumeNameSize];
+    VolumeName name;
     int32_t volumeNumber;
     uint32_t volumeType;
     uint32_t status;
@@ -92,7 +92,7 @@ struct VolumeInformationV1 {
 };
 
 struct VolumeInformationV3 {
-    char name[kVolumeNameSize];
+    VolumeName name;
     int32_t volumeNumber;
     uint32_t status;
     char* mountPoint;
@@ -103,7 +103,7 @@ struct VolumeInformationV3 {
 };
 
 struct VolumeInformationV4 {
-    char name[kVolumeNameSize];
+    VolumeName name;
     int32_t volumeNumber;
     uint32_t volumeType;
     uint32_t status;
@@ -138,8 +138,8 @@ struct VolumeInformationV4 {
     char shadowText[kMountPointSize];
 };
 
-// Version 6 is version 5 with more behind it, so that a reader of version 5 can read it too; two of
-// the elements stand in both parts.
+// Version 6 is version 5 with more after it, so that a reader of version 5 can read it too; two of
+// the elements are in both parts.
 struct VolumeInformationV6 {
     VolumeInformation common;
     uint32_t shadowFlags;

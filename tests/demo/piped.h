@@ -1,4 +1,4 @@
-// The demonstration without a terminal, for its tests.
+// Runs the demonstration without a terminal.
 #pragma once
 
 #include <optional>
@@ -15,8 +15,8 @@ namespace zrp {
 using harness::ChildProcess;
 using harness::ExitStatus;
 
-// Several times what a walk takes on a machine with nothing else to do.
-inline constexpr harness::milliseconds kWalkPatience{240000};
+// Several times what a whole demonstration takes on an idle machine.
+inline constexpr harness::milliseconds kDemoPatience{240000};
 
 class Demo : public testing::Test {
 protected:
@@ -29,7 +29,7 @@ protected:
     }
 };
 
-// The demonstration with its output and errors in one pipe and nothing to read.
+// The demonstration without input, its output and errors in one pipe.
 struct Piped {
     explicit Piped(std::vector<std::string> arguments = {}) {
         arguments.insert(arguments.begin(),
@@ -37,15 +37,15 @@ struct Piped {
         ChildProcess demo({.arguments = std::move(arguments),
                            .standardInput = harness::kNull,
                            .standardOutput = harness::kPipe});
-        said = demo.read_all(kWalkPatience);
+        printed = demo.read_all(kDemoPatience);
         status = demo.wait();
     }
 
     [[nodiscard]] bool has(const std::string& text) const {
-        return said.find(text) != std::string::npos;
+        return printed.find(text) != std::string::npos;
     }
 
-    std::string said;
+    std::string printed;
     std::optional<ExitStatus> status;
 };
 

@@ -9,10 +9,10 @@ namespace {
 using harness::ChildProcess;
 using harness::ExitStatus;
 
-constexpr harness::milliseconds kWalkPatience{240000};
+constexpr harness::milliseconds kDemoPatience{240000};
 
 struct Result {
-    std::string said;
+    std::string printed;
     std::optional<ExitStatus> status;
 };
 
@@ -22,17 +22,17 @@ Result run(std::vector<std::string> arguments) {
                        .standardInput = harness::kNull,
                        .standardOutput = harness::kPipe});
     Result result;
-    result.said = demo.read_all(kWalkPatience);
+    result.printed = demo.read_all(kDemoPatience);
     result.status = demo.wait();
     return result;
 }
 
-TEST(DemoNetwork, WithoutNamespacesRootSeesItAllTheSame) {
+TEST(DemoNetwork, WithoutNamespacesItStillRunsForRoot) {
     ZRP_NEEDS_NAMESPACES();
     const Result demo = run({WITHOUT_NAMESPACES_PROGRAM, ZRPDEMO_PROGRAM});
-    EXPECT_EQ(demo.status, ExitStatus{}) << demo.said;
-    EXPECT_TRUE(demo.said.starts_with("--- General (80x25)\n")) << demo.said;
-    EXPECT_NE(demo.said.find("--- Version (80x25)\n"), std::string::npos) << demo.said;
+    EXPECT_EQ(demo.status, ExitStatus{}) << demo.printed;
+    EXPECT_TRUE(demo.printed.starts_with("--- General (80x25)\n")) << demo.printed;
+    EXPECT_NE(demo.printed.find("--- Version (80x25)\n"), std::string::npos) << demo.printed;
 }
 
 TEST(DemoNetwork, WithoutNamespacesARunningServerIsNotTouched) {
@@ -40,17 +40,18 @@ TEST(DemoNetwork, WithoutNamespacesARunningServerIsNotTouched) {
     const ScriptedPeer server(kStorageDaemonSocket, {{read_request()}});
     const Result demo = run({WITHOUT_NAMESPACES_PROGRAM, ZRPDEMO_PROGRAM});
     EXPECT_EQ(demo.status, (ExitStatus{1, 0}));
-    EXPECT_NE(demo.said.find("a running server is not touched"), std::string::npos) << demo.said;
+    EXPECT_NE(demo.printed.find("a running server is not touched"), std::string::npos)
+        << demo.printed;
     EXPECT_EQ(server.connections(), 0U);
 }
 
-TEST(DemoNetwork, WithoutNamespacesAnOrdinaryUserIsToldWhy) {
+TEST(DemoNetwork, WithoutNamespacesAnOrdinaryUserGetsTheReason) {
     ZRP_NEEDS_NAMESPACES();
-    // A user namespace without a mapping: the user is nobody there.
+    // In a user namespace without a mapping the user is "nobody".
     const Result demo = run({"unshare", "-U", WITHOUT_NAMESPACES_PROGRAM, ZRPDEMO_PROGRAM});
     EXPECT_EQ(demo.status, (ExitStatus{1, 0}));
-    EXPECT_NE(demo.said.find("zrptop runs as root only"), std::string::npos) << demo.said;
-    EXPECT_NE(demo.said.find("Try again as root"), std::string::npos) << demo.said;
+    EXPECT_NE(demo.printed.find("zrptop runs as root only"), std::string::npos) << demo.printed;
+    EXPECT_NE(demo.printed.find("Try again as root"), std::string::npos) << demo.printed;
 }
 
 } // namespace

@@ -1,10 +1,8 @@
 #include <algorithm>
 #include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <unistd.h>
 
 #include "tests/demo/piped.h"
+#include "tools/harness/process_state.h"
 #include "tools/harness/terminal.h"
 
 namespace zrp {
@@ -13,69 +11,42 @@ namespace {
 using harness::Key;
 using harness::Terminal;
 
-bool is_number(const std::string& text) {
-    return std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+bool all_have_ended(const std::vector<pid_t>& processes) {
+    return std::all_of(processes.begin(), processes.end(), harness::has_ended);
 }
 
-// The parent of a process, from the field behind its name and state; the name may hold anything.
-pid_t parent_of(const std::filesystem::path& process) {
-    std::ifstream file(process / "stat");
-    std::string line;
-    std::getline(file, line);
-    const size_t name = line.rfind(')');
-    return name == std::string::npos ? -1 : std::stoi(line.substr(name + 4));
-}
-
-std::vector<pid_t> children_of(pid_t parent) {
-    std::vector<pid_t> children;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-        const std::string name = entry.path().filename();
-        if (is_number(name) && parent_of(entry.path()) == parent) {
-            children.push_back(std::stoi(name));
-        }
-    }
-    return children;
-}
-
-// Whether they have ended, be it that nobody has asked for their status yet: whoever inherits them
-// may take its time.
-bool are_gone(const std::vector<pid_t>& processes) {
-    return std::all_of(processes.begin(), processes.end(), [](pid_t pid) {
-        std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-        std::string line;
-        return !std::getline(file, line) || line.find(") Z ") != std::string::npos;
-    });
-}
-
-// The demonstration on a terminal, up to its first up time.
+// The demonstration on a terminal, from its first up time on.
 struct Live {
     Live() : terminal({.child = {.arguments = {ZRPDEMO_PROGRAM}}}) {
-        cameUp = terminal.wait_until(
+        isUp = terminal.wait_until(
             [&] { return terminal.row(3).find(" Second") != std::string::npos; });
-        processes = children_of(terminal.child().pid());
+        processes = harness::children_of(terminal.child().pid());
     }
 
     Terminal terminal;
-    bool cameUp = false;
+    bool isUp = false;
     std::vector<pid_t> processes; // of the demonstration
 };
 
-// What is between a caption and the next.
-std::string scene(const std::string& said, const std::string& caption) {
-    const size_t start = said.find("--- " + caption + " (80x25)\n");
-    return start == std::string::npos ? "" : said.substr(start, said.find("\n--- ", start) - start);
+// What is printed between a caption and the next one.
+std::string screen_of(const std::string& printed, const std::string& caption) {
+    const size_t start = printed.find("--- " + caption + " (80x25)\n");
+    return start == std::string::npos
+               ? ""
+               : printed.substr(start, printed.find("\n--- ", start) - start);
 }
 
-struct ExpectedScene {
+struct ExpectedScreen {
     const char* caption;
     std::vector<const char*> texts;
 };
 
-TEST_F(Demo, WithoutATerminalPrintsScreensAndDialogsAsText) {
+TEST_F(Demo, WithoutATerminalItPrintsScreensAndDialogsAsText) {
     const Piped demo;
-    ASSERT_EQ(demo.status, ExitStatus{}) << demo.said;
-    EXPECT_TRUE(demo.said.starts_with("--- General (80x25)\n[F12] Exit [F2] General")) << demo.said;
-    const ExpectedScene scenes[] = {
+    ASSERT_EQ(demo.status, ExitStatus{}) << demo.printed;
+    EXPECT_TRUE(demo.printed.starts_with("--- General (80x25)\n[F12] Exit [F2] General"))
+        << demo.printed;
+    const ExpectedScreen screens[] = {
         {"General", {"zrpRequests: ", "fileLockCount: "}},
         {"Volume dialog", {"0. SYS", "Enter volume number ["}},
         {"Volume", {"Volume: SYS", "trustee count:  "}},
@@ -86,101 +57,101 @@ TEST_F(Demo, WithoutATerminalPrintsScreensAndDialogsAsText) {
         {"Parameters", {"MAXIMUM_CACHED_FILES_PER_VOLUME = "}},
         {"Version", {"[libzrpengine] ", "[zrptop] "}},
     };
-    for (const ExpectedScene& expected : scenes) {
-        const std::string shown = scene(demo.said, expected.caption);
+    for (const ExpectedScreen& expected : screens) {
+        const std::string shown = screen_of(demo.printed, expected.caption);
         EXPECT_NE(shown.find("Server Up Time: 3 Days"), std::string::npos) << expected.caption;
         for (const char* text : expected.texts) {
             EXPECT_NE(shown.find(text), std::string::npos) << expected.caption << ": " << text;
         }
     }
-    EXPECT_FALSE(demo.has("\x1b")) << demo.said;
-    EXPECT_FALSE(demo.has(" \n")) << demo.said;
+    EXPECT_FALSE(demo.has("\x1b")) << demo.printed;
+    EXPECT_FALSE(demo.has(" \n")) << demo.printed;
 }
 
-TEST_F(Demo, TheSmallestWorldWithAStandingClockIsShown) {
+TEST_F(Demo, AnEmptyServerWithAStoppedClockIsShown) {
     const Piped demo({"--", "--clock", "7", "--volumes", "1", "--connections", "0"});
-    EXPECT_EQ(demo.status, ExitStatus{}) << demo.said;
-    EXPECT_TRUE(demo.has("--- Version (80x25)\n")) << demo.said;
+    EXPECT_EQ(demo.status, ExitStatus{}) << demo.printed;
+    EXPECT_TRUE(demo.has("--- Version (80x25)\n")) << demo.printed;
 }
 
-TEST_F(Demo, WithoutATerminalTakesItsSize) {
+TEST_F(Demo, WithoutATerminalItTakesTheSizeOfAnOption) {
     const Piped demo({"--size", "100x40"});
-    ASSERT_EQ(demo.status, ExitStatus{}) << demo.said;
-    EXPECT_TRUE(demo.has("--- General (100x40)\n")) << demo.said;
+    ASSERT_EQ(demo.status, ExitStatus{}) << demo.printed;
+    EXPECT_TRUE(demo.has("--- General (100x40)\n")) << demo.printed;
 }
 
-TEST_F(Demo, AWrongSizeIsExplained) {
+TEST_F(Demo, AWrongSizeIsReported) {
     for (const char* size : {"100", "0x25", "80x", "80x25x1", "80x5000"}) {
         const Piped demo({"--size", size});
         EXPECT_EQ(demo.status, (ExitStatus{1, 0})) << size;
-        EXPECT_TRUE(demo.has(std::string("not a size: ") + size)) << demo.said;
+        EXPECT_TRUE(demo.has(std::string("not a size: ") + size)) << demo.printed;
     }
 }
 
-TEST_F(Demo, AServerThatDoesNotStartIsExplained) {
+TEST_F(Demo, AServerThatDoesNotStartIsReported) {
     const Piped demo({"--", "--no-such-option"});
     EXPECT_EQ(demo.status, (ExitStatus{1, 0}));
-    EXPECT_TRUE(demo.has("the simulated server ended with exit status 1:\n")) << demo.said;
-    EXPECT_TRUE(demo.has("--no-such-option")) << demo.said;
+    EXPECT_TRUE(demo.has("the simulated server ended with exit status 1:\n")) << demo.printed;
+    EXPECT_TRUE(demo.has("--no-such-option")) << demo.printed;
 }
 
-TEST_F(Demo, AMonitorThatDoesNotComeUpIsExplained) {
+TEST_F(Demo, AMonitorThatDoesNotStartIsReported) {
     const Piped demo({"--zrptop", "false"});
     EXPECT_EQ(demo.status, (ExitStatus{1, 0}));
     EXPECT_TRUE(demo.has("the scene \"General\" did not come up (it ended with exit status 1)"))
-        << demo.said;
+        << demo.printed;
 }
 
-TEST_F(Demo, ATerminalThatIsTooSmallIsExplained) {
+TEST_F(Demo, ATerminalThatIsTooSmallIsReported) {
     const Piped demo({"--size", "80x24"});
     EXPECT_EQ(demo.status, (ExitStatus{1, 0}));
-    EXPECT_TRUE(demo.has("not enough lines")) << demo.said;
+    EXPECT_TRUE(demo.has("not enough lines")) << demo.printed;
 }
 
 TEST_F(Demo, WithATerminalTheMonitorRunsOnIt) {
     Live live;
-    ASSERT_TRUE(live.cameUp) << live.terminal.text();
+    ASSERT_TRUE(live.isUp) << live.terminal.text();
     EXPECT_EQ(live.processes.size(), 2U); // server and monitor
     live.terminal.press(Key::kF12);
     EXPECT_EQ(live.terminal.wait_for_exit(), ExitStatus{}) << live.terminal.text();
     EXPECT_FALSE(live.terminal.screen().alternate_screen());
-    EXPECT_TRUE(are_gone(live.processes));
+    EXPECT_TRUE(all_have_ended(live.processes));
 }
 
-TEST_F(Demo, CtrlCEndsItInOrder) {
+TEST_F(Demo, CtrlCEndsItCleanly) {
     Live live;
-    ASSERT_TRUE(live.cameUp) << live.terminal.text();
+    ASSERT_TRUE(live.isUp) << live.terminal.text();
     live.terminal.type("\x03");
     EXPECT_EQ(live.terminal.wait_for_exit(), ExitStatus{}) << live.terminal.text();
     EXPECT_FALSE(live.terminal.screen().alternate_screen());
-    EXPECT_TRUE(are_gone(live.processes));
+    EXPECT_TRUE(all_have_ended(live.processes));
 }
 
 TEST_F(Demo, ASignalIsPassedOnToTheMonitor) {
     for (const int signal : {SIGTERM, SIGHUP, SIGINT}) {
         Live live;
-        ASSERT_TRUE(live.cameUp) << live.terminal.text();
+        ASSERT_TRUE(live.isUp) << live.terminal.text();
         live.terminal.child().send_signal(signal);
         EXPECT_EQ(live.terminal.wait_for_exit(), ExitStatus{}) << live.terminal.text();
         EXPECT_FALSE(live.terminal.screen().alternate_screen());
-        EXPECT_TRUE(are_gone(live.processes));
+        EXPECT_TRUE(all_have_ended(live.processes));
     }
 }
 
-TEST_F(Demo, TheTerminalGoingAwayEndsIt) {
+TEST_F(Demo, ALostTerminalEndsIt) {
     Live live;
-    ASSERT_TRUE(live.cameUp) << live.terminal.text();
+    ASSERT_TRUE(live.isUp) << live.terminal.text();
     live.terminal.hang_up();
     EXPECT_TRUE(live.terminal.wait_for_exit());
-    EXPECT_TRUE(are_gone(live.processes));
+    EXPECT_TRUE(all_have_ended(live.processes));
 }
 
 TEST_F(Demo, KillingItLeavesNothingRunning) {
     Live live;
-    ASSERT_TRUE(live.cameUp) << live.terminal.text();
+    ASSERT_TRUE(live.isUp) << live.terminal.text();
     ASSERT_EQ(live.processes.size(), 2U);
     live.terminal.child().send_signal(SIGKILL);
-    EXPECT_TRUE(live.terminal.wait_until([&] { return are_gone(live.processes); }));
+    EXPECT_TRUE(live.terminal.wait_until([&] { return all_have_ended(live.processes); }));
 }
 
 } // namespace

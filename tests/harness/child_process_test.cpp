@@ -19,13 +19,13 @@ bool is_running(pid_t pid) {
     return kill(pid, 0) == 0;
 }
 
-TEST(ChildProcess, GivesItsExitStatus) {
+TEST(ChildProcess, ReturnsItsExitStatus) {
     EXPECT_EQ(ChildProcess(shell("exit 3")).wait(), (ExitStatus{3, 0}));
     EXPECT_EQ(ChildProcess(shell("kill -USR1 $$")).wait(), (ExitStatus{0, SIGUSR1}));
     EXPECT_EQ((ExitStatus{0, SIGKILL}).shell_status(), 137);
 }
 
-TEST(ChildProcess, GetsArgumentsEnvironmentAndDirectory) {
+TEST(ChildProcess, ReceivesArgumentsEnvironmentAndDirectory) {
     ChildOptions options = shell("echo \"$1|$ADDED|${HOME-gone}|$(pwd)\"");
     options.arguments.insert(options.arguments.end(), {"sh", "an argument"});
     options.environment = {"ADDED=1", "ADDED=2", "HOME"};
@@ -41,7 +41,7 @@ TEST(ChildProcess, ReadsLinesAndTheRest) {
     EXPECT_EQ(child.read_line(), std::nullopt);
 }
 
-TEST(ChildProcess, ReadsWhatIsWrittenToIt) {
+TEST(ChildProcess, ReadsItsInput) {
     ChildOptions options{.arguments = {"cat"}, .standardInput = kPipe, .standardOutput = kPipe};
     ChildProcess child(options);
     ASSERT_EQ(write(child.input().get(), "x\n", 2), 2);
@@ -56,18 +56,18 @@ TEST(ChildProcess, AMissingProgramIsAnError) {
     EXPECT_THROW(ChildProcess({.arguments = {"true"}, .directory = "/no/such"}), std::system_error);
 }
 
-TEST(ChildProcess, ReadingEndsWithTheDeadline) {
+TEST(ChildProcess, ReadingEndsAtTheDeadline) {
     ChildProcess child(shell("exec sleep 100"));
     EXPECT_EQ(child.read_line(milliseconds{50}), std::nullopt);
     EXPECT_EQ(child.wait(milliseconds{50}), std::nullopt);
 }
 
-TEST(ChildProcess, IsTerminatedAndIfDeafKilled) {
-    ChildProcess polite(shell("exec sleep 100"));
-    EXPECT_EQ(polite.terminate(), (ExitStatus{0, SIGTERM}));
-    ChildProcess deaf(shell("trap '' TERM; echo deaf; while :; do sleep 1; done"));
-    ASSERT_EQ(deaf.read_line(), "deaf");
-    EXPECT_EQ(deaf.terminate(milliseconds{100}), (ExitStatus{0, SIGKILL}));
+TEST(ChildProcess, IsTerminatedAndKilledIfItIgnoresThat) {
+    ChildProcess obedient(shell("exec sleep 100"));
+    EXPECT_EQ(obedient.terminate(), (ExitStatus{0, SIGTERM}));
+    ChildProcess ignoring(shell("trap '' TERM; echo ready; while :; do sleep 1; done"));
+    ASSERT_EQ(ignoring.read_line(), "ready");
+    EXPECT_EQ(ignoring.terminate(milliseconds{100}), (ExitStatus{0, SIGKILL}));
 }
 
 TEST(ChildProcess, EndsWithItsOwner) {
@@ -81,7 +81,7 @@ TEST(ChildProcess, EndsWithItsOwner) {
 }
 
 TEST(ChildProcess, EndsWhenItsOwnerIsKilled) {
-    // The thread is the owner here: the kernel looks at the thread that made the child.
+    // Here a thread is the owner: the kernel watches the thread that started the child.
     ChildProcess child;
     std::thread([&] { child = ChildProcess(shell("exec sleep 100")); }).join();
     EXPECT_EQ(child.wait(), (ExitStatus{0, SIGKILL}));
@@ -100,14 +100,14 @@ TEST(ChildProcess, StartsWithFreshSignals) {
 }
 
 TEST(ChildProcess, InheritsNoDescriptor) {
-    const int leaky = dup(1); // not close-on-exec
+    const int inheritable = dup(1); // not close-on-exec
     ChildOptions options = shell("echo up; read line");
     options.standardInput = kPipe;
     ChildProcess child(options);
     ASSERT_EQ(child.read_line(), "up");
     const std::filesystem::path open = "/proc/" + std::to_string(child.pid()) + "/fd";
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(open), {}), 3);
-    close(leaky);
+    close(inheritable);
 }
 
 TEST(ChildProcess, MovesWithItsProcess) {

@@ -1,10 +1,11 @@
-// network_probe [NAME]
+// network_probe NAME [MILLISECONDS]
 //
-// Enters the private network, says how that went ("private root", "shared root", "refused ...:
-// reason"), then listens on the name, if one is given, and says "listening" or "taken". Ends with
-// its input.
+// Enters the private network, waiting so long for the lock, and prints the result ("private root",
+// "shared root", "refused ...: reason"). Then listens on the name and prints "listening" or
+// "taken". Ends at the end of its input.
 #include <cstddef>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <sys/socket.h>
@@ -42,16 +43,18 @@ bool listen_on(const std::string& name) {
 } // namespace
 
 int main(int argc, char** argv) {
+    if (argc < 2) {
+        return 2;
+    }
     setvbuf(stdout, nullptr, _IOLBF, 0);
-    const Network network = zrp::harness::enter_private_network(zrp::harness::milliseconds{3000});
+    const Network network = zrp::harness::enter_private_network(
+        argc > 2 ? zrp::harness::milliseconds{std::atoi(argv[2])} : zrp::harness::kPatience);
     std::printf("%s %s: %s\n", kind_name(network.kind), network.root ? "root" : "user",
                 network.reason.c_str());
     if (network.kind == NetworkKind::kRefused) {
         return 1;
     }
-    if (argc > 1) {
-        std::puts(listen_on(argv[1]) ? "listening" : "taken");
-    }
+    std::puts(listen_on(argv[1]) ? "listening" : "taken");
     while (getchar() != EOF) {
     }
     return 0;

@@ -5,8 +5,8 @@
 namespace zrp::harness {
 namespace {
 
-// What is drawn on a small screen after these bytes, without the first lines: those are the same
-// for all.
+// What is drawn of a small screen that received these bytes, without the first three lines, which
+// are always the same.
 std::string drawn(std::string_view bytes, int rows = 2, int columns = 8) {
     TerminalScreen screen(rows, columns);
     screen.feed(bytes);
@@ -28,18 +28,18 @@ TEST(Picture, ABlankScreenIsItsBackground) {
 )");
 }
 
-TEST(Picture, TextStandsInItsCells) {
+TEST(Picture, TextIsDrawnInItsCells) {
     EXPECT_EQ(drawn("\x1b[2;3Hab c"),
               "<text x=\"24\" y=\"42\" textLength=\"48\" fill=\"#e5e5e5\">ab c</text>\n</svg>\n");
 }
 
-TEST(Picture, TwoBlanksPartTexts) {
+TEST(Picture, TwoBlanksSeparateTexts) {
     EXPECT_EQ(drawn("a  b"),
               "<text x=\"0\" y=\"18\" textLength=\"12\" fill=\"#e5e5e5\">a</text>\n"
               "<text x=\"36\" y=\"18\" textLength=\"12\" fill=\"#e5e5e5\">b</text>\n</svg>\n");
 }
 
-TEST(Picture, AnotherLookPartsTexts) {
+TEST(Picture, AnotherLookSeparatesTexts) {
     EXPECT_EQ(drawn("a\x1b[31mb\x1b[1mc\x1b[0;4md"),
               "<text x=\"0\" y=\"18\" textLength=\"12\" fill=\"#e5e5e5\">a</text>\n"
               "<text x=\"12\" y=\"18\" textLength=\"12\" fill=\"#cd0000\">b</text>\n"
@@ -54,7 +54,7 @@ TEST(Picture, MarkupIsEscaped) {
                             "&lt;&amp;&gt;</text>\n</svg>\n");
 }
 
-TEST(Picture, AWideCharacterKeepsTheOthersInPlace) {
+TEST(Picture, AWideCharacterLeavesTheOthersInPlace) {
     EXPECT_EQ(drawn("a\u6771b"),
               "<text x=\"0\" y=\"18\" textLength=\"12\" fill=\"#e5e5e5\">a</text>\n"
               "<text x=\"12\" y=\"18\" textLength=\"24\" fill=\"#e5e5e5\">\u6771</text>\n"
@@ -66,14 +66,14 @@ TEST(Picture, EqualBackgroundsAreOneRectangle) {
               "<rect x=\"12\" y=\"0\" width=\"36\" height=\"48\" fill=\"#0000ee\"/>\n</svg>\n");
 }
 
-TEST(Picture, UnequalBackgroundsAreTheirOwnRectangles) {
+TEST(Picture, DifferentBackgroundsAreSeparateRectangles) {
     EXPECT_EQ(drawn("\x1b[44m  \x1b[46m \x1b[44m\x1b[2;1H "),
               "<rect x=\"0\" y=\"0\" width=\"24\" height=\"24\" fill=\"#0000ee\"/>\n"
               "<rect x=\"24\" y=\"0\" width=\"12\" height=\"24\" fill=\"#00cdcd\"/>\n"
               "<rect x=\"0\" y=\"24\" width=\"12\" height=\"24\" fill=\"#0000ee\"/>\n</svg>\n");
 }
 
-TEST(Picture, ReverseExchangesTheColours) {
+TEST(Picture, ReverseSwapsTheColours) {
     EXPECT_EQ(drawn("\x1b[7ma"),
               "<rect x=\"0\" y=\"0\" width=\"12\" height=\"24\" fill=\"#e5e5e5\"/>\n"
               "<text x=\"0\" y=\"18\" textLength=\"12\" fill=\"#000000\">a</text>\n</svg>\n");
@@ -91,7 +91,7 @@ TEST(Picture, FramesAreLinesThatJoin) {
               "d=\"M6 12H30M6 60H30M6 12V60M30 12V60\"/>\n</svg>\n");
 }
 
-TEST(Picture, AFrameOfAnotherColourIsAnotherLine) {
+TEST(Picture, AFrameOfAnotherColourIsASeparateLine) {
     EXPECT_EQ(drawn("\u2500\x1b[31m\u2500"),
               "<path stroke=\"#cd0000\" stroke-width=\"2\" stroke-linecap=\"square\" "
               "d=\"M12 12H24\"/>\n"

@@ -26,7 +26,7 @@ std::string content_of(const fs::path& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// A folder of "the machine", with a way to it that no cover hides.
+// A folder of "the machine", with a descriptor that reaches it when it is covered.
 struct Machine {
     Machine() {
         std::string name = fs::temp_directory_path() / "private_files.XXXXXX";
@@ -35,7 +35,7 @@ struct Machine {
         write(folder / "product/inner", "machine's");
         write(folder / "other/inner", "machine's");
         fs::create_symlink("old", folder / "link");
-        behind.reset(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+        uncovered.reset(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     }
     Machine(const Machine&) = delete;
     Machine& operator=(const Machine&) = delete;
@@ -45,14 +45,14 @@ struct Machine {
     }
 
     [[nodiscard]] fs::path real(const fs::path& name) const {
-        return fs::path("/proc/self/fd") / std::to_string(behind.get()) / name;
+        return fs::path("/proc/self/fd") / std::to_string(uncovered.get()) / name;
     }
 
     fs::path folder;
-    harness::Descriptor behind;
+    harness::Descriptor uncovered;
 };
 
-TEST(PrivateFiles, StandBesideWhatTheMachineHas) {
+TEST(PrivateFiles, AppearBesideTheMachinesFiles) {
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
     harness::add_private_files(machine.folder, {{"new", "private"}, {"a/b/tool", "#!", true}});
@@ -63,7 +63,7 @@ TEST(PrivateFiles, StandBesideWhatTheMachineHas) {
     EXPECT_EQ(fs::read_symlink(machine.folder / "link"), "old");
 }
 
-TEST(PrivateFiles, HideTheMachinesOfTheSameName) {
+TEST(PrivateFiles, HideTheMachinesFilesOfTheSameName) {
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
     harness::add_private_files(machine.folder, {{"old", "private"}, {"product/new", "private"}});
@@ -72,7 +72,7 @@ TEST(PrivateFiles, HideTheMachinesOfTheSameName) {
     EXPECT_FALSE(fs::exists(machine.folder / "product/inner"));
 }
 
-TEST(PrivateFiles, LeaveTheMachinesFolderAsItIs) {
+TEST(PrivateFiles, LeaveTheMachinesFolderUnchanged) {
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
     harness::add_private_files(machine.folder, {{"old", "private"}, {"product/new", "private"}});
@@ -86,14 +86,14 @@ TEST(PrivateFiles, LeaveTheMachinesFolderAsItIs) {
 TEST(PrivateFiles, AFailureUncoversTheFolder) {
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
-    // A file stands where the other's folder should be.
+    // A file is where the other one's folder should be.
     EXPECT_THROW(harness::add_private_files(machine.folder, {{"a", "x"}, {"a/b", "x"}}),
                  std::system_error);
     EXPECT_EQ(content_of(machine.folder / "old"), "machine's");
     EXPECT_FALSE(fs::exists(machine.folder / "a"));
 }
 
-TEST(PrivateFiles, AFolderThatIsNotThereIsAFailure) {
+TEST(PrivateFiles, AMissingFolderIsAFailure) {
     ZRP_NEEDS_NAMESPACES();
     EXPECT_THROW(harness::add_private_files("/no/such/folder", {{"a", "x"}}), std::system_error);
 }

@@ -5,7 +5,7 @@
 namespace zrp::harness {
 namespace {
 
-TEST(TerminalScreen, ReadsTextAtItsPlace) {
+TEST(TerminalScreen, ReadsTextAtItsPosition) {
     TerminalScreen screen(5, 20);
     screen.feed("\x1b[2;4Hhello");
     EXPECT_EQ(screen.text_at(1, 3, 5), "hello");
@@ -26,7 +26,7 @@ TEST(TerminalScreen, ReadsColoursAndAttributes) {
     EXPECT_EQ(screen.cell(0, 3).foreground, kDirectColor + 0x010203);
 }
 
-TEST(TerminalScreen, ReadsBytesCutAnywhere) {
+TEST(TerminalScreen, ReadsBytesThatAreSplitAnywhere) {
     TerminalScreen screen(2, 20);
     for (const char byte : std::string("\x1b[31mGr\xc3\xbc\xc3\x9f")) {
         screen.feed({&byte, 1});
@@ -44,7 +44,7 @@ TEST(TerminalScreen, AWideCharacterTakesTwoCells) {
     EXPECT_EQ(screen.row(0), "\xe6\xbc\xa2x");
 }
 
-TEST(TerminalScreen, KnowsTheLineDrawingCharacters) {
+TEST(TerminalScreen, ReadsTheLineDrawingCharacters) {
     TerminalScreen screen(2, 20);
     screen.feed("\x1b(0lqk\x1b(Bl");
     EXPECT_EQ(screen.row(0), "\u250c\u2500\u2510l");
@@ -58,7 +58,7 @@ TEST(TerminalScreen, FollowsTheCursor) {
     EXPECT_FALSE(screen.cursor().visible);
 }
 
-TEST(TerminalScreen, ComesBackFromTheAlternateScreen) {
+TEST(TerminalScreen, ReturnsFromTheAlternateScreen) {
     TerminalScreen screen(5, 20);
     screen.feed("shell\x1b[?1049h\x1b[2J\x1b[Hprogram");
     EXPECT_TRUE(screen.alternate_screen());
@@ -68,14 +68,14 @@ TEST(TerminalScreen, ComesBackFromTheAlternateScreen) {
     EXPECT_EQ(screen.row(0), "shell");
 }
 
-TEST(TerminalScreen, OutsideTheScreenIsBlank) {
+TEST(TerminalScreen, PositionsOutsideTheScreenAreBlank) {
     const TerminalScreen screen(2, 4);
     EXPECT_EQ(screen.cell(-1, 0), Cell{});
     EXPECT_EQ(screen.cell(0, 4), Cell{});
     EXPECT_EQ(screen.cell(2, 0), Cell{});
 }
 
-TEST(TerminalScreen, SnapshotsDifferByColourAlone) {
+TEST(TerminalScreen, SnapshotsDifferInColourAlone) {
     TerminalScreen screen(2, 4);
     screen.feed("a");
     const Snapshot plain = screen.snapshot();
@@ -86,7 +86,7 @@ TEST(TerminalScreen, SnapshotsDifferByColourAlone) {
     EXPECT_EQ(plain.text(), screen.snapshot().text());
 }
 
-TEST(TerminalScreen, AnswersTheProgramsQuestions) {
+TEST(TerminalScreen, AnswersTheProgramsQueries) {
     TerminalScreen screen(5, 20);
     std::string answer;
     screen.on_answer([&](std::string_view bytes) { answer += bytes; });

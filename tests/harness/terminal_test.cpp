@@ -7,10 +7,11 @@
 namespace zrp::harness {
 namespace {
 
-TerminalOptions painter(int rows = 25, int columns = 80) {
+TerminalOptions sample(int rows = 25, int columns = 80) {
     return {.rows = rows,
             .columns = columns,
-            .child = {.arguments = {PAINTER_PROGRAM}, .environment = {"LANG=C.UTF-8", "LC_ALL"}}};
+            .child = {.arguments = {FULL_SCREEN_SAMPLE_PROGRAM},
+                      .environment = {"LANG=C.UTF-8", "LC_ALL"}}};
 }
 
 TerminalOptions shell(const std::string& script) {
@@ -18,7 +19,7 @@ TerminalOptions shell(const std::string& script) {
 }
 
 TEST(Terminal, ShowsTextColoursAndAttributes) {
-    Terminal terminal(painter());
+    Terminal terminal(sample());
     ASSERT_TRUE(terminal.wait_for_text(4, 2, "\u250c\u2500")) << terminal.text();
     EXPECT_EQ(terminal.row(1), "  white on blue");
     EXPECT_EQ(terminal.cell(1, 2), (Cell{.text = "w", .foreground = 7, .background = 4}));
@@ -29,18 +30,18 @@ TEST(Terminal, ShowsTextColoursAndAttributes) {
 }
 
 TEST(Terminal, HasTheSizeItWasGiven) {
-    Terminal terminal(painter(40, 100));
+    Terminal terminal(sample(40, 100));
     EXPECT_TRUE(terminal.wait_for_text(0, 0, "size 40x100 ")) << terminal.text();
 }
 
-TEST(Terminal, TellsANewSize) {
-    Terminal terminal(painter());
+TEST(Terminal, ReportsANewSize) {
+    Terminal terminal(sample());
     ASSERT_TRUE(terminal.wait_for("size 25x80"));
     terminal.resize(30, 90);
     EXPECT_TRUE(terminal.wait_for("size 30x90")) << terminal.text();
 }
 
-// Each key with the code that ncurses knows it by.
+// Each key with its code in ncurses.
 TEST(Terminal, SendsKeysThatNcursesKnows) {
     constexpr int kF0 = 0410;
     const std::vector<std::pair<Key, int>> keys = {
@@ -50,9 +51,9 @@ TEST(Terminal, SendsKeysThatNcursesKnows) {
         {Key::kShiftTab, 353}, {Key::kUp, 259},       {Key::kDown, 258},     {Key::kRight, 261},
         {Key::kLeft, 260},     {Key::kHome, 262},     {Key::kEnd, 360},      {Key::kPageUp, 339},
         {Key::kPageDown, 338}, {Key::kInsert, 331},   {Key::kDelete, 330},   {Key::kBackspace, 263},
-        {Key::kEnter, 10}, // the terminal's driver makes a newline of it
+        {Key::kEnter, 10}, // the terminal's driver turns it into a newline
     };
-    Terminal terminal(painter());
+    Terminal terminal(sample());
     for (const auto& [key, code] : keys) {
         terminal.press(key);
         ASSERT_TRUE(terminal.wait_for_text(5, 0, "key " + std::to_string(code) + " "))
@@ -60,8 +61,8 @@ TEST(Terminal, SendsKeysThatNcursesKnows) {
     }
 }
 
-TEST(Terminal, SeesTheTerminalRestored) {
-    Terminal terminal(painter());
+TEST(Terminal, ShowsThatTheProgramRestoredIt) {
+    Terminal terminal(sample());
     ASSERT_TRUE(terminal.wait_for("size"));
     EXPECT_EQ(terminal.modes().c_lflag & (ICANON | ECHO), 0U);
     terminal.press(Key::kF12);
@@ -72,7 +73,7 @@ TEST(Terminal, SeesTheTerminalRestored) {
     EXPECT_TRUE(terminal.screen().cursor().visible);
 }
 
-TEST(Terminal, IsAnotherKindOnDemand) {
+TEST(Terminal, HasTheTypeItWasGiven) {
     TerminalOptions options = shell("echo \"$TERM|${LINES-gone}\"; tput colors");
     options.term = "vt100";
     Terminal terminal(options);
@@ -80,45 +81,45 @@ TEST(Terminal, IsAnotherKindOnDemand) {
     EXPECT_TRUE(terminal.wait_for_text(1, 0, "-1")) << terminal.text();
 }
 
-TEST(Terminal, ReadsAllTheLastWords) {
+TEST(Terminal, ReadsTheLastOutputOfTheProgram) {
     Terminal terminal(shell("i=0; while [ $i -lt 3000 ]; do i=$((i+1)); echo line $i; done"));
     EXPECT_EQ(terminal.wait_for_exit(), ExitStatus{});
     EXPECT_EQ(terminal.row(23), "line 3000");
     EXPECT_NE(terminal.raw_output().find("line 1\r\n"), std::string::npos);
 }
 
-TEST(Terminal, GoesAway) {
+TEST(Terminal, HangsUp) {
     Terminal terminal(shell("echo ready; exec sleep 100"));
     ASSERT_TRUE(terminal.wait_for("ready"));
     terminal.hang_up();
     EXPECT_EQ(terminal.wait_for_exit(), (ExitStatus{0, SIGHUP}));
 }
 
-TEST(Terminal, TakesSignalsFromKeys) {
+TEST(Terminal, TurnsKeysIntoSignals) {
     Terminal terminal(shell("echo ready; exec sleep 100"));
     ASSERT_TRUE(terminal.wait_for("ready"));
     terminal.type("\x03");
     EXPECT_EQ(terminal.wait_for_exit(), (ExitStatus{0, SIGINT}));
 }
 
-TEST(Terminal, WaitingEndsWithTheDeadline) {
+TEST(Terminal, WaitingEndsAtTheDeadline) {
     Terminal terminal(shell("exec sleep 100"));
     EXPECT_FALSE(terminal.wait_for("never", milliseconds{50}));
     EXPECT_EQ(terminal.wait_for_exit(milliseconds{50}), std::nullopt);
 }
 
-TEST(Terminal, RestsOnceTheProgramOnlyWaits) {
+TEST(Terminal, IsAtRestWhenTheProgramAndItsChildrenOnlyWait) {
     Terminal terminal(shell("for i in 1 2 3; do sleep 0.03; echo $i; done; exec sleep 100"));
     EXPECT_TRUE(terminal.wait_for_rest());
     EXPECT_EQ(terminal.row(2), "3");
 }
 
-TEST(Terminal, DoesNotRestWhileTheProgramWorks) {
+TEST(Terminal, IsNotAtRestWhileTheProgramRuns) {
     Terminal terminal(shell("while :; do :; done"));
     EXPECT_FALSE(terminal.wait_for_rest(milliseconds{500}));
 }
 
-TEST(Terminal, RestsAfterTheEndOfTheProgram) {
+TEST(Terminal, IsAtRestAfterTheEndOfTheProgram) {
     Terminal terminal(shell("echo last"));
     EXPECT_TRUE(terminal.wait_for_rest());
     EXPECT_EQ(terminal.row(0), "last");
@@ -131,7 +132,7 @@ TEST(Terminal, WaitingForTextEndsWithTheProgram) {
     EXPECT_FALSE(deadline.passed());
 }
 
-TEST(Terminal, TypingALotDoesNotBlock) {
+TEST(Terminal, TypingMoreThanTheProgramReadsDoesNotBlock) {
     Terminal terminal(shell("stty raw -echo; echo ready; head -c 100000 | wc -c"));
     ASSERT_TRUE(terminal.wait_for("ready"));
     terminal.type(std::string(100000, 'x'));

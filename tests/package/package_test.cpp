@@ -134,7 +134,7 @@ TEST(Package, HoldsEveryHeaderButThoseThatAreInternal) {
         return contents(sources / header).find("visibility push(hidden)") != std::string::npos;
     });
     EXPECT_EQ(headers_below(kHeaders), expected);
-    EXPECT_TRUE(expected.contains("requests/volume_walk.h"));
+    EXPECT_TRUE(expected.contains("requests/volume_list.h"));
     EXPECT_FALSE(expected.contains("exchange.h"));
 }
 

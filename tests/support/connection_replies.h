@@ -12,7 +12,7 @@ inline std::string element(const std::string& tag, const std::string& text) {
     return "<" + tag + ">" + text + "</" + tag + ">";
 }
 
-// What a list and the information have in common.
+// Elements common to the list and the information.
 inline std::string common(int station, const std::string& name, const std::string& bytesRead,
                           const std::string& bytesWritten) {
     return element("stationNumberTag", std::to_string(station)) + element("zrpRequests", "3") +
@@ -32,7 +32,7 @@ inline std::string user(int station) {
     return "user" + std::to_string(station);
 }
 
-// Entries of so many users from a station on.
+// So many entries, with consecutive stations.
 inline std::string users(int first, int count) {
     std::string entries;
     for (int station = first; station < first + count; station++) {

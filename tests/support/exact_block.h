@@ -1,5 +1,5 @@
-// A text in a heap block of exactly its size, so that the address sanitizer sees any byte that is
-// read or written outside it. There is no terminating NUL.
+// A text in a heap block of exactly its size, so that the address sanitizer detects any access
+// outside it. There is no terminating NUL.
 #pragma once
 
 #include <cstdint>
@@ -32,7 +32,7 @@ public:
         return static_cast<int32_t>(size_);
     }
 
-    // What stands in the block now.
+    // The block's present content.
     [[nodiscard]] std::string_view text() const {
         return {block_.get(), size_};
     }
@@ -42,7 +42,7 @@ private:
     size_t size_;
 };
 
-// Gives every prefix of the text to the callback, the empty one and the whole text among them.
+// Calls the callback with every prefix of the text, including the empty one and the whole text.
 template <typename Callback>
 void for_each_truncated_prefix(std::string_view text, Callback callback) {
     for (size_t size = 0; size <= text.size(); size++) {

@@ -2,7 +2,7 @@
 
 #include <atomic>
 
-// The linker sends every calloc of such a program through __wrap_calloc.
+// In a program linked with --wrap=calloc every call of calloc comes here.
 extern "C" {
 [[gnu::weak]] void* __real_calloc(size_t count, size_t size);
 void* __wrap_calloc(size_t count, size_t size);

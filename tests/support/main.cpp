@@ -11,7 +11,7 @@ zrp::harness::Network& network() {
     return entered;
 }
 
-// False when no test may run.
+// False if no test may run.
 bool enter_network() {
     network() = zrp::harness::enter_private_network();
     switch (network().kind) {
@@ -36,7 +36,7 @@ const zrp::harness::Network& zrp::test_network() {
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
-    // The build asks for the names of the tests; that must not wait for anything.
+    // The build lists the tests, which must not wait for anything.
     if (!GTEST_FLAG_GET(list_tests) && !enter_network()) {
         return 1;
     }

@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "common/requests/connection_management.h"
-#include "common/requests/file_locks.h"
+#include "common/requests/open_files.h"
 #include "common/requests/shadow_volumes.h"
 #include "common/requests/volume_management.h"
 #include "common/requests/volume_mounting.h"
@@ -11,8 +11,6 @@
 
 namespace zrp {
 namespace {
-
-using VolumeName = char[kVolumeNameSize];
 
 // Walks through a list; look is called for each record.
 template <typename Record, typename Scan, typename Look>

@@ -1,4 +1,4 @@
-// What a test needs of its surroundings. Where it is missing, the test is skipped and says why.
+// What a test requires of the machine. Where that is missing, the test is skipped with the reason.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -7,7 +7,7 @@
 
 namespace zrp {
 
-// The network that main() has entered before the first test.
+// The network that main() entered before the first test.
 const harness::Network& test_network();
 
 } // namespace zrp
@@ -19,14 +19,14 @@ const harness::Network& test_network();
     }                                                                                              \
     static_assert(true, "takes the semicolon")
 
-// Namespaces of its own: for mounts, and for more than one user of the names at a time.
+// Private namespaces: for mounts, and for more than one user of the names at a time.
 #define ZRP_NEEDS_NAMESPACES()                                                                     \
     if (zrp::test_network().kind != zrp::harness::NetworkKind::kPrivate) {                         \
         GTEST_SKIP() << "needs namespaces: " << zrp::test_network().reason;                        \
     }                                                                                              \
     static_assert(true, "takes the semicolon")
 
-// What the thread sanitizer changes by itself cannot be seen under it.
+// For what the thread sanitizer itself changes.
 #if defined(__SANITIZE_THREAD__)
 #define ZRP_NEEDS_NO_THREAD_SANITIZER(reason) GTEST_SKIP() << "thread sanitizer: " << (reason)
 #else

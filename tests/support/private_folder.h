@@ -1,11 +1,11 @@
-// Files under fixed names of the system that only this process and its children see.
+// Files under fixed names of the system, seen by this process and its children only.
 //
 //     PrivateFolder etc("/etc");
 //     etc.write("velmora-release", "HLX 2026\n");
 //
-// The folder is covered by an empty one in memory that links to all its old entries, so that
-// everything else stays in its place. Needs a mount namespace (ZRP_NEEDS_NAMESPACES). Folders are
-// uncovered in the reverse order of their construction. Failures of the system throw.
+// The folder is covered by one in memory that links to all its old entries, so that they stay
+// reachable. Needs a mount namespace (ZRP_NEEDS_NAMESPACES). Destroy folders in the reverse order
+// of their construction. Failures of the system throw.
 #pragma once
 
 #include <cerrno>
@@ -44,7 +44,7 @@ public:
         std::filesystem::remove(old_, ignored);
     }
 
-    // A path inside, whose folders are made.
+    // A path inside, with its folders created.
     [[nodiscard]] std::filesystem::path place(const std::string& name) const {
         const std::filesystem::path path = path_ / name;
         std::filesystem::create_directories(path.parent_path());
@@ -61,7 +61,7 @@ private:
     }
 
     std::filesystem::path path_; // the covered folder
-    std::filesystem::path old_;  // where it is seen meanwhile
+    std::filesystem::path old_;  // where it is mounted meanwhile
 };
 
 } // namespace zrp

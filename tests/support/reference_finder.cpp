@@ -11,11 +11,11 @@ bool ends_a_name(char c) {
            std::string_view(" \t\n\v\f\r").find(c) != std::string_view::npos;
 }
 
-bool stands_at(std::string_view range, size_t at, std::string_view text) {
+bool is_at(std::string_view range, size_t at, std::string_view text) {
     return range.substr(at, text.size()) == text;
 }
 
-// Completes the match from the first byte of the content on.
+// Completes the match, from the first byte of the content.
 void match_body(std::string_view tag, std::string_view range, size_t at, ReferenceMatch* match) {
     long sameNameDepth = 0;
     long depth = 0;
@@ -32,14 +32,14 @@ void match_body(std::string_view tag, std::string_view range, size_t at, Referen
     };
     while (at < range.size()) {
         if (inSection) {
-            stands_at(range, at, kClose) ? drop(kClose) : keep(1);
+            is_at(range, at, kClose) ? drop(kClose) : keep(1);
         } else if (range[at] != '<') {
             keep(1);
-        } else if (stands_at(range, at, "</")) {
+        } else if (is_at(range, at, "</")) {
             const size_t contentSize = kept.size();
             depth--;
             keep(2);
-            if (!stands_at(range, at, tag)) {
+            if (!is_at(range, at, tag)) {
                 continue;
             }
             keep(tag.size());
@@ -52,7 +52,7 @@ void match_body(std::string_view tag, std::string_view range, size_t at, Referen
                 }
                 sameNameDepth--;
             }
-        } else if (depth == 0 && stands_at(range, at, kOpen)) {
+        } else if (depth == 0 && is_at(range, at, kOpen)) {
             drop(kOpen);
         } else {
             keep(1);
@@ -75,7 +75,7 @@ ReferenceMatch reference_find(std::string_view tag, std::string_view range) {
     ReferenceMatch match;
     for (size_t at = 0; at + 1 + tag.size() < range.size(); at++) {
         const size_t tagEnd = at + 1 + tag.size();
-        if (range[at] != '<' || !stands_at(range, at + 1, tag) || !ends_a_name(range[tagEnd])) {
+        if (range[at] != '<' || !is_at(range, at + 1, tag) || !ends_a_name(range[tagEnd])) {
             continue;
         }
         match.markup = at;

@@ -1,4 +1,4 @@
-// What drivers check. A failure ends the process, so that a fuzzer keeps the input.
+// Checks of the drivers. A failure aborts the process, so that a fuzzer keeps the input.
 #pragma once
 
 #include <cstdio>
@@ -38,14 +38,14 @@ inline void require_element(const ExactBlock& reply, const XmlElement& element) 
     REQUIRE(element.contentEnd < element.elementEnd);
 }
 
-// That it ends with a NUL.
+// That the text has a terminating NUL.
 template <size_t N>
 void require_text(const char (&text)[N]) {
     REQUIRE(memchr(text, '\0', N) != nullptr);
 }
 
-// Calls scan(&offset) until it fails, and returns the failure. Each success moves the offset on,
-// within the reply; the failure leaves it.
+// Calls scan(&offset) until it fails, and returns the result of the failure. A success must advance
+// the offset within the reply; the failure must leave it unchanged.
 template <typename Scan>
 int scan_to_the_end(const ExactBlock& reply, Scan scan) {
     int offset = 0;

@@ -6,8 +6,7 @@
 
 #include "common/engine/reply_fields.h"
 #include "common/engine/reply_list.h"
-#include "common/requests/connection_information.h"
-#include "common/requests/connection_list.h"
+#include "common/requests/connections.h"
 #include "common/requests/diagnostics.h"
 #include "common/requests/server_settings.h"
 #include "common/requests/server_statistics.h"
@@ -34,7 +33,7 @@ constexpr ReplyField kSampleFields[] = {
     ZRP_FIELD("name", kText, SampleRecord, text),
 };
 
-constexpr ReplyList kSampleList = {{"zrpConsoleReply", "listVolumes"}, "volume", kInvalid, kRange};
+constexpr ReplyList kSampleList = {{"zrpConsoleReply", "listVolumes"}, "volume"};
 
 } // namespace
 

@@ -41,7 +41,7 @@ void append_word(std::string& bytes, uint32_t word) {
     bytes.append(raw.data(), raw.size());
 }
 
-// One read: bytes got, or 0 at the end of the stream, an error among the ends.
+// One read. Returns the number of bytes, or 0 at the end of the stream or on an error.
 size_t read_some(int fd, char* block, size_t size) {
     ssize_t got = 0;
     do {
@@ -117,7 +117,7 @@ ScriptedPeer::ScriptedPeer(std::string_view name, std::vector<PeerScript> script
 }
 
 ScriptedPeer::~ScriptedPeer() {
-    stopWriter_.reset(); // every wait ends
+    stopWriter_.reset(); // ends every wait
     acceptor_.join();
     for (std::thread& server : servers_) {
         server.join();
@@ -144,7 +144,7 @@ bool ScriptedPeer::wait_for_finished(size_t count, milliseconds patience) {
     return changed_.wait_for(lock, patience, [&] { return finished_ >= count; });
 }
 
-// True when the descriptor is ready; false when the time is over or the peer shall stop.
+// True when the descriptor is ready; false at the timeout or when the peer must stop.
 bool ScriptedPeer::wait_for(int fd, short events, int timeout) const {
     std::array<pollfd, 2> waits = {{{stopReader_.get(), POLLIN, 0}, {fd, events, 0}}};
     int ready = 0;
@@ -213,7 +213,7 @@ bool ScriptedPeer::follow(const PeerStep& step, const Descriptor& connection, si
     return false;
 }
 
-// Records what it reads. False when the stream ends, or the peer shall stop, before the count.
+// Records what it reads. False if the stream ends, or the peer must stop, before the count.
 bool ScriptedPeer::receive(const Descriptor& connection, size_t index, size_t count) {
     std::array<char, 4096> block{};
     while (count > 0) {
@@ -250,7 +250,7 @@ bool ScriptedPeer::send_all(const Descriptor& connection, std::string_view bytes
         if (!wait_for(connection.get(), POLLOUT)) {
             return false;
         }
-        // Never blocking, so that a client that does not read cannot keep the peer from its end.
+        // Without blocking, so that a client that does not read cannot delay the destruction.
         const ssize_t sent =
             send(connection.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
         if (sent < 0 && errno != EAGAIN && errno != EINTR) {

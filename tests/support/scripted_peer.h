@@ -1,12 +1,12 @@
-// A daemon that does as it is told: raw bytes in, raw bytes out.
+// A daemon that follows a script: raw bytes in, raw bytes out.
 //
 //     ScriptedPeer peer(kMainDaemonSocket, {{read_request(), send_bytes(reply("<a/>"))}});
 //     ... one exchange ...
 //     EXPECT_EQ(peer.requests().at(0).substr(12), "<b/>");
 //
-// It listens from its construction to its destruction. Each accepted connection follows one script,
-// the first connection the first script; later ones follow the last. At the end of its script a
-// connection is closed. Connections are served side by side, so that one may hang while another is
+// Listens from construction to destruction. Each accepted connection follows one script, the first
+// connection the first script, and so on; further ones follow the last. A connection is closed at
+// the end of its script. Connections are served in parallel, so that one may hang while another is
 // answered. All operations may be called from any thread.
 #pragma once
 
@@ -45,25 +45,25 @@ struct PeerStep {
 
 using PeerScript = std::vector<PeerStep>;
 
-PeerStep read_bytes(size_t count); // exactly so many, or up to the client's end
-PeerStep read_request();           // header, and as much text as it announces
+PeerStep read_bytes(size_t count); // exactly so many, or fewer if the client closes
+PeerStep read_request();           // header and the text whose length it gives
 PeerStep send_bytes(std::string bytes);
-// The bytes that are chosen for the request read so far, given without its header. The choice is
-// made on the connection's own thread.
+// Sends the bytes chosen for the request read so far. The function gets the request without its
+// header, on the connection's own thread.
 PeerStep reply_to(std::function<std::string(const std::string& request)> choose);
-PeerStep pause_for(harness::milliseconds time); // so that pieces arrive one by one
+PeerStep pause_for(harness::milliseconds time); // so that pieces arrive separately
 PeerStep wait_for_close();                      // reads on until the client closes
 PeerStep hang();                                // does nothing until the peer is destroyed
-PeerStep reset(); // closes with the request unread: an error instead of an end for the client
+PeerStep reset(); // closes with the request unread: the client gets an error instead of an end
 
 // The steps that send the bytes in pieces of the given size, with a pause between them.
 PeerScript send_in_pieces(std::string_view bytes, size_t size,
                           harness::milliseconds pauseBetween = harness::milliseconds{2});
 
-// The 12 bytes in front of a reply.
+// The 12 bytes before a reply.
 std::string reply_header(uint32_t length, uint32_t status = 0, uint32_t magic = kMagic);
 
-// Header and text that belong together.
+// A text with its header.
 std::string reply(std::string_view text, uint32_t status = 0);
 
 class ScriptedPeer {
@@ -73,12 +73,12 @@ public:
     ScriptedPeer& operator=(const ScriptedPeer&) = delete;
     ~ScriptedPeer();
 
-    // The bytes that each connection has sent so far, in the order of acceptance.
+    // The bytes received on each connection so far, in the order of acceptance.
     [[nodiscard]] std::vector<std::string> requests() const;
 
     [[nodiscard]] size_t connections() const;
 
-    // True once so many connections have been accepted, or have followed their scripts to the end.
+    // Wait until so many connections have been accepted, or have finished their scripts.
     bool wait_for_connections(size_t count, harness::milliseconds patience = harness::kPatience);
     bool wait_for_finished(size_t count, harness::milliseconds patience = harness::kPatience);
 
@@ -93,7 +93,7 @@ private:
 
     const std::vector<PeerScript> scripts_;
     harness::Descriptor listener_;
-    harness::Descriptor stopReader_; // readable once the peer shall stop
+    harness::Descriptor stopReader_; // readable when the peer must stop
     harness::Descriptor stopWriter_;
 
     mutable std::mutex mutex_;
@@ -101,11 +101,11 @@ private:
     std::vector<std::string> requests_;
     size_t finished_ = 0;
 
-    std::vector<std::thread> servers_; // touched by the accepting thread, then by the destructor
+    std::vector<std::thread> servers_; // used by the accepting thread, then by the destructor
     std::thread acceptor_;
 };
 
-// Holds a name without listening on it, so that connecting is refused.
+// Binds a name without listening, so that connections are refused.
 class RefusingPeer {
 public:
     explicit RefusingPeer(std::string_view name);

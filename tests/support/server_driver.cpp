@@ -3,12 +3,12 @@
 #include <cstring>
 
 #include "common/requests/cluster_resource.h"
-#include "common/requests/server_config.h"
-#include "common/requests/server_connections.h"
-#include "common/requests/server_counters.h"
+#include "common/requests/connections.h"
 #include "common/requests/server_login.h"
+#include "common/requests/server_settings.h"
+#include "common/requests/server_statistics.h"
 #include "common/requests/storage_daemon.h"
-#include "common/requests/volume_tree.h"
+#include "common/requests/volume_management.h"
 #include "common/result.h"
 #include "tests/support/exact_block.h"
 #include "tests/support/require.h"

@@ -1,5 +1,4 @@
-// The simulated server as a child process. Its three daemons listen from construction to
-// destruction.
+// The simulated server as a child process. Its daemons listen from construction to destruction.
 #pragma once
 
 #include <string>
@@ -11,10 +10,10 @@ namespace zrp {
 
 class SimulatedServer {
 public:
-    // Arguments of zrpsim. A fault is given as {"--fault", "KIND:TARGET"}.
+    // With arguments for zrpsim, such as {"--fault", "KIND:TARGET"}.
     explicit SimulatedServer(std::vector<std::string> arguments = {});
 
-    // False when the daemons do not listen.
+    // False if the daemons do not listen.
     [[nodiscard]] bool ready() const {
         return ready_;
     }

@@ -16,7 +16,7 @@ inline std::string listed(int64_t number, const std::string& name,
                                  element("volumeNumber", std::to_string(number)));
 }
 
-// So many mounted volumes V0, V1, ... whose numbers are apart by a step.
+// So many mounted volumes V0, V1, ..., or with a step V0, V3, ...
 inline std::string listed_volumes(int count, int step = 1) {
     std::string all;
     for (int i = 0; i < count; i++) {
@@ -25,7 +25,7 @@ inline std::string listed_volumes(int count, int step = 1) {
     return all;
 }
 
-// A page of the list; the index of the next page, if given, is its startIndex.
+// A page of the list; `next` is the index of the next page, if there is one.
 inline std::string volume_list(const std::string& volumes, const std::string& next = "") {
     return element(
         "zrpConsoleReply",
@@ -41,7 +41,7 @@ struct VolumeFacts {
     int version = 5;
     std::string name = "SYS";
     std::string status = "0x3";
-    std::string mountPoint = "<mountPoint>/mnt/sys</mountPoint>"; // the whole element, or nothing
+    std::string mountPoint = "<mountPoint>/mnt/sys</mountPoint>"; // the whole element, or empty
     std::string shadow = "";                                      // the same
     std::string clusters = "2048";                                // of 8 sectors of 512 bytes
     std::string files = "111";

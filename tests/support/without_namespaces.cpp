@@ -1,7 +1,7 @@
 // without_namespaces COMMAND [ARGUMENT]...
 //
-// Runs the command with the system call refused that makes namespaces, as an ordinary container
-// does, for it and all its children.
+// Runs a command for which, as in an ordinary container, the system call that creates namespaces is
+// refused. That applies to all its children, too.
 #include <array>
 #include <cerrno>
 #include <cstddef>

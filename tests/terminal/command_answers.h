@@ -1,5 +1,4 @@
-// A main daemon that answers each command in its own way, whatever the order in which the monitor's
-// two threads ask.
+// A main daemon with an answer for each command, in whatever order the monitor's two threads ask.
 //
 //     CommandAnswers daemon;
 //     daemon.answer("listVolumes", {list(...)});
@@ -15,11 +14,11 @@
 
 namespace zrp {
 
-// Must outlive the peer that follows its script. Any thread may change the answers meanwhile. A
-// command without an answer gets none: its connection is closed.
+// Must outlive the peer that follows its script. Any thread may change the answers meanwhile.
+// Without an answer to the command the connection is closed.
 class CommandAnswers {
 public:
-    // The documents that answer the command, one after the other; the last one stays.
+    // Answers the command with these documents in order, and further requests with the last.
     void answer(const std::string& command, const std::vector<std::string>& documents) {
         std::vector<std::string> all;
         for (const std::string& document : documents) {
@@ -28,14 +27,14 @@ public:
         answer_raw(command, all);
     }
 
-    // The same with everything that goes over the wire.
+    // The same with whole messages, header included.
     void answer_raw(const std::string& command, const std::vector<std::string>& bytes) {
         const std::lock_guard lock(mutex_);
         commands_[command].answers = bytes;
         commands_[command].next = 0;
     }
 
-    // The documents that asked the command so far.
+    // The requests with the command so far.
     [[nodiscard]] std::vector<std::string> requests(const std::string& command) const {
         const std::lock_guard lock(mutex_);
         const auto found = commands_.find(command);

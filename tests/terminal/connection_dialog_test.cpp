@@ -18,7 +18,7 @@ protected:
         ZRP_NEEDS_ROOT();
     }
 
-    // False when the prompt does not come.
+    // False if the prompt does not appear.
     bool open(const std::vector<std::string>& pages) {
         daemon.answer(kList, pages);
         return dialog.open();
@@ -45,12 +45,12 @@ TEST_F(ConnectionDialog, ListsTheConnectionsOfAPage) {
     expect_clean_end(dialog.terminal);
 }
 
-TEST_F(ConnectionDialog, APageOfTenEndingWithStation41OffersPlusFromStation42) {
+TEST_F(ConnectionDialog, AfterAPageOfTenEndingWithStation41PlusAsksFromStation42) {
     ASSERT_TRUE(open({page(users(20, 9) + entry(41, user(41))), page(users(42, 3))}));
     dialog.answer("+");
     ASSERT_TRUE(dialog.terminal.wait_for_text(kListRow, kListColumnOfPage, "42. user42"));
     EXPECT_EQ(page_request(daemon, 1), "<startIndex>42</startIndex><maxItems>10</maxItems>");
-    EXPECT_EQ(inside(dialog.terminal, kListRow + 3), "") << "the old page is wiped";
+    EXPECT_EQ(inside(dialog.terminal, kListRow + 3), "") << "the old page is cleared";
 }
 
 TEST_F(ConnectionDialog, APageOfNineEndsThePagingAndPlusReturnsToTheTop) {
@@ -72,7 +72,7 @@ TEST_F(ConnectionDialog, MinusReturnsToTheTop) {
     EXPECT_EQ(page_request(daemon, 2), "<maxItems>10</maxItems>");
 }
 
-TEST_F(ConnectionDialog, AConnectionThatIsNotLoggedInIsNotListedButTakesAPlace) {
+TEST_F(ConnectionDialog, AConnectionThatIsNotLoggedInIsNotListedButCounts) {
     ASSERT_TRUE(open({page(entry(1, "first") + entry(2, "NOT LOGGED IN") + users(3, 7) +
                            entry(10, "NOT LOGGED IN")),
                       page(users(11, 1))}));
@@ -92,7 +92,7 @@ TEST_F(ConnectionDialog, AnEntryThatCannotBeReadEndsThePage) {
     EXPECT_EQ(inside(dialog.terminal, kListRow + 2), "");
 }
 
-TEST_F(ConnectionDialog, AServerThatSendsMoreThanAPageIsCutToOne) {
+TEST_F(ConnectionDialog, OfMoreThanAPageOnlyOnePageIsTaken) {
     ASSERT_TRUE(open({page(users(1, 50)), page("")}));
     EXPECT_EQ(inside(dialog.terminal, kListRow + 9), "  10. user10");
     EXPECT_EQ(inside(dialog.terminal, kListRow + 10), "");
@@ -101,7 +101,7 @@ TEST_F(ConnectionDialog, AServerThatSendsMoreThanAPageIsCutToOne) {
     EXPECT_EQ(page_request(daemon, 1), "<startIndex>11</startIndex><maxItems>10</maxItems>");
 }
 
-TEST_F(ConnectionDialog, TheLastStationOfAllEndsThePaging) {
+TEST_F(ConnectionDialog, TheHighestStationNumberEndsThePaging) {
     ASSERT_TRUE(open({page(users(1, 9) + entry(2147483647, "last")), page(users(1, 2))}));
     dialog.answer("+");
     ASSERT_TRUE(
@@ -109,7 +109,7 @@ TEST_F(ConnectionDialog, TheLastStationOfAllEndsThePaging) {
     EXPECT_EQ(page_request(daemon, 1), "<maxItems>10</maxItems>");
 }
 
-TEST_F(ConnectionDialog, OverlongNamesAreCutAtTheFrameAndCannotSteerTheTerminal) {
+TEST_F(ConnectionDialog, LongNamesAreCutAtTheFrameAndCannotControlTheTerminal) {
     ASSERT_TRUE(open({page(entry(1, std::string(600, 'n')) + entry(2, "a\x1b[2Jb\xff%s%n"))}));
     EXPECT_EQ(inside(dialog.terminal, kListRow), "  1. " + std::string(71, 'n'));
     EXPECT_EQ(inside(dialog.terminal, kListRow + 1), "  2. a?[2Jb?%s%n");
@@ -164,7 +164,7 @@ TEST_F(ConnectionDialog, AListThatFailsEndsTheDialog) {
     expect_clean_end(dialog.terminal);
 }
 
-TEST_F(ConnectionDialog, AnEmptyListStillAsks) {
+TEST_F(ConnectionDialog, AnEmptyListStillShowsThePrompt) {
     EXPECT_TRUE(open({"<zrpConsoleReply/>"}));
     EXPECT_EQ(inside(dialog.terminal, kListRow), "");
 }
@@ -177,7 +177,7 @@ struct TypedNumber {
 class ConnectionNumber : public ConnectionDialog,
                          public testing::WithParamInterface<TypedNumber> {};
 
-TEST_P(ConnectionNumber, IsTakenAsItStands) {
+TEST_P(ConnectionNumber, IsUsedAsTyped) {
     daemon.answer(kInformation, {kRefusal});
     ASSERT_TRUE(open({page(users(1, 3))}));
     dialog.answer(GetParam().line);
@@ -228,7 +228,7 @@ TEST_F(ConnectionDialog, QuittingLeavesNoConnectionSelected) {
 // On the General screen of the simulated server.
 constexpr const char* kStatistic = "packetsAccepted: ";
 
-// Special keys in the dialog and the text that the screen behind them shows.
+// Special keys in the dialog, and a text of the screen that they open.
 struct DialogKey {
     const char* name;
     Key key;
@@ -272,7 +272,7 @@ INSTANTIATE_TEST_SUITE_P(
                     DialogKey{"Home", Key::kHome, kStatistic}),
     [](const auto& key) { return std::string(key.param.name); });
 
-TEST_F(ConnectionDialog, F4OpensItAgainWithTheListOfTheMoment) {
+TEST_F(ConnectionDialog, F4OpensItAgainWithACurrentList) {
     ASSERT_TRUE(open({page(users(1, 3)), page(users(7, 3))}));
     dialog.terminal.type("12");
     dialog.terminal.press(Key::kF4);
@@ -301,7 +301,7 @@ TEST_F(ConnectionDialog, ALostTerminalEndsTheProgram) {
     EXPECT_EQ(*status, ExitStatus{});
 }
 
-TEST(ConnectionDialogTrace, HasKeysAndLines) {
+TEST(ConnectionDialogTrace, ContainsLinesAndKeys) {
     ZRP_NEEDS_ROOT();
     const TraceFolder folder;
     CommandAnswers daemon;
@@ -330,7 +330,7 @@ TEST(ConnectionDialogOnTheSimulator, PagesThroughTwentyThousandConnections) {
     ASSERT_TRUE(terminal.wait_for_text(kPromptRow, kPromptColumn, kPrompt));
     for (int start = 11; start <= 201; start += 10) {
         terminal.type("+\r");
-        // Of each ten stations one or another is not logged in, so the first shown may be later.
+        // The first of the ten stations may not be logged in: then a later one is the first shown.
         ASSERT_TRUE(terminal.wait_until([&] {
             const int station = atoi(inside(terminal, kListRow).c_str());
             return station >= start && station < start + 10;
@@ -342,8 +342,8 @@ TEST(ConnectionDialogOnTheSimulator, PagesThroughTwentyThousandConnections) {
     expect_clean_end(terminal);
 }
 
-// A server that spoils the list while the dialog opens. It opens over what can be read, if only
-// over an empty page, unless the request itself fails.
+// The list is faulty when the dialog opens. The dialog shows what can be read, even if that is an
+// empty page, unless the request itself fails.
 class ConnectionDialogFault : public testing::TestWithParam<const char*> {
 protected:
     bool press_f4() {
@@ -360,7 +360,7 @@ protected:
 
 class ConnectionDialogOpens : public ConnectionDialogFault {};
 
-TEST_P(ConnectionDialogOpens, OnAListThatIsSpoiled) {
+TEST_P(ConnectionDialogOpens, WithAFaultyList) {
     ZRP_NEEDS_ROOT();
     ASSERT_TRUE(press_f4());
     EXPECT_TRUE(terminal.wait_for_text(kPromptRow, kPromptColumn, kPrompt)) << terminal.text();
@@ -377,8 +377,8 @@ class ConnectionDialogFails : public ConnectionDialogFault {};
 TEST_P(ConnectionDialogFails, AndTheScreenShownBeforeStays) {
     ZRP_NEEDS_ROOT();
     ASSERT_TRUE(press_f4());
-    // The dialog's window, however shortly it stood, has wiped the statistics: the next pass writes
-    // them again.
+    // The dialog's window is shown for a moment and erases the statistics: the next pass draws them
+    // again.
     const size_t pressed = terminal.raw_output().size();
     ASSERT_TRUE(terminal.wait_until([&] {
         return terminal.raw_output().find(kStatistic, pressed) != std::string::npos;

@@ -1,5 +1,5 @@
-// What the tests of the Connection screen and of its dialog have in common: where things stand on
-// the terminal, and the monitor with the dialog open.
+// Common to the tests of the Connection screen and its dialog: positions on the terminal, and the
+// monitor with the dialog open.
 #pragma once
 
 #include <string>
@@ -31,7 +31,7 @@ struct Dialog {
     explicit Dialog(const PeerScript& script, const TerminalOptions& options = monitor())
         : peer(kMainDaemonSocket, {script}), terminal(options) {}
 
-    // False when the prompt does not come.
+    // False if the prompt does not appear.
     bool open() {
         if (!wait_for_windows(terminal)) {
             return false;
@@ -63,7 +63,7 @@ struct Dialog {
     Terminal terminal;
 };
 
-// What stands inside the frame at a row.
+// A row inside the frame, without trailing blanks.
 inline std::string inside(const Terminal& terminal, int row) {
     const std::string all = terminal.screen().text_at(row, 2, terminal.screen().columns() - 4);
     const size_t last = all.find_last_not_of(' ');

@@ -22,7 +22,7 @@ void expect_labels(const Terminal& terminal) {
     }
 }
 
-TEST(Connection, Typing999SelectsItEvenWhenItDoesNotExistAndOnlyTheLabelsShow) {
+TEST(Connection, Typing999SelectsAConnectionThatDoesNotExistAndShowsOnlyTheLabels) {
     ZRP_NEEDS_ROOT();
     CommandAnswers daemon;
     daemon.answer(kList, {page(users(1, 3))});
@@ -35,7 +35,7 @@ TEST(Connection, Typing999SelectsItEvenWhenItDoesNotExistAndOnlyTheLabelsShow) {
     expect_labels(dialog.terminal);
     EXPECT_EQ(inside(dialog.terminal, kTitleRow), "    Connection:");
     EXPECT_EQ(inside(dialog.terminal, kTitleRow + 1), "            Login time:");
-    EXPECT_EQ(daemon.requests(kList).size(), 1U) << "nothing more is asked";
+    EXPECT_EQ(daemon.requests(kList).size(), 1U) << "the list is not requested again";
     expect_clean_end(dialog.terminal);
 }
 
@@ -60,7 +60,7 @@ TEST(Connection, ShowsTheTrafficOfTheListAndTheRestOfTheInformation) {
     EXPECT_EQ(page_request(daemon, 1), "<startIndex>2</startIndex><maxItems>1</maxItems>");
 }
 
-// Bits of a status, and whether they let more be shown than the title.
+// Bits of a status, and whether more than the title is shown with them.
 struct Status {
     const char* bits;
     bool detailed;
@@ -93,7 +93,7 @@ void expect_old_values(const Dialog& dialog) {
     EXPECT_EQ(dialog.terminal.screen().text_at(kTitleRow + 3, kValueColumn, 4), "111 ");
 }
 
-// After at least one whole pass, and with none under way.
+// After at least one whole pass, when none is under way.
 void expect_old_values_later(Dialog& dialog, const CommandAnswers& daemon) {
     const size_t asked = daemon.requests(kInformation).size();
     ASSERT_TRUE(dialog.terminal.wait_until(
@@ -116,7 +116,7 @@ TEST(Connection, AFailedRequestLeavesTheOldValues) {
     expect_old_values_later(dialog, daemon);
     daemon.answer(kList, {page("")});
     expect_old_values_later(dialog, daemon);
-    daemon.answer(kInformation, {kRefusal}); // first, for a pass that begins now
+    daemon.answer(kInformation, {kRefusal}); // first, since a pass may begin now
     daemon.answer(kList, {page(entry(3, "after.", "222"))});
     expect_old_values_later(dialog, daemon);
     daemon.answer(kInformation, {information(3, "after.")});
@@ -124,7 +124,7 @@ TEST(Connection, AFailedRequestLeavesTheOldValues) {
     EXPECT_TRUE(dialog.terminal.wait_for_text(kTitleRow + 3, kValueColumn, "222 "));
 }
 
-TEST(Connection, ValuesShorterThanBeforeLeaveOldCharactersBehind) {
+TEST(Connection, AShorterValueLeavesTheRestOfTheOldOne) {
     ZRP_NEEDS_ROOT();
     CommandAnswers daemon;
     daemon.answer(kList, {page(entry(3, "x", "12345"))});
@@ -139,7 +139,7 @@ TEST(Connection, ValuesShorterThanBeforeLeaveOldCharactersBehind) {
     EXPECT_TRUE(dialog.terminal.wait_for_text(kTitleRow + 3, kValueColumn, "92345 "));
 }
 
-TEST(Connection, TextsOfTheServerAreCutAndCannotSteerTheTerminal) {
+TEST(Connection, TextsOfTheServerAreCutAndCannotControlTheTerminal) {
     ZRP_NEEDS_ROOT();
     CommandAnswers daemon;
     daemon.answer(kList, {page(users(3, 1))});
@@ -178,7 +178,7 @@ struct Size {
 
 class ConnectionOnTheSimulator : public testing::TestWithParam<Size> {};
 
-TEST_P(ConnectionOnTheSimulator, ShowsFiguresThatMove) {
+TEST_P(ConnectionOnTheSimulator, ShowsChangingFigures) {
     ZRP_NEEDS_ROOT();
     const Simulator server;
     Terminal terminal(monitor(GetParam().rows, GetParam().columns));
@@ -197,18 +197,18 @@ INSTANTIATE_TEST_SUITE_P(Sizes, ConnectionOnTheSimulator,
                                     std::to_string(size.param.columns);
                          });
 
-// A dripping server is slow, but answers; the element that is left open is one that nobody reads.
+// A dripping server is slow, but answers; the unclosed element is one that is not read.
 bool is_harmless(const std::string& fault) {
     return fault == "drip" || fault == "unclosed";
 }
 
-// A fault, and the request of the two of a pass that meets it.
+// A fault, and which of the two requests of a pass it affects.
 using FaultCase = std::tuple<const char*, const char*>;
 
 class ConnectionFault : public testing::TestWithParam<FaultCase> {};
 
-// The clock moves on only once the fault is set, so that other figures come from a spoiled reply.
-TEST_P(ConnectionFault, LeavesTheOldValuesWhenItBringsNone) {
+// The clock advances after the fault is set, so that other figures come from a faulty reply.
+TEST_P(ConnectionFault, LeavesTheOldValuesUnlessTheReplyIsComplete) {
     ZRP_NEEDS_ROOT();
     const auto& [fault, command] = GetParam();
     Simulator server({"--clock", "1000000"});
@@ -217,15 +217,15 @@ TEST_P(ConnectionFault, LeavesTheOldValuesWhenItBringsNone) {
     ASSERT_TRUE(terminal.wait_for_text(kTitleRow + 2, kValueColumn, "10.1.0.3 "));
     ASSERT_TRUE(terminal.wait_for_rest());
     const std::string before = bytes_read(terminal);
-    const size_t spoiled = server.logged("fault=");
-    server.tell("fault " + std::string(fault) + ":" + command);
-    server.tell("clock 2000000");
+    const size_t faulty = server.logged("fault=");
+    server.control("fault " + std::string(fault) + ":" + command);
+    server.control("clock 2000000");
     if (!is_harmless(fault)) {
-        ASSERT_TRUE(terminal.wait_until([&] { return server.logged("fault=") >= spoiled + 2; }));
+        ASSERT_TRUE(terminal.wait_until([&] { return server.logged("fault=") >= faulty + 2; }));
         ASSERT_TRUE(terminal.wait_for_rest());
         EXPECT_EQ(bytes_read(terminal), before);
         EXPECT_EQ(terminal.screen().text_at(kTitleRow, kTitleValueColumn, 4), "(2) ");
-        server.tell("fault none");
+        server.control("fault none");
     }
     EXPECT_TRUE(terminal.wait_until([&] { return bytes_read(terminal) != before; }));
     expect_clean_end(terminal);
@@ -246,10 +246,10 @@ INSTANTIATE_TEST_SUITE_P(Kinds, ConnectionFault,
                              return name + "_" + std::get<1>(fault.param);
                          });
 
-// A request that is never answered holds its pass until the program ends.
+// A request that is never answered blocks its pass until the program ends.
 class ConnectionHang : public testing::TestWithParam<const char*> {};
 
-TEST_P(ConnectionHang, LeavesTheOldValuesForGood) {
+TEST_P(ConnectionHang, LeavesTheOldValues) {
     ZRP_NEEDS_ROOT();
     const std::string hung = GetParam();
     CommandAnswers daemon;
@@ -257,7 +257,7 @@ TEST_P(ConnectionHang, LeavesTheOldValuesForGood) {
     daemon.answer(kList, {page(entry(3, "before", "111"))});
     daemon.answer(kInformation, {information(3, "before")});
     PeerScript script = daemon.script();
-    script.push_back(wait_for_close()); // an empty answer leaves the connection open
+    script.push_back(wait_for_close()); // after an empty answer the connection stays open
     Dialog dialog(script);
     ASSERT_TRUE(dialog.open());
     dialog.answer("3");

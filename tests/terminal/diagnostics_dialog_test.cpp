@@ -1,4 +1,4 @@
-// The Diagnostics screen's dialog.
+// The dialog of the Diagnostics screen.
 #include "tests/terminal/diagnostics_fixture.h"
 
 namespace zrp {
@@ -52,7 +52,7 @@ TEST_F(DiagnosticsDialog, AnEmptyLineOrQKeepsTheScreen) {
         ASSERT_TRUE(choose(terminal, text)) << text;
         ASSERT_TRUE(terminal.wait_until([&] { return shows_box_only(terminal); })) << text;
     }
-    terminal.pump(harness::milliseconds{1500});
+    ASSERT_TRUE(wait_for_whole_pass());
     EXPECT_EQ(daemons.asked_main() + daemons.asked_storage(), 0U);
 }
 
@@ -69,11 +69,11 @@ std::ostream& operator<<(std::ostream& out, const SpecialKey& key) {
 class DiagnosticsDialogKey : public DiagnosticsTest,
                              public testing::WithParamInterface<SpecialKey> {};
 
-TEST_P(DiagnosticsDialogKey, LeadsOn) {
+TEST_P(DiagnosticsDialogKey, LeadsToItsScreen) {
     daemons.main.answer("listConnections", {"<zrpConsoleReply/>"});
     ASSERT_TRUE(show_figure());
     ASSERT_TRUE(open_dialog(terminal));
-    terminal.type("3"); // is forgotten
+    terminal.type("3"); // is discarded
     terminal.press(GetParam().key);
     ASSERT_TRUE(terminal.wait_until([&] { return !dialog_is_open(terminal); })) << terminal.text();
     EXPECT_TRUE(terminal.wait_for(GetParam().shown)) << terminal.text();
@@ -87,7 +87,7 @@ INSTANTIATE_TEST_SUITE_P(
                     SpecialKey{"PageUp", Key::kPageUp, "Enter connection number"},
                     SpecialKey{"F4", Key::kF4, "Enter connection number"},
                     SpecialKey{"F1", Key::kF1, "figure: 111"},
-                    SpecialKey{"F8", Key::kF8, "figure: 111"},
+                    SpecialKey{"F11", Key::kF11, "figure: 111"},
                     SpecialKey{"Up", Key::kUp, "figure: 111"},
                     SpecialKey{"F2", Key::kF2, "figure: 111"},
                     SpecialKey{"Home", Key::kHome, "figure: 111"},
@@ -123,7 +123,7 @@ TEST_F(DiagnosticsDialog, F5OpensItAgainAndF12EndsTheProgram) {
     expect_clean_end(terminal);
 }
 
-TEST_F(DiagnosticsDialog, EndsWithTheProgramOnASignal) {
+TEST_F(DiagnosticsDialog, ASignalEndsTheProgram) {
     ASSERT_TRUE(open_dialog(terminal));
     terminal.child().send_signal(SIGTERM);
     expect_ended_cleanly(terminal);

@@ -1,4 +1,4 @@
-// The world of the Diagnostics tests: both daemons, and the ways through the dialog.
+// Common to the tests of the Diagnostics screen: both daemons, and the way through the dialog.
 #pragma once
 
 #include <string>
@@ -8,8 +8,8 @@
 
 namespace zrp::diagnostics_fixture {
 
-inline constexpr int kTop = kMainTop;   // row of the terminal that is line 0 of the main window
-inline constexpr int kLeft = 1;         // column that is its column 0
+inline constexpr int kTop = kMainTop;   // terminal row of the main window's line 0
+inline constexpr int kLeft = 1;         // terminal column of its column 0
 inline constexpr int kLabelColumn = 2;  // of the terminal
 inline constexpr int kValueColumn = 40; // of the terminal
 inline constexpr int kPromptRow = kTop + 11;
@@ -35,7 +35,7 @@ inline std::string bks_reply(const std::string& values) {
     return "<zrp2bksDiagnosticReply><level>1</level>" + values + "</zrp2bksDiagnosticReply>";
 }
 
-// Both daemons, each of which names one counter.
+// Both daemons, each with one counter in its reply.
 class Daemons {
 public:
     Daemons() {
@@ -46,6 +46,9 @@ public:
 
     [[nodiscard]] size_t asked_main() const {
         return main.requests(kServerCommand).size();
+    }
+    [[nodiscard]] size_t asked_statistics() const {
+        return main.requests("serverStatistics").size();
     }
     [[nodiscard]] size_t asked_storage() const {
         return storage.requests(kBksCommand).size();
@@ -98,8 +101,7 @@ inline bool wait_for_value(Terminal& terminal, int line, const std::string& valu
     return terminal.wait_for_text(kTop + line, kValueColumn, value);
 }
 
-// The monitor on both daemons. Answers may be changed until the dialog asks for them. A test that
-// leaves the program running ends it with F12.
+// The monitor on both daemons. If a test leaves the program running, F12 ends it.
 class DiagnosticsTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -113,7 +115,14 @@ protected:
         }
     }
 
-    // The General screen with a figure, to tell it from all others.
+    // Waits until a pass that began after the call is over: the next one begins with a request for
+    // statistics, as does the update of General.
+    bool wait_for_whole_pass() {
+        const size_t before = daemons.asked_statistics();
+        return terminal.wait_until([&] { return daemons.asked_statistics() >= before + 3; });
+    }
+
+    // Shows a figure on General, which distinguishes it from the other screens.
     bool show_figure() {
         daemons.main.answer("serverStatistics", {statistics(parm("figure", "111"))});
         return terminal.wait_for("figure: 111");

@@ -1,4 +1,4 @@
-// The Diagnostics screen: what it asks for and what it shows.
+// The Diagnostics screen: its requests and what it shows.
 #include "tests/terminal/diagnostics_fixture.h"
 #include "tests/terminal/trace_folder.h"
 
@@ -8,7 +8,6 @@ namespace {
 using namespace diagnostics_fixture;
 
 using Diagnostics = DiagnosticsTest;
-using harness::milliseconds;
 
 TEST_F(Diagnostics, NineAsksTheMainDaemonAndShowsFourColons) {
     ASSERT_TRUE(choose(terminal, "9"));
@@ -39,13 +38,14 @@ TEST_P(DiagnosticsOddChoice, AsksTheMainDaemonAndShowsOnlyTheBox) {
 INSTANTIATE_TEST_SUITE_P(Numbers, DiagnosticsOddChoice,
                          testing::Values("0", "abc", "-2", "-99999999999"));
 
-TEST_F(Diagnostics, MinusOneIsAcceptedAndNobodyIsAsked) {
+TEST_F(Diagnostics, MinusOneIsAcceptedAndNoDaemonIsAsked) {
     ASSERT_TRUE(choose(terminal, "1"));
     ASSERT_TRUE(wait_for_value(terminal, 2, "17"));
     ASSERT_TRUE(choose(terminal, "-1"));
     ASSERT_TRUE(terminal.wait_until([&] { return shows_box_only(terminal); })) << terminal.text();
     const size_t asked = daemons.asked_main();
-    terminal.pump(milliseconds{2500});
+    ASSERT_TRUE(wait_for_whole_pass());
+    ASSERT_TRUE(terminal.wait_for_rest());
     EXPECT_EQ(daemons.asked_main(), asked);
     EXPECT_TRUE(shows_box_only(terminal)) << terminal.text();
 }
@@ -53,7 +53,7 @@ TEST_F(Diagnostics, MinusOneIsAcceptedAndNobodyIsAsked) {
 class DiagnosticsRejectedChoice : public DiagnosticsTest,
                                   public testing::WithParamInterface<const char*> {};
 
-TEST_P(DiagnosticsRejectedChoice, IsStoredAllTheSameSoThatOnlyTheBoxIsShown) {
+TEST_P(DiagnosticsRejectedChoice, IsStoredAnywayAndShowsOnlyTheBox) {
     ASSERT_TRUE(choose(terminal, "1"));
     ASSERT_TRUE(wait_for_value(terminal, 2, "17"));
     EXPECT_EQ(daemons.asked_storage(), 0U);
@@ -65,15 +65,15 @@ TEST_P(DiagnosticsRejectedChoice, IsStoredAllTheSameSoThatOnlyTheBoxIsShown) {
 INSTANTIATE_TEST_SUITE_P(Numbers, DiagnosticsRejectedChoice,
                          testing::Values("19", "25", "4294967297"));
 
-TEST_F(Diagnostics, ARejectedChoiceKeepsAnotherScreen) {
+TEST_F(Diagnostics, ARejectedChoiceKeepsTheScreenShownBefore) {
     ASSERT_TRUE(show_figure());
     ASSERT_TRUE(choose(terminal, "19"));
     ASSERT_TRUE(terminal.wait_for("figure: 111"));
-    terminal.pump(milliseconds{1500});
+    ASSERT_TRUE(wait_for_whole_pass());
     EXPECT_EQ(daemons.asked_storage(), 0U);
 }
 
-TEST_F(Diagnostics, AValueThatShrinksLeavesItsLastDigitUntilTheScreenIsDrawnAnew) {
+TEST_F(Diagnostics, AShorterValueLeavesTheLastDigitUntilTheScreenIsRedrawn) {
     daemons.main.answer(kServerCommand, {server_reply(server_value("openFiles", "100"))});
     ASSERT_TRUE(choose(terminal, "1"));
     ASSERT_TRUE(wait_for_value(terminal, 2, "100 ")) << terminal.text();
@@ -83,13 +83,13 @@ TEST_F(Diagnostics, AValueThatShrinksLeavesItsLastDigitUntilTheScreenIsDrawnAnew
     EXPECT_TRUE(wait_for_value(terminal, 2, "99  ")) << terminal.text();
 }
 
-TEST_F(Diagnostics, ACounterThatAReplyDoesNotNameKeepsItsValue) {
+TEST_F(Diagnostics, ACounterMissingFromAReplyKeepsItsValue) {
     daemons.main.answer(kServerCommand, {server_reply(server_value("openFiles", "100") +
                                                       server_value("openLinuxFiles", "200")),
                                          server_reply(server_value("openLinuxFiles", "201"))});
     ASSERT_TRUE(choose(terminal, "1"));
     ASSERT_TRUE(wait_for_value(terminal, 3, "201 ")) << terminal.text();
-    // Drawn anew, from the store alone.
+    // Redrawn from the stored values alone.
     ASSERT_TRUE(choose(terminal, "1"));
     EXPECT_TRUE(wait_for_value(terminal, 2, "100 ")) << terminal.text();
     EXPECT_TRUE(wait_for_value(terminal, 4, "0     "));
@@ -104,7 +104,7 @@ TEST_F(Diagnostics, AValueAbove2147483647WrapsToANegativeOne) {
     EXPECT_TRUE(wait_for_value(terminal, 3, "-1 "));
 }
 
-TEST_F(Diagnostics, OnlyTheStorageDaemonsMemoryRequestIsFoundWithItsTrailingBlank) {
+TEST_F(Diagnostics, OnlyTheStorageDaemonsMemoryRequestHasATrailingBlank) {
     daemons.main.answer(kServerCommand,
                         {server_reply(server_value("ipcListener memory request", "11") +
                                       server_value("ipcListener memory request ", "12"))});
@@ -127,7 +127,7 @@ TEST_F(Diagnostics, TheLabelsOfTwoBksEventsEndOneColumnFurtherRight) {
     EXPECT_EQ(inside(terminal, 5).substr(14, 26), " BKS Add trustee events:5 ");
 }
 
-TEST_F(Diagnostics, AsksEachDaemonAsItWantsToBeAsked) {
+TEST_F(Diagnostics, SendsEachDaemonItsOwnFormOfRequest) {
     const std::string pid = std::to_string(terminal.child().pid());
     ASSERT_TRUE(choose(terminal, "1"));
     ASSERT_TRUE(terminal.wait_until([&] { return daemons.asked_main() >= 1; }));
@@ -168,7 +168,7 @@ TEST(DiagnosticsTrace, TracesEachCounterThatAReplyNames) {
     }
 }
 
-// What a daemon can do wrong. The old values stay, and the next pass tries again.
+// Faulty replies: the old values stay, and the next pass tries again.
 struct Fault {
     const char* name;
     std::string bytes;
@@ -192,11 +192,11 @@ TEST_P(DiagnosticsFault, OfTheMainDaemonLeavesTheOldValues) {
     ASSERT_TRUE(choose(terminal, "1"));
     ASSERT_TRUE(wait_for_value(terminal, 2, "111"));
     ASSERT_TRUE(wait_for_value(terminal, 7, "0"));
-    ASSERT_TRUE(terminal.wait_for_rest()); // all is painted
+    ASSERT_TRUE(terminal.wait_for_rest()); // everything is drawn
     const harness::Snapshot before = terminal.screen().snapshot();
     daemons.main.answer_raw(kServerCommand, {GetParam().bytes});
     ASSERT_TRUE(
-        wait_for_request(daemons.main, kServerCommand, 2)); // the first of them is dealt with
+        wait_for_request(daemons.main, kServerCommand, 2)); // the first of them is processed
     ASSERT_TRUE(terminal.wait_for_rest());
     EXPECT_EQ(terminal.screen().snapshot(), before);
     daemons.main.answer(kServerCommand, {server_reply(server_value("openFiles", "222"))});
@@ -208,11 +208,11 @@ TEST_P(DiagnosticsFault, OfTheStorageDaemonLeavesTheOldValues) {
     ASSERT_TRUE(choose(terminal, "12"));
     ASSERT_TRUE(wait_for_value(terminal, 2, "111"));
     ASSERT_TRUE(wait_for_value(terminal, 4, "0"));
-    ASSERT_TRUE(terminal.wait_for_rest()); // all is painted
+    ASSERT_TRUE(terminal.wait_for_rest()); // everything is drawn
     const harness::Snapshot before = terminal.screen().snapshot();
     daemons.storage.answer_raw(kBksCommand, {GetParam().bytes});
     ASSERT_TRUE(
-        wait_for_request(daemons.storage, kBksCommand, 2)); // the first of them is dealt with
+        wait_for_request(daemons.storage, kBksCommand, 2)); // the first of them is processed
     ASSERT_TRUE(terminal.wait_for_rest());
     EXPECT_EQ(terminal.screen().snapshot(), before);
     daemons.storage.answer(kBksCommand, {bks_reply(bks_value("Request", "222"))});

@@ -1,4 +1,4 @@
-// The way through the three dialogs without choosing anything.
+// From dialog to dialog without a choice.
 
 #include "tests/terminal/session.h"
 #include "tests/terminal/simulator.h"
@@ -25,7 +25,7 @@ std::ostream& operator<<(std::ostream& out, const Chain& chain) {
 
 class DialogChain : public testing::TestWithParam<Chain> {};
 
-TEST_P(DialogChain, PassesThroughAllThreeInARow) {
+TEST_P(DialogChain, LeadsThroughAllThree) {
     ZRP_NEEDS_ROOT();
     const Simulator server;
     Terminal terminal(monitor());
@@ -56,7 +56,7 @@ INSTANTIATE_TEST_SUITE_P(Keys, DialogChain,
                                          Chain{"PageUp", Key::kF5, Key::kPageUp, kBackward}),
                          [](const auto& chain) { return std::string(chain.param.name); });
 
-// None of the screens on the way was switched to: quitting the last dialog shows the first screen.
+// After quitting the last dialog the first screen is shown: none of the others was switched to.
 TEST(DialogsInARow, SwitchToNoScreenOnTheWay) {
     ZRP_NEEDS_ROOT();
     const Simulator server;
@@ -71,7 +71,7 @@ TEST(DialogsInARow, SwitchToNoScreenOnTheWay) {
     expect_clean_end(terminal);
 }
 
-// From any dialog a function key leads to any screen.
+// A function key leads from any dialog to any screen.
 struct Jump {
     const char* name;
     Key dialog;

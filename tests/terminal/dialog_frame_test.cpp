@@ -1,5 +1,5 @@
 // The selection dialogs on the smallest permitted terminal: whatever is listed and typed, nothing
-// outside their window changes and their frame stays whole.
+// outside their window changes and their frame stays intact.
 
 #include "tests/terminal/session.h"
 #include "tests/terminal/simulator.h"
@@ -77,14 +77,14 @@ protected:
 };
 
 TEST_P(SmallDialog, NeverDrawsOutsideItsWindow) {
-    for (const char* kind : {"letters and more than the line takes, far behind the frame", "\x15",
+    for (const char* kind : {"letters and more than the line takes, far beyond the frame", "\x15",
                              "12345678901234567890123456789012345\x7f\x7f\x7f"}) {
         terminal.type(kind);
         ASSERT_TRUE(terminal.wait_for_rest());
         expect_window_only(kind);
     }
     terminal.type("\x15");
-    if (GetParam().key != Key::kF5) { // which has a single page and takes any number
+    if (GetParam().key != Key::kF5) { // whose dialog has one page and accepts any number
         for (const char* turn : {"+\r", "+\r", "-\r", "+\r"}) {
             terminal.type(turn);
             ASSERT_TRUE(terminal.wait_for_rest());

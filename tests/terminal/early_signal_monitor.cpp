@@ -1,5 +1,5 @@
-// The monitor that gets a signal at the worst moment of its start: after its handlers are in place
-// and before ncurses has seen the terminal.
+// The monitor with a signal at the worst moment of its start: after its handlers are installed and
+// before ncurses has seen the terminal.
 
 #include <csignal>
 

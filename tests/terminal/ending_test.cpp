@@ -1,30 +1,31 @@
-// However the end comes (signal, key, lost terminal), at whatever moment: status 0, once, and the
-// terminal as it was before.
+// However the program is made to end (signal, key, lost terminal) and whenever: status 0, once, and
+// the terminal as it was before.
 
 #include <csignal>
 #include <ctime>
 #include <functional>
+#include <sys/resource.h>
 #include <thread>
 
 #include "tests/terminal/monitor_fixture.h"
 #include "tests/terminal/session.h"
+#include "tests/terminal/thread_sleeps.h"
+#include "tests/terminal/trace_folder.h"
 
 namespace zrp {
 namespace {
 
 using harness::milliseconds;
+using std::chrono::seconds;
+using std::chrono::steady_clock;
 
 constexpr int kSignals[] = {SIGALRM, SIGHUP, SIGINT, SIGPIPE, SIGQUIT, SIGTERM};
-
-// The refresh interval and two seconds, and something for a loaded machine. Less than the six
-// seconds after which the last resort would end the program.
-constexpr milliseconds kEndPatience{5500};
 
 const std::string kFigures = statistics(parm("figure", "1") + up_time("9"));
 const std::string kOtherFigures = statistics(parm("figure", "2") + up_time("10"));
 const std::vector<PeerScript> kMute = {{read_request(), hang()}};
 
-// That the program has used so far.
+// Used by the program so far.
 milliseconds processor_time(Terminal& terminal) {
     clockid_t clock = 0;
     timespec used = {};
@@ -33,8 +34,17 @@ milliseconds processor_time(Terminal& terminal) {
     return milliseconds{used.tv_sec * 1000 + used.tv_nsec / 1000000};
 }
 
-// Whether the program does nothing for so long, without its output being read.
-bool stands_still(Terminal& terminal, milliseconds period) {
+// Used by all children that have ended so far.
+milliseconds processor_time_of_the_ended() {
+    rusage used = {};
+    EXPECT_EQ(getrusage(RUSAGE_CHILDREN, &used), 0);
+    return seconds{used.ru_utime.tv_sec + used.ru_stime.tv_sec} +
+           std::chrono::ceil<milliseconds>(
+               std::chrono::microseconds{used.ru_utime.tv_usec + used.ru_stime.tv_usec});
+}
+
+// Waits until the program has slept at every look for this long. Its output is not read meanwhile.
+bool wait_for_standstill(Terminal& terminal, milliseconds period) {
     constexpr milliseconds kLook{20};
     const harness::Deadline deadline(harness::kPatience);
     for (milliseconds still{0}; still < period; still += kLook) {
@@ -49,10 +59,18 @@ bool stands_still(Terminal& terminal, milliseconds period) {
     return true;
 }
 
-void expect_end_in_time(Terminal& terminal) {
-    ASSERT_TRUE(terminal.wait_for_exit(kEndPatience).has_value()) << "still running:\n"
-                                                                  << terminal.text();
-    expect_ended_cleanly(terminal);
+// A terminal that is gone shows no restored screen. The trace shows that it was the regular
+// shutdown that ended the program, and not the last resort.
+void expect_regular_shutdown(Terminal& terminal, const TraceFolder& folder) {
+    EXPECT_EQ(terminal.wait_for_exit(), ExitStatus{});
+    EXPECT_NE(folder.trace().find("release hash table"), std::string::npos) << folder.trace();
+}
+
+TerminalOptions without_hangup_signal(const TraceFolder& folder) {
+    TerminalOptions options = traced_monitor(folder);
+    auto& arguments = options.child.arguments;
+    arguments.insert(arguments.begin(), {"env", "--block-signal=HUP"});
+    return options;
 }
 
 class Signal : public testing::TestWithParam<int> {};
@@ -63,7 +81,7 @@ TEST_P(Signal, EndsTheProgramWhileItWaitsForAKey) {
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_for("figure: 1"));
     terminal.child().send_signal(GetParam());
-    expect_end_in_time(terminal);
+    expect_ended_cleanly(terminal);
 }
 
 TEST_P(Signal, EndsTheProgramWhileAPassWaitsForAMuteDaemon) {
@@ -73,22 +91,24 @@ TEST_P(Signal, EndsTheProgramWhileAPassWaitsForAMuteDaemon) {
     ASSERT_TRUE(peer.wait_for_connections(1));
     ASSERT_TRUE(wait_for_windows(terminal));
     terminal.child().send_signal(GetParam());
-    expect_end_in_time(terminal);
+    expect_ended_cleanly(terminal);
 }
 
 TEST_P(Signal, EndsTheProgramWhileTheKeyLoopWaitsForThatPass) {
     ZRP_NEEDS_ROOT();
     ScriptedPeer peer(kMainDaemonSocket, kMute);
-    Terminal terminal(monitor());
+    const TraceFolder folder;
+    Terminal terminal(traced_monitor(folder));
     ASSERT_TRUE(peer.wait_for_connections(1));
     ASSERT_TRUE(wait_for_windows(terminal));
     terminal.press(Key::kF6); // the switch waits for the pass
-    terminal.pump(milliseconds{200});
+    ASSERT_TRUE(terminal.wait_until([&] { return !folder.trace_of("main").empty(); }));
+    ASSERT_TRUE(terminal.wait_for_rest());
     terminal.child().send_signal(GetParam());
-    expect_end_in_time(terminal);
+    expect_ended_cleanly(terminal);
 }
 
-TEST_P(Signal, EndsTheProgramOnceWhenAnotherOneComesWithIt) {
+TEST_P(Signal, EndsTheProgramOnceEvenIfOthersArriveWithIt) {
     ZRP_NEEDS_ROOT();
     const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
     Terminal terminal(monitor());
@@ -96,20 +116,26 @@ TEST_P(Signal, EndsTheProgramOnceWhenAnotherOneComesWithIt) {
     terminal.child().send_signal(GetParam());
     terminal.child().send_signal(SIGTERM);
     terminal.child().send_signal(SIGINT);
-    terminal.pump(milliseconds{300});
+    // The first thing that a request to exit does to the terminal.
+    ASSERT_TRUE(terminal.wait_until([&] { return (terminal.modes().c_iflag & IXON) == 0; }));
     terminal.child().send_signal(GetParam()); // during the shutdown
-    expect_end_in_time(terminal);
+    expect_ended_cleanly(terminal);
 }
 
 TEST_P(Signal, EndsTheProgramAtItsStart) {
     ZRP_NEEDS_ROOT();
-    for (const int delay : {0, 3, 10, 30}) {
+    // The handlers are installed before the first output.
+    const std::function<bool(Terminal&)> moments[] = {
+        [](Terminal& terminal) { return terminal.wait_for_output(); },
+        [](Terminal& terminal) { return terminal.wait_for("[F12] Exit"); },
+        [](Terminal& terminal) { return terminal.wait_for("Server Up Time:"); },
+        wait_for_windows,
+    };
+    for (const auto& wait_for_moment : moments) {
         Terminal terminal(monitor());
-        // The first thing on the terminal: from then on the handlers are installed.
-        ASSERT_TRUE(terminal.wait_until([&] { return !terminal.raw_output().empty(); }));
-        terminal.pump(milliseconds{delay});
+        ASSERT_TRUE(wait_for_moment(terminal));
         terminal.child().send_signal(GetParam());
-        expect_end_in_time(terminal);
+        expect_ended_cleanly(terminal);
     }
 }
 
@@ -121,16 +147,16 @@ TEST_P(Signal, EndsTheProgramWhileADialogReads) {
         ASSERT_TRUE(fixture.open_dialog(dialog));
         fixture.terminal.type("1");
         fixture.terminal.child().send_signal(GetParam());
-        expect_end_in_time(fixture.terminal);
+        expect_ended_cleanly(fixture.terminal);
     }
 }
 
-// The main thread itself waits: each dialog but the one without a list asks for it first.
+// The main thread itself waits: a dialog with a list asks for it first.
 TEST_P(Signal, EndsTheProgramWhileADialogWaitsForAMuteDaemon) {
     ZRP_NEEDS_ROOT();
     for (const auto& [dialog, asked] :
          {std::pair{kVolume, "listVolumes"}, {kConnection, connection_fixture::kList}}) {
-        const char* command = asked; // a lambda takes no part of a pair
+        const char* command = asked; // a lambda cannot capture a structured binding
         const auto daemon = MonitorFixture::prepared();
         daemon->answer_raw(command, {reply_header(100)}); // and the text never comes
         PeerScript script = daemon->script();
@@ -141,7 +167,7 @@ TEST_P(Signal, EndsTheProgramWhileADialogWaitsForAMuteDaemon) {
         terminal.press(dialog.key);
         ASSERT_TRUE(terminal.wait_until([&] { return !daemon->requests(command).empty(); }));
         terminal.child().send_signal(GetParam());
-        expect_end_in_time(terminal);
+        expect_ended_cleanly(terminal);
     }
 }
 
@@ -154,7 +180,7 @@ TEST(Ending, CtrlCEndsTheProgram) {
     Terminal terminal(monitor());
     ASSERT_TRUE(wait_for_windows(terminal));
     terminal.type("\x03");
-    expect_end_in_time(terminal);
+    expect_ended_cleanly(terminal);
 }
 
 TEST(Ending, F12EndsTheProgramWhileAPassWaitsForAMuteDaemon) {
@@ -164,10 +190,10 @@ TEST(Ending, F12EndsTheProgramWhileAPassWaitsForAMuteDaemon) {
     ASSERT_TRUE(peer.wait_for_connections(1));
     ASSERT_TRUE(wait_for_windows(terminal));
     terminal.press(Key::kF12);
-    expect_end_in_time(terminal);
+    expect_ended_cleanly(terminal);
 }
 
-// The dialog gives the main window back before the key is acted on, and waits for the pass there.
+// Before the key takes effect the dialog gives the main window back, and waits for the pass there.
 TEST(Ending, F12EndsTheProgramInADialogWhileAPassWaitsForAMuteDaemon) {
     ZRP_NEEDS_ROOT();
     const auto daemon = MonitorFixture::prepared();
@@ -183,10 +209,10 @@ TEST(Ending, F12EndsTheProgramInADialogWhileAPassWaitsForAMuteDaemon) {
     ASSERT_TRUE(
         terminal.wait_until([&] { return daemon->requests("serverStatistics").size() > before; }));
     terminal.press(Key::kF12);
-    expect_end_in_time(terminal);
+    expect_ended_cleanly(terminal);
 }
 
-TEST(Ending, ADaemonThatStopsInTheMiddleOfAReplyDoesNotHoldTheEndUp) {
+TEST(Ending, ADaemonThatStopsInTheMiddleOfAReplyDoesNotHoldUpTheExit) {
     ZRP_NEEDS_ROOT();
     ScriptedPeer peer(kMainDaemonSocket,
                       {{read_request(), send_bytes(reply_header(1000) + "<zrp"), hang()}});
@@ -194,61 +220,69 @@ TEST(Ending, ADaemonThatStopsInTheMiddleOfAReplyDoesNotHoldTheEndUp) {
     ASSERT_TRUE(peer.wait_for_connections(1));
     ASSERT_TRUE(wait_for_windows(terminal));
     terminal.press(Key::kF12);
-    expect_end_in_time(terminal);
+    expect_ended_cleanly(terminal);
 }
 
-TEST(Ending, WaitingForAMuteDaemonBurnsNoProcessor) {
+TEST(Ending, WaitingForAMuteDaemonUsesNoProcessorTime) {
     ZRP_NEEDS_ROOT();
     ScriptedPeer peer(kMainDaemonSocket, kMute);
     Terminal terminal(monitor());
     ASSERT_TRUE(peer.wait_for_connections(1));
     ASSERT_TRUE(wait_for_windows(terminal));
+    terminal.press(Key::kF6); // the switch waits for the pass
     ASSERT_TRUE(terminal.wait_for_rest());
-    terminal.press(Key::kF6); // waits for the pass
+    const pid_t process = terminal.child().pid();
     const milliseconds before = processor_time(terminal);
-    terminal.pump(milliseconds{2500});
-    EXPECT_LT(processor_time(terminal) - before, milliseconds{300});
+    const long sleeps = main_thread_sleeps(process);
+    // Each sleep takes a millisecond or more. A wait that spins does not sleep at all.
+    ASSERT_TRUE(terminal.wait_until([&] { return main_thread_sleeps(process) >= sleeps + 500; }));
+    EXPECT_LT(processor_time(terminal) - before, milliseconds{150});
     terminal.child().send_signal(SIGTERM);
-    expect_end_in_time(terminal);
+    expect_ended_cleanly(terminal);
 }
 
-TEST(Ending, WaitingForTheEndOfALongWaitBurnsNoProcessor) {
+TEST(Ending, WaitingForTheEndOfALongIntervalUsesNoProcessorTime) {
     ZRP_NEEDS_ROOT();
     MonitorFixture fixture;
     ASSERT_TRUE(fixture.begin());
     ASSERT_TRUE(fixture.slow_down());
-    fixture.terminal.press(Key::kF12);
-    const milliseconds before = processor_time(fixture.terminal);
-    fixture.terminal.pump(milliseconds{2500});
-    EXPECT_LT(processor_time(fixture.terminal) - before, milliseconds{300});
-    expect_ended_cleanly(fixture.terminal);
+    const milliseconds before = processor_time_of_the_ended() + processor_time(fixture.terminal);
+    const auto start = steady_clock::now();
+    expect_clean_end(fixture.terminal);
+    const auto waited = steady_clock::now() - start;
+    EXPECT_GT(waited, seconds{3}) << "most of the interval of ten seconds";
+    EXPECT_LT(processor_time_of_the_ended() - before, waited / 10);
 }
 
-// The last resort counts from the wait that the refresh thread is in.
-TEST(Ending, ALongWaitIsWaitedForAlsoWhenTheIntervalIsShortByNow) {
+// The last resort allows for the wait that the refresh thread is in. Allowing for the new interval
+// it would come after six seconds, and leave the screen as it is.
+TEST(Ending, ALongIntervalIsWaitedForEvenIfItIsShortenedMeanwhile) {
     ZRP_NEEDS_ROOT();
     MonitorFixture fixture;
     ASSERT_TRUE(fixture.begin());
     ASSERT_TRUE(fixture.slow_down());
     fixture.terminal.type(std::string(9, '-'));
-    fixture.terminal.press(Key::kF12);
-    EXPECT_FALSE(fixture.terminal.wait_for_exit(milliseconds{6500}).has_value());
-    expect_ended_cleanly(fixture.terminal);
+    const auto start = steady_clock::now();
+    expect_clean_end(fixture.terminal);
+    EXPECT_GT(steady_clock::now() - start, seconds{6});
 }
 
 TEST(Ending, ASignalEndsTheProgramOnATerminalThatIsStopped) {
     ZRP_NEEDS_ROOT();
-    const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures, kFigures, kOtherFigures}));
+    ScriptedPeer peer(kMainDaemonSocket, answers({kFigures, kFigures, kOtherFigures}));
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_for("figure: 1"));
     terminal.type("\x13"); // Ctrl-S
-    terminal.pump(milliseconds{2500});
+    // The new up time comes with the second pass, which gets no further: it cannot be written.
+    ASSERT_TRUE(peer.wait_for_finished(3));
+    ASSERT_TRUE(terminal.wait_for_rest());
+    EXPECT_EQ(terminal.screen().text_at(kStripTextRow, kUpTimeColumn, 9), "9 Seconds");
     terminal.child().send_signal(SIGTERM);
-    expect_end_in_time(terminal);
+    expect_ended_cleanly(terminal);
 }
 
-// The kernel gives a terminal standard modes when the program that leads its session ends, so here
-// a shell leads it and looks.
+// The kernel resets a terminal's modes when the leader of its session ends. Here a shell is the
+// leader, and prints the modes afterwards.
 TerminalOptions in_a_shell(const char* program) {
     TerminalOptions options = monitor();
     options.child.arguments = {"sh", "-c",
@@ -284,41 +318,41 @@ TEST(Ending, TheTerminalHasItsModesBackAfterASignal) {
     expect_modes_restored(terminal);
 }
 
-TEST(Ending, TheTerminalHasItsModesBackAfterASignalBeforeItWasTaken) {
+TEST(Ending, TheTerminalHasItsModesBackAfterASignalBeforeTheFirstOutput) {
     ZRP_NEEDS_ROOT();
     Terminal terminal(in_a_shell(EARLY_SIGNAL_MONITOR_PROGRAM));
     expect_modes_restored(terminal);
 }
 
-// A terminal whose other end reads nothing: its screen cannot be restored, its modes can.
+// The other end of the terminal reads nothing: the screen cannot be restored, the modes can.
 TEST(Ending, ASignalEndsTheProgramOnATerminalThatTakesNoOutput) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NO_THREAD_SANITIZER("it holds signals back while a thread is inside write");
     const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_for("figure: 1"));
-    std::string switches; // each draws the whole screen anew, and nobody reads it
+    std::string switches; // each redraws the whole screen, whose output is not read
     for (int i = 0; i < 200; i++) {
         switches += harness::key_bytes(Key::kF6);
         switches += harness::key_bytes(Key::kF2);
     }
     terminal.type(switches);
-    // The kernel may move on what was written without waking the writer for the room that this
-    // makes. A signal that means nothing lets him look again, until there is none.
+    // The kernel may make room without waking the writer. A signal without a meaning makes the
+    // writer look again, until there is no room left.
     for (int i = 0; i < 3; i++) {
-        ASSERT_TRUE(stands_still(terminal, milliseconds{500}));
+        ASSERT_TRUE(wait_for_standstill(terminal, milliseconds{500}));
         terminal.child().send_signal(SIGWINCH);
     }
-    ASSERT_TRUE(stands_still(terminal, milliseconds{500}));
-    const auto told = std::chrono::steady_clock::now();
+    ASSERT_TRUE(wait_for_standstill(terminal, milliseconds{500}));
+    const auto start = steady_clock::now();
     terminal.child().send_signal(SIGTERM);
     EXPECT_EQ(terminal.child().wait(), ExitStatus{});
     // Only the last resort takes this long: the terminal really held the program.
-    EXPECT_GT(std::chrono::steady_clock::now() - told, milliseconds{4000});
+    EXPECT_GT(steady_clock::now() - start, seconds{4});
     EXPECT_NE(terminal.modes().c_lflag & ICANON, 0U);
 }
 
-TEST(Ending, ADaemonThatGoesAwayDoesNotEndTheProgram) {
+TEST(Ending, ADaemonThatEndsDoesNotEndTheProgram) {
     ZRP_NEEDS_ROOT();
     Terminal terminal(monitor());
     {
@@ -331,20 +365,20 @@ TEST(Ending, ADaemonThatGoesAwayDoesNotEndTheProgram) {
 
 TEST(LostTerminal, EndsTheProgram) {
     ZRP_NEEDS_ROOT();
-    Terminal terminal(monitor());
+    const TraceFolder folder;
+    Terminal terminal(traced_monitor(folder));
     ASSERT_TRUE(wait_for_windows(terminal));
     terminal.hang_up();
-    EXPECT_EQ(terminal.wait_for_exit(kEndPatience), ExitStatus{});
+    expect_regular_shutdown(terminal, folder);
 }
 
-TEST(LostTerminal, EndsTheProgramAlsoWhenNoHangupSignalComes) {
+TEST(LostTerminal, EndsTheProgramEvenWithoutAHangupSignal) {
     ZRP_NEEDS_ROOT();
-    TerminalOptions options = monitor();
-    options.child.arguments = {"env", "--block-signal=HUP", ZRPTOP_PROGRAM};
-    Terminal terminal(options);
+    const TraceFolder folder;
+    Terminal terminal(without_hangup_signal(folder));
     ASSERT_TRUE(wait_for_windows(terminal));
     terminal.hang_up();
-    EXPECT_EQ(terminal.wait_for_exit(kEndPatience), ExitStatus{});
+    expect_regular_shutdown(terminal, folder);
 }
 
 TEST(LostTerminal, AnEndOfInputEndsTheProgram) {
@@ -352,36 +386,36 @@ TEST(LostTerminal, AnEndOfInputEndsTheProgram) {
     TerminalOptions options = monitor();
     options.child.arguments = {"sh", "-c", "exec \"$0\" </dev/null", ZRPTOP_PROGRAM};
     Terminal terminal(options);
-    EXPECT_EQ(terminal.wait_for_exit(kEndPatience), ExitStatus{}) << terminal.text();
+    expect_ended_cleanly(terminal);
 }
 
 class LostTerminalInDialog : public testing::TestWithParam<ScreenCase> {};
 
 TEST_P(LostTerminalInDialog, EndsTheProgram) {
     ZRP_NEEDS_ROOT();
-    MonitorFixture fixture;
+    const TraceFolder folder;
+    MonitorFixture fixture(traced_monitor(folder));
     ASSERT_TRUE(fixture.begin());
     ASSERT_TRUE(fixture.open_dialog(GetParam()));
     fixture.terminal.type("1");
     fixture.terminal.hang_up();
-    EXPECT_EQ(fixture.terminal.wait_for_exit(kEndPatience), ExitStatus{});
+    expect_regular_shutdown(fixture.terminal, folder);
 }
 
-TEST_P(LostTerminalInDialog, EndsTheProgramAlsoWhenNoHangupSignalComes) {
+TEST_P(LostTerminalInDialog, EndsTheProgramEvenWithoutAHangupSignal) {
     ZRP_NEEDS_ROOT();
-    TerminalOptions options = monitor();
-    options.child.arguments = {"env", "--block-signal=HUP", ZRPTOP_PROGRAM};
-    MonitorFixture fixture(options);
+    const TraceFolder folder;
+    MonitorFixture fixture(without_hangup_signal(folder));
     ASSERT_TRUE(fixture.begin());
     ASSERT_TRUE(fixture.open_dialog(GetParam()));
     fixture.terminal.hang_up();
-    EXPECT_EQ(fixture.terminal.wait_for_exit(kEndPatience), ExitStatus{});
+    expect_regular_shutdown(fixture.terminal, folder);
 }
 
 INSTANTIATE_TEST_SUITE_P(Dialogs, LostTerminalInDialog, testing::ValuesIn(kDialogs),
-                         [](const auto& place) { return std::string(place.param.name); });
+                         [](const auto& dialog) { return std::string(dialog.param.name); });
 
-TEST(Stopping, CtrlZGivesTheTerminalBackAndContinuingDrawsItAnew) {
+TEST(Stopping, CtrlZRestoresTheTerminalAndContinuingRedrawsIt) {
     ZRP_NEEDS_ROOT();
     const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
     TerminalOptions options = monitor();
@@ -400,12 +434,12 @@ TEST(Stopping, CtrlZGivesTheTerminalBackAndContinuingDrawsItAnew) {
     expect_clean_end(terminal);
 }
 
-// Of a shell: "wait" returns at once for a job that is, or was a moment ago, a stopped one.
+// In a shell. "wait" returns at once for a job that is stopped or was stopped a moment ago.
 #define WAIT_FOR_JOB                                                                               \
     "until wait %1; status=$?; [ $status -lt 128 ]; do sleep 0.1; done; echo status $status"
 
-// "kill" of a stopped job, which the shell continues so that it takes the signal. Touching the
-// terminal from the background would stop it for good.
+// A stopped job takes a signal once the shell continues it. Touching the terminal from the
+// background would stop it for good.
 TEST(Stopping, ASignalEndsTheStoppedProgramWithoutTheTerminal) {
     ZRP_NEEDS_ROOT();
     const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
@@ -427,14 +461,21 @@ TEST(Stopping, ContinuedInTheBackgroundItStopsAgain) {
     const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
     TerminalOptions options = monitor();
     options.child.arguments = {"sh", "-mc",
-                               "\"$0\"; printf stopped; bg >/dev/null; read line; kill -TERM %1; "
-                               "kill -CONT %1; " WAIT_FOR_JOB,
+                               "\"$0\"; printf stopped; read line; bg >/dev/null; read line; "
+                               "kill -TERM %1; kill -CONT %1; " WAIT_FOR_JOB,
                                ZRPTOP_PROGRAM};
     Terminal terminal(options);
     ASSERT_TRUE(terminal.wait_for("figure: 1")) << terminal.text();
     terminal.type("\x1a");
     ASSERT_TRUE(terminal.wait_for("stopped"));
-    ASSERT_TRUE(terminal.wait_for_rest());
+    const std::vector<pid_t> jobs = harness::children_of(terminal.child().pid());
+    ASSERT_EQ(jobs.size(), 1U);
+    const auto is_stopped = [&] { return harness::process_state(jobs[0]) == 'T'; };
+    ASSERT_TRUE(terminal.wait_until(is_stopped));
+    const long sleeps = main_thread_sleeps(jobs[0]);
+    terminal.type("\n");
+    ASSERT_TRUE(
+        terminal.wait_until([&] { return main_thread_sleeps(jobs[0]) > sleeps && is_stopped(); }));
     EXPECT_FALSE(terminal.screen().alternate_screen()) << terminal.text();
     terminal.type("\n");
     EXPECT_TRUE(terminal.wait_for("status 0")) << terminal.raw_output();

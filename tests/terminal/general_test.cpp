@@ -1,6 +1,7 @@
 // The General screen and the up-time strip.
 
 #include "tests/terminal/session.h"
+#include "tests/terminal/thread_sleeps.h"
 
 namespace zrp {
 namespace {
@@ -30,7 +31,7 @@ TEST(General, ListsEachStatisticAsNameAndValue) {
               (harness::Cell{.text = "s", .foreground = kWhite, .background = kBlue}));
 }
 
-TEST(General, AsksWithTheOneLineDocumentWithoutAProcessId) {
+TEST(General, SendsTheOneLineDocumentWithoutAProcessId) {
     ZRP_NEEDS_ROOT();
     ScriptedPeer peer(kMainDaemonSocket, answers({statistics(numbered(1))}));
     Terminal terminal(monitor());
@@ -43,7 +44,7 @@ TEST(General, AsksWithTheOneLineDocumentWithoutAProcessId) {
     EXPECT_EQ(peer.requests().at(1), bytes + text);
 }
 
-TEST(General, AReplyWithFifteenStatisticsShowsTheFirstElevenThatAreNoUpTime) {
+TEST(General, OfFifteenStatisticsTheFirstElevenOtherThanTheUpTimeAreShown) {
     ZRP_NEEDS_ROOT();
     const ScriptedPeer peer(kMainDaemonSocket, answers({statistics(numbered(15))}));
     Terminal terminal(monitor());
@@ -96,7 +97,7 @@ TEST(General, ControlCharactersOfTheServerDoNotReachTheTerminal) {
         << terminal.text();
 }
 
-TEST(General, NamesInOtherScriptsShowAsTheyAre) {
+TEST(General, NamesInOtherScriptsAreShownUnchanged) {
     ZRP_NEEDS_ROOT();
     const ScriptedPeer peer(kMainDaemonSocket,
                             answers({statistics(parm("Gr\u00fc\u00dfe", "\u65e5\u672c"))}));
@@ -105,7 +106,7 @@ TEST(General, NamesInOtherScriptsShowAsTheyAre) {
         << terminal.text();
 }
 
-TEST(General, ValuesShorterThanBeforeLeaveOldCharactersBehind) {
+TEST(General, AShorterValueLeavesTheRestOfTheOldOne) {
     ZRP_NEEDS_ROOT();
     const std::string before = statistics(parm("count", "12345"));
     const std::string after = statistics(parm("count", "9"));
@@ -139,7 +140,7 @@ INSTANTIATE_TEST_SUITE_P(Durations, UpTimeStrip,
                                                 "1 Day 1 Hour 1 Minute 1 Second  "}),
                          [](const auto& upTime) { return std::string(upTime.param.name); });
 
-TEST(UpTimeStrip, IsWipedBeforeAShorterTextIsWritten) {
+TEST(UpTimeStrip, IsClearedBeforeAShorterTextIsWritten) {
     ZRP_NEEDS_ROOT();
     const std::string before = statistics(up_time("90061"));
     const ScriptedPeer peer(kMainDaemonSocket, answers({before, before, statistics(up_time("7"))}));
@@ -150,7 +151,7 @@ TEST(UpTimeStrip, IsWipedBeforeAShorterTextIsWritten) {
     EXPECT_EQ(terminal.cell(kStripTextRow, kFrameColumn).text, kVertical);
 }
 
-TEST(UpTimeStrip, OfSeveralValuesTheLastStays) {
+TEST(UpTimeStrip, ShowsTheLastOfSeveralValues) {
     ZRP_NEEDS_ROOT();
     const ScriptedPeer peer(kMainDaemonSocket,
                             answers({statistics(up_time("90061") + up_time("3"))}));
@@ -159,7 +160,7 @@ TEST(UpTimeStrip, OfSeveralValuesTheLastStays) {
         << terminal.text();
 }
 
-TEST(UpTimeStrip, KeepsCurrentWhateverScreenIsShown) {
+TEST(UpTimeStrip, IsUpdatedOnEveryScreen) {
     ZRP_NEEDS_ROOT();
     const ScriptedPeer peer(kMainDaemonSocket,
                             answers({statistics(up_time("1")), statistics(up_time("1")),
@@ -170,7 +171,7 @@ TEST(UpTimeStrip, KeepsCurrentWhateverScreenIsShown) {
     EXPECT_TRUE(terminal.wait_for_text(kStripTextRow, kUpTimeColumn, "3 Seconds "));
 }
 
-// What a server can do wrong. The old values stay, and the next pass tries again.
+// Faulty replies: the old values stay, and the next pass tries again.
 struct Fault {
     const char* name;
     PeerScript script;
@@ -189,7 +190,7 @@ const std::string kRefusedValues = statistics(parm("figure", "333") + up_time("9
 
 class ServerFault : public testing::TestWithParam<Fault> {};
 
-TEST_P(ServerFault, LeavesTheOldValuesAndIsTriedAgain) {
+TEST_P(ServerFault, LeavesTheOldValuesUntilTheNextPassSucceeds) {
     ZRP_NEEDS_ROOT();
     const std::string good = statistics(parm("figure", "111") + up_time("5"));
     auto scripts = answers({good, good, good, good, good, good, kNewValues});
@@ -201,7 +202,7 @@ TEST_P(ServerFault, LeavesTheOldValuesAndIsTriedAgain) {
     ASSERT_TRUE(terminal.wait_for_text(6, kListColumn, "figure: 111"));
     const harness::Snapshot before = terminal.screen().snapshot();
     ASSERT_TRUE(terminal.wait_until([&] { return peer.connections() >= 5; }));
-    EXPECT_EQ(terminal.screen().snapshot(), before) << "a whole pass that failed";
+    EXPECT_EQ(terminal.screen().snapshot(), before) << "after a whole pass that failed";
     EXPECT_TRUE(terminal.wait_for_text(6, kListColumn, "figure: 222")) << terminal.text();
     EXPECT_TRUE(terminal.wait_for_text(kStripTextRow, kUpTimeColumn, "1 Minute 17 Seconds "));
     expect_clean_end(terminal);
@@ -229,11 +230,11 @@ INSTANTIATE_TEST_SUITE_P(
               {read_request(), send_bytes(reply(std::string("\x00\x1b[2J<\xff<<\"", 10)))}}),
     [](const auto& fault) { return std::string(fault.param.name); });
 
-TEST(General, WithoutADaemonTheScreenStandsAndFillsOnceThereIsOne) {
+TEST(General, WithoutADaemonTheScreenIsEmptyUntilThereIsOne) {
     ZRP_NEEDS_ROOT();
     Terminal terminal(monitor());
     ASSERT_TRUE(wait_for_windows(terminal));
-    terminal.pump(harness::milliseconds{1200});
+    ASSERT_TRUE(wait_for_idle_pass(terminal));
     EXPECT_EQ(terminal.screen().text_at(kStripTextRow, 2, 40),
               "Server Up Time:" + std::string(25, ' '));
     const ScriptedPeer peer(kMainDaemonSocket, answers({kNewValues}));

@@ -1,6 +1,6 @@
-// The line editor in a boxed window of its own. Arguments: the maximum length, and the width of the
-// window. Prints what the editor returned below the window, line after line, until F10 ends it;
-// then destroys the window and waits for one more key.
+// Runs the line editor in a boxed window. Arguments: the maximum length and the width of the
+// window. Prints each result below the window until F10; then destroys the window and waits for a
+// key.
 
 #include <cstdlib>
 

@@ -1,4 +1,4 @@
-// The line editor: keys, erasing, the frame, and what is on screen after every key.
+// The line editor: keys, erasing, the frame, and what the terminal shows after each key.
 
 #include "tests/terminal/session.h"
 
@@ -6,7 +6,7 @@ namespace zrp {
 namespace {
 
 constexpr int kRow = 1;
-constexpr int kColumn = 4;            // behind the prompt "1? "
+constexpr int kColumn = 4;            // after the prompt "1? "
 constexpr const char* kKill = "\x15"; // the terminal's kill character, Ctrl-U
 
 TerminalOptions probe(const std::string& maxLength = "8", const std::string& width = "40") {
@@ -27,14 +27,14 @@ bool wait_for_line(Terminal& terminal, const std::string& line) {
     return terminal.wait_for_text(kRow, kColumn, line);
 }
 
-TEST(LineEditor, GivesTheTypedTextAtEnter) {
+TEST(LineEditor, ReturnsTheTypedTextAtEnter) {
     Terminal terminal(probe());
     ASSERT_TRUE(wait_for_prompt(terminal));
     terminal.type("42 x\r");
     EXPECT_TRUE(wait_for_result(terminal, 1, "rc=0 hit=0 key=0 [42 x]")) << terminal.text();
 }
 
-TEST(LineEditor, TheEnterOfTheKeypadEndsTheLineToo) {
+TEST(LineEditor, TheEnterKeyOfTheKeypadEndsTheLineToo) {
     Terminal terminal(probe());
     ASSERT_TRUE(wait_for_prompt(terminal));
     terminal.type("42\x1bOM");
@@ -63,7 +63,7 @@ TEST(LineEditor, BackspaceOnAnEmptyLineDoesNothingAndDrawsNothing) {
     EXPECT_TRUE(wait_for_result(terminal, 1, "rc=0 hit=0 key=0 []")) << terminal.text();
 }
 
-TEST(LineEditor, AnEraseKeyTakesOneCharacterFromTextAndScreen) {
+TEST(LineEditor, AnEraseKeyRemovesOneCharacterFromTextAndScreen) {
     Terminal terminal(probe());
     ASSERT_TRUE(wait_for_prompt(terminal));
     terminal.type("1234");
@@ -77,7 +77,7 @@ TEST(LineEditor, AnEraseKeyTakesOneCharacterFromTextAndScreen) {
     EXPECT_TRUE(wait_for_result(terminal, 1, "rc=0 hit=0 key=0 [12]"));
 }
 
-TEST(LineEditor, TheKillCharacterTakesTheWholeLine) {
+TEST(LineEditor, TheKillCharacterRemovesTheWholeLine) {
     Terminal terminal(probe());
     ASSERT_TRUE(wait_for_prompt(terminal));
     terminal.type("1234");
@@ -88,7 +88,7 @@ TEST(LineEditor, TheKillCharacterTakesTheWholeLine) {
     EXPECT_TRUE(wait_for_result(terminal, 1, "rc=0 hit=0 key=0 [7]"));
 }
 
-TEST(LineEditor, CharactersPastTheMaximumAreIgnored) {
+TEST(LineEditor, CharactersBeyondTheMaximumAreIgnored) {
     Terminal terminal(probe("4"));
     ASSERT_TRUE(wait_for_prompt(terminal));
     terminal.type("123456\r");
@@ -146,7 +146,7 @@ TEST(LineEditor, MapsEachSpecialKey) {
     }
 }
 
-TEST(LineEditor, WhatStoodThereBeforeGivesWayAtTheFirstKey) {
+TEST(LineEditor, TheFirstKeyReplacesWhatWasThereBefore) {
     Terminal terminal(probe());
     ASSERT_TRUE(wait_for_prompt(terminal));
     terminal.type("300\r");
@@ -178,7 +178,7 @@ TEST(LineEditor, KillingALineTooLongForTheWindowLeavesThePromptAndTheFrame) {
     EXPECT_EQ(terminal.cell(kRow, 19).text, kVertical);
 }
 
-TEST(LineEditor, CharactersThatAreNoPrintableAsciiTakeOneCellEach) {
+TEST(LineEditor, CharactersOtherThanPrintableAsciiTakeOneCellEach) {
     Terminal terminal(probe());
     ASSERT_TRUE(wait_for_prompt(terminal));
     terminal.type("a\x01\xc3\xa9");
@@ -191,7 +191,7 @@ TEST(LineEditor, CharactersThatAreNoPrintableAsciiTakeOneCellEach) {
     EXPECT_TRUE(wait_for_result(terminal, 1, "rc=0 hit=0 key=0 [a]"));
 }
 
-TEST(LineEditor, AResizeIsNotTakenForACharacter) {
+TEST(LineEditor, AResizeIsNotReadAsACharacter) {
     Terminal terminal(probe());
     ASSERT_TRUE(wait_for_prompt(terminal));
     terminal.type("1");

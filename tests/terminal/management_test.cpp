@@ -1,5 +1,5 @@
-// What another program changes through the library is seen on the monitor's screens: one simulated
-// server serves both.
+// The monitor shows what another program changes through the library. Both use one simulated
+// server.
 
 #include "common/requests/connection_management.h"
 #include "common/requests/volume_management.h"
@@ -14,7 +14,7 @@ namespace {
 constexpr const char* kVolumePrompt = "Enter volume number";
 constexpr const char* kConnectionPrompt = "Enter connection number";
 
-// A small server, the monitor on it, and this process as the other program.
+// A small server and the monitor. This process is the other program.
 class Management : public testing::Test {
 protected:
     void SetUp() override {
@@ -27,7 +27,7 @@ protected:
         IPCServTerm();
     }
 
-    // A dialog asks for its list when it opens.
+    // A dialog requests its list when it opens.
     bool open(Key key, const char* prompt) {
         terminal.press(key);
         return terminal.wait_for(prompt) && terminal.wait_for_rest();
@@ -42,7 +42,7 @@ protected:
         return terminal.screen().find_row(text) != -1;
     }
 
-    // Whether the dialog lists the text. Its first entry, which stays, tells that it lists at all.
+    // Whether the dialog lists the text. Its first entry never changes and shows that it is filled.
     testing::AssertionResult lists(Key key, const char* prompt, const std::string& first,
                                    const std::string& text) {
         const bool opened = open(key, prompt) && shows(first);

@@ -1,4 +1,4 @@
-// The monitor on a main daemon that fills each screen, and the ways to every screen and dialog.
+// The monitor on a main daemon that fills every screen, and the way to each screen and dialog.
 #pragma once
 
 #include <memory>
@@ -11,11 +11,11 @@
 
 namespace zrp {
 
-// A screen by its function key, and what tells it from the others.
+// A screen by its function key, and what distinguishes it from the others.
 struct ScreenCase {
     const char* name;
     Key key;
-    const char* choice; // typed into its dialog; null where it has none
+    const char* choice; // typed into its dialog; null without one
     const char* prompt; // of the dialog
     const char* shown;  // on the screen
 };
@@ -30,6 +30,9 @@ inline constexpr ScreenCase kDiagnostics = {"Diagnostics", Key::kF5, "1\r", "Ent
 inline constexpr ScreenCase kParameters = {"Parameters", Key::kF6, nullptr, nullptr, "LOG_LEVEL"};
 inline constexpr ScreenCase kVersion = {"Version", Key::kF7, nullptr, nullptr,
                                         "ZRP Server Components"};
+
+inline constexpr ScreenCase kInOrderOfTab[] = {kGeneral,     kVolume,     kConnection,
+                                               kDiagnostics, kParameters, kVersion};
 
 inline constexpr ScreenCase kDialogs[] = {kVolume, kConnection, kDiagnostics};
 
@@ -50,7 +53,7 @@ struct MonitorFixture {
         return terminal.screen().find_row(entry.prompt) == -1;
     }
 
-    // The screen stands, and no dialog before it.
+    // The screen is shown, and no dialog over it.
     bool wait_for_screen(const ScreenCase& entry) {
         return terminal.wait_until([&] {
             for (const ScreenCase& dialog : kDialogs) {
@@ -78,12 +81,13 @@ struct MonitorFixture {
         return wait_for_screen(entry);
     }
 
-    // Makes the interval so long that no pass comes for a while, and waits for the pass that is
-    // still on its way. A wait that begins between two of the keys ends within the patience too.
-    // What was asked since then is what asked_since() tells.
+    // Makes the interval ten seconds, and waits for the end of a pass that began with it: the next
+    // one comes no earlier than ten seconds later. asked_since() counts the requests from then on.
+    // A pass that began between two of the keys waits for less, and within the patience.
     bool slow_down() {
         bool done = terminal.wait_for_rest(); // the end of the pass under way
         terminal.type(std::string(9, '+'));
+        done = done && terminal.wait_for_rest(); // the keys are read
         const size_t before = strips();
         done = done && terminal.wait_until([&] { return strips() > before; }) &&
                terminal.wait_for_rest(); // the end of that pass
@@ -108,7 +112,7 @@ struct MonitorFixture {
         answers->answer(connections::kList, {connections::page(connections::users(1, 3))});
         answers->answer(connections::kInformation, {connections::information(2, "user2")});
         answers->answer("diagnostics", {"<zrpConsoleReply/>"});
-        // At once the list of one setting, and the value of that setting.
+        // Both the list of one setting and the value of that setting.
         answers->answer("set", {"<zrpConsoleReply><set><name>LOG_LEVEL</name><string>INFO</string>"
                                 "</set></zrpConsoleReply>"});
         return answers;

@@ -5,9 +5,9 @@
 #include <mutex>
 #include <optional>
 
-#include "tests/terminal/idle_passes.h"
 #include "tests/terminal/session.h"
 #include "tests/terminal/simulator.h"
+#include "tests/terminal/thread_sleeps.h"
 
 namespace zrp {
 namespace {
@@ -39,7 +39,7 @@ std::string between(const std::string& text, const std::string& before, const st
     return text.substr(start, text.find(after, start) - start);
 }
 
-// A main daemon with settings and nothing else. Any thread may change it.
+// A main daemon that has only settings. Any thread may change them.
 class Settings {
 public:
     Settings(const std::string& list, std::map<std::string, std::string> values)
@@ -70,7 +70,7 @@ public:
         return count_text(kBrowse);
     }
 
-    // Passes that have begun. With two more, one that began meanwhile is over.
+    // Passes that have begun. After two more, one of them is over.
     [[nodiscard]] long passes() const {
         const std::lock_guard lock(mutex_);
         return passes_;
@@ -117,7 +117,7 @@ bool wait_for_whole_pass(Terminal& terminal, const Settings& settings) {
            terminal.wait_for_rest();
 }
 
-// Numbered settings, the value of each as long as its number says nothing else.
+// The names of so many settings.
 Names numbered(int count) {
     Names names;
     for (int i = 1; i <= count; i++) {
@@ -142,7 +142,7 @@ bool open_parameters(Terminal& terminal, const std::string& firstLine) {
     return terminal.wait_for_text(kFirstRow, kColumn, firstLine);
 }
 
-// What stands inside the main window's frame at a row.
+// A row inside the main window's frame, without trailing blanks.
 std::string inside(const Terminal& terminal, int row) {
     const std::string all =
         terminal.screen().text_at(row, kColumn, terminal.screen().columns() - 4);
@@ -164,7 +164,7 @@ TEST(Parameters, ShowsEachNameWithItsValue) {
     expect_clean_end(terminal);
 }
 
-TEST(Parameters, AsksForTheListOnceAndForEachValueOnEveryPass) {
+TEST(Parameters, RequestsTheListOnceAndEachValueOnEveryPass) {
     ZRP_NEEDS_ROOT();
     Settings settings(list_of({"A", "B"}), {{"A", value_of("1")}, {"B", value_of("2")}});
     const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
@@ -194,7 +194,7 @@ TEST(Parameters, AParameterNamedAllowUtf8InAnyLetterCaseIsNotShown) {
     EXPECT_EQ(settings.count("Allow_Utf8"), 0);
 }
 
-TEST(Parameters, SevenParametersAreNeverShown) {
+TEST(Parameters, SevenOtherParametersAreNeverShown) {
     ZRP_NEEDS_ROOT();
     Settings settings(list_of({"FIRST", "Max_File_Descriptor_Number", "MAX_FILE_DESCRIPTOR_NUMBER",
                                "ZRP_FILE_SERVER_NAME", "ALLOW_UTF8", "ALLOW_CIFS_MIXED_MODE_PATHS",
@@ -237,7 +237,7 @@ TEST(Parameters, OnTheSmallestTerminalTheRowsInsideTheFrameAreShown) {
     EXPECT_EQ(terminal.row(20), "");
 }
 
-TEST(Parameters, MoreParametersThanTheTableHoldsAreLeftOut) {
+TEST(Parameters, ParametersBeyondTheTablesSizeAreOmitted) {
     ZRP_NEEDS_ROOT();
     const Names names = numbered(1000);
     Settings settings(list_of(names), values_for(names));
@@ -247,7 +247,7 @@ TEST(Parameters, MoreParametersThanTheTableHoldsAreLeftOut) {
     expect_clean_end(terminal);
 }
 
-TEST(Parameters, AValueShorterThanThePreviousOneLeavesTheOldCharactersBehind) {
+TEST(Parameters, AShorterValueLeavesTheRestOfTheOldOne) {
     ZRP_NEEDS_ROOT();
     Settings settings(list_of({"LEVEL"}), {{"LEVEL", value_of("12345")}});
     const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
@@ -257,7 +257,7 @@ TEST(Parameters, AValueShorterThanThePreviousOneLeavesTheOldCharactersBehind) {
     EXPECT_TRUE(terminal.wait_for_text(kFirstRow, kColumn, "LEVEL = 92345 ")) << terminal.text();
 }
 
-TEST(Parameters, AReplyWithoutSetElementGivesAnEmptyScreen) {
+TEST(Parameters, AReplyWithoutASetElementLeavesTheScreenEmpty) {
     ZRP_NEEDS_ROOT();
     Settings settings("<zrpConsoleReply><name>LOST</name></zrpConsoleReply>", {});
     const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
@@ -273,7 +273,7 @@ TEST(Parameters, AReplyWithoutSetElementGivesAnEmptyScreen) {
     EXPECT_EQ(settings.requests().size(), 1U);
 }
 
-TEST(Parameters, TheListIsFetchedAnewWheneverTheScreenIsEntered) {
+TEST(Parameters, TheListIsFetchedAgainWheneverTheScreenIsOpened) {
     ZRP_NEEDS_ROOT();
     Settings settings(list_of({"OLD", "OLDER"}),
                       {{"OLD", value_of("1")}, {"OLDER", value_of("2")}, {"NEW", value_of("3")}});
@@ -298,7 +298,7 @@ TEST(Parameters, TheListIsFetchedAnewWheneverTheScreenIsEntered) {
     EXPECT_EQ(settings.count("NEW"), asked);
 }
 
-TEST(Parameters, ANameIsSentBackAsTheServerWroteIt) {
+TEST(Parameters, ANameIsSentBackUnchanged) {
     ZRP_NEEDS_ROOT();
     Settings settings(list_of({"A &amp; B"}), {{"A &amp; B", value_of("1")}});
     const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
@@ -306,7 +306,7 @@ TEST(Parameters, ANameIsSentBackAsTheServerWroteIt) {
     EXPECT_TRUE(open_parameters(terminal, "A &amp; B = 1")) << terminal.text();
 }
 
-TEST(Parameters, AValueIsNoFormatAndCannotSteerTheTerminal) {
+TEST(Parameters, AValueIsNotAFormatAndCannotControlTheTerminal) {
     ZRP_NEEDS_ROOT();
     Settings settings(list_of({"%s\x7f\xff"}),
                       {{"%s\x7f\xff", value_of("100%n %s\x1b[2J\t\x07\xc2\x9b\xff.")}});
@@ -315,7 +315,7 @@ TEST(Parameters, AValueIsNoFormatAndCannotSteerTheTerminal) {
     EXPECT_TRUE(open_parameters(terminal, "%s?? = 100%n %s?[2J????. ")) << terminal.text();
 }
 
-TEST(Parameters, ANameWithAControlCharacterIsShownHarmlessAndNotAskedFor) {
+TEST(Parameters, ANameWithAControlCharacterIsShownWithoutItAndNotRequested) {
     ZRP_NEEDS_ROOT();
     Settings settings(list_of({"F\x1b[31mORM", "NEXT"}), {{"NEXT", value_of("1")}});
     const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
@@ -346,7 +346,7 @@ TEST(Parameters, LongNamesAndValuesAreCutAtTheFrame) {
     EXPECT_EQ(terminal.cell(kFirstRow + 2, 1).text, kVertical);
 }
 
-// Answers to a value's request that bring none.
+// Answers without a value.
 struct BadValue {
     const char* name;
     std::string answer;
@@ -354,7 +354,7 @@ struct BadValue {
 
 class ParameterValueFault : public testing::TestWithParam<BadValue> {};
 
-TEST_P(ParameterValueFault, LeavesTheOldValueAndTheOthersCurrent) {
+TEST_P(ParameterValueFault, LeavesTheOldValueAndUpdatesTheOthers) {
     ZRP_NEEDS_ROOT();
     Settings settings(list_of({"BAD", "GOOD"}), {{"BAD", value_of("11")}, {"GOOD", value_of("1")}});
     const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
@@ -389,7 +389,7 @@ TEST(Parameters, AnEmptyValueLeavesTheOldCharacters) {
     EXPECT_EQ(inside(terminal, kFirstRow), "A = 77");
 }
 
-// The simulated server, whose 28 parameters hold the seven hidden ones.
+// Of the simulated server's 28 parameters seven are hidden.
 struct Size {
     int rows;
     int columns;
@@ -419,10 +419,10 @@ INSTANTIATE_TEST_SUITE_P(Sizes, ParametersOnTheSimulator,
                                     std::to_string(size.param.columns);
                          });
 
-// Spoiled requests after which a value can have suffered. Behind a mute daemon nobody asks again;
-// memory for a huge reply takes the sanitizer most of a second; else so many in a row concern each
-// value once, and the last of them is dealt with.
-size_t spoiled_enough(const std::string& fault) {
+// Requests with a faulty reply to wait for: one for each value, and one more, since the last may
+// not be processed. A mute daemon gets no second request, and memory for a huge reply takes a
+// sanitizer most of a second.
+size_t faulty_requests(const std::string& fault) {
     return fault == "hang" ? 1 : fault == "huge-length" ? 2 : kShownItems + 1;
 }
 
@@ -442,9 +442,9 @@ TEST_P(ParametersFault, LeavesTheOldValues) {
         return text;
     };
     const std::string before = shown();
-    server.tell("fault " + std::string(GetParam()) + ":set");
-    ASSERT_TRUE(
-        terminal.wait_until([&] { return server.logged("fault=") >= spoiled_enough(GetParam()); }));
+    server.control("fault " + std::string(GetParam()) + ":set");
+    ASSERT_TRUE(terminal.wait_until(
+        [&] { return server.logged("fault=") >= faulty_requests(GetParam()); }));
     ASSERT_TRUE(terminal.wait_for_rest());
     EXPECT_EQ(shown(), before);
     expect_clean_end(terminal);
@@ -452,7 +452,7 @@ TEST_P(ParametersFault, LeavesTheOldValues) {
 
 INSTANTIATE_TEST_SUITE_P(Kinds, ParametersFault, testing::ValuesIn(kReplyFaults), name_of_fault);
 
-TEST(Parameters, ADaemonThatGoesAwayLeavesFrameAndValues) {
+TEST(Parameters, WhenTheDaemonEndsFrameAndValuesStay) {
     ZRP_NEEDS_ROOT();
     Settings settings(list_of({"A", "B"}), {{"A", value_of("1")}, {"B", value_of("2")}});
     std::optional<ScriptedPeer> peer;
@@ -469,7 +469,7 @@ TEST(Parameters, ADaemonThatGoesAwayLeavesFrameAndValues) {
     expect_clean_end(terminal);
 }
 
-TEST(Parameters, WithoutADaemonTheScreenIsAnEmptyFrame) {
+TEST(Parameters, WithoutADaemonTheScreenIsEmpty) {
     ZRP_NEEDS_ROOT();
     Terminal terminal(monitor());
     ASSERT_TRUE(wait_for_windows(terminal));

@@ -1,4 +1,4 @@
-// Keys of the main thread, the refresh thread and what passes between them.
+// The keys of the main thread, the refresh thread, and what goes on between them.
 
 #include "tests/terminal/monitor_fixture.h"
 #include "tests/terminal/session.h"
@@ -6,7 +6,8 @@
 namespace zrp {
 namespace {
 
-using harness::milliseconds;
+using std::chrono::seconds;
+using std::chrono::steady_clock;
 
 const std::string kFigures = statistics(parm("figure", "1") + up_time("9"));
 
@@ -23,10 +24,22 @@ bool shows_empty_frame(const Terminal& terminal) {
     return terminal.cell(5, 1).text == kTopLeft && terminal.cell(19, 78).text == kBottomRight;
 }
 
-// All of them between two passes: one that began between two of the keys would wait by the interval
-// of that moment.
-void press_often(Terminal& terminal, char key, size_t times) {
-    terminal.type(std::string(times, key));
+std::string times(size_t count, char key) {
+    return std::string(count, key);
+}
+
+// Types the keys and waits for the end of a pass on General that began after them, whose wait is
+// then the new interval. A pass that ends between two of the keys waits for an interval in between:
+// the patience must allow for that.
+bool change_interval(Terminal& terminal, const ScriptedPeer& peer, const std::string& keys,
+                     harness::milliseconds patience = harness::kPatience) {
+    terminal.type(keys);
+    if (!terminal.wait_for_rest()) { // the keys are read
+        return false;
+    }
+    const size_t before = peer.connections();
+    return terminal.wait_until([&] { return peer.connections() >= before + 2; }, patience) &&
+           terminal.wait_for_rest();
 }
 
 TEST(Interval, StaysWithinOneAndSixtySeconds) {
@@ -34,18 +47,15 @@ TEST(Interval, StaysWithinOneAndSixtySeconds) {
     ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_until([&] { return shows_figures(terminal); }));
-    ASSERT_TRUE(terminal.wait_for_rest()); // the end of that pass
-    // Without the limit at 60 this would end at 41 and no further pass would be seen.
-    press_often(terminal, '+', 100);
-    press_often(terminal, '-', 59);
+    // Back to one second. Without the limit at 60 it would be 142, longer than the patience.
+    ASSERT_TRUE(change_interval(terminal, peer, times(200, '+') + times(59, '-'), seconds{75}));
+    // Without the limit at 1 this would end below 0, and passes would follow without a pause.
+    terminal.type(times(50, '-') + "+-");
+    ASSERT_TRUE(terminal.wait_for_rest());
+    const auto start = steady_clock::now();
     const size_t before = peer.connections();
-    EXPECT_TRUE(terminal.wait_until([&] { return peer.connections() >= before + 4; }));
-    // Without the limit at 1 this would end below 0 and passes would follow without a pause.
-    press_often(terminal, '-', 50);
-    terminal.type("+-");
-    const size_t then = peer.connections();
-    terminal.pump(milliseconds{1500});
-    EXPECT_LE(peer.connections(), then + 6);
+    ASSERT_TRUE(terminal.wait_until([&] { return peer.connections() >= before + 6; }));
+    EXPECT_GE(steady_clock::now() - start, seconds{2}) << "two whole waits";
     expect_clean_end(terminal);
 }
 
@@ -55,17 +65,18 @@ TEST(Interval, WithALongOneASwitchLeavesAnEmptyFrame) {
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_until([&] { return shows_figures(terminal); }));
     ASSERT_TRUE(terminal.wait_for_rest()); // the end of that pass
-    press_often(terminal, '+', 59);
+    const auto start = steady_clock::now();
+    ASSERT_TRUE(change_interval(terminal, peer, "+++"));
     const size_t before = peer.connections();
-    ASSERT_TRUE(terminal.wait_until([&] { return peer.connections() >= before + 2; }));
-    ASSERT_TRUE(terminal.wait_for_rest()); // the end of that pass
     terminal.press(Key::kF6);
     terminal.press(Key::kF2);
     ASSERT_TRUE(terminal.wait_until([&] { return shows_empty_frame(terminal); }))
         << terminal.text();
-    terminal.pump(milliseconds{2000});
+    ASSERT_TRUE(terminal.wait_for_rest()); // a switch that started a pass would fill it
     EXPECT_TRUE(shows_empty_frame(terminal)) << terminal.text();
-    EXPECT_EQ(peer.connections(), before + 2);
+    EXPECT_EQ(peer.connections(), before);
+    EXPECT_TRUE(terminal.wait_until([&] { return shows_figures(terminal); })) << terminal.text();
+    EXPECT_GE(steady_clock::now() - start, seconds{4}) << "the whole interval";
 }
 
 TEST(Interval, F12WaitsForTheEndOfALongOne) {
@@ -74,13 +85,10 @@ TEST(Interval, F12WaitsForTheEndOfALongOne) {
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_until([&] { return shows_figures(terminal); }));
     ASSERT_TRUE(terminal.wait_for_rest()); // the end of that pass
-    press_often(terminal, '+', 5);
-    const size_t before = peer.connections();
-    ASSERT_TRUE(terminal.wait_until([&] { return peer.connections() >= before + 2; }));
-    ASSERT_TRUE(terminal.wait_for_rest()); // an end within the pass would wait for nothing
-    terminal.press(Key::kF12);
-    EXPECT_FALSE(terminal.wait_for_exit(milliseconds{3000}).has_value());
-    expect_ended_cleanly(terminal);
+    const auto start = steady_clock::now();
+    ASSERT_TRUE(change_interval(terminal, peer, "+++++"));
+    expect_clean_end(terminal);
+    EXPECT_GE(steady_clock::now() - start, seconds{6}) << "the whole interval";
 }
 
 TEST(KeyLoop, F2OnTheGeneralScreenDoesNothing) {
@@ -127,12 +135,11 @@ TEST(KeyLoop, KeysWithoutAMeaningAreIgnored) {
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_until([&] { return shows_figures(terminal); }));
     for (const Key key :
-         {Key::kF8, Key::kF11, Key::kUp, Key::kDown, Key::kHome, Key::kEnd, Key::kPageUp,
+         {Key::kF10, Key::kF11, Key::kUp, Key::kDown, Key::kHome, Key::kEnd, Key::kPageUp,
           Key::kPageDown, Key::kInsert, Key::kDelete, Key::kEnter, Key::kBackspace, Key::kEscape}) {
         terminal.press(key);
     }
-    terminal.type("qQ0x \x01\xff");
-    terminal.pump(milliseconds{1500});
+    ASSERT_TRUE(change_interval(terminal, peer, "qQ0x \x01\xff"));
     EXPECT_TRUE(shows_figures(terminal)) << terminal.text();
     expect_clean_end(terminal);
 }
@@ -141,7 +148,7 @@ TEST(RefreshThread, EachPassAsksForTheStripAndForTheList) {
     ZRP_NEEDS_ROOT();
     MonitorFixture fixture;
     ASSERT_TRUE(fixture.begin());
-    ASSERT_TRUE(fixture.slow_down()); // one more pass has begun and ended since
+    ASSERT_TRUE(fixture.slow_down()); // between two passes
     const size_t requests = fixture.peer.connections();
     EXPECT_EQ(requests % 2, 0U);
     EXPECT_EQ(fixture.strips(), requests);
@@ -156,7 +163,7 @@ TerminalOptions watched_monitor() {
     return options;
 }
 
-// Nobody listens, so the first pass draws at once, while the main thread still prepares itself.
+// Without a daemon the first pass draws at once, while the main thread is still starting.
 TEST(RefreshThread, AtTheStartNeverDrawsWhileTheMainThreadIsInsideNcurses) {
     ZRP_NEEDS_ROOT();
     for (int i = 0; i < 3; i++) {
@@ -177,25 +184,31 @@ TEST(RefreshThread, NeverDrawsWhileTheMainThreadIsInsideNcurses) {
         const harness::Deadline deadline(harness::kPatience);
         while (fixture.strips() == before && !deadline.passed()) {
             fixture.terminal.type("12\x7f\x7f");
-            fixture.terminal.pump(milliseconds{20});
+            fixture.terminal.wait_for_output();
         }
+        ASSERT_GT(fixture.strips(), before);
         fixture.terminal.type("\x15q\r");
         ASSERT_TRUE(fixture.wait_for_screen(entry)) << fixture.terminal.raw_output();
     }
     expect_clean_end(fixture.terminal);
 }
 
-// Many screen switches while passes run: every frame stays whole and the figures come back.
+// Many switches during three passes: every frame stays whole and the figures come back.
 TEST(RefreshThread, FastSwitchingLeavesNoWrongCell) {
     ZRP_NEEDS_ROOT();
     const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_until([&] { return shows_figures(terminal); }));
     const harness::Snapshot before = terminal.screen().snapshot();
-    for (int i = 0; i < 40; i++) {
-        terminal.press(i % 2 == 0 ? Key::kF6 : Key::kF2);
-        terminal.pump(milliseconds{60});
+    const size_t asked = peer.connections();
+    const harness::Deadline deadline(harness::kPatience);
+    while (peer.connections() < asked + 6 && !deadline.passed()) {
+        for (const Key key : {Key::kF6, Key::kF2}) {
+            terminal.press(key);
+            terminal.wait_for_output();
+        }
     }
+    ASSERT_GE(peer.connections(), asked + 6);
     EXPECT_TRUE(terminal.wait_until([&] { return terminal.screen().snapshot() == before; }))
         << terminal.text();
 }

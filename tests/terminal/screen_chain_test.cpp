@@ -1,4 +1,4 @@
-// The ways from screen to screen, through the dialogs and past them.
+// Moving from screen to screen, through the dialogs and past them.
 
 #include <fstream>
 
@@ -8,13 +8,11 @@
 namespace zrp {
 namespace {
 
-using harness::milliseconds;
-
 struct Move {
-    const ScreenCase& from;
+    ScreenCase from;
     const char* keyName;
     Key key;
-    const ScreenCase& to;
+    ScreenCase to;
 };
 
 std::ostream& operator<<(std::ostream& out, const Move& move) {
@@ -38,27 +36,26 @@ TEST_P(ScreenMove, LeadsToTheNeighbour) {
     expect_clean_end(fixture.terminal);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Keys, ScreenMove,
-    testing::Values(Move{kGeneral, "Tab", Key::kTab, kVolume},
-                    Move{kGeneral, "Right", Key::kRight, kVolume},
-                    Move{kVolume, "Tab", Key::kTab, kConnection},
-                    Move{kConnection, "Tab", Key::kTab, kDiagnostics},
-                    Move{kDiagnostics, "Tab", Key::kTab, kParameters},
-                    Move{kParameters, "Tab", Key::kTab, kVersion},
-                    Move{kVersion, "Tab", Key::kTab, kGeneral},
-                    Move{kVersion, "Right", Key::kRight, kGeneral},
-                    Move{kGeneral, "ShiftTab", Key::kShiftTab, kVersion},
-                    Move{kGeneral, "Left", Key::kLeft, kVersion},
-                    Move{kVolume, "ShiftTab", Key::kShiftTab, kGeneral},
-                    Move{kConnection, "ShiftTab", Key::kShiftTab, kVolume},
-                    Move{kDiagnostics, "ShiftTab", Key::kShiftTab, kConnection},
-                    Move{kParameters, "ShiftTab", Key::kShiftTab, kDiagnostics},
-                    Move{kParameters, "Left", Key::kLeft, kDiagnostics},
-                    Move{kVersion, "ShiftTab", Key::kShiftTab, kParameters}),
-    [](const auto& move) { return std::string(move.param.from.name) + "_" + move.param.keyName; });
+std::vector<Move> moves() {
+    const ScreenCase& last = *std::rbegin(kInOrderOfTab);
+    std::vector<Move> all = {{kGeneral, "Right", Key::kRight, kVolume},
+                             {last, "Right", Key::kRight, kGeneral},
+                             {kGeneral, "Left", Key::kLeft, last},
+                             {kParameters, "Left", Key::kLeft, kDiagnostics}};
+    const ScreenCase* before = &last;
+    for (const ScreenCase& screen : kInOrderOfTab) {
+        all.push_back({*before, "Tab", Key::kTab, screen});
+        all.push_back({screen, "ShiftTab", Key::kShiftTab, *before});
+        before = &screen;
+    }
+    return all;
+}
 
-// The screens that the chain passes are never switched to: nobody asks for their figures.
+INSTANTIATE_TEST_SUITE_P(Keys, ScreenMove, testing::ValuesIn(moves()), [](const auto& move) {
+    return std::string(move.param.from.name) + "_" + move.param.keyName;
+});
+
+// The screens that the chain passes are not switched to: their figures are not requested.
 void expect_dialogs_only(const MonitorFixture& fixture) {
     for (const char* command : {"volumeInformation", "connectionInformationTag", "diagnostics"}) {
         EXPECT_TRUE(fixture.daemon->requests(command).empty()) << command;
@@ -95,7 +92,7 @@ TEST(ScreenChain, ShiftTabLeadsBackThroughAllThreeDialogsToGeneral) {
     expect_clean_end(fixture.terminal);
 }
 
-TEST(ScreenChain, QuittingTheVolumeDialogAfterTabOnGeneralLeavesGeneralShown) {
+TEST(ScreenChain, QuittingTheVolumeDialogAfterTabOnGeneralShowsGeneral) {
     ZRP_NEEDS_ROOT();
     MonitorFixture fixture;
     ASSERT_TRUE(fixture.begin());
@@ -108,8 +105,8 @@ TEST(ScreenChain, QuittingTheVolumeDialogAfterTabOnGeneralLeavesGeneralShown) {
     expect_dialogs_only(fixture);
 }
 
-// No pass comes in between: what shows is what the way itself left in the main window.
-TEST(ScreenChain, TheWayForwardOpensItsDialogOverTheOldContents) {
+// Without a pass in between: what is shown is what the key itself left in the main window.
+TEST(ScreenChain, TabOpensTheDialogOverTheOldContents) {
     ZRP_NEEDS_ROOT();
     MonitorFixture fixture;
     ASSERT_TRUE(fixture.begin());
@@ -124,7 +121,7 @@ TEST(ScreenChain, TheWayForwardOpensItsDialogOverTheOldContents) {
     EXPECT_EQ(fixture.asked_since(), 1U); // the dialog's list
 }
 
-TEST(ScreenChain, TheWayBackClearsTheMainWindowFirst) {
+TEST(ScreenChain, ShiftTabClearsTheMainWindowFirst) {
     ZRP_NEEDS_ROOT();
     MonitorFixture fixture;
     ASSERT_TRUE(fixture.begin());
@@ -155,13 +152,13 @@ TEST_P(ShownScreen, ItsOwnKeyDoesNothing) {
     const harness::Snapshot before = fixture.terminal.screen().snapshot();
     fixture.terminal.press(GetParam().key);
     ASSERT_TRUE(
-        fixture.terminal.wait_for_rest()); // an emptied window would stand until the next pass
+        fixture.terminal.wait_for_rest()); // an emptied window would stay empty until the next pass
     EXPECT_EQ(fixture.terminal.screen().snapshot(), before) << fixture.terminal.text();
 }
 
 INSTANTIATE_TEST_SUITE_P(WithoutDialog, ShownScreen,
                          testing::Values(kGeneral, kParameters, kVersion),
-                         [](const auto& place) { return std::string(place.param.name); });
+                         [](const auto& screen) { return std::string(screen.param.name); });
 
 class InDialog : public testing::TestWithParam<ScreenCase> {};
 
@@ -188,7 +185,7 @@ TEST_P(InDialog, HomeLeadsToGeneral) {
     expect_clean_end(fixture.terminal);
 }
 
-TEST_P(InDialog, TheUpTimeStripMovesOn) {
+TEST_P(InDialog, TheUpTimeStripIsUpdated) {
     ZRP_NEEDS_ROOT();
     MonitorFixture fixture;
     ASSERT_TRUE(fixture.begin());
@@ -205,7 +202,7 @@ TEST_P(InDialog, TheUpTimeStripMovesOn) {
     expect_clean_end(fixture.terminal);
 }
 
-// Both threads draw: the typed line, and the strip in a length that changes with every pass.
+// Both threads draw: one the typed line, the other the strip, whose length changes with every pass.
 TEST_P(InDialog, TypingFastWhileTheStripIsRedrawnLeavesNoWrongCell) {
     ZRP_NEEDS_ROOT();
     MonitorFixture fixture;
@@ -221,10 +218,11 @@ TEST_P(InDialog, TypingFastWhileTheStripIsRedrawnLeavesNoWrongCell) {
     const harness::Deadline deadline(harness::kPatience);
     while (fixture.strips() < first + 4 && !deadline.passed()) {
         fixture.terminal.type("1234567890");
-        fixture.terminal.pump(milliseconds{5});
+        fixture.terminal.wait_for_output();
         fixture.terminal.type(std::string(10, '\x7f'));
-        fixture.terminal.pump(milliseconds{5});
+        fixture.terminal.wait_for_output();
     }
+    ASSERT_GE(fixture.strips(), first + 4);
     fixture.daemon->answer("serverStatistics", {statistics(up_time("9"))});
     EXPECT_TRUE(fixture.terminal.wait_until([&] {
         return fixture.terminal.screen().snapshot() == before;
@@ -233,9 +231,9 @@ TEST_P(InDialog, TypingFastWhileTheStripIsRedrawnLeavesNoWrongCell) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Dialogs, InDialog, testing::ValuesIn(kDialogs),
-                         [](const auto& place) { return std::string(place.param.name); });
+                         [](const auto& screen) { return std::string(screen.param.name); });
 
-// The exit key that ncurses knows stands on no usual keyboard: a terminal that has one is made up.
+// No usual keyboard has the exit key that ncurses knows. Here a terminal with one is defined.
 class ExitKey : public testing::Test {
 protected:
     static constexpr const char* kBytes = "\x1b[57~";

@@ -1,12 +1,12 @@
-// Faults of the simulated server that no screen's own tests play: the old values stay or whole ones
-// come, the next pass after the fault fills the screen again, and the program can always be ended.
+// Faults of the simulated server beyond those in the tests of each screen: the old values stay or
+// complete ones come, the first pass after the fault fills the screen, and the program always ends.
 
 #include <csignal>
 #include <string_view>
 
-#include "tests/terminal/idle_passes.h"
 #include "tests/terminal/session.h"
 #include "tests/terminal/simulator.h"
+#include "tests/terminal/thread_sleeps.h"
 
 namespace zrp {
 namespace {
@@ -19,9 +19,10 @@ struct ScreenCase {
     Key key;
     const char* prompt; // of its dialog; null without one
     const char* choice;
-    const char* shown;   // once it stands
+    const char* shown;   // once the screen is filled
     const char* command; // that fills it
-    const char* socket;  // whose daemon does
+    const char* socket;  // of the daemon that answers the command
+    bool moves = true;   // whether its values change with the clock
 };
 
 constexpr ScreenCase kGeneral = {"General",         Key::kF2,           nullptr,  nullptr,
@@ -38,7 +39,7 @@ constexpr ScreenCase kStorageCounters = {
     "StorageCounters",          Key::kF5, "Enter selection", "15", "change volume",
     "zrp2bksDiagnosticRequest", "zrp2bks"};
 constexpr ScreenCase kParameters = {
-    "Parameters", Key::kF6, nullptr, nullptr, "LOG_CACHE_STATISTICS = 0", "set", "zrpserv"};
+    "Parameters", Key::kF6, nullptr, nullptr, "LOG_CACHE_STATISTICS = 0", "set", "zrpserv", false};
 
 struct FaultCase {
     ScreenCase screen;
@@ -93,26 +94,37 @@ void expect_frame(const Terminal& terminal) {
     }
 }
 
-// Whether new values may come all the same: slowly, or those before the damage.
+// Whether new values may still come: slowly, or those before the damage.
 bool brings_values(std::string_view fault) {
     return fault == "drip" || fault == "truncated" || fault == "unclosed";
 }
 
-// The screen has got what the fault leaves of its reply, and shows it. A pass of General asks
-// twice, for the strip and for the screen: with the third spoiled request the screen has had one.
-bool wait_for_faulty_pass(Terminal& terminal, const Simulator& server, std::string_view fault) {
+// Requests with a faulty reply after which the screen has received one of these replies and shows
+// what there is of it: the request after it. On General the strip asks for the same.
+size_t faulty_requests(const FaultCase& one) {
+    if (std::string_view(one.fault) == "hang") {
+        return 1; // which is never answered
+    }
+    return std::string_view(one.screen.command) == kGeneral.command ? 3 : 2;
+}
+
+bool wait_for_faulty_pass(Terminal& terminal, const Simulator& server, const FaultCase& one,
+                          const std::string& before) {
+    const std::string_view fault = one.fault;
     if (fault == "refuse") {
         return wait_for_idle_pass(terminal);
     }
-    const size_t spoiled = fault == "hang" ? 1 : 3; // nobody asks again behind the first
-    return terminal.wait_until([&] { return server.logged("fault=") >= spoiled; }) &&
+    if (fault == "drip") { // which takes long, but is whole in the end
+        return terminal.wait_until([&] { return figures(terminal) != before; });
+    }
+    return terminal.wait_until([&] { return server.logged("fault=") >= faulty_requests(one); }) &&
            terminal.wait_for_rest();
 }
 
 class ScreenFault : public testing::TestWithParam<FaultCase> {};
 
-// The clock stands still until replies are spoiled, so that only a spoiled one can bring a figure
-// other than those that are shown.
+// The server's clock is stopped until its replies are faulty, so that only a faulty reply can hold
+// other figures than those shown.
 TEST_P(ScreenFault, LeavesTheOldValuesAndTheNextPassFillsTheScreenAgain) {
     ZRP_NEEDS_ROOT();
     const auto& [screen, fault] = GetParam();
@@ -121,17 +133,20 @@ TEST_P(ScreenFault, LeavesTheOldValuesAndTheNextPassFillsTheScreenAgain) {
     ASSERT_TRUE(open_screen(terminal, screen)) << terminal.text();
     ASSERT_TRUE(terminal.wait_for_rest());
     const std::string before = figures(terminal);
-    server.tell(order_for(GetParam()));
-    server.tell("clock 2000000");
-    ASSERT_TRUE(wait_for_faulty_pass(terminal, server, fault)) << terminal.text();
+    server.control(order_for(GetParam()));
+    server.control("clock 2000000");
+    ASSERT_TRUE(wait_for_faulty_pass(terminal, server, GetParam(), before)) << terminal.text();
     if (!brings_values(fault)) {
         EXPECT_EQ(figures(terminal), before);
     }
     expect_frame(terminal);
-    server.tell("fault none");
-    if (screen.name != kParameters.name && std::string_view(fault) != "hang") {
-        EXPECT_TRUE(terminal.wait_until([&] { return figures(terminal) != before; }))
-            << terminal.text();
+    const size_t asked = server.logged(screen.command);
+    server.control("fault none");
+    if (std::string_view(fault) != "hang") {
+        EXPECT_TRUE(terminal.wait_until([&] {
+            return screen.moves ? figures(terminal) != before
+                                : server.logged(screen.command) > asked;
+        })) << terminal.text();
     }
     expect_clean_end(terminal);
 }
@@ -149,7 +164,7 @@ INSTANTIATE_TEST_SUITE_P(Kinds, ScreenFault,
                                          FaultCase{kParameters, "refuse"}),
                          name_of_case);
 
-// A list that is spoiled while its dialog opens.
+// A dialog whose list is faulty when it opens.
 class DialogFault : public testing::TestWithParam<FaultCase> {};
 
 constexpr ScreenCase kVolumeList = {
@@ -164,9 +179,9 @@ TEST_P(DialogFault, LetsItOpenLater) {
     Simulator server;
     Terminal terminal(monitor());
     ASSERT_TRUE(open_screen(terminal, kGeneral));
-    server.tell(order_for(GetParam()));
+    server.control(order_for(GetParam()));
     terminal.press(screen.key);
-    if (std::string_view(fault) != "refuse") { // which no log tells
+    if (std::string_view(fault) != "refuse") { // which the server does not log
         ASSERT_TRUE(terminal.wait_until([&] { return server.logged("fault=") >= 1; }));
     }
     ASSERT_TRUE(terminal.wait_for_rest());
@@ -179,7 +194,7 @@ TEST_P(DialogFault, LetsItOpenLater) {
         EXPECT_EQ(terminal.raw_output().find(screen.prompt), std::string::npos);
         expect_frame(terminal);
     }
-    server.tell("fault none");
+    server.control("fault none");
     terminal.press(screen.key);
     EXPECT_TRUE(terminal.wait_for(screen.prompt)) << terminal.text();
     expect_clean_end(terminal);

@@ -1,5 +1,5 @@
-// What the terminal tests have in common: the real monitor on a terminal, and the main daemon
-// played by a scripted peer.
+// Common to the terminal tests: the real monitor on a terminal, and a scripted peer as its main
+// daemon.
 #pragma once
 
 #include <string>
@@ -21,13 +21,13 @@ using harness::Terminal;
 using harness::TerminalOptions;
 using Environment = std::vector<std::string>;
 
-// ncurses' colour numbers as the screen gives them.
+// ncurses' colour numbers.
 inline constexpr int kBlack = 0;
 inline constexpr int kBlue = 4;
 inline constexpr int kCyan = 6;
 inline constexpr int kWhite = 7;
 
-// Rows and columns that the monitor's windows have.
+// Positions of the monitor's windows.
 inline constexpr int kStripTextRow = 3;
 inline constexpr int kUpTimeColumn = 18;
 inline constexpr int kMainTop = 5;    // the main window's frame
@@ -43,28 +43,26 @@ inline constexpr const char* kVertical = "\u2502";
 TerminalOptions monitor(int rows = 25, int columns = 80,
                         const std::vector<std::string>& arguments = {});
 
-// The same with its environment changed: "NAME=value" sets, "NAME" takes out.
+// The same in a changed environment: "NAME=value" sets a variable, "NAME" removes it.
 TerminalOptions monitor_in(const Environment& environment);
 
-// Waits until the first pass can have begun: all windows stand.
+// Waits until all windows are drawn. The first pass begins after that.
 bool wait_for_windows(Terminal& terminal);
 
-// One statistic, and a whole reply.
-using Statistic =
-    std::pair<std::string, std::string>; // name, inside of the value's tag and content
+// One statistic, the up time, and a whole reply.
 std::string parm(const std::string& name, const std::string& value,
                  const std::string& type = "unsignedInt");
 std::string up_time(const std::string& seconds);
 std::string statistics(const std::string& parms);
 
-// Answers each statistics request with the reply of its turn; the last one stays. Each pass of the
-// General screen asks twice.
+// Answers the requests for statistics with these replies in order, and further ones with the last.
+// A pass on the General screen asks twice.
 std::vector<PeerScript> answers(const std::vector<std::string>& replies);
 
-// Presses F12 and expects the monitor to end as it should, with the terminal as it was before.
+// Presses F12 and expects the monitor to end with status 0 and the terminal restored.
 void expect_clean_end(Terminal& terminal);
 
-// Expects status 0 and a restored terminal from a monitor that was told to end already.
+// Expects the same of a monitor that is already about to end.
 void expect_ended_cleanly(Terminal& terminal);
 
 } // namespace zrp

@@ -3,7 +3,7 @@
 //     Simulator server({"--clock", "1000"});
 //     Terminal terminal(monitor());
 //     ...
-//     server.tell("fault hang:set");
+//     server.control("fault hang:set");
 //     terminal.wait_until([&] { return server.logged("fault=hang") > 0; });
 #pragma once
 
@@ -21,21 +21,21 @@
 
 namespace zrp {
 
-// What the simulated server can do to a reply; "refuse" is none, it concerns a whole socket.
+// What the simulated server can do to a reply. "refuse" is missing: it affects a whole socket.
 inline constexpr const char* kReplyFaults[] = {
     "hang",          "drip",      "drip-header", "short-header", "wrong-magic",
     "swapped-magic", "status",    "early-close", "zero-length",  "huge-length",
     "garbage",       "truncated", "error-reply", "unclosed",
 };
 
-// As the name of a test.
+// In the form of a test's name.
 inline std::string name_of_fault(const testing::TestParamInfo<const char*>& fault) {
     std::string name(fault.param);
     std::replace(name.begin(), name.end(), '-', '_');
     return name;
 }
 
-// Answers from its construction on, until it is destroyed.
+// Listens from construction to destruction.
 class Simulator {
 public:
     explicit Simulator(const std::vector<std::string>& arguments = {})
@@ -43,8 +43,8 @@ public:
         expect_line("ready");
     }
 
-    // How many requests the daemons have read so far whose line in their log has the text in it:
-    // "SOCKET NUMBER LENGTH COMMAND", with " fault=KIND" behind it when the reply is spoiled.
+    // The number of requests read so far whose line in the log contains the text. A line is "SOCKET
+    // NUMBER LENGTH COMMAND", followed by " fault=KIND" if the reply is faulty.
     [[nodiscard]] size_t logged(const std::string& text) const {
         size_t count = 0;
         std::ifstream lines("/proc/self/fd/" + std::to_string(log_.get()));
@@ -54,12 +54,12 @@ public:
         return count;
     }
 
-    // Carries out one line of the server's control input.
-    void tell(const std::string& line) {
+    // Sends one line to the server's control input and waits until it is carried out.
+    void control(const std::string& line) {
         const std::string bytes = line + "\n";
         if (write(process_.input().get(), bytes.data(), bytes.size()) !=
             static_cast<ssize_t>(bytes.size())) {
-            throw std::runtime_error("the simulated server takes no input");
+            throw std::runtime_error("the simulated server does not read its input");
         }
         expect_line("ok");
     }
@@ -82,7 +82,8 @@ private:
         }
     }
 
-    const harness::Descriptor log_{memfd_create("log", MFD_CLOEXEC)}; // before whoever writes to it
+    const harness::Descriptor log_{
+        memfd_create("log", MFD_CLOEXEC)}; // before the process that writes to it
     harness::ChildProcess process_;
 };
 

@@ -3,7 +3,9 @@
 #include <filesystem>
 #include <fstream>
 
+#include "tests/support/expected_screens.h"
 #include "tests/terminal/session.h"
+#include "tests/terminal/thread_sleeps.h"
 #include "tests/terminal/trace_folder.h"
 
 namespace zrp {
@@ -11,8 +13,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A command run as another user than root.
-std::vector<std::string> as_somebody(const std::vector<std::string>& command) {
+// Runs a command as a user other than root.
+std::vector<std::string> as_ordinary_user(const std::vector<std::string>& command) {
     const bool namespaces = test_network().kind == harness::NetworkKind::kPrivate;
     std::vector<std::string> all = namespaces
                                        ? std::vector<std::string>{"unshare", "--user"}
@@ -23,15 +25,15 @@ std::vector<std::string> as_somebody(const std::vector<std::string>& command) {
 
 const std::string kTraceHead = "\n" + std::string(87, '*') + "\n";
 
-TEST(StartUp, ANonRootUserAskingForHelpIsToldToBeRoot) {
+TEST(StartUp, AUserOtherThanRootIsRefusedEvenHelp) {
     ZRP_NEEDS_ROOT();
-    // A copy, since not everybody may look into the folder of the build.
+    // A copy, since other users may have no access to the build.
     const TraceFolder folder;
     const std::string program = folder.path / "zrptop";
     fs::copy_file(ZRPTOP_PROGRAM, program);
     fs::permissions(folder.path, fs::perms::others_exec, fs::perm_options::add);
     harness::ChildProcess child(
-        {.arguments = as_somebody({program, "-h"}), .standardOutput = harness::kPipe});
+        {.arguments = as_ordinary_user({program, "-h"}), .standardOutput = harness::kPipe});
     EXPECT_EQ(child.read_all(), "must be root.\n");
     EXPECT_EQ(child.wait(), ExitStatus{.code = 1});
 }
@@ -63,7 +65,7 @@ TEST(Usage, AnUnknownOptionPrintsTheBannerToo) {
     }
 }
 
-TEST(StartUp, ATerminalOf24LinesHasNotEnoughLinesEvenIfItIsTooNarrowAsWell) {
+TEST(StartUp, ATerminalOf24LinesHasTooFewLinesEvenIfItIsTooNarrowAsWell) {
     ZRP_NEEDS_ROOT();
     Terminal terminal(monitor(24, 39));
     expect_ended_cleanly(terminal);
@@ -73,7 +75,7 @@ TEST(StartUp, ATerminalOf24LinesHasNotEnoughLinesEvenIfItIsTooNarrowAsWell) {
         << terminal.raw_output();
 }
 
-TEST(StartUp, ATerminalOf39ColumnsHasNotEnoughColumns) {
+TEST(StartUp, ATerminalOf39ColumnsHasTooFewColumns) {
     ZRP_NEEDS_ROOT();
     Terminal terminal(monitor(25, 39));
     expect_ended_cleanly(terminal);
@@ -94,8 +96,8 @@ TEST(StartUp, OnANarrowTerminalEachMenuLineIsCutAtItsRow) {
     ZRP_NEEDS_ROOT();
     Terminal terminal(monitor(25, 40));
     ASSERT_TRUE(wait_for_windows(terminal)) << terminal.text();
-    EXPECT_EQ(terminal.row(0), "[F12] Exit [F2] General [F3] Volume [F4]");
-    EXPECT_EQ(terminal.row(1), "[F6] Parameters [F7] Version [+/-] sec.");
+    EXPECT_EQ(terminal.screen().text_at(0, 0, 40), std::string(kExpectedMenu[0], 40));
+    EXPECT_EQ(terminal.screen().text_at(1, 0, 40), std::string(kExpectedMenu[1], 40));
     EXPECT_EQ(terminal.cell(2, 0).text, " ");
 }
 
@@ -106,9 +108,8 @@ TEST_P(Size, PlacesMenuStripAndMainWindow) {
     const auto [rows, columns] = GetParam();
     Terminal terminal(monitor(rows, columns));
     ASSERT_TRUE(wait_for_windows(terminal)) << terminal.text();
-    EXPECT_EQ(terminal.row(0),
-              "[F12] Exit [F2] General [F3] Volume [F4] Connection [F5] Diagnostics");
-    EXPECT_EQ(terminal.row(1), "[F6] Parameters [F7] Version [+/-] sec. [tab] Next Scr");
+    EXPECT_EQ(terminal.row(0), kExpectedMenu[0]);
+    EXPECT_EQ(terminal.row(1), kExpectedMenu[1]);
 
     const int right = columns - 2;
     EXPECT_EQ(terminal.cell(2, 1).text, kTopLeft);
@@ -145,14 +146,15 @@ TEST(StartUp, TheMenuIsCyanOnBlackAndTheWindowsAreWhiteOnBlue) {
     EXPECT_FALSE(terminal.screen().cursor().visible);
 }
 
-TEST(StartUp, ResizingTheTerminalLaterMovesNoWindow) {
+TEST(StartUp, ResizingTheTerminalMovesNoWindow) {
     ZRP_NEEDS_ROOT();
     Terminal terminal(monitor());
     ASSERT_TRUE(wait_for_windows(terminal));
     terminal.resize(45, 120);
     terminal.press(Key::kF6);
     terminal.press(Key::kF2);
-    terminal.pump(harness::milliseconds{1500});
+    ASSERT_TRUE(terminal.wait_for_rest()); // both switches are done
+    ASSERT_TRUE(wait_for_idle_pass(terminal));
     EXPECT_EQ(terminal.cell(2, 78).text, kTopRight) << terminal.text();
     EXPECT_EQ(terminal.cell(19, 78).text, kBottomRight) << terminal.text();
     expect_clean_end(terminal);
@@ -167,7 +169,7 @@ TEST(Trace, BeginsWithARuleAndTheSizes) {
         << folder.trace();
 }
 
-TEST(Trace, TheOptionGivenTwiceLeavesOneFreshTrace) {
+TEST(Trace, TheOptionGivenTwiceLeavesOneNewTrace) {
     ZRP_NEEDS_ROOT();
     const TraceFolder folder;
     std::ofstream(folder.path / "zrptop.log") << "of an earlier run\n";
@@ -187,7 +189,7 @@ TEST(Trace, IsWrittenBeforeATerminalIsRefused) {
     EXPECT_EQ(folder.trace(), kTraceHead + "maxy=20 maxx=80 LINES=20 COLS=80\n");
 }
 
-TEST(Trace, IsLeftOutSilentlyWhereItCannotBeOpened) {
+TEST(Trace, IsSilentlyOmittedIfItCannotBeOpened) {
     ZRP_NEEDS_ROOT();
     const TraceFolder folder;
     fs::create_directory(folder.path / "zrptop.log");
@@ -215,7 +217,7 @@ TEST(Trace, NamesEachKeyByItsCode) {
                                        "main: special key=276\n");
 }
 
-TEST(Trace, NamesEachKeyOfADialogAndNoKeyThatItHandsBack) {
+TEST(Trace, NamesEachKeyOfADialogButNotTheKeyThatEndsIt) {
     ZRP_NEEDS_ROOT();
     const TraceFolder folder;
     Terminal terminal(traced_monitor(folder));
@@ -248,10 +250,10 @@ TEST(Trace, NamesEachKeyOfADialogAndNoKeyThatItHandsBack) {
                                                   "zrptop_wgetnstr: getch() key=10\n");
 }
 
-// Terminals and locales that users have.
-class Surroundings : public testing::TestWithParam<Environment> {};
+// Locales that users have.
+class Locale : public testing::TestWithParam<Environment> {};
 
-TEST_P(Surroundings, ShowTheFiguresAllTheSame) {
+TEST_P(Locale, DoNotChangeTheFigures) {
     ZRP_NEEDS_ROOT();
     const ScriptedPeer peer(kMainDaemonSocket,
                             answers({statistics(up_time("61") + parm("load", "0.25"))}));
@@ -262,11 +264,11 @@ TEST_P(Surroundings, ShowTheFiguresAllTheSame) {
     EXPECT_EQ(terminal.wait_for_exit(), ExitStatus{});
 }
 
-INSTANTIATE_TEST_SUITE_P(Locales, Surroundings,
+INSTANTIATE_TEST_SUITE_P(Locales, Locale,
                          testing::Values(Environment{"LANG"}, Environment{"LANG=C"},
                                          Environment{"LANG=C.UTF-8"}));
 
-TEST(Surroundings, ALocaleWithADecimalCommaChangesNoFigure) {
+TEST(Locale, ALocaleWithADecimalCommaDoesNotChangeTheFigures) {
     ZRP_NEEDS_ROOT();
     const TraceFolder folder;
     const std::string locale = (folder.path / "de_DE.UTF-8").string();
@@ -283,7 +285,7 @@ TEST(Surroundings, ALocaleWithADecimalCommaChangesNoFigure) {
     expect_clean_end(terminal);
 }
 
-TEST(StartUp, ATerminalWithoutColoursWorksAllTheSame) {
+TEST(StartUp, ATerminalWithoutColoursWorksToo) {
     ZRP_NEEDS_ROOT();
     const ScriptedPeer peer(kMainDaemonSocket, answers({statistics(parm("requests", "7"))}));
     TerminalOptions options = monitor();

@@ -11,7 +11,7 @@
 
 namespace zrp {
 
-// A working directory that goes with the test.
+// A temporary working directory.
 class TraceFolder {
 public:
     TraceFolder() {
@@ -32,7 +32,7 @@ public:
         return text.str();
     }
 
-    // The lines of one function.
+    // The trace's lines of one function.
     [[nodiscard]] std::string trace_of(const std::string& tag) const {
         std::ifstream file(path / "zrptop.log");
         std::string lines;
@@ -45,7 +45,7 @@ public:
     std::filesystem::path path;
 };
 
-// The monitor on a terminal of that size, with its trace in that folder.
+// The monitor on a terminal of that size, with its trace in the folder.
 inline TerminalOptions traced_monitor(const TraceFolder& folder, int rows = 25, int columns = 80) {
     TerminalOptions options = monitor(rows, columns, {"-d"});
     options.child.directory = folder.path;

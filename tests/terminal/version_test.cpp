@@ -1,4 +1,4 @@
-// The Version screen, with the product's files in folders of the test's own.
+// The Version screen, with the product's files in private folders.
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
@@ -10,12 +10,12 @@
 #include "tests/terminal/command_answers.h"
 #include "tests/terminal/session.h"
 #include "tests/terminal/simulator.h"
+#include "tools/harness/process_state.h"
 
 namespace zrp {
 namespace {
 
 using harness::ChildProcess;
-using harness::milliseconds;
 
 constexpr int kTop = kMainTop;
 constexpr int kColumn = 6;          // of the terminal
@@ -28,7 +28,7 @@ const char* const kEngineFile = "velmora/Dirkeep/lib/pqs-modules/libzrpengine.so
 const char* const kMarkerFile = "/opt/velmora/zrpserv/sbin/v_e_r_s_i_o_n.txt";
 const char* const kPlatformFile = "/opt/velmora/p_i_n_f_o.txt";
 
-// What a program's file holds: the line stands between bytes that are no text.
+// Content of a program's file: the line between bytes that are not text.
 std::string binary(const std::string& line) {
     return std::string("\x7f"
                        "ELF\0\0\0\1",
@@ -36,11 +36,11 @@ std::string binary(const std::string& line) {
            "some other text" + std::string("\0\1\2", 3) + line + std::string("\0", 1);
 }
 
-// The folders in which the monitor looks, without anything of the product.
+// The folders that the monitor searches, without any file of the product.
 struct Machine {
     PrivateFolder opt{"/opt"};
     PrivateFolder etc{"/etc"};
-    std::string programs; // folder in front of the PATH
+    std::string programs; // first folder of the PATH
 
     Machine() {
         std::string name = std::filesystem::temp_directory_path() / "version_test_XXXXXX";
@@ -53,7 +53,7 @@ struct Machine {
         std::filesystem::remove_all(programs);
     }
 
-    // Puts a shell script in a program's place.
+    // Replaces a program by a shell script.
     void replace_program(const std::string& name, const std::string& script) const {
         const std::string path = programs + "/" + name;
         std::ofstream(path) << "#!/bin/sh\n" << script << "\n";
@@ -65,6 +65,26 @@ struct Machine {
         options.child.environment.push_back("PATH=" + programs + ":" + getenv("PATH"));
         return options;
     }
+};
+
+// A main daemon that only counts the passes of the monitor and never answers.
+class PassCounter {
+public:
+    PassCounter() {
+        daemon.answer(kStrip, {});
+    }
+
+    // Waits until a pass that began after the call is over: the next one begins with the strip.
+    bool wait_for_whole_pass(Terminal& terminal) const {
+        const size_t before = daemon.requests(kStrip).size();
+        return terminal.wait_until([&] { return daemon.requests(kStrip).size() >= before + 2; });
+    }
+
+private:
+    static constexpr const char* kStrip = "serverStatistics";
+
+    CommandAnswers daemon;
+    const ScriptedPeer peer{kMainDaemonSocket, {daemon.script()}};
 };
 
 std::string at_line(const Terminal& terminal, int line) {
@@ -89,7 +109,7 @@ bool show_versions(Terminal& terminal) {
     return terminal.wait_for_text(kTop + 1, kColumn, kTitle);
 }
 
-// What the whole screen shows when the answers to everything are fixed.
+// Waits until the screen shows these lines.
 void expect_lines(Terminal& terminal, const std::vector<std::string>& expected) {
     std::string all;
     for (const std::string& line : expected) {
@@ -128,8 +148,8 @@ TEST(Version, WithoutAnySourceShowsOnlyItsOwnVersion) {
     expect_clean_end(terminal);
 }
 
-// The title comes before the pass is over: the rows come with it.
-TEST(Version, AsksTheRunningComponentsFirst) {
+// All rows appear together, at the end of a pass.
+TEST(Version, AsksTheRunningDaemonsFirst) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
@@ -149,7 +169,7 @@ TEST(Version, AsksTheRunningComponentsFirst) {
     }
 }
 
-TEST(Version, LooksIntoTheFilesOfWhoDoesNotAnswer) {
+TEST(Version, SearchesTheFilesOfDaemonsThatDoNotAnswer) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
@@ -187,7 +207,7 @@ TEST(Version, PrefersTheEngineLibraryUnderUsrLib) {
     expect_clean_end(terminal);
 }
 
-TEST(Version, ATextShorterThanBeforeLeavesOldCharactersBehind) {
+TEST(Version, AShorterTextLeavesTheRestOfTheOldOne) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
@@ -202,7 +222,7 @@ TEST(Version, ATextShorterThanBeforeLeavesOldCharactersBehind) {
     expect_clean_end(terminal);
 }
 
-TEST(Version, AFileWhoseMarkerStandsFurtherIntoItsLineIsTreatedAsAbsent) {
+TEST(Version, AFileWithTheMarkerInsideALineIsTreatedAsMissing) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
@@ -232,7 +252,7 @@ TEST(Version, AMarkerLineLongerThanTheBufferIsCut) {
     expect_clean_end(terminal);
 }
 
-TEST(Version, AnEmptyReleaseFileGivesNoBlock) {
+TEST(Version, AnEmptyReleaseFileShowsNothing) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     for (const char* contents : {"", "\n\n\n"}) {
@@ -260,7 +280,7 @@ TEST(Version, EmptyLinesOfTheReleaseFileTakeNoRow) {
     expect_clean_end(terminal);
 }
 
-TEST(Version, AReleaseFileOfAnySizeStaysInsideTheWindow) {
+TEST(Version, ALargeReleaseFileStaysInsideTheWindow) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
@@ -277,7 +297,7 @@ TEST(Version, AReleaseFileOfAnySizeStaysInsideTheWindow) {
     expect_clean_end(terminal);
 }
 
-TEST(Version, PercentSignsAndControlCharactersShowAsTextOnly) {
+TEST(Version, PercentSignsAndControlCharactersAreOnlyText) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
@@ -290,7 +310,7 @@ TEST(Version, PercentSignsAndControlCharactersShowAsTextOnly) {
     expect_clean_end(terminal);
 }
 
-TEST(Version, NothingThatTheCommandsPrintLandsOnTheScreen) {
+TEST(Version, OutputOfTheCommandsDoesNotReachTheTerminal) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
@@ -298,23 +318,25 @@ TEST(Version, NothingThatTheCommandsPrintLandsOnTheScreen) {
     machine.replace_program("strings", noise + "exit 1");
     machine.replace_program("grep", noise + "exit 1");
     machine.replace_program("uname", noise + "echo i386");
+    const PassCounter passes;
     Terminal terminal(machine.monitor());
     ASSERT_TRUE(show_versions(terminal)) << terminal.text();
     ASSERT_TRUE(terminal.wait_for("i386"));
-    terminal.pump(milliseconds{1500});
+    ASSERT_TRUE(passes.wait_for_whole_pass(terminal));
     expect_clean_end(terminal);
     EXPECT_EQ(terminal.raw_output().find("NOISE"), std::string::npos);
     EXPECT_EQ(terminal.raw_output().find("/dev/tty"), std::string::npos);
 }
 
-TEST(Version, WithoutTheProductsFoldersTheErrorsOfTheShellStayOffTheScreen) {
+TEST(Version, ErrorsOfTheShellAboutMissingFoldersDoNotReachTheTerminal) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
     std::filesystem::remove_all("/opt/velmora");
+    const PassCounter passes;
     Terminal terminal(machine.monitor());
     ASSERT_TRUE(show_versions(terminal)) << terminal.text();
-    terminal.pump(milliseconds{1500});
+    ASSERT_TRUE(passes.wait_for_whole_pass(terminal));
     expect_lines(terminal, {std::string("    ") + kTitle, kOwnLine, "", "", ""});
     expect_clean_end(terminal);
     EXPECT_EQ(terminal.raw_output().find("velmora"), std::string::npos);
@@ -328,15 +350,16 @@ TEST(Version, LinksInPlaceOfItsTemporaryFilesAreNotFollowed) {
     const std::string dangling = machine.programs + "/dangling";
     std::ofstream(victim) << "precious";
     machine.opt.write("velmora/zrpserv/sbin/zrpcon", binary("VeRsIoN = console 5"));
-    // The links stand there before, and come back while the command runs.
+    // The links are there before, and come back while the command runs.
     std::filesystem::create_symlink(victim, kMarkerFile);
     std::filesystem::create_symlink(dangling, kPlatformFile);
     const std::string inTheMiddle = "ln -sf " + victim + " " + kPlatformFile + "; echo i386";
     machine.replace_program("uname", inTheMiddle);
+    const PassCounter passes;
     Terminal terminal(machine.monitor());
     ASSERT_TRUE(show_versions(terminal)) << terminal.text();
     EXPECT_TRUE(terminal.wait_for("[zrpcon] console 5"));
-    terminal.pump(milliseconds{1500});
+    ASSERT_TRUE(passes.wait_for_whole_pass(terminal));
     EXPECT_EQ(terminal.screen().find_row("Platform"), -1) << terminal.text();
     EXPECT_EQ(terminal.screen().find_row("precious"), -1) << terminal.text();
     expect_clean_end(terminal);
@@ -357,8 +380,7 @@ std::ostream& operator<<(std::ostream& out, const Ending& ending) {
 
 class VersionEnding : public testing::TestWithParam<Ending> {};
 
-// A signal arrives while a command runs: the command ends with the program, and the signal is not
-// lost to it.
+// A signal that arrives while a command runs ends the program and the command with it.
 TEST_P(VersionEnding, DoesNotWaitForACommandThatTakesLong) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
@@ -380,14 +402,7 @@ TEST_P(VersionEnding, DoesNotWaitForACommandThatTakesLong) {
     pid_t pid = 0;
     std::ifstream(started) >> pid;
     ASSERT_GT(pid, 0);
-    EXPECT_TRUE(terminal.wait_until([&] {
-        std::ifstream status("/proc/" + std::to_string(pid) + "/stat");
-        std::string number;
-        std::string name;
-        std::string state;
-        status >> number >> name >> state;
-        return state.empty() || state == "Z"; // gone, but for whoever collects orphans here
-    }));
+    EXPECT_TRUE(terminal.wait_until([&] { return harness::has_ended(pid); }));
     EXPECT_FALSE(std::filesystem::exists(kMarkerFile));
 }
 
@@ -397,7 +412,7 @@ INSTANTIATE_TEST_SUITE_P(Ways, VersionEnding,
                                          Ending{"HangUp", SIGHUP}),
                          [](const auto& ending) { return std::string(ending.param.name); });
 
-TEST(Version, ASearchOfTheMonitorsOwnFileFindsItsVersionLineAndNothingElse) {
+TEST(Version, ASearchOfTheMonitorsOwnFileFindsOnlyItsVersionLine) {
     std::ifstream file(ZRPTOP_PROGRAM, std::ios::binary);
     const std::string program{std::istreambuf_iterator<char>(file), {}};
     const std::string marker = "VeRsIoN = ";
@@ -409,7 +424,7 @@ TEST(Version, ASearchOfTheMonitorsOwnFileFindsItsVersionLineAndNothingElse) {
     EXPECT_EQ(program.find("VeRsIoZrP = "), std::string::npos);
 }
 
-// What a daemon can do wrong: its file is searched instead.
+// Faulty replies: the daemon's file is searched instead.
 struct Fault {
     const char* name;
     std::string bytes;
@@ -421,7 +436,7 @@ std::ostream& operator<<(std::ostream& out, const Fault& fault) {
 
 class VersionFault : public testing::TestWithParam<Fault> {};
 
-TEST_P(VersionFault, SendsTheMonitorToTheFile) {
+TEST_P(VersionFault, MakesTheMonitorSearchTheFile) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
@@ -449,10 +464,10 @@ INSTANTIATE_TEST_SUITE_P(
         Fault{"Noise", reply(std::string("\x00\x1b[2J<\xff<<\"", 10))}),
     [](const auto& fault) { return std::string(fault.param.name); });
 
-// All three daemons spoiled in the same way, and no files.
-class VersionOfSpoiledDaemons : public testing::TestWithParam<const char*> {};
+// The same fault in all three daemons, and no files.
+class VersionOfFaultyDaemons : public testing::TestWithParam<const char*> {};
 
-TEST_P(VersionOfSpoiledDaemons, LeavesOutWhoGivesNone) {
+TEST_P(VersionOfFaultyDaemons, OmitsDaemonsWithoutAVersion) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
@@ -461,7 +476,7 @@ TEST_P(VersionOfSpoiledDaemons, LeavesOutWhoGivesNone) {
     Terminal terminal(machine.monitor());
     ASSERT_TRUE(show_versions(terminal)) << terminal.text();
     std::vector<std::string> expected = {std::string("    ") + kTitle};
-    if (std::string(GetParam()) == "zero-length") { // an answer for two of them
+    if (std::string(GetParam()) == "zero-length") { // which is a version for two of them
         expected.insert(expected.end(), {"    [libzrpengine]", "      [libomw2zrp]"});
     }
     expected.insert(expected.end(), {kOwnLine, "    Platform", "         i386", "", "", ""});
@@ -469,14 +484,14 @@ TEST_P(VersionOfSpoiledDaemons, LeavesOutWhoGivesNone) {
     expect_clean_end(terminal);
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, VersionOfSpoiledDaemons,
+INSTANTIATE_TEST_SUITE_P(Kinds, VersionOfFaultyDaemons,
                          testing::Values("refuse", "drip-header", "short-header", "wrong-magic",
                                          "swapped-magic", "status", "early-close", "zero-length",
                                          "huge-length", "garbage", "truncated", "error-reply",
                                          "unclosed"),
                          name_of_fault);
 
-TEST(Version, OfDaemonsThatDripIsShownOnceItIsWhole) {
+TEST(Version, OfDrippingDaemonsIsShownWhenItIsComplete) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;
@@ -488,7 +503,7 @@ TEST(Version, OfDaemonsThatDripIsShownOnceItIsWhole) {
     expect_clean_end(terminal);
 }
 
-TEST(Version, OfDaemonsThatNeverAnswerKeepsNobodyFromEnding) {
+TEST(Version, ADaemonThatNeverAnswersDoesNotHoldUpTheExit) {
     ZRP_NEEDS_ROOT();
     ZRP_NEEDS_NAMESPACES();
     const Machine machine;

@@ -10,7 +10,7 @@ namespace {
 
 constexpr int kFrameColumn = 78;
 
-// The entry at a place of the list, with the blanks up to the next column.
+// The entry at a position of the list, without trailing blanks.
 std::string entry(const VolumeFixture& fixture, int row, int column) {
     std::string text =
         fixture.terminal.screen().text_at(kFirstListRow + row, kListColumns[column], 20);
@@ -39,7 +39,7 @@ TEST(VolumeDialog, ListsMountedVolumesInThreeColumns) {
               (harness::Cell{.text = "0", .foreground = kWhite, .background = kBlue}));
 }
 
-TEST(VolumeDialog, AsksForTheListWithoutAProcessId) {
+TEST(VolumeDialog, RequestsTheListWithoutAProcessId) {
     ZRP_NEEDS_ROOT();
     VolumeFixture fixture({volume_list(listed_volumes(2), "2"), volume_list(listed(2, "V2"))});
     ASSERT_TRUE(fixture.open_dialog());
@@ -63,7 +63,7 @@ TEST(VolumeDialog, AServerWithoutAMountedVolumeOpensNoDialog) {
     EXPECT_EQ(fixture.terminal.screen().snapshot(), before) << fixture.terminal.text();
 }
 
-TEST(VolumeDialog, NoVolumesAfterTabOnGeneralLeaveGeneralShown) {
+TEST(VolumeDialog, WithoutVolumesTabOnGeneralLeavesGeneralShown) {
     ZRP_NEEDS_ROOT();
     VolumeFixture fixture({volume_list("")});
     ASSERT_TRUE(fixture.terminal.wait_for("figure: 1"));
@@ -95,7 +95,7 @@ INSTANTIATE_TEST_SUITE_P(StartIndex, LastPage,
 
 class FurtherPage : public testing::TestWithParam<NextIndex> {};
 
-TEST_P(FurtherPage, IsAskedForFromTheIndexThatTheReplyNames) {
+TEST_P(FurtherPage, IsRequestedFromTheIndexInTheReply) {
     ZRP_NEEDS_ROOT();
     VolumeFixture fixture(
         {volume_list(listed(0, "SYS"), GetParam().text), volume_list(listed(1, "DATA"))});
@@ -133,7 +133,7 @@ TEST(VolumeDialog, AFailedExchangeOnTheSecondPageOpensNoDialog) {
     EXPECT_EQ(fixture.terminal.screen().find_row("Enter volume"), -1) << fixture.terminal.text();
 }
 
-TEST(VolumeDialog, VolumeNumbersWithoutAPlaceInTheTableAreIgnored) {
+TEST(VolumeDialog, VolumeNumbersOutsideTheTableAreIgnored) {
     ZRP_NEEDS_ROOT();
     VolumeFixture fixture({volume_list(listed(5, "GOOD") + listed(256, "A") + listed(-1, "B") +
                                        listed(2147483647, "C") + listed(-2147483648, "D") +
@@ -173,7 +173,7 @@ TEST(VolumeDialog, PlusPagesThrough25VolumesAndWrapsToTheTop) {
 }
 
 // The prompt covers most of the ninth row; the rows below it show up to the frame.
-TEST(VolumeDialog, LaterPagesRunOnBelowThePromptToTheFrame) {
+TEST(VolumeDialog, LaterPagesContinueBelowThePromptDownToTheFrame) {
     ZRP_NEEDS_ROOT();
     VolumeFixture fixture({volume_list(listed_volumes(100))});
     ASSERT_TRUE(fixture.open_dialog());
@@ -183,7 +183,7 @@ TEST(VolumeDialog, LaterPagesRunOnBelowThePromptToTheFrame) {
     EXPECT_EQ(entry(fixture, 0, 0), "24. V24");
     EXPECT_TRUE(fixture.terminal.wait_for_text(kPromptRow, kPromptColumn, kVolumePrompt));
     EXPECT_EQ(fixture.terminal.cell(kDialogBottom, 10).text, "\u2500");
-    // 48 were drawn, though fewer are seen.
+    // 48 were drawn, although fewer are visible.
     fixture.terminal.type("+\r");
     EXPECT_TRUE(wait_for_entry(fixture, 0, 0, "48. V48")) << fixture.terminal.text();
 }
@@ -204,10 +204,10 @@ TEST(VolumeDialog, MinusOnTheTopPageChangesNothing) {
     fixture.terminal.type("-\r9999\r");
     ASSERT_TRUE(fixture.terminal.wait_for_text(kPromptRow, kInputColumn, "9999"));
     EXPECT_EQ(entry(fixture, 0, 0), "0. V0");
-    EXPECT_EQ(entry(fixture, 9, 0), ""); // a page drawn anew would go on here
+    EXPECT_EQ(entry(fixture, 9, 0), ""); // a redrawn page would continue here
 }
 
-TEST(VolumeDialog, MinusGoesBackToTheTopWithALongPage) {
+TEST(VolumeDialog, MinusReturnsToTheTopWithALongPage) {
     ZRP_NEEDS_ROOT();
     VolumeFixture fixture({volume_list(listed_volumes(40))});
     ASSERT_TRUE(fixture.open_dialog());
@@ -220,7 +220,7 @@ TEST(VolumeDialog, MinusGoesBackToTheTopWithALongPage) {
 
 class RefusedNumber : public testing::TestWithParam<const char*> {};
 
-// The listed number that follows is taken: the dialog was still there.
+// The listed number typed afterwards is accepted: the dialog is still open.
 TEST_P(RefusedNumber, PromptsAgain) {
     ZRP_NEEDS_ROOT();
     VolumeFixture fixture({volume_list(listed(7, "SEVEN") + listed(8, "OFF", "0x1"))});
@@ -265,19 +265,19 @@ INSTANTIATE_TEST_SUITE_P(Lines, VolumeQuitLine, testing::Values("q", "Q", "", "q
 struct KeyCase {
     const char* name;
     Key key;
-    const char* shown; // afterwards, on the screen that the key leads to
+    const char* shown; // on the screen that the key leads to
 };
 
 class VolumeDialogKey : public testing::TestWithParam<KeyCase> {};
 
 constexpr const char* kParameter = "LOG_LEVEL";
 
-// Over Parameters, so that a key that leads to General is seen to do so. The digits before the key
-// are dropped with the dialog.
-TEST_P(VolumeDialogKey, EndsTheDialogAndIsActedOn) {
+// Opened on Parameters, so that keys that lead to General change the screen. The digits before the
+// key are discarded.
+TEST_P(VolumeDialogKey, EndsTheDialogAndTakesEffect) {
     ZRP_NEEDS_ROOT();
     VolumeFixture fixture({volume_list(listed(0, "SYS") + listed(12, "TWELVE"))});
-    // At once the list of one setting, and the value of that setting.
+    // Both the list of one setting and the value of that setting.
     fixture.daemon->answer("set", {"<zrpConsoleReply><set><name>LOG_LEVEL</name>"
                                    "<string>INFO</string></set></zrpConsoleReply>"});
     ASSERT_TRUE(wait_for_windows(fixture.terminal));
@@ -304,7 +304,7 @@ INSTANTIATE_TEST_SUITE_P(
                     KeyCase{"Up", Key::kUp, kParameter}, KeyCase{"Down", Key::kDown, kParameter}),
     [](const auto& key) { return std::string(key.param.name); });
 
-TEST(VolumeDialog, F3OpensItAgainWithTheListOfTheMoment) {
+TEST(VolumeDialog, F3OpensItAgainWithACurrentList) {
     ZRP_NEEDS_ROOT();
     VolumeFixture fixture({volume_list(listed(0, "OLD")), volume_list(listed(0, "NEW"))});
     ASSERT_TRUE(fixture.open_dialog());
@@ -328,9 +328,8 @@ TEST(VolumeDialog, ASignalEndsTheProgram) {
     expect_ended_cleanly(fixture.terminal);
 }
 
-// The daemon takes its time, so that the most pages of a list would take it far longer than the
-// test takes.
-TEST(VolumeDialog, ASignalEndsAListThatHasNoEnd) {
+// The daemon is slow, so that the largest number of pages would take far longer than the test.
+TEST(VolumeDialog, ASignalEndsAnEndlessList) {
     ZRP_NEEDS_ROOT();
     const auto daemon = VolumeFixture::prepared({volume_list("", "1")});
     PeerScript slow = daemon->script();
@@ -375,7 +374,7 @@ TEST(VolumeDialog, SpansAWideTerminal) {
     EXPECT_EQ(fixture.terminal.cell(kDialogBottom, 98).text, kVertical); // of the main window
 }
 
-// What a server can do wrong. The dialog does not open and the screen stays.
+// Faulty replies: the dialog does not open, and the screen stays.
 struct Fault {
     const char* name;
     std::string bytes;

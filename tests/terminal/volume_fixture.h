@@ -1,4 +1,5 @@
-// Where the Volume screen and its dialog stand on the terminal, and a daemon that has only volumes.
+// Positions of the Volume screen and its dialog on the terminal, and the monitor on a daemon that
+// has only volumes.
 #pragma once
 
 #include <string>
@@ -40,7 +41,7 @@ struct VolumeFixture {
     VolumeFixture(const std::vector<std::string>& lists, const TerminalOptions& options)
         : daemon(prepared(lists)), peer(kMainDaemonSocket, {daemon->script()}), terminal(options) {}
 
-    // The dialog stands and waits for input.
+    // The dialog is open and waits for input.
     bool open_dialog() {
         if (!wait_for_windows(terminal)) {
             return false;
@@ -49,7 +50,7 @@ struct VolumeFixture {
         return terminal.wait_for_text(kPromptRow, kPromptColumn, kVolumePrompt);
     }
 
-    // The screen of a volume with those facts.
+    // Chooses a volume, whose information is this.
     bool choose(const std::string& number, const VolumeFacts& facts) {
         daemon->answer("volumeInformation", {volume_information(facts)});
         if (!open_dialog()) {
@@ -57,6 +58,14 @@ struct VolumeFixture {
         }
         terminal.type(number + "\r");
         return terminal.wait_for_text(kTitleRow, kTitleColumn, "Volume: ");
+    }
+
+    // Waits until a pass of the Volume screen that began after the call is over: the next one
+    // begins with the strip's request.
+    bool wait_for_whole_pass() {
+        const auto strips = [&] { return daemon->requests("serverStatistics").size(); };
+        const size_t before = strips();
+        return terminal.wait_until([&] { return strips() >= before + 2; });
     }
 
     static std::unique_ptr<CommandAnswers> prepared(const std::vector<std::string>& lists) {

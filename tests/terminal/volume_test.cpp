@@ -1,4 +1,4 @@
-// The Volume screen: labels, values, and what it keeps when the server fails.
+// The Volume screen: labels, values, and what stays when the server fails.
 
 #include "tests/terminal/trace_folder.h"
 #include "tests/terminal/volume_fixture.h"
@@ -16,7 +16,7 @@ bool wait_for_value(VolumeFixture& fixture, int row, const std::string& text) {
     return fixture.terminal.wait_for_text(row, kValueColumn, text);
 }
 
-// Waits until the volume has been asked for that often from now on.
+// Waits for so many further requests for the volume.
 bool wait_for_updates(VolumeFixture& fixture, size_t count) {
     const size_t before = fixture.daemon->requests("volumeInformation").size();
     return fixture.terminal.wait_until(
@@ -44,7 +44,7 @@ TEST(Volume, DrawsTitleAndLabelsWithTheirColonsInOneColumn) {
               (harness::Cell{.text = "V", .foreground = kWhite, .background = kBlue}));
 }
 
-TEST(Volume, DrawsTheValuesBehindTheLabels) {
+TEST(Volume, DrawsTheValuesAfterTheLabels) {
     ZRP_NEEDS_ROOT();
     VolumeFixture fixture({kList});
     ASSERT_TRUE(fixture.choose("0", {.status = "0x40000003", .shadow = "<shadow>/s</shadow>"}));
@@ -57,7 +57,7 @@ TEST(Volume, DrawsTheValuesBehindTheLabels) {
     EXPECT_EQ(value(fixture, kFoldersRow, 5), "222  ");
 }
 
-TEST(Volume, AsksForTheVolumeByNameInVersion5) {
+TEST(Volume, RequestsTheVolumeByNameInVersion5) {
     ZRP_NEEDS_ROOT();
     VolumeFixture fixture({kList});
     ASSERT_TRUE(fixture.choose("3", {}));
@@ -103,25 +103,25 @@ TEST(Volume, AStatusLongerThanTheRowIsCutAtTheFrame) {
     EXPECT_EQ(fixture.terminal.cell(kMountPointRow, 1).text, kVertical);
 }
 
-TEST(Volume, AVolumeNameOf16CharactersIsAskedFor) {
+TEST(Volume, AVolumeNameOf16CharactersIsRequested) {
     ZRP_NEEDS_ROOT();
     VolumeFixture fixture({volume_list(listed(1, "ABCDEFGHIJKLMNOP"))});
     ASSERT_TRUE(fixture.choose("1", {}));
     EXPECT_TRUE(wait_for_value(fixture, kTrusteesRow, "333")) << fixture.terminal.text();
 }
 
-TEST(Volume, AVolumeNameOf17CharactersIsSelectedButNeverAskedFor) {
+TEST(Volume, AVolumeNameOf17CharactersIsSelectedButNeverRequested) {
     ZRP_NEEDS_ROOT();
     VolumeFixture fixture({volume_list(listed(1, "ABCDEFGHIJKLMNOPQ"))});
     ASSERT_TRUE(fixture.choose("1", {}));
     EXPECT_TRUE(
         fixture.terminal.wait_for_text(kTitleRow, kTitleColumn, "Volume: ABCDEFGHIJKLMNOPQ"));
-    fixture.terminal.pump(harness::milliseconds{1500});
+    ASSERT_TRUE(fixture.wait_for_whole_pass());
     EXPECT_TRUE(fixture.daemon->requests("volumeInformation").empty());
     EXPECT_EQ(value(fixture, kStatusRow, 10), std::string(10, ' '));
 }
 
-TEST(Volume, ValuesShorterThanBeforeLeaveOldCharactersBehind) {
+TEST(Volume, AShorterValueLeavesTheRestOfTheOldOne) {
     ZRP_NEEDS_ROOT();
     VolumeFixture fixture({kList});
     ASSERT_TRUE(fixture.choose(
@@ -148,7 +148,7 @@ TEST(Volume, AnEmptyValueLeavesTheOldOne) {
     EXPECT_EQ(value(fixture, kMountPointRow, 8), "/mnt/sys");
 }
 
-TEST(Volume, TextsOfTheServerAreShownAsTheyAre) {
+TEST(Volume, TextsOfTheServerAreNotInterpreted) {
     ZRP_NEEDS_ROOT();
     VolumeFixture fixture({kList});
     ASSERT_TRUE(fixture.choose(
@@ -170,7 +170,7 @@ TEST(Volume, TheLargestFiguresFit) {
     EXPECT_EQ(value(fixture, kFoldersRow, 3), "8  ");
 }
 
-// The layouts of the other versions hold the figures elsewhere, or not at all.
+// In the layouts of other versions the figures are elsewhere, or missing.
 TEST(Volume, AnAnswerInVersion2ShowsItsShadowMountPoint) {
     ZRP_NEEDS_ROOT();
     VolumeFixture fixture({kList});
@@ -218,7 +218,7 @@ TEST(Volume, AnAnswerInVersion3HasNoFigures) {
     }
 }
 
-// What a server can do wrong. The old values stay, and the next pass tries again.
+// Faulty replies: the old values stay, and the next pass tries again.
 struct Fault {
     const char* name;
     std::string bytes;
@@ -251,14 +251,14 @@ std::string with_name(const std::string& name) {
 
 class VolumeFault : public testing::TestWithParam<Fault> {};
 
-TEST_P(VolumeFault, LeavesTheOldValuesAndIsTriedAgain) {
+TEST_P(VolumeFault, LeavesTheOldValuesUntilTheNextPassSucceeds) {
     ZRP_NEEDS_ROOT();
     VolumeFixture fixture({kList});
     ASSERT_TRUE(fixture.choose("0", {}));
     ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333"));
     const harness::Snapshot before = fixture.terminal.screen().snapshot();
     fixture.daemon->answer_raw("volumeInformation", {GetParam().bytes});
-    ASSERT_TRUE(wait_for_updates(fixture, 2)); // so that the first is drawn or not
+    ASSERT_TRUE(wait_for_updates(fixture, 2)); // the first is processed
     EXPECT_EQ(fixture.terminal.screen().snapshot(), before) << fixture.terminal.text();
     fixture.daemon->answer("volumeInformation", {volume_information(kNewFacts)});
     EXPECT_TRUE(wait_for_value(fixture, kFilesRow, "999")) << fixture.terminal.text();
@@ -282,7 +282,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Fault{"NameOf32Characters", with_name(std::string(32, 'x'))}),
     [](const auto& fault) { return std::string(fault.param.name); });
 
-TEST(Volume, F3AndAChoiceRedrawTheScreenFromEmpty) {
+TEST(Volume, F3AndAChoiceRedrawTheWholeScreen) {
     ZRP_NEEDS_ROOT();
     VolumeFixture fixture({kList});
     ASSERT_TRUE(fixture.choose("0", {.files = "12345"}));
@@ -296,7 +296,7 @@ TEST(Volume, F3AndAChoiceRedrawTheScreenFromEmpty) {
     EXPECT_EQ(fixture.terminal.screen().find_row("Enter volume"), -1);
 }
 
-// The number typed last is kept even when the user then quits: it names no volume to ask for.
+// The last number is kept even when the user then quits: no volume has it.
 TEST(Volume, ARefusedNumberStopsTheFiguresOfTheShownVolume) {
     ZRP_NEEDS_ROOT();
     VolumeFixture fixture({kList});
@@ -336,7 +336,7 @@ TEST(Volume, AWideTerminalShowsMoreOfAStatus) {
         << fixture.terminal.text();
 }
 
-// Against the simulated server, whose figures move.
+// On the simulated server, whose figures change.
 class SimulatedServer {
 public:
     explicit SimulatedServer(std::vector<std::string> arguments)
@@ -385,7 +385,7 @@ TEST(Volume, PagesThrough256Volumes) {
     constexpr int kChangingTurns = 2;
     std::vector<int> starts;
     for (int turn = 0; turn < 5; turn++) {
-        ASSERT_TRUE(terminal.wait_for_rest()); // the whole page stands
+        ASSERT_TRUE(terminal.wait_for_rest()); // the whole page is drawn
         const std::string before = terminal.screen().row(kFirstListRow);
         starts.push_back(std::stoi(terminal.screen().text_at(kFirstListRow, kListColumns[0], 4)));
         terminal.type("+\r");
@@ -398,11 +398,11 @@ TEST(Volume, PagesThrough256Volumes) {
     EXPECT_EQ(starts[0], 0);
     EXPECT_GE(starts[1], 24);
     EXPECT_GE(starts[2], 48);
-    EXPECT_EQ(starts[3], starts[2]); // the count drawn does not grow any more
+    EXPECT_EQ(starts[3], starts[2]); // no more entries are drawn
     EXPECT_EQ(starts[4], starts[2]);
 }
 
-// Expects the lines in their order; others may stand between them.
+// Expects the lines in this order, with others possibly between them.
 void expect_lines(const std::string& trace, const std::vector<std::string>& lines) {
     size_t from = 0;
     for (const std::string& line : lines) {

@@ -1,5 +1,5 @@
-// The monitor with a watch at the door of ncurses: its calls are wrapped (--wrap in the build),
-// stay inside for a moment, and end the program by SIGABRT when the other thread is inside as well.
+// The monitor with a check that only one thread at a time is inside ncurses: the calls are wrapped
+// (--wrap in the build), take a while, and abort the program if the other thread is inside as well.
 
 #define NCURSES_NOMACROS
 
@@ -14,21 +14,21 @@
 
 namespace {
 
-constexpr useconds_t kStay = 2000;
+constexpr useconds_t kCallMicroseconds = 2000;
 
-std::atomic<bool> occupied{false};
+std::atomic<bool> inside{false};
 
-struct Visit {
-    Visit() {
-        if (occupied.exchange(true)) {
+struct CursesCall {
+    CursesCall() {
+        if (inside.exchange(true)) {
             abort();
         }
-        usleep(kStay);
+        usleep(kCallMicroseconds);
     }
-    Visit(const Visit&) = delete;
-    Visit& operator=(const Visit&) = delete;
-    ~Visit() {
-        occupied.store(false);
+    CursesCall(const CursesCall&) = delete;
+    CursesCall& operator=(const CursesCall&) = delete;
+    ~CursesCall() {
+        inside.store(false);
     }
 };
 
@@ -39,7 +39,7 @@ struct Visit {
     extern "C" result __real_##function parameters;                                                \
     extern "C" result __wrap_##function parameters;                                                \
     result __wrap_##function parameters {                                                          \
-        const Visit visit;                                                                         \
+        const CursesCall call;                                                                     \
         return __real_##function arguments;                                                        \
     }
 

@@ -1,15 +1,14 @@
 // Every text argument of every builder, with the longest texts and with hostile ones.
 #include "common/requests/cluster_resource.h"
 #include "common/requests/connection_management.h"
-#include "common/requests/file_locks.h"
-#include "common/requests/server_config.h"
+#include "common/requests/open_files.h"
 #include "common/requests/server_login.h"
 #include "common/requests/server_settings.h"
 #include "common/requests/shadow_volumes.h"
 #include "common/requests/storage_daemon.h"
+#include "common/requests/volume_information.h"
 #include "common/requests/volume_management.h"
 #include "common/requests/volume_mounting.h"
-#include "common/requests/volume_tree.h"
 #include "tests/unit/catalogue_fixture.h"
 
 namespace zrp {

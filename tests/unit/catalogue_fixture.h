@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "common/requests/volume_walk.h"
+#include "common/requests/volume_list.h"
 #include "tests/support/exact_block.h"
 #include "tests/support/simulated_server.h"
 #include "tests/unit/failing_malloc.h"

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "common/engine/operation.h"
+#include "common/engine/command.h"
 #include "tests/support/exact_block.h"
 #include "tests/support/simulated_server.h"
 #include "tests/unit/failing_malloc.h"
@@ -174,7 +174,7 @@ TEST(ScanClusterVolumeReply, EveryPrefixIsReadInItsBounds) {
 class SimulatedCluster : public OperationTest {
 protected:
     int ask(char* document, uint32_t length, Reply* answer, ErrorText* errorText = nullptr) {
-        return run_operation(HeapText(document), length, errorText, log, answer);
+        return send_document(HeapText(document), length, {errorText, log}, answer);
     }
 
     std::string virtual_servers() {

@@ -13,7 +13,7 @@ namespace {
 using ConfigFileTest = test::ConfigTest;
 
 std::vector<std::string> lines_of(const std::string& path) {
-    const ConfigFile file = open_config(path.c_str());
+    const OpenFile file = open_config(path.c_str());
     std::vector<std::string> lines;
     ConfigLine line;
     while (next_line(file.get(), line)) {

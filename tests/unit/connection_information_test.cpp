@@ -1,5 +1,3 @@
-#include "common/requests/connection_information.h"
-
 #include <cstdarg>
 #include <cstdio>
 #include <string>
@@ -8,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "common/request_hooks.h"
+#include "common/requests/connections.h"
 #include "common/result.h"
 #include "tests/support/exact_block.h"
 #include "tests/support/scripted_peer.h"

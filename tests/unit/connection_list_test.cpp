@@ -1,11 +1,10 @@
-#include "common/requests/connection_list.h"
-
 #include <string>
 #include <unistd.h>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "common/requests/connections.h"
 #include "common/result.h"
 #include "tests/support/exact_block.h"
 

@@ -1,6 +1,6 @@
 #include "common/requests/connection_management.h"
 
-#include "common/requests/connection_list.h"
+#include "common/requests/connections.h"
 #include "tests/unit/catalogue_fixture.h"
 
 namespace zrp {

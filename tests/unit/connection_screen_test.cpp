@@ -1,5 +1,5 @@
-// The Connection screen and its dialog: the results of their functions.
-#include "common/requests/connection_information.h"
+// The results of the functions of the Connection screen and its dialog.
+#include "common/requests/connections.h"
 #include "common/result.h"
 #include "screens/connection.h"
 #include "tests/support/connection_replies.h"
@@ -17,7 +17,7 @@ constexpr size_t kListRequestSize = 256;
 constexpr size_t kInformationRequestSize = 512;
 constexpr int kUnset = 4711;
 
-// The child elements that a request asks with.
+// The child elements of a request.
 std::string asked(const ScriptedPeer& daemon, size_t index) {
     const std::string text = daemon.requests().at(index);
     const size_t start = text.find('\n') + 1;
@@ -39,7 +39,7 @@ protected:
     std::string request;
 };
 
-TEST_F(ConnectionPage, OfTenEndingWithStation41IsFollowedByStation42) {
+TEST_F(ConnectionPage, OfTenEndingWithStation41ContinuesAtStation42) {
     EXPECT_EQ(fetch(20, reply(page(users(20, 9) + entry(41, "last")))), kOk);
     EXPECT_EQ(count, 10);
     EXPECT_EQ(nextStart, 42);
@@ -71,7 +71,7 @@ TEST_F(ConnectionPage, ThatFailsHoldsNothing) {
     EXPECT_EQ(fetchConnectionPage(0, &count, &nextStart), kNoMemory);
 }
 
-TEST_F(ConnectionPage, OfOneEntryIsAskedForByItsStation) {
+TEST_F(ConnectionPage, OfOneEntryIsRequestedByItsStation) {
     const Answering daemon({reply(page(entry(7, "seven", "12"))), reply(page("")), kRefusalReply});
     ConnectionEntry found = {};
     EXPECT_EQ(fetchConnectionEntry(7, &found), kOk);
@@ -92,13 +92,13 @@ TEST_F(ConnectionPage, ThatCannotBeFetchedEndsTheDialogWithoutAChoice) {
     EXPECT_EQ(fkeyHit, 0);
 }
 
-TEST_F(ConnectionPage, WithoutAWindowIsNotAskedFor) {
+TEST_F(ConnectionPage, IsNotRequestedWithoutAWindow) {
     int fkeyHit = kUnset;
     int fkey = kUnset;
     const NoRoomForWindows none;
     const TraceText traced;
     EXPECT_EQ(SelectConnectionNumber(&fkeyHit, &fkey), kInvalid);
-    EXPECT_TRUE(tells_of_no_window(traced.get(), "SelectConnectionNumber")) << traced.get();
+    EXPECT_TRUE(reports_missing_window(traced.get(), "SelectConnectionNumber")) << traced.get();
     EXPECT_EQ(selectedConnection, -1);
 }
 

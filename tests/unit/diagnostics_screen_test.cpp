@@ -1,4 +1,5 @@
-// The Diagnostics screen: the results of its functions; and the Version screen without a window.
+// The results of the Diagnostics screen's functions; and the Version screen without a window.
+#include "common/heap_text.h"
 #include "common/requests/diagnostics.h"
 #include "common/result.h"
 #include "screens/diag_counters.h"
@@ -21,7 +22,7 @@ TEST(DiagnosticsScreen, DrawsNothingWithoutAWindow) {
     currentDiagType = -1;
 }
 
-TEST(DiagnosticsScreen, DoesNothingBeforeAGroupWasChosen) {
+TEST(DiagnosticsScreen, DoesNothingBeforeAGroupIsChosen) {
     EXPECT_EQ(currentDiagType, -1);
     EXPECT_EQ(updateDiagnosticsWindow(nullptr), kOk);
 }
@@ -62,7 +63,7 @@ protected:
         ScreenTest::TearDown();
     }
 
-    // An update of the group's screen, drawn anew before.
+    // Redraws the group's screen and updates it.
     int update_with(const DaemonCase& daemon, const std::string& bytes) {
         const Answering peer({bytes}, daemon.socketName);
         currentDiagType = daemon.type;
@@ -71,14 +72,14 @@ protected:
         return updateDiagnosticsWindow(window);
     }
 
-    // What stands behind the first label.
+    // The text after the first label.
     std::string first_value() const {
         const std::string text = row(2);
         return text.size() < 38 ? "" : text.substr(38);
     }
 };
 
-TEST_F(DiagnosticsUpdate, ReturnsTheStorageDaemonsStatusButOneCodeForTheMainDaemons) {
+TEST_F(DiagnosticsUpdate, ReturnsTheStorageDaemonsStatusButInvalidForAnyOfTheMainDaemons) {
     for (const DaemonCase& daemon : kDaemons) {
         EXPECT_EQ(update_with(daemon, kStatusReply), daemon.failedExchange) << daemon.type;
         EXPECT_EQ(first_value(), "") << daemon.type;
@@ -92,7 +93,7 @@ TEST_F(DiagnosticsUpdate, OfAnEmptyReplyDrawsNothing) {
     }
 }
 
-TEST_F(DiagnosticsUpdate, OfADamagedReplyDrawsWhatIsKnown) {
+TEST_F(DiagnosticsUpdate, OfADamagedReplyDrawsTheKnownValues) {
     for (const DaemonCase& daemon : kDaemons) {
         EXPECT_EQ(update_with(daemon, reply("<a/>")), kOk);
         EXPECT_EQ(first_value(), "0") << daemon.type;
@@ -137,7 +138,7 @@ TEST_F(DiagnosticsUpdate, WithoutMemoryForItsRequestOrItsWrapper) {
     EXPECT_EQ(updateDiagnosticsWindow(window), kNoMemory);
 }
 
-TEST_F(DiagnosticsUpdate, PutsValuesBehindTheColumnThatTheLabelsSet) {
+TEST_F(DiagnosticsUpdate, PutsValuesAfterTheColumnSetByTheLabels) {
     const Answering daemon({kServerReply});
     currentDiagType = 1;
     EXPECT_EQ(drawDiagnosticsLabels(window), kOk);
@@ -148,13 +149,13 @@ TEST_F(DiagnosticsUpdate, PutsValuesBehindTheColumnThatTheLabelsSet) {
     EXPECT_EQ(row(2), " 17");
 }
 
-TEST_F(DiagnosticsUpdate, HasNoDialogWithoutRoomForIt) {
+TEST_F(DiagnosticsUpdate, HasNoDialogWithoutRoomForItsWindow) {
     const NoRoomForWindows none;
     int fkeyHit = 0;
     int fkey = 0;
     const TraceText traced;
     EXPECT_EQ(SelectDiagnosticsType(&fkeyHit, &fkey), kInvalid);
-    EXPECT_TRUE(tells_of_no_window(traced.get(), "SelectDiagnosticsType")) << traced.get();
+    EXPECT_TRUE(reports_missing_window(traced.get(), "SelectDiagnosticsType")) << traced.get();
     EXPECT_EQ(currentDiagType, kNoDiagType);
 }
 

@@ -26,15 +26,18 @@ std::string pid() {
     return std::to_string(getpid());
 }
 
+using Scan = int (*)(char* reply, int replyLength, int* cursor, DiagnosticName& name,
+                     int32_t* value);
+
 // All counters that a scan delivers, and the code that ended it.
-Counters scan(const DiagnosticsDaemon& daemon, const std::string& reply, int* lastCode) {
+Counters scan(Scan scanReply, const std::string& reply, int* lastCode) {
     const ExactBlock copy(reply);
     Counters counters;
     int cursor = 0;
     DiagnosticName name;
     int32_t value = 0;
-    while ((*lastCode = ScanDiagnostics(daemon, copy.begin(), static_cast<int>(reply.size()),
-                                        &cursor, name, &value)) == kOk) {
+    while ((*lastCode = scanReply(copy.begin(), static_cast<int>(reply.size()), &cursor, name,
+                                  &value)) == kOk) {
         counters.emplace_back(name, value);
     }
     return counters;
@@ -89,33 +92,16 @@ TEST(DiagnosticsMessage, HoldsThreeWordsTheDocumentAndTwentyZeroBytes) {
     EXPECT_EQ(std::string(message.get() + 12, 24), "<a/>" + std::string(20, '\0'));
 }
 
-TEST(DiagnosticsMessage, OfTheMainDaemonIsTheDocumentItself) {
-    uint32_t length = 0;
-    const HeapText message = BuildDiagnosticsMessage(kServerDiagnostics, &length);
-    EXPECT_EQ(std::string(message.get(), length),
-              text_of(BuildDiagnosticsRequest(&length, kDiagnosticsLevel, 0)));
-}
-
-TEST(DiagnosticsMessage, OfTheStorageDaemonIsWrapped) {
-    uint32_t length = 0;
-    uint32_t documentLength = 0;
-    const HeapText message = BuildDiagnosticsMessage(kBksDiagnostics, &length);
-    const std::string document =
-        text_of(BuildZrp2bksDiagnosticRequest(&documentLength, kDiagnosticsLevel, 0));
-    ASSERT_EQ(length, document.size() + 32);
-    EXPECT_EQ(std::string(message.get() + 12), document);
-}
-
 TEST(DiagnosticsReply, DeliversEachCounterOfTheMainDaemon) {
     int code = kOk;
-    EXPECT_EQ(scan(kServerDiagnostics, kSample, &code),
+    EXPECT_EQ(scan(ScanDiagnosticsReply, kSample, &code),
               (Counters{{"openFiles", 17}, {"Event failed", -3}}));
     EXPECT_EQ(code, kInvalid);
 }
 
 TEST(DiagnosticsReply, KeepsTheTrailingBlankOfAStorageDaemonName) {
     int code = kOk;
-    EXPECT_EQ(scan(kBksDiagnostics,
+    EXPECT_EQ(scan(ScanZrp2bksDiagnosticReply,
                    bks_reply("<zrp2bksValue value=\"3\">ipcListener memory request </zrp2bksValue>"
                              "<zrp2bksValue value=\"4\">Request</zrp2bksValue>"),
                    &code),
@@ -143,7 +129,7 @@ TEST(DiagnosticsReply, EachDaemonHasAScannerOfItsOwn) {
 
 TEST(DiagnosticsReply, AValueAboveTheLargestIntWrapsToANegativeOne) {
     int code = kOk;
-    EXPECT_EQ(scan(kServerDiagnostics,
+    EXPECT_EQ(scan(ScanDiagnosticsReply,
                    server_reply("<diagValue value=\"2147483647\">a</diagValue>"
                                 "<diagValue value=\"2147483648\">b</diagValue>"
                                 "<diagValue value=\"4294967295\">c</diagValue>"),
@@ -153,7 +139,7 @@ TEST(DiagnosticsReply, AValueAboveTheLargestIntWrapsToANegativeOne) {
 
 TEST(DiagnosticsReply, AValueThatIsNoNumberIsZero) {
     int code = kOk;
-    EXPECT_EQ(scan(kServerDiagnostics,
+    EXPECT_EQ(scan(ScanDiagnosticsReply,
                    server_reply("<diagValue value=\"\">a</diagValue>"
                                 "<diagValue value=\"many\">b</diagValue>"
                                 "<diagValue value=\"12x\">c</diagValue>"),
@@ -163,7 +149,7 @@ TEST(DiagnosticsReply, AValueThatIsNoNumberIsZero) {
 
 TEST(DiagnosticsReply, ACounterWithoutAValueEndsTheScan) {
     int code = kOk;
-    EXPECT_EQ(scan(kServerDiagnostics,
+    EXPECT_EQ(scan(ScanDiagnosticsReply,
                    server_reply("<diagValue value=\"1\">a</diagValue><diagValue>b</diagValue>"
                                 "<diagValue value=\"3\">c</diagValue>"),
                    &code),
@@ -173,19 +159,19 @@ TEST(DiagnosticsReply, ACounterWithoutAValueEndsTheScan) {
 
 TEST(DiagnosticsReply, AValueIsLookedForInTheOpeningTagOnly) {
     int code = kOk;
-    EXPECT_EQ(scan(kServerDiagnostics, server_reply("<diagValue>value=\"5\"</diagValue>"), &code),
+    EXPECT_EQ(scan(ScanDiagnosticsReply, server_reply("<diagValue>value=\"5\"</diagValue>"), &code),
               Counters{});
 }
 
 TEST(DiagnosticsReply, ASelfClosingCounterHasAnEmptyName) {
     int code = kOk;
-    EXPECT_EQ(scan(kServerDiagnostics, server_reply("<diagValue value=\"5\"/>"), &code),
+    EXPECT_EQ(scan(ScanDiagnosticsReply, server_reply("<diagValue value=\"5\"/>"), &code),
               (Counters{{"", 5}}));
 }
 
 TEST(DiagnosticsReply, ALongNameIsCutToItsArray) {
     int code = kOk;
-    EXPECT_EQ(scan(kServerDiagnostics,
+    EXPECT_EQ(scan(ScanDiagnosticsReply,
                    server_reply("<diagValue value=\"1\">" + std::string(71, 'a') +
                                 "</diagValue><diagValue value=\"2\">" + std::string(500, 'b') +
                                 "</diagValue>"),
@@ -198,7 +184,7 @@ TEST(DiagnosticsReply, WithoutItsLevelHoldsNoCounter) {
                              "<zrpConsoleReply><result value=\"5\"/></zrpConsoleReply>",
                              "<diagnostics><diagLevel>1</diagLevel></diagnostics>", "x"}) {
         int code = kOk;
-        EXPECT_EQ(scan(kServerDiagnostics, text, &code), Counters{}) << text;
+        EXPECT_EQ(scan(ScanDiagnosticsReply, text, &code), Counters{}) << text;
         EXPECT_EQ(code, kInvalid) << text;
     }
 }
@@ -225,17 +211,18 @@ TEST(DiagnosticsReply, TellsAnEmptyReplyFromAFinishedOne) {
 }
 
 TEST(DiagnosticsReply, EveryTruncatedPrefixIsReadWithinItsBlock) {
-    const std::pair<const DiagnosticsDaemon*, std::string> samples[] = {
-        {&kServerDiagnostics, kSample},
-        {&kServerDiagnostics, server_reply("<diagValue value=\"5\"/><![CDATA[<diagValue>]]>")},
-        {&kBksDiagnostics, bks_reply("<zrp2bksValue value=\"3\"><![CDATA[a]]></zrp2bksValue>")}};
-    for (const auto& [daemon, text] : samples) {
+    const std::pair<Scan, std::string> samples[] = {
+        {ScanDiagnosticsReply, kSample},
+        {ScanDiagnosticsReply, server_reply("<diagValue value=\"5\"/><![CDATA[<diagValue>]]>")},
+        {ScanZrp2bksDiagnosticReply,
+         bks_reply("<zrp2bksValue value=\"3\"><![CDATA[a]]></zrp2bksValue>")}};
+    for (const auto& [scanReply, text] : samples) {
         size_t counters = 0;
-        scan_every_prefix(text, [&, daemon = daemon](char* reply, int length) {
+        scan_every_prefix(text, [&, scanReply = scanReply](char* reply, int length) {
             int cursor = 0;
             DiagnosticName name;
             int32_t value = 0;
-            while (ScanDiagnostics(*daemon, reply, length, &cursor, name, &value) == kOk) {
+            while (scanReply(reply, length, &cursor, name, &value) == kOk) {
                 counters++;
             }
         });

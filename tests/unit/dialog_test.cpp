@@ -32,7 +32,7 @@ TEST(Dialog, ATypedNumberEndsAtTheFirstOtherCharacter) {
     }
 }
 
-TEST(Dialog, ANumberTooLargeNeverPassesForAnotherOne) {
+TEST(Dialog, ANumberOutOfRangeIsTheNearestInRange) {
     EXPECT_EQ(zrp::typed_number("4294967303"), INT_MAX); // 7 in the low 32 bits
     EXPECT_EQ(zrp::typed_number(" -4294967289"), INT_MIN);
     EXPECT_EQ(zrp::typed_number("99999999999999999999999999999999"), INT_MAX);

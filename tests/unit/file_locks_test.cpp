@@ -1,5 +1,4 @@
-#include "common/requests/file_locks.h"
-
+#include "common/requests/open_files.h"
 #include "tests/unit/catalogue_fixture.h"
 
 namespace zrp {

@@ -1,4 +1,4 @@
-// ncurses without a terminal: it draws for nobody, and a test reads the cells of its windows.
+// ncurses without a terminal: its output is dropped, and a test reads the cells of its windows.
 #pragma once
 
 #include <cstdio>
@@ -29,14 +29,23 @@ protected:
 
     // A row of the window between its frames, without the blanks at its end.
     static std::string row_of(WINDOW* window, int row) {
+        return cells_of(window, row, 1, getmaxx(window) - 1);
+    }
+
+    // A row of what a terminal would show.
+    static std::string terminal_row(int row) {
+        return cells_of(curscr, row, 0, getmaxx(curscr));
+    }
+
+private:
+    static std::string cells_of(WINDOW* window, int row, int first, int end) {
         std::string text;
-        for (int column = 1; column < getmaxx(window) - 1; column++) {
+        for (int column = first; column < end; column++) {
             text += static_cast<char>(mvwinch(window, row, column) & A_CHARTEXT);
         }
         return text.erase(text.find_last_not_of(' ') + 1);
     }
 
-private:
     FILE* nowhere_;
     SCREEN* screen_ = nullptr;
 };

@@ -2,6 +2,7 @@
 
 #include <ctime>
 
+#include "common/log/log_state.h"
 #include "common/result.h"
 #include "tests/unit/log_fixture.h"
 

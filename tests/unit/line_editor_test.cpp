@@ -1,4 +1,4 @@
-// What the line editor does without a key.
+// The line editor, as far as it needs no keys.
 
 #include "core/line_editor.h"
 
@@ -36,7 +36,7 @@ TEST_F(LineEditor, WithoutAWindowOrABufferTheOutputsStayUntouched) {
     EXPECT_EQ(fkey, 8);
 }
 
-TEST_F(LineEditor, EraseTakesTheLastCharacterFromTextAndWindow) {
+TEST_F(LineEditor, EraseRemovesTheLastCharacterFromTextAndWindow) {
     char buffer[] = "123";
     print_at(window, 1, 4, "%s", buffer);
     wmove(window, 1, 7);

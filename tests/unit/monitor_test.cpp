@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -28,8 +29,14 @@ TEST(Trace, WritesAndFlushesEachEvent) {
     EXPECT_STREQ(text, "tag: rc=-5\nsecond\n");
 }
 
-TEST(Trace, WithoutAFileDoesNothing) {
-    trace("%s", "nowhere");
+TEST(Trace, WithoutAFileWritesNothingAnywhere) {
+    ASSERT_EQ(monitorState.traceFile, nullptr);
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    trace("%s", "an event");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_FALSE(std::filesystem::exists("zrptop.log"));
 }
 
 TEST(MonitorState, StartsAtTheGeneralScreenWithOneSecond) {

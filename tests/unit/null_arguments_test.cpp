@@ -1,19 +1,15 @@
 // Null in the place of an output, an offset or a callback: one row for each.
 #include "common/requests/cluster_resource.h"
-#include "common/requests/connection_information.h"
-#include "common/requests/connection_list.h"
+#include "common/requests/connections.h"
 #include "common/requests/diagnostics.h"
-#include "common/requests/file_locks.h"
-#include "common/requests/server_config.h"
-#include "common/requests/server_connections.h"
-#include "common/requests/server_counters.h"
+#include "common/requests/open_files.h"
 #include "common/requests/server_login.h"
 #include "common/requests/server_settings.h"
 #include "common/requests/server_statistics.h"
 #include "common/requests/shadow_volumes.h"
 #include "common/requests/storage_control.h"
 #include "common/requests/storage_daemon.h"
-#include "common/requests/storage_filter.h"
+#include "common/requests/volume_information.h"
 #include "common/requests/volume_management.h"
 #include "common/requests/volume_mounting.h"
 #include "tests/support/drivers.h"
@@ -58,8 +54,6 @@ int scan_texts(char* reply, int length, int missing) {
     Text text;
     return scan(reply, length, unless(missing == 0, offset), text);
 }
-
-using VolumeName = char[kVolumeNameSize];
 
 const char* const kPage = "<zrpConsoleReply><listOpenFilesByConnection><iterationInfo>"
                           "<stationNumberCount>0</stationNumberCount><moreFlag>No</moreFlag>"
@@ -176,10 +170,16 @@ TEST(NullArguments, AreRefusedByEveryScanner) {
     }
 }
 
-// A scanner without a result has nothing to refuse with.
+// The scanner has no result code to refuse with.
 TEST(NullArguments, AStartIndexMayBeLeftOut) {
-    char reply[] = "<startIndex>5</startIndex>";
-    ScanStartIndex(reply, sizeof reply - 1, nullptr);
+    const std::string text = "<startIndex>5</startIndex>";
+    std::string reply = text;
+    const int length = static_cast<int>(reply.size());
+    ScanStartIndex(reply.data(), length, nullptr);
+    EXPECT_EQ(reply, text);
+    int startIndex = 0;
+    ScanStartIndex(reply.data(), length, &startIndex);
+    EXPECT_EQ(startIndex, 5) << "the reply can still be read";
 }
 
 struct Operation {
@@ -255,12 +255,12 @@ const Operation kOperations[] = {
     {"QueryConnections entries",
      [](const LogContext*) {
          int count = 0;
-         return QueryConnections(0, 1, nullptr, &count);
+         return QueryConnections(0, {}, &count);
      }},
     {"QueryConnections count",
      [](const LogContext*) {
          ConnectionEntry entry;
-         return QueryConnections(0, 1, &entry, nullptr);
+         return QueryConnections(0, {&entry, 1}, nullptr);
      }},
     {"QueryServerStatistics callback",
      [](const LogContext*) { return QueryServerStatistics(1, nullptr, nullptr, nullptr); }},

@@ -1,18 +1,16 @@
 // Every operation of the catalogue against a simulated server that spoils its replies.
 #include "common/requests/connection_management.h"
-#include "common/requests/file_locks.h"
-#include "common/requests/server_connections.h"
+#include "common/requests/connections.h"
+#include "common/requests/open_files.h"
 #include "common/requests/shadow_volumes.h"
+#include "common/requests/volume_information.h"
 #include "common/requests/volume_management.h"
 #include "common/requests/volume_mounting.h"
-#include "common/requests/volume_tree.h"
 #include "tests/unit/catalogue_fixture.h"
 #include "tests/unit/server_faults.h"
 
 namespace zrp {
 namespace {
-
-using VolumeName = char[kVolumeNameSize];
 
 constexpr int32_t kStations[] = {999};
 

@@ -1,4 +1,4 @@
-// The Parameters screen: the results of its functions.
+// The results of the Parameters screen's functions.
 #include <clocale>
 #include <cstdlib>
 #include <filesystem>
@@ -54,7 +54,7 @@ TEST_F(ParametersScreen, TheListHasAResultForEachStep) {
     EXPECT_EQ(loadParameterList(), kNoMemory);
 }
 
-// Where a small letter "i" and a large "I" belong to two different letters.
+// In Turkish "i" and "I" are different letters.
 TEST_F(ParametersScreen, ATurkishLocaleHidesTheSameNames) {
     std::string folder = testing::TempDir() + "parameters_XXXXXX";
     ASSERT_NE(mkdtemp(folder.data()), nullptr);
@@ -94,15 +94,15 @@ TEST_F(ParametersScreen, AValueHasAResultForEachStepAndKeepsTheOldOneOnFailure) 
     EXPECT_EQ(fetchParameterValue(&item), kNoMemory);
 }
 
-TEST_F(ParametersScreen, DrawsItsFrameAndSucceedsWhateverTheServerSays) {
+TEST_F(ParametersScreen, DrawsItsFrameAndSucceedsWhateverTheServerAnswers) {
     const Answering daemon({kRefusalReply});
     EXPECT_EQ(drawParameterLabels(window), kOk);
     EXPECT_EQ(updateParameterWindow(window), kOk);
     EXPECT_EQ(row(1), "");
-    EXPECT_EQ(daemon.connections(), 1U) << "no value is asked for";
+    EXPECT_EQ(daemon.connections(), 1U) << "no value is requested";
 }
 
-TEST_F(ParametersScreen, AValueStandsBehindItsLabelAndAFailedOneLeavesIt) {
+TEST_F(ParametersScreen, AValueFollowsItsLabelAndAFailureLeavesIt) {
     const Answering daemon({set_reply("<name>FIRST</name><name>B</name>"),
                             set_reply("<string>1</string>"), kRefusalReply,
                             set_reply("<string>22</string>"), set_reply("<string>3</string>")});

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -37,8 +38,12 @@ HeapText request() {
     return HeapText(strdup(kText));
 }
 
-int send(const Peer& peer, Reply* reply, const RequestHooks* hooks = nullptr) {
-    return send_query(peer, request(), static_cast<uint32_t>(strlen(kText)), hooks, reply);
+int send(const Query& query, Reply* reply) {
+    return send_query(query, request(), static_cast<uint32_t>(strlen(kText)), reply);
+}
+
+int send(const Peer& peer, Reply* reply, const RequestHooks& hooks = {}) {
+    return send(Query{.peer = peer, .hooks = hooks}, reply);
 }
 
 TEST(SendQuery, AddressesThePeerWithItsRequestNumber) {
@@ -57,18 +62,47 @@ TEST(SendQuery, AddressesThePeerWithItsRequestNumber) {
     }
 }
 
-TEST(SendQuery, OnlyTheManagementComponentHasATimeOut) {
+TEST(SendQuery, OnlyTheManagementComponentHasATimeout) {
     EXPECT_EQ(kManagementComponent.timeoutMs, 10000);
     EXPECT_EQ(kMainDaemon.timeoutMs, 0);
     EXPECT_EQ(kStorageDaemon.timeoutMs, 0);
     const ScriptedPeer daemon(kMainDaemonSocket, {{read_request(), hang()}});
     Reply reply;
-    EXPECT_EQ(send({kMainDaemonSocket, kMainDaemonRequest, 50}, &reply), kShortHeader);
+    EXPECT_EQ(send(Peer{kMainDaemonSocket, kMainDaemonRequest, 50}, &reply), kShortHeader);
 }
 
-TEST(SendQuery, WithoutADocumentThereIsNoMemory) {
+TEST(SendQuery, ReportsAMissingDocumentByItsBuildersErrno) {
+    const std::pair<int, int> codes[] = {
+        {EINVAL, kInvalid}, {ENOMEM, kNoMemory}, {0, kNoMemory}, {EINTR, kNoMemory}};
+    for (const auto& [reason, code] : codes) {
+        traced.clear();
+        Reply reply;
+        errno = reason;
+        EXPECT_EQ(send_query({.hooks = kTrace}, nullptr, 0, &reply), code);
+        EXPECT_EQ(traced, "");
+        errno = reason;
+        EXPECT_EQ(send_query({.hooks = kTrace, .logsNoMemory = true}, nullptr, 0, &reply), code);
+        EXPECT_EQ(traced, code == kInvalid ? "" : "failed to allocate request buffer ENOMEM");
+    }
+}
+
+TEST(SendQuery, NeedsAPlaceForTheReply) {
+    EXPECT_EQ(send(kMainDaemon, nullptr), kInvalid);
+}
+
+TEST(SendQuery, ChecksTheReplyUnlessToldNotTo) {
+    const std::string text =
+        "<zrpConsoleReply><result value=\"5\"><description>no</description></result>"
+        "</zrpConsoleReply>";
+    const ScriptedPeer daemon(kMainDaemonSocket, {{read_request(), send_bytes(zrp::reply(text))}});
     Reply reply;
-    EXPECT_EQ(send_query(kMainDaemon, nullptr, 0, nullptr, &reply), kNoMemory);
+    ErrorText errorText = "";
+    EXPECT_EQ(send(Query{.peer = kMainDaemon, .errorText = &errorText}, &reply), 5);
+    EXPECT_STREQ(errorText, "5 no");
+    EXPECT_EQ(send(kMainDaemon, &reply), 5);
+    EXPECT_EQ(send(Query{.peer = kMainDaemon, .checksReply = false}, &reply), kOk);
+    EXPECT_EQ(std::string(reply.text.get(), static_cast<size_t>(reply.length)), text);
+    EXPECT_EQ(check_reply(reply, nullptr), 5);
 }
 
 TEST(SendQuery, PassesTheTransportsFailureOn) {
@@ -92,21 +126,38 @@ TEST(SendQuery, HooksGetRequestAndReply) {
                               {{read_request(), send_bytes(zrp::reply("<r/>"))}});
     traced.clear();
     Reply reply;
-    EXPECT_EQ(send(kMainDaemon, &reply, &kTrace), kOk);
+    EXPECT_EQ(send(kMainDaemon, &reply, kTrace), kOk);
     EXPECT_EQ(traced, "[<request/>][<r/>]");
 }
 
 TEST(SendQuery, HooksGetTheFailure) {
     traced.clear();
     Reply reply;
-    EXPECT_EQ(send(kMainDaemon, &reply, &kTrace), ECONNREFUSED);
+    EXPECT_EQ(send(kMainDaemon, &reply, kTrace), ECONNREFUSED);
     EXPECT_EQ(traced, "[<request/>]IPCServRequest rc=111");
+}
+
+TEST(SendQuery, AnOperationNamesItselfInTheFailure) {
+    traced.clear();
+    Reply reply;
+    EXPECT_EQ(send(Query{.peer = kMainDaemon, .hooks = kTrace, .operation = "Ask"}, &reply),
+              ECONNREFUSED);
+    EXPECT_EQ(traced, "[<request/>]Ask: IPCServRequestEx() rc=111");
+}
+
+TEST(SendQuery, AReplyMayStayOutOfTheTrace) {
+    const ScriptedPeer daemon(kMainDaemonSocket,
+                              {{read_request(), send_bytes(zrp::reply("<r/>"))}});
+    traced.clear();
+    Reply reply;
+    EXPECT_EQ(send(Query{.peer = kMainDaemon, .hooks = kTrace, .dumpsReply = false}, &reply), kOk);
+    EXPECT_EQ(traced, "[<request/>]");
 }
 
 TEST(SendQuery, EitherHookMayBeMissing) {
     constexpr RequestHooks kNone = {};
     Reply reply;
-    EXPECT_EQ(send(kMainDaemon, &reply, &kNone), ECONNREFUSED);
+    EXPECT_EQ(send(kMainDaemon, &reply, kNone), ECONNREFUSED);
 }
 
 } // namespace

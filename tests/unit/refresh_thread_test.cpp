@@ -1,4 +1,5 @@
-// The refresh thread and its handshake with the main thread, on screens that only note their calls.
+// The refresh thread and its handshake with the main thread, on screens that only record their
+// calls.
 
 #include "core/refresh_thread.h"
 
@@ -11,6 +12,7 @@
 #include <string>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -20,45 +22,48 @@
 #include "tests/support/needs.h"
 #include "tests/unit/headless_curses.h"
 #include "tools/harness/deadline.h"
+#include "tools/harness/process_state.h"
 
 namespace zrp {
 namespace {
 
-constexpr int kUnknownScreen = KEY_F(8);
-constexpr useconds_t kLookAgain = 2000;
+constexpr int kUnknownScreen = KEY_F(11);
+constexpr useconds_t kPollInterval = 2000;
 
 std::mutex callMutex;
 std::string calls; // 's' for the strip, 'L' for labels, 'U' for an update
 std::atomic<bool> hold{false};
+std::atomic<pid_t> threadId{0};
 std::atomic<size_t> stackSize{0};
 std::atomic<bool> detached{false};
 std::atomic<bool> takesSignals{false};
 
-void note(char call) {
+void record(char call) {
     const std::lock_guard lock(callMutex);
     calls += call;
 }
 
-std::string noted() {
+std::string recorded() {
     const std::lock_guard lock(callMutex);
     return calls;
 }
 
 size_t count_of(char call) {
-    const std::string all = noted();
+    const std::string all = recorded();
     return static_cast<size_t>(std::count(all.begin(), all.end(), call));
 }
 
-void note_strip() {
-    note('s');
+void record_strip() {
+    record('s');
 }
 
-int note_labels(WINDOW* /*window*/) {
-    note('L');
+int record_labels(WINDOW* /*window*/) {
+    record('L');
     return 0;
 }
 
-void look_at_this_thread() {
+void inspect_this_thread() {
+    threadId.store(gettid());
     pthread_attr_t attributes;
     pthread_getattr_np(pthread_self(), &attributes);
     size_t size = 0;
@@ -77,17 +82,20 @@ void look_at_this_thread() {
     }
 }
 
-int note_update(WINDOW* /*window*/) {
-    look_at_this_thread();
-    note('U');
+int record_update(WINDOW* /*window*/) {
+    inspect_this_thread();
+    record('U');
     while (hold.load()) {
-        usleep(kLookAgain);
+        usleep(kPollInterval);
     }
     return 0;
 }
 
-constexpr Screen kScreens[] = {{kGeneralScreen, "General", note_labels, note_update, nullptr}};
-constexpr ScreenSet kNotingScreens = {kScreens, 1, note_strip, nullptr, nullptr, nullptr};
+constexpr Screen kScreens[] = {{.key = kStartScreen,
+                                .menuText = "First",
+                                .drawLabels = record_labels,
+                                .update = record_update}};
+constexpr ScreenSet kRecordingScreens = {kScreens, record_strip};
 
 template <typename Condition>
 bool wait_until(const Condition& condition) {
@@ -96,7 +104,7 @@ bool wait_until(const Condition& condition) {
         if (deadline.passed()) {
             return false;
         }
-        usleep(kLookAgain);
+        usleep(kPollInterval);
     }
     return true;
 }
@@ -110,7 +118,7 @@ protected:
     void SetUp() override {
         HeadlessCurses::SetUp();
         calls.clear();
-        use_screens(kNotingScreens);
+        use_screens(kRecordingScreens);
         monitorState.mainWindow = create_newwin(10, 40, 5, 1);
     }
 
@@ -119,7 +127,7 @@ protected:
         stop_refresh_thread();
         destroy_win(monitorState.mainWindow);
         monitorState.mainWindow = nullptr;
-        monitorState.currentScreen.store(kGeneralScreen);
+        monitorState.currentScreen.store(kStartScreen);
         monitorState.refreshFirstDraw.store(0);
     }
 };
@@ -128,10 +136,10 @@ TEST_F(RefreshThread, DrawsTheLabelsOnceAndTheValuesOnEveryPass) {
     request_first_draw();
     ASSERT_EQ(start_refresh_thread(), 0);
     ASSERT_TRUE(wait_for_calls('U', 3));
-    EXPECT_TRUE(noted().starts_with("sLUsUsU")) << noted();
+    EXPECT_TRUE(recorded().starts_with("sLUsUsU")) << recorded();
 }
 
-TEST_F(RefreshThread, WithoutARequestThereAreNoLabels) {
+TEST_F(RefreshThread, WithoutARequestNoLabelsAreDrawn) {
     ASSERT_EQ(start_refresh_thread(), 0);
     ASSERT_TRUE(wait_for_calls('U', 2));
     EXPECT_EQ(count_of('L'), 0U);
@@ -148,7 +156,7 @@ TEST_F(RefreshThread, WhilePausedOnlyTheStripIsUpdated) {
     EXPECT_TRUE(wait_for_calls('U', updates + 1));
 }
 
-TEST_F(RefreshThread, AFirstDrawRequestedWhilePausedIsPerformedAfterResume) {
+TEST_F(RefreshThread, AFirstDrawRequestedWhilePausedHappensAfterResume) {
     ASSERT_EQ(start_refresh_thread(), 0);
     ASSERT_TRUE(wait_for_calls('U', 1));
     pause_refresh();
@@ -161,14 +169,14 @@ TEST_F(RefreshThread, AFirstDrawRequestedWhilePausedIsPerformedAfterResume) {
     EXPECT_EQ(count_of('L'), 1U);
 }
 
-TEST_F(RefreshThread, AnUnknownScreenDrawsNothingButKeepsTheStripCurrent) {
-    for (const int screen : {kGeneralScreen - 1, kUnknownScreen}) {
+TEST_F(RefreshThread, AnUnknownScreenDrawsNothingButTheStripIsUpdated) {
+    for (const int screen : {kStartScreen - 1, kUnknownScreen}) {
         monitorState.currentScreen.store(screen);
         request_first_draw();
         ASSERT_EQ(start_refresh_thread(), 0);
         ASSERT_TRUE(wait_for_calls('s', count_of('s') + 2));
         stop_refresh_thread();
-        EXPECT_EQ(noted().find_first_not_of('s'), std::string::npos) << noted();
+        EXPECT_EQ(recorded().find_first_not_of('s'), std::string::npos) << recorded();
     }
 }
 
@@ -177,8 +185,12 @@ TEST_F(RefreshThread, PauseWaitsForThePassUnderWay) {
     ASSERT_EQ(start_refresh_thread(), 0);
     ASSERT_TRUE(wait_for_calls('U', 1));
     std::atomic<bool> released{false};
+    const pid_t waiting = gettid();
+    const long sleeps = harness::sleeps_of_thread(getpid(), waiting);
     std::thread other([&] {
-        usleep(100 * kLookAgain);
+        // A pause that does not wait does not sleep either: then this only delays its failure.
+        EXPECT_TRUE(wait_until(
+            [&] { return harness::sleeps_of_thread(getpid(), waiting) >= sleeps + 20; }));
         released.store(true);
         hold.store(false);
     });
@@ -203,23 +215,26 @@ TEST_F(RefreshThread, RunsDetachedOnASmallStackAndTakesNoSignals) {
     ASSERT_EQ(start_refresh_thread(), 0);
     ASSERT_TRUE(wait_for_calls('U', 1));
     constexpr size_t kAsked = 0x40000;
-    constexpr size_t kGuard = 0x4000; // that the system takes off it or puts on top
+    constexpr size_t kGuard = 0x4000; // that the system takes from it or adds to it
     EXPECT_GE(stackSize.load(), kAsked - kGuard);
     EXPECT_LE(stackSize.load(), kAsked + kGuard);
     EXPECT_TRUE(detached.load());
     EXPECT_FALSE(takesSignals.load());
 }
 
-TEST_F(RefreshThread, AStopIsAcknowledgedByTheThread) {
+TEST_F(RefreshThread, AStopWaitsForTheEndOfTheThread) {
     ASSERT_EQ(start_refresh_thread(), 0);
     ASSERT_TRUE(wait_for_calls('U', 1));
     EXPECT_NE(monitorState.refreshThread.load(), 0U);
     EXPECT_EQ(stop_refresh_thread(), 0);
     EXPECT_EQ(monitorState.refreshThread.load(), 0U);
     EXPECT_EQ(monitorState.refreshStop.load(), 0);
-    const std::string atTheEnd = noted();
-    usleep(1'200'000);
-    EXPECT_EQ(noted(), atTheEnd);
+    const std::string atTheEnd = recorded();
+    EXPECT_TRUE(wait_until([] {
+        const std::vector<pid_t> threads = harness::threads_of(getpid());
+        return std::find(threads.begin(), threads.end(), threadId.load()) == threads.end();
+    })) << "the thread runs on";
+    EXPECT_EQ(recorded(), atTheEnd);
 }
 
 TEST_F(RefreshThread, WithoutAThreadAStopReturnsAtOnce) {

@@ -120,5 +120,63 @@ TEST(ReadField, ASelfClosingOuterElementHoldsNothing) {
     EXPECT_EQ(read_field(kFields[0], outer, &record), kInvalid);
 }
 
+TEST(FindInReply, LooksAnywhere) {
+    const ExactBlock reply("<o><a>1</a></o>");
+    XmlElement element;
+    ASSERT_EQ(find_in_reply(reply.begin(), reply.length(), "a", &element), kOk);
+    EXPECT_EQ(std::string_view(element.contentStart, element.contentLength), "1");
+    EXPECT_EQ(find_in_reply(reply.begin(), reply.length(), "b", &element), kNotFound);
+}
+
+TEST(FindInReply, FindsNothingInAnEmptyReply) {
+    char reply[] = "<a>1</a>";
+    XmlElement element;
+    EXPECT_EQ(find_in_reply(nullptr, 8, "a", &element), kNotFound);
+    EXPECT_EQ(find_in_reply(reply, 0, "a", &element), kNotFound);
+    EXPECT_EQ(find_in_reply(reply, -1, "a", &element), kNotFound);
+}
+
+TEST(FindInside, LooksOnlyIntoTheElement) {
+    const ExactBlock reply("<o><a>1</a></o><b>2</b><e/>");
+    XmlElement outer;
+    XmlElement inner;
+    ASSERT_EQ(FindElement("o", reply.begin(), reply.end(), &outer), kOk);
+    ASSERT_EQ(find_inside(outer, "a", &inner), kOk);
+    EXPECT_EQ(std::string_view(inner.contentStart, inner.contentLength), "1");
+    EXPECT_EQ(find_inside(outer, "b", &inner), kNotFound);
+    ASSERT_EQ(FindElement("e", reply.begin(), reply.end(), &outer), kOk);
+    EXPECT_EQ(find_inside(outer, "a", &inner), kNotFound);
+}
+
+TEST(ReadFields, AnOptionalElementMayBeMissing) {
+    constexpr ReplyField kOptional[] = {
+        ZRP_OPTIONAL_FIELD("a", kNumber32, Record, number32),
+        ZRP_FIELD("d", kDecimal, Record, decimal),
+        ZRP_OPTIONAL_FIELD("w", kNumber64, Record, number64),
+    };
+    const ExactBlock reply("<o><d>1</d><w>2</w></o>");
+    XmlElement outer;
+    ASSERT_EQ(FindElement("o", reply.begin(), reply.end(), &outer), kOk);
+    Record record = {};
+    record.number32 = 7;
+    EXPECT_EQ(read_fields(kOptional, outer, &record), kOk);
+    EXPECT_EQ(record.number32, 7U);
+    EXPECT_EQ(record.decimal, 1);
+    EXPECT_EQ(record.number64, 2U);
+}
+
+TEST(ReadFields, AFractionHasAPointInEveryLocale) {
+    struct Load {
+        float value;
+    };
+    constexpr ReplyField kLoad[] = {ZRP_FIELD("l", kFraction, Load, value)};
+    const ExactBlock reply("<o><l>1.5</l></o>");
+    XmlElement outer;
+    ASSERT_EQ(FindElement("o", reply.begin(), reply.end(), &outer), kOk);
+    Load load = {};
+    EXPECT_EQ(read_fields(kLoad, outer, &load), kOk);
+    EXPECT_EQ(load.value, 1.5F);
+}
+
 } // namespace
 } // namespace zrp

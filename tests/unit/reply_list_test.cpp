@@ -13,7 +13,7 @@ namespace {
 
 constexpr int kMissing = 77;
 constexpr int kPastEnd = 78;
-constexpr ReplyList kList = {{"reply", "list"}, "item", kMissing, kPastEnd};
+constexpr ReplyList kList = {{"reply", "list"}, "item", {}, kMissing, kPastEnd};
 constexpr ReplyList kPlainList = {{}, "item"};
 
 struct Walk {
@@ -49,7 +49,7 @@ TEST(NextItem, TheEndOfTheReplyHasItsOwnCode) {
 }
 
 TEST(NextItem, TheLastItemMayBeFollowedByTheListsOwnCode) {
-    constexpr ReplyList kCoded = {{"reply", "list"}, "item", kMissing, kPastEnd, 79};
+    constexpr ReplyList kCoded = {{"reply", "list"}, "item", {}, kMissing, kPastEnd, 79};
     const Walk walked = walk(kCoded, "<reply><list><item>1</item></list></reply>");
     EXPECT_EQ(walked.contents, (Contents{"1"}));
     EXPECT_EQ(walked.rc, 79);
@@ -96,32 +96,95 @@ TEST(NextItem, AnItemCutShortEndsTheList) {
     EXPECT_EQ(walked.rc, kInvalid);
 }
 
-TEST(FindInReply, LooksAnywhere) {
-    const ExactBlock reply("<o><a>1</a></o>");
-    XmlElement element;
-    ASSERT_EQ(find_in_reply(reply.begin(), reply.length(), "a", &element), kOk);
-    EXPECT_EQ(std::string_view(element.contentStart, element.contentLength), "1");
-    EXPECT_EQ(find_in_reply(reply.begin(), reply.length(), "b", &element), kNotFound);
+struct Pair {
+    char name[8];
+    int32_t number;
+};
+
+constexpr ReplyField kPairFields[] = {
+    ZRP_FIELD("name", kText, Pair, name),
+    ZRP_FIELD("id", kDecimal, Pair, number),
+};
+
+constexpr ReplyList kPairs = {{"r"}, "user", kPairFields, kInvalid, kRange, kRange};
+
+TEST(ScanRecord, TheEndDiffersFromAMalformedItem) {
+    const ExactBlock copy(
+        "<r><user><name>x</name><id>5</id></user><user><name>y</name></user></r>");
+    Pair record = {"old", 77};
+    int offset = 0;
+    EXPECT_EQ(scan_record(kPairs, copy.begin(), copy.length(), &offset, &record), kOk);
+    EXPECT_EQ(record.number, 5);
+    const int afterFirst = offset;
+    EXPECT_EQ(scan_record(kPairs, copy.begin(), copy.length(), &offset, &record), kInvalid);
+    EXPECT_EQ(offset, afterFirst);
+    EXPECT_STREQ(record.name, "x");
+    for (const int end : {copy.length() - 4, copy.length(), -1}) {
+        offset = end;
+        EXPECT_EQ(scan_record(kPairs, copy.begin(), copy.length(), &offset, &record), kRange);
+        EXPECT_EQ(offset, end);
+    }
 }
 
-TEST(FindInReply, FindsNothingInAnEmptyReply) {
-    char reply[] = "<a>1</a>";
-    XmlElement element;
-    EXPECT_EQ(find_in_reply(nullptr, 8, "a", &element), kNotFound);
-    EXPECT_EQ(find_in_reply(reply, 0, "a", &element), kNotFound);
-    EXPECT_EQ(find_in_reply(reply, -1, "a", &element), kNotFound);
+TEST(ScanRecord, RefusesNullOutputs) {
+    const ExactBlock copy("<r><user><name>x</name><id>5</id></user></r>");
+    Pair record = {"old", 77};
+    int offset = 0;
+    EXPECT_EQ(scan_record(kPairs, copy.begin(), copy.length(), nullptr, &record), kInvalid);
+    EXPECT_EQ(scan_record<Pair>(kPairs, copy.begin(), copy.length(), &offset, nullptr), kInvalid);
+    EXPECT_EQ(offset, 0);
 }
 
-TEST(FindInside, LooksOnlyIntoTheElement) {
-    const ExactBlock reply("<o><a>1</a></o><b>2</b><e/>");
-    XmlElement outer;
-    XmlElement inner;
-    ASSERT_EQ(FindElement("o", reply.begin(), reply.end(), &outer), kOk);
-    ASSERT_EQ(find_inside(outer, "a", &inner), kOk);
-    EXPECT_EQ(std::string_view(inner.contentStart, inner.contentLength), "1");
-    EXPECT_EQ(find_inside(outer, "b", &inner), kNotFound);
-    ASSERT_EQ(FindElement("e", reply.begin(), reply.end(), &outer), kOk);
-    EXPECT_EQ(find_inside(outer, "a", &inner), kNotFound);
+TEST(ScanNext, AFailedReadLeavesTheOffset) {
+    const ExactBlock copy("<r><user/><user/></r>");
+    int offset = 0;
+    EXPECT_EQ(scan_next(kPairs, copy.begin(), copy.length(), &offset,
+                        [](const XmlElement&) { return int{kTooLong}; }),
+              kTooLong);
+    EXPECT_EQ(offset, 0);
+}
+
+// A walk over numbers 1 to 3, then the code.
+int visit(WalkEnd end, int code, int stopAt, int* count, std::vector<int>* seen) {
+    int next = 1;
+    return visit_records<int>(
+        end,
+        [&](int*, int* record) {
+            *record = next;
+            return next++ <= 3 ? int{kOk} : code;
+        },
+        [&](int record) {
+            seen->push_back(record);
+            return record == stopAt ? 99 : int{kOk};
+        },
+        count);
+}
+
+TEST(VisitRecords, EndsAsToldByTheScanner) {
+    struct Row {
+        WalkEnd end;
+        int code;
+        int expected;
+    };
+    const Row rows[] = {
+        {WalkEnd::kAtTheEnd, kRange, kOk},        {WalkEnd::kAtTheEnd, kInvalid, kInvalid},
+        {WalkEnd::kAtAnyFailure, kRange, kOk},    {WalkEnd::kAtAnyFailure, kInvalid, kOk},
+        {WalkEnd::kAtAnyFailure, kNotFound, kOk},
+    };
+    for (const Row& row : rows) {
+        std::vector<int> seen;
+        int count = 77;
+        EXPECT_EQ(visit(row.end, row.code, 0, &count, &seen), row.expected);
+        EXPECT_EQ(count, 3);
+        EXPECT_EQ(seen, (std::vector<int>{1, 2, 3}));
+        EXPECT_EQ(visit(row.end, row.code, 0, nullptr, &seen), row.expected);
+    }
+}
+
+TEST(VisitRecords, TheCallbackStopsTheWalk) {
+    std::vector<int> seen;
+    EXPECT_EQ(visit(WalkEnd::kAtAnyFailure, kRange, 2, nullptr, &seen), 99);
+    EXPECT_EQ(seen, (std::vector<int>{1, 2}));
 }
 
 } // namespace

@@ -1,5 +1,5 @@
-// A screen's functions without a terminal and without threads: a window in memory, and a daemon
-// that plays each answer once.
+// For a screen's functions without a terminal and threads: a window in memory, and a daemon that
+// gives each answer once.
 #pragma once
 
 #include <regex>
@@ -34,7 +34,7 @@ protected:
     WINDOW* window = nullptr;
 };
 
-// No dialog finds room while it lives.
+// During its lifetime no dialog has enough room.
 struct NoRoomForWindows {
     NoRoomForWindows() {
         COLS = 1;
@@ -49,12 +49,12 @@ struct NoRoomForWindows {
 };
 
 // Whether the trace ends with the dialog's failure to open its window.
-inline bool tells_of_no_window(const std::string& traced, const std::string& dialog) {
+inline bool reports_missing_window(const std::string& traced, const std::string& dialog) {
     return std::regex_search(
         traced, std::regex("(^|\n)" + dialog + ": create_newwin\\(\\) failed err=\\d+\n$"));
 }
 
-// Answers the first request with the first bytes, and so on; the last bytes stay.
+// Answers the requests with these bytes in order, and further ones with the last.
 inline std::vector<PeerScript> in_turn(const std::vector<std::string>& answers) {
     std::vector<PeerScript> scripts;
     for (const std::string& bytes : answers) {
@@ -63,7 +63,7 @@ inline std::vector<PeerScript> in_turn(const std::vector<std::string>& answers) 
     return scripts;
 }
 
-// The main daemon.
+// A daemon, by default the main one.
 struct Answering : ScriptedPeer {
     explicit Answering(const std::vector<std::string>& answers,
                        const char* socketName = kMainDaemonSocket)

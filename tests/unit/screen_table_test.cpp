@@ -1,55 +1,64 @@
 #include "screens/screen_table.h"
 
-#include <string>
-
 #include <gtest/gtest.h>
 
-#include "core/screen.h"
+#include "core/menu.h"
+#include "core/monitor.h"
+#include "tests/support/expected_screens.h"
 
 namespace zrp {
 namespace {
 
-TEST(Screens, StandInTheOrderOfTheirFunctionKeys) {
-    const struct {
-        int id;
-        const char* name;
-        bool dialog;
-    } expected[] = {{266, "General", false},    {267, "Volume", true},
-                    {268, "Connection", true},  {269, "Diagnostics", true},
-                    {270, "Parameters", false}, {271, "Version", false}};
-    ASSERT_EQ(kMonitorScreens.count, std::size(expected));
-    for (size_t i = 0; i < std::size(expected); i++) {
-        const Screen& screen = kMonitorScreens.screens[i];
-        EXPECT_EQ(screen.id, expected[i].id);
-        EXPECT_STREQ(screen.name, expected[i].name);
-        EXPECT_EQ(screen.runDialog != nullptr, expected[i].dialog) << screen.name;
-        EXPECT_NE(screen.drawLabels(nullptr), 0) << screen.name;
+class ScreenTable : public testing::Test {
+protected:
+    void SetUp() override {
+        use_screens(kMonitorScreens);
+    }
+
+    const std::span<const Screen> screens = kMonitorScreens.screens;
+};
+
+TEST_F(ScreenTable, HasTheScreensInTheOrderOfTheirFunctionKeys) {
+    ASSERT_EQ(screens.size(), std::size(kExpectedScreens));
+    for (size_t i = 0; i < screens.size(); i++) {
+        const ExpectedScreen& expected = kExpectedScreens[i];
+        EXPECT_EQ(screens[i].key, expected.key);
+        EXPECT_STREQ(screens[i].menuText, expected.menuText);
+        EXPECT_EQ(screens[i].runDialog != nullptr, expected.hasDialog) << expected.menuText;
     }
 }
 
-TEST(Screens, AreFoundByTheirKeyAlone) {
-    use_screens(kMonitorScreens);
-    EXPECT_EQ(find_screen(269), &kMonitorScreens.screens[3]);
-    for (const int key : {0, 265, 272, -1}) {
+TEST_F(ScreenTable, GivesTheTwoLinesOfTheMenu) {
+    const Menu menu = make_menu(screens);
+    EXPECT_STREQ(menu.lines[0], kExpectedMenu[0]);
+    EXPECT_STREQ(menu.lines[1], kExpectedMenu[1]);
+}
+
+TEST_F(ScreenTable, HoldsTheScreenOfTheStart) {
+    EXPECT_EQ(find_screen(kStartScreen), screens.data());
+}
+
+TEST_F(ScreenTable, EveryScreenRefusesToDrawWithoutAWindow) {
+    for (const Screen& screen : screens) {
+        EXPECT_NE(screen.drawLabels(nullptr), 0) << screen.menuText;
+    }
+}
+
+TEST_F(ScreenTable, IsSearchedByKeyAlone) {
+    for (const Screen& screen : screens) {
+        EXPECT_EQ(find_screen(screen.key), &screen);
+    }
+    for (const int key : {0, KEY_F(1), KEY_F(12), -1}) {
         EXPECT_EQ(find_screen(key), nullptr) << key;
     }
 }
 
-TEST(Screens, TheChainsGoRoundTheEnds) {
-    use_screens(kMonitorScreens);
-    const Screen* screen = find_screen(266);
-    std::string forth;
-    std::string back;
-    for (size_t i = 0; i < kMonitorScreens.count; i++) {
-        screen = next_screen(screen);
-        forth += screen->name[0];
+TEST_F(ScreenTable, TheNeighbourOfTheLastScreenIsTheFirst) {
+    for (size_t i = 0; i < screens.size(); i++) {
+        const size_t following = i + 1 == screens.size() ? 0 : i + 1;
+        EXPECT_EQ(next_screen(&screens[i]), &screens[following]) << i;
+        EXPECT_EQ(previous_screen(&screens[following]), &screens[i]) << i;
     }
-    for (size_t i = 0; i < kMonitorScreens.count; i++) {
-        screen = previous_screen(screen);
-        back += screen->name[0];
-    }
-    EXPECT_EQ(forth, "VCDPVG");
-    EXPECT_EQ(back, "VPDCVG");
 }
 
 } // namespace

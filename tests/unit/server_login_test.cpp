@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "common/engine/operation.h"
-#include "common/requests/server_connections.h"
+#include "common/engine/command.h"
+#include "common/requests/connections.h"
 #include "tests/support/exact_block.h"
 #include "tests/support/simulated_server.h"
 #include "tests/unit/failing_malloc.h"
@@ -84,7 +84,7 @@ TEST(ScanLogin, GivesLineAfterLine) {
         EXPECT_STREQ(line, "");
         EXPECT_EQ(row.scan(text.data(), length, &offset, line), kOk);
         EXPECT_EQ(line, std::string(kLoginTextSize - 1, 'x'));
-        EXPECT_EQ(row.scan(text.data(), length, &offset, line), kInvalid);
+        EXPECT_EQ(row.scan(text.data(), length, &offset, line), kRange);
         EXPECT_EQ(line, std::string(kLoginTextSize - 1, 'x'));
         offset = length;
         EXPECT_EQ(row.scan(text.data(), length, &offset, line), kRange);
@@ -118,7 +118,7 @@ TEST(ScanLogin, EveryPrefixIsReadInItsBounds) {
 class SimulatedLogin : public OperationTest {
 protected:
     int ask(char* document, uint32_t length, Reply* answer, ErrorText* errorText = nullptr) {
-        return run_operation(HeapText(document), length, errorText, log, answer);
+        return send_document(HeapText(document), length, {errorText, log}, answer);
     }
 
     uint32_t login_state() {

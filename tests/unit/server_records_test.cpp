@@ -5,10 +5,9 @@
 #include <utility>
 #include <vector>
 
-#include "common/engine/operation.h"
-#include "common/requests/server_config.h"
-#include "common/requests/server_connections.h"
-#include "common/requests/server_counters.h"
+#include "common/engine/command.h"
+#include "common/requests/connections.h"
+#include "common/requests/server_settings.h"
 #include "common/requests/server_statistics.h"
 #include "tests/support/exact_block.h"
 #include "tests/support/simulated_server.h"
@@ -271,7 +270,7 @@ TEST_F(ServerConnections, AReplyThatLacksAnElementIsRefused) {
 class SimulatedRecords : public OperationTest {
 protected:
     int ask(char* document, uint32_t length, Reply* answer, ErrorText* errorText = nullptr) {
-        return run_operation(HeapText(document), length, errorText, log, answer);
+        return send_document(HeapText(document), length, {errorText, log}, answer);
     }
 
     SimulatedServer server{{"--clock", "1000"}};

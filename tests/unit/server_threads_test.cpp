@@ -6,7 +6,7 @@
 #include <fstream>
 #include <string>
 
-#include "common/engine/operation.h"
+#include "common/engine/command.h"
 #include "common/tags.h"
 #include "tests/support/exact_block.h"
 #include "tests/support/simulated_server.h"
@@ -188,7 +188,7 @@ TEST_F(SimulatedThreads, AreRead) {
     uint32_t length = 0;
     HeapText request(BuildThreadsRequest(&length));
     Reply answer;
-    ASSERT_EQ(run_operation(std::move(request), length, nullptr, log, &answer), kOk);
+    ASSERT_EQ(send_document(std::move(request), length, {nullptr, log}, &answer), kOk);
     ThreadStatistics record = {};
     testing::internal::CaptureStderr();
     EXPECT_EQ(ScanThreadsReply(answer.text.get(), answer.length, &record), kOk);

@@ -17,13 +17,27 @@
 #include <gtest/gtest.h>
 
 #include "core/signals.h"
+#include "tools/harness/deadline.h"
 
 namespace zrp {
 namespace {
 
 using std::chrono::milliseconds;
 
-// A folder of the test's own, removed at its end.
+// Checks the condition every few milliseconds until it holds. False at the deadline.
+template <typename Condition>
+bool wait_until(const Condition& condition) {
+    const harness::Deadline deadline(harness::kPatience);
+    while (!condition()) {
+        if (deadline.passed()) {
+            return false;
+        }
+        std::this_thread::sleep_for(milliseconds{2});
+    }
+    return true;
+}
+
+// A temporary folder.
 class Folder {
 public:
     Folder() : path(std::filesystem::temp_directory_path() / "shell_command_XXXXXX") {
@@ -72,7 +86,7 @@ TEST(ShellCommand, WritesNothingToTheStreamsOfTheProgram) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-TEST(ShellCommand, TakesAnyAmountOfOutputAndGivesNoInput) {
+TEST(ShellCommand, AcceptsAnyAmountOfOutputAndGivesNoInput) {
     EXPECT_EQ(run_shell_command("head -c 1000000 /dev/zero; head -c 1000000 /dev/zero >&2"), 0);
     EXPECT_EQ(run_shell_command("test -z \"$(cat)\""), 0);
 }
@@ -81,7 +95,7 @@ TEST(ShellCommand, HasNoTerminal) {
     EXPECT_NE(run_shell_command("exec 3</dev/tty"), 0);
 }
 
-TEST(ShellCommand, ChangesNoSignalOfTheProgramAndSeesThemAllOpenAndAtTheirDefault) {
+TEST(ShellCommand, ChangesNoSignalOfTheProgramAndStartsWithAllUnblockedAndDefault) {
     const Folder folder;
     const std::string out = folder / "status";
     std::array<struct sigaction, NSIG> before = {};
@@ -108,18 +122,15 @@ TEST(ShellCommand, ChangesNoSignalOfTheProgramAndSeesThemAllOpenAndAtTheirDefaul
 }
 
 // system() would ignore SIGINT and SIGQUIT meanwhile.
-TEST(ShellCommand, LeavesSignalsForTheProgramWhileItRuns) {
+TEST(ShellCommand, DoesNotKeepSignalsFromTheProgramWhileItRuns) {
     static volatile sig_atomic_t arrived = 0;
     const auto previous = signal(SIGINT, [](int) { arrived = 1; });
     ASSERT_EQ(run_shell_command(("kill -INT " + std::to_string(getpid())).c_str()), 0);
-    for (int i = 0; i < 1000 && arrived == 0; i++) {
-        std::this_thread::sleep_for(milliseconds{1});
-    }
-    EXPECT_EQ(arrived, 1);
+    EXPECT_TRUE(wait_until([] { return arrived == 1; }));
     signal(SIGINT, previous);
 }
 
-TEST(ShellCommand, WritesThroughNoLinkThatStandsInTheFilesPlace) {
+TEST(ShellCommand, WritesThroughNoLinkInPlaceOfItsFile) {
     const Folder folder;
     const std::string victim = folder / "victim";
     const std::string dangling = folder / "dangling";
@@ -138,7 +149,7 @@ TEST(ShellCommand, WritesThroughNoLinkThatStandsInTheFilesPlace) {
     EXPECT_EQ(contents(victim), "precious");
 }
 
-TEST(ShellCommand, IsBrokenOffWhenItsTimeIsOver) {
+TEST(ShellCommand, IsKilledAtItsTimeout) {
     const Folder folder;
     const std::string fifo = folder / "fifo";
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
@@ -164,12 +175,10 @@ TEST(ShellCommand, LeavesNoDescriptorAndNoChildBehind) {
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
 }
 
-// Status 0 when the whole pipeline was ended long before its time, and nothing starts afterwards.
+// Status 0 if the whole pipeline is killed long before its end, and no command starts afterwards.
 [[noreturn]] void end_while_running(const std::string& pids) {
     std::thread asker([&pids] {
-        while (contents(pids).find('\n') == std::string::npos) {
-            std::this_thread::sleep_for(milliseconds{5});
-        }
+        wait_until([&pids] { return contents(pids).find('\n') != std::string::npos; });
         request_termination();
     });
     const int status =
@@ -177,15 +186,12 @@ TEST(ShellCommand, LeavesNoDescriptorAndNoChildBehind) {
     asker.join();
     const pid_t shell = std::stoi(contents(pids));
     const bool killed = WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
-    for (int i = 0; i < 1000 && kill(-shell, 0) == 0; i++) {
-        std::this_thread::sleep_for(milliseconds{5});
-    }
-    const bool groupIsGone = kill(-shell, 0) != 0;
+    const bool groupIsGone = wait_until([shell] { return kill(-shell, 0) != 0; });
     const bool refused = run_shell_command("true") == -1;
     _exit(killed && groupIsGone && refused ? 0 : 1);
 }
 
-TEST(ShellCommandDeathTest, IsKilledWithAllItsChildrenWhenTheProgramIsToEnd) {
+TEST(ShellCommandDeathTest, IsKilledWithAllItsChildrenByARequestToExit) {
     const Folder folder;
     EXPECT_EXIT(end_while_running(folder / "pids"), testing::ExitedWithCode(0), "");
 }

@@ -1,4 +1,4 @@
-// The terminal as the start sets it up, and the two permanent windows.
+// The colours set at the start, and the two permanent windows.
 
 #include "core/startup.h"
 
@@ -36,7 +36,7 @@ protected:
         monitorState.screenCols = 0;
     }
 
-    static void expect_place(WINDOW* window, int height, int width, int row) {
+    static void expect_geometry(WINDOW* window, int height, int width, int row) {
         EXPECT_EQ(getmaxy(window), height);
         EXPECT_EQ(getmaxx(window), width);
         EXPECT_EQ(getbegy(window), row);
@@ -46,15 +46,15 @@ protected:
     int columns = 0;
 };
 
-TEST_F(PermanentWindows, StandAtTheirPlaces) {
+TEST_F(PermanentWindows, AreAtTheirPositions) {
     ASSERT_EQ(create_uptime_window(), kOk);
     ASSERT_EQ(create_main_window(), kOk);
-    expect_place(monitorState.upTimeWindow, 3, COLS - 2, 2);
-    expect_place(monitorState.mainWindow, LINES - 10, COLS - 2, 5);
+    expect_geometry(monitorState.upTimeWindow, 3, COLS - 2, 2);
+    expect_geometry(monitorState.mainWindow, LINES - 10, COLS - 2, 5);
     EXPECT_EQ(row_of(monitorState.upTimeWindow, 1), "Server Up Time:");
 }
 
-TEST_F(PermanentWindows, AreNotMadeTwice) {
+TEST_F(PermanentWindows, AreNotCreatedTwice) {
     ASSERT_EQ(create_uptime_window(), kOk);
     ASSERT_EQ(create_main_window(), kOk);
     WINDOW* const strip = monitorState.upTimeWindow;
@@ -65,7 +65,7 @@ TEST_F(PermanentWindows, AreNotMadeTwice) {
     EXPECT_EQ(monitorState.mainWindow, main);
 }
 
-TEST_F(PermanentWindows, FailWhereNcursesCannotMakeThem) {
+TEST_F(PermanentWindows, FailIfNcursesCannotCreateThem) {
     COLS = 1;
     monitorState.screenCols = 1;
     EXPECT_EQ(create_uptime_window(), kNoMemory);
@@ -74,8 +74,8 @@ TEST_F(PermanentWindows, FailWhereNcursesCannotMakeThem) {
     EXPECT_EQ(monitorState.mainWindow, nullptr);
 }
 
-// In a process of its own: it takes the standard screen.
-[[noreturn]] void open_and_look_at_colours() {
+// Runs in a child process, since it opens the standard screen.
+[[noreturn]] void open_and_check_colours() {
     constexpr short kExpected[][3] = {{1, COLOR_RED, COLOR_BLACK},  {2, COLOR_GREEN, COLOR_BLACK},
                                       {3, COLOR_WHITE, COLOR_BLUE}, {4, COLOR_BLUE, COLOR_BLACK},
                                       {5, COLOR_CYAN, COLOR_BLACK}, {6, COLOR_MAGENTA, COLOR_BLACK},
@@ -87,16 +87,16 @@ TEST_F(PermanentWindows, FailWhereNcursesCannotMakeThem) {
     open_terminal();
     int wrong = 0;
     for (const auto& [pair, foreground, background] : kExpected) {
-        short inFront = -1;
-        short behind = -1;
-        pair_content(pair, &inFront, &behind);
-        wrong += inFront == foreground && behind == background ? 0 : 1;
+        short actualForeground = -1;
+        short actualBackground = -1;
+        pair_content(pair, &actualForeground, &actualBackground);
+        wrong += actualForeground == foreground && actualBackground == background ? 0 : 1;
     }
     _exit(wrong);
 }
 
 TEST(OpenTerminalDeathTest, RegistersTheSevenColourPairs) {
-    EXPECT_EXIT(open_and_look_at_colours(), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(open_and_check_colours(), testing::ExitedWithCode(0), "");
 }
 
 } // namespace

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "common/engine/operation.h"
+#include "common/engine/command.h"
 #include "common/requests/diagnostics.h"
 #include "tests/support/exact_block.h"
 #include "tests/support/simulated_server.h"
@@ -141,8 +141,7 @@ TEST_F(SimulatedStorageDaemon, TellsTheCountersOfAWord) {
     const HeapText document(BuildZrp2bksParmsRequest(1, 0, "quota,Purge", &length));
     HeapText message(WrapDiagnosticRequest(document.get(), length, &length));
     Reply answer;
-    ASSERT_EQ(run_operation(kStorageDiagnostics, std::move(message), length, nullptr, log, &answer),
-              kOk);
+    ASSERT_EQ(send_query({.peer = kStorageDiagnostics}, std::move(message), length, &answer), kOk);
     DiagnosticChoice choice = {};
     EXPECT_EQ(ScanZrp2bksParmsReply(answer.text.get(), answer.length, &choice), kOk);
     EXPECT_EQ(choice.wordCount, 2);
@@ -165,11 +164,11 @@ TEST_F(SimulatedStorageDaemon, ChangesItsLogLevelOrRefuses) {
     uint32_t length = 0;
     HeapText request(BuildChangeLoggingLevelRequest("LevelDebug", &length));
     Reply answer;
-    EXPECT_EQ(run_operation(kStorageDaemon, std::move(request), length, nullptr, log, &answer),
-              kOk);
+    EXPECT_EQ(send_query({.peer = kStorageDaemon}, std::move(request), length, &answer), kOk);
     request.reset(BuildChangeLoggingLevelRequest("LOUD", &length));
     ErrorText errorText;
-    EXPECT_EQ(run_operation(kStorageDaemon, std::move(request), length, &errorText, log, &answer),
+    EXPECT_EQ(send_query({.peer = kStorageDaemon, .errorText = &errorText}, std::move(request),
+                         length, &answer),
               22);
     EXPECT_STREQ(errorText, "22 no such log level: LOUD");
 }

@@ -1,9 +1,8 @@
-#include "common/requests/storage_filter.h"
-
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "common/requests/storage_control.h"
 #include "tests/support/simulated_server.h"
 #include "tests/unit/failing_malloc.h"
 #include "tests/unit/operation_faults.h"

@@ -1,7 +1,6 @@
 // Every operation of the storage daemon's control against a simulated server that spoils its
 // replies.
 #include "common/requests/storage_control.h"
-#include "common/requests/storage_filter.h"
 #include "tests/support/simulated_server.h"
 #include "tests/unit/operation_faults.h"
 #include "tests/unit/server_faults.h"

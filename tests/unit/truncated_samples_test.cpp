@@ -7,8 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "common/requests/connection_information.h"
-#include "common/requests/connection_list.h"
+#include "common/requests/connections.h"
 #include "common/requests/diagnostics.h"
 #include "common/requests/server_settings.h"
 #include "common/requests/server_statistics.h"

@@ -416,14 +416,18 @@ TEST(ScanVolumeInformationReply, AReplyWithoutAVolumeIsInvalid) {
     }
 }
 
-TEST(ScanVolumeInformationReply, NeverReadsBehindATruncatedReply) {
+TEST(ScanVolumeInformationReply, NeverReadsBeyondATruncatedReply) {
     for (int version = 1; version <= 6; version++) {
-        scan_every_prefix(complete(version), [](char* reply, int length) {
+        int rc = kInvalid;
+        scan_every_prefix(complete(version), [&](char* reply, int length) {
             int offset = 0;
             int versionTag = 0;
             VolumeRecord record;
-            ScanVolumeInformationReply(reply, length, &offset, &versionTag, &record);
+            rc = ScanVolumeInformationReply(reply, length, &offset, &versionTag, &record);
+            EXPECT_LE(offset, length);
+            EXPECT_EQ(record != nullptr, rc == kOk) << length;
         });
+        EXPECT_EQ(rc, kOk) << "of the whole reply in version " << version;
     }
 }
 

@@ -97,7 +97,7 @@ TEST(ScanListedVolume, GivesTheWholeNumber) {
     ListedName name;
     uint32_t status = 0;
     int64_t number = 0;
-    ASSERT_EQ(scan_listed_volume(reply.begin(), reply.length(), &offset, &name, &status, &number),
+    ASSERT_EQ(ScanListedVolume(reply.begin(), reply.length(), &offset, &name, &status, &number),
               kOk);
     EXPECT_STREQ(name, "A");
     EXPECT_EQ(status, 3U);
@@ -172,19 +172,28 @@ TEST(ScanListVolumesReply, DoesNotLookAtWhatNobodyAskedFor) {
     EXPECT_EQ(status, 3U);
 }
 
-TEST(ScanListVolumesReply, NeverReadsBehindATruncatedReply) {
+TEST(ScanListVolumesReply, NeverReadsBeyondATruncatedReply) {
     const std::string text = list("<startIndex>5</startIndex>" +
                                   volume("<![CDATA[S<Y]]>", "0x3", "0") + volume("DATA", "2", "1"));
-    scan_every_prefix(text, [](char* reply, int length) {
+    int count = 0;
+    int startIndex = 0;
+    scan_every_prefix(text, [&](char* reply, int length) {
         int offset = 0;
         ListedName name;
         uint32_t status = 0;
         int32_t number = 0;
-        while (ScanListVolumesReply(reply, length, &offset, &name, &status, &number) == kOk) {
+        for (count = 0;
+             ScanListVolumesReply(reply, length, &offset, &name, &status, &number) == kOk;
+             count++) {
+            EXPECT_STREQ(name, count == 0 ? "S<Y" : "DATA") << length;
+            EXPECT_EQ(number, count) << length;
+            EXPECT_LE(offset, length);
         }
-        int startIndex = 0;
         ScanStartIndex(reply, length, &startIndex);
+        EXPECT_TRUE(startIndex == kNoNextPage || startIndex == 5) << startIndex << " at " << length;
     });
+    EXPECT_EQ(count, 2) << "of the whole reply";
+    EXPECT_EQ(startIndex, 5);
 }
 
 int start_index(const std::string& text) {

@@ -1,12 +1,11 @@
 #include "common/requests/volume_management.h"
 
+#include "common/requests/volume_information.h"
 #include "tests/support/failing_allocation.h"
 #include "tests/unit/catalogue_fixture.h"
 
 namespace zrp {
 namespace {
-
-using VolumeName = char[kVolumeNameSize];
 
 std::string create_request(const char* name, const char* mountPoint, int32_t attributes,
                            int32_t number) {

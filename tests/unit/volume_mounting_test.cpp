@@ -5,8 +5,6 @@
 namespace zrp {
 namespace {
 
-using VolumeName = char[kVolumeNameSize];
-
 std::string mount_request(const char* volumes) {
     uint32_t length = 0;
     char* document = BuildMountVolumesRequest(volumes, &length);

@@ -1,4 +1,4 @@
-// The Volume screen and its dialog: results and traces, to the letter.
+// The exact results and traces of the Volume screen and its dialog.
 #include <algorithm>
 #include <cstring>
 #include <regex>
@@ -21,7 +21,7 @@ namespace {
 constexpr size_t kListRequestSize = 256;
 constexpr size_t kInformationRequestSize = 1024;
 
-// The trace with its addresses made equal.
+// The trace with its addresses masked.
 std::string masked(const TraceText& traced) {
     return std::regex_replace(traced.get(), std::regex("=0x0x[0-9a-f]+"), "=ADDRESS");
 }
@@ -41,8 +41,8 @@ class VolumeList : public ScreenTest {};
 TEST_F(VolumeList, TracesEveryStepOfEachPage) {
     const std::string off = listed(4, "OFF", "0x1");
     const std::string first = volume_list(listed(0, "SYS") + off, "9");
-    const std::string behindSys = first.substr(first.find(off));
-    const std::string behindOff = first.substr(first.find(off) + off.size());
+    const std::string afterSys = first.substr(first.find(off));
+    const std::string afterOff = first.substr(first.find(off) + off.size());
     const Answering daemon({reply(first), kRefusalReply});
     const TraceText traced;
     EXPECT_EQ(do_list_volumes(), kOk);
@@ -58,10 +58,10 @@ TEST_F(VolumeList, TracesEveryStepOfEachPage) {
                                   "do_list_volumes: reply=" +
                                   quoted(first) + offset(first) +
                                   "do_list_volumes: ScanListVolumesReply() v=SYS stat=3 id=0\n" +
-                                  offset(behindSys) +
+                                  offset(afterSys) +
                                   "do_list_volumes: ScanListVolumesReply() v=OFF stat=1 id=4\n"
                                   "do_list_volumes: v=OFF stat=1 id=4 NOT MOUNTED\n" +
-                                  offset(behindOff) +
+                                  offset(afterOff) +
                                   "do_list_volumes: ScanListVolumesReply() rc=22\n"
                                   "do_list_volumes: ans=ADDRESS rc=22\n"
                                   "do_list_volumes: BuildListVolumesRequest(9)\n"
@@ -73,7 +73,7 @@ TEST_F(VolumeList, HoldsTheMountedVolumesUnderTheirNumbers) {
     const Answering daemon({reply(volume_list(listed(255, "LAST") + listed(1, "OFF", "1"), "5")),
                             reply(volume_list(listed(7, "OLD") + listed(7, "NEW")))});
     ASSERT_EQ(do_list_volumes(), kOk);
-    EXPECT_EQ(volumeCount, 3) << "a number that comes again is counted again";
+    EXPECT_EQ(volumeCount, 3) << "a repeated number is counted again";
     EXPECT_EQ(volumeList[255].id, 255);
     EXPECT_STREQ(volumeList[255].name, "LAST");
     EXPECT_EQ(volumeList[7].id, 7);
@@ -83,7 +83,7 @@ TEST_F(VolumeList, HoldsTheMountedVolumesUnderTheirNumbers) {
 }
 
 // The low 32 bits of the wide ones are 5 and 6.
-TEST_F(VolumeList, LeavesOutNumbersWithoutAPlace) {
+TEST_F(VolumeList, OmitsNumbersOutsideTheTable) {
     const Answering daemon(
         {reply(volume_list(listed(5, "GOOD") + listed(256, "A") + listed(-1, "B") +
                            listed(4294967301, "C") + listed(-4294967290, "D")))});
@@ -102,7 +102,7 @@ TEST_F(VolumeList, AServerErrorOnTheSecondPageKeepsTheFirstAndIsNoFailure) {
     EXPECT_STREQ(volumeList[3].name, "DATA");
 }
 
-TEST_F(VolumeList, EndsAfterTheMostPagesWhenTheServerAlwaysNamesANext) {
+TEST_F(VolumeList, EndsAtTheLimitOfPagesIfTheServerAlwaysNamesANextOne) {
     const Answering daemon({reply(volume_list(listed(3, "DATA"), "1"))});
     EXPECT_EQ(do_list_volumes(), kOk);
     EXPECT_EQ(daemon.connections(), static_cast<size_t>(kMaxVolumePages));
@@ -120,7 +120,7 @@ TEST_F(VolumeList, IsEmptyAfterAFailedExchangeOnAnyPage) {
     }
 }
 
-TEST_F(VolumeList, WithoutMemoryIsEmptyAndAsksNobody) {
+TEST_F(VolumeList, WithoutMemoryIsEmptyAndSendsNoRequest) {
     const TraceText traced;
     {
         const FailingMalloc failing(kListRequestSize);
@@ -134,7 +134,7 @@ TEST_F(VolumeList, WithoutMemoryIsEmptyAndAsksNobody) {
 
 class VolumePage : public ScreenTest {
 protected:
-    // So many volumes, their numbers apart by a step.
+    // So many volumes, numbered in steps.
     static void list(int count, int step) {
         std::fill(std::begin(volumeList), std::end(volumeList), VolumeEntry{-1, ""});
         for (int number = 0; number < count * step; number += step) {
@@ -149,13 +149,13 @@ TEST_F(VolumePage, ReturnsTheCountOnlyWhenEntriesAreLeft) {
     EXPECT_EQ(display_volume_list(window, 0, 8), 24);
     EXPECT_EQ(display_volume_list(window, 24, 16), -1);
     list(24, 1);
-    EXPECT_EQ(display_volume_list(window, 0, 8), -1) << "full, but none left";
+    EXPECT_EQ(display_volume_list(window, 0, 8), -1) << "full, but no entries are left";
     list(60, 4);
     EXPECT_EQ(display_volume_list(window, 0, 16), 48);
     EXPECT_EQ(display_volume_list(window, 48, 16), -1) << "48 entries from number 48 on";
 }
 
-TEST_F(VolumePage, BehindTheTableDrawsOnlyTheFrame) {
+TEST_F(VolumePage, BeyondTheTableDrawsOnlyTheFrame) {
     list(3, 1);
     EXPECT_EQ(display_volume_list(window, 0, 8), -1);
     EXPECT_EQ(row(1), "0. V" + std::string(20, ' ') + "1. V" + std::string(21, ' ') + "2. V");
@@ -178,7 +178,7 @@ TEST_F(VolumeChoice, WithoutAMountedVolumeIsInvalid) {
                                        "SelectVolumeNumber: do_list_volumes() volumeCount == 0\n"));
 }
 
-TEST_F(VolumeChoice, WithoutAListReturnsItsCode) {
+TEST_F(VolumeChoice, WithoutAListReturnsTheCodeOfItsFailure) {
     const Answering daemon({kStatusReply});
     const TraceText traced;
     EXPECT_EQ(SelectVolumeNumber(&fkeyFlag, &fkey), static_cast<int>(kSomeStatus));
@@ -193,7 +193,7 @@ TEST_F(VolumeChoice, WithoutAWindowIsInvalid) {
     const NoRoomForWindows none;
     const TraceText traced;
     EXPECT_EQ(SelectVolumeNumber(&fkeyFlag, &fkey), kInvalid);
-    EXPECT_TRUE(tells_of_no_window(traced.get(), "SelectVolumeNumber")) << traced.get();
+    EXPECT_TRUE(reports_missing_window(traced.get(), "SelectVolumeNumber")) << traced.get();
 }
 
 class VolumeScreen : public ScreenTest {
@@ -221,7 +221,7 @@ TEST_F(VolumeScreen, WithoutAWindowIsOutOfRange) {
     EXPECT_EQ(updateVolumeWindow(nullptr), kRange);
 }
 
-TEST_F(VolumeScreen, ANameOf17CharactersIsNeverFetched) {
+TEST_F(VolumeScreen, AVolumeWithANameOf17CharactersIsNeverRequested) {
     select("ABCDEFGHIJKLMNOPQ");
     const Answering daemon({reply(volume_information({}))});
     EXPECT_EQ(updateVolumeWindow(window), kNoMemory);

@@ -1,8 +1,8 @@
-#include "common/requests/volume_status.h"
-
 #include <string>
 
 #include <gtest/gtest.h>
+
+#include "common/requests/volume_information.h"
 
 namespace zrp {
 namespace {

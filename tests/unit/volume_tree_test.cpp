@@ -1,8 +1,7 @@
-#include "common/requests/volume_tree.h"
-
 #include <string>
 
-#include "common/engine/operation.h"
+#include "common/engine/command.h"
+#include "common/requests/volume_management.h"
 #include "tests/support/exact_block.h"
 #include "tests/support/simulated_server.h"
 #include "tests/unit/failing_malloc.h"
@@ -120,7 +119,7 @@ TEST_F(VolumeTree, TheSimulatedServerFlushesItsVolumes) {
     uint32_t length = 0;
     HeapText request(BuildFlushVolumesRequest(&length));
     Reply answer;
-    ASSERT_EQ(run_operation(std::move(request), length, nullptr, log, &answer), kOk);
+    ASSERT_EQ(send_document(std::move(request), length, {nullptr, log}, &answer), kOk);
     EXPECT_EQ(ScanFlushVolumesReply(answer.text.get(), answer.length), kOk);
 }
 

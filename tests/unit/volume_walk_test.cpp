@@ -1,5 +1,3 @@
-#include "common/requests/volume_walk.h"
-
 #include <cerrno>
 #include <cstdarg>
 #include <string>
@@ -7,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "common/requests/volume_list.h"
 #include "common/result.h"
 #include "tests/support/scripted_peer.h"
 #include "tests/unit/failing_malloc.h"

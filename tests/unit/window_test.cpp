@@ -41,14 +41,14 @@ protected:
     chtype right[kHeight] = {};
 };
 
-TEST_F(Window, PrintsFormattedTextAtItsPlace) {
+TEST_F(Window, PrintsFormattedTextAtItsPosition) {
     print_at(window, 2, 3, "%s=%d", "n", 7);
     EXPECT_EQ(row(2), "  n=7");
     EXPECT_EQ(row(1), "");
     EXPECT_EQ(row(3), "");
 }
 
-TEST_F(Window, CutsTextAtItsInside) {
+TEST_F(Window, CutsTextAtTheFrame) {
     print_at(window, 1, 1, "%s", "0123456789");
     print_at(window, 2, 4, "%s", "0123456789");
     print_at(window, 3, 10, "%s", "0123456789");
@@ -63,7 +63,7 @@ TEST_F(Window, CutsEvenTheLongestText) {
     EXPECT_EQ(row(2), "");
 }
 
-TEST_F(Window, PrintsNothingOutsideItsInside) {
+TEST_F(Window, PrintsNothingOutsideTheFrame) {
     for (const int outside : {-1, 0, kHeight - 1, kHeight, 1000}) {
         print_at(window, outside, 1, "%s", "text");
     }
@@ -75,7 +75,7 @@ TEST_F(Window, PrintsNothingOutsideItsInside) {
     }
 }
 
-TEST_F(Window, TurnsWhatSteersATerminalIntoQuestionMarks) {
+TEST_F(Window, TurnsControlCharactersIntoQuestionMarks) {
     print_at(window, 1, 1, "%s", "a\x1B[2Jb");
     print_at(window, 2, 1, "%s", "a\nb\tc\rd\x7F");
     print_at(window, 3, 1, "%s", "a\xFF\x80z");
@@ -84,8 +84,22 @@ TEST_F(Window, TurnsWhatSteersATerminalIntoQuestionMarks) {
     EXPECT_EQ(row(3), "a??z");
 }
 
-TEST_F(Window, NoWindowNeedsNoDestroying) {
+TEST_F(Window, DestroyingNoWindowLeavesTheTerminalUnchanged) {
+    print_at(window, 1, 1, "%s", "kept");
+    refresh_window(window);
+    const std::string shown = terminal_row(1);
+    ASSERT_NE(shown.find("kept"), std::string::npos);
     destroy_win(nullptr);
+    EXPECT_EQ(row(1), "kept");
+    EXPECT_EQ(terminal_row(1), shown);
+}
+
+TEST_F(Window, DestroyingAWindowClearsItFromTheTerminal) {
+    WINDOW* const other = create_newwin(kHeight, kWidth, kHeight, 0);
+    ASSERT_NE(other, nullptr);
+    ASSERT_NE(terminal_row(kHeight), "");
+    destroy_win(other);
+    EXPECT_EQ(terminal_row(kHeight), "");
 }
 
 } // namespace

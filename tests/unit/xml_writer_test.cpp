@@ -17,7 +17,7 @@ constexpr size_t kRoom = 512;
 // The text of a finished document, its length checked.
 std::string text_of(XmlDocument& document) {
     uint32_t length = 0;
-    const HeapText text(finish_document(document, &length));
+    const HeapText text(FinishDocument(document, &length));
     if (text == nullptr) {
         return "(none)";
     }
@@ -28,7 +28,7 @@ std::string text_of(XmlDocument& document) {
 // What one writer appends.
 template <typename Writer, typename... Arguments>
 std::string written(Writer writer, Arguments... arguments) {
-    XmlDocument document = start_document(kRoom);
+    XmlDocument document = StartDocument(kRoom);
     const int count = writer(document, arguments...);
     const std::string text = text_of(document);
     EXPECT_EQ(static_cast<size_t>(count), text.size());
@@ -57,7 +57,7 @@ TEST(WriteTrailer, BeginsWithANewline) {
 }
 
 TEST(Document, ACommandWithChildren) {
-    XmlDocument document = start_document(kRoom);
+    XmlDocument document = StartDocument(kRoom);
     WriteHead(document, tag::zrpConsoleRequest, tag::serverStatistics);
     WriteIntElement(document, tag::versionTag, 1);
     WriteTrailer(document, tag::serverStatistics, tag::zrpConsoleRequest);
@@ -67,7 +67,7 @@ TEST(Document, ACommandWithChildren) {
 }
 
 TEST(Document, ACommandWithoutChildrenKeepsBothNewlines) {
-    XmlDocument document = start_document(kRoom);
+    XmlDocument document = StartDocument(kRoom);
     WriteHead(document, tag::zrpConsoleRequest, tag::threads);
     WriteTrailer(document, tag::threads, tag::zrpConsoleRequest);
     EXPECT_EQ(text_of(document), "<zrpConsoleRequest pid=\"" + pid() +
@@ -75,7 +75,7 @@ TEST(Document, ACommandWithoutChildrenKeepsBothNewlines) {
 }
 
 TEST(Document, TheDiagnosticsDocumentRepeatsItsOuterTag) {
-    XmlDocument document = start_document(kRoom);
+    XmlDocument document = StartDocument(kRoom);
     const char* outer = diagnostic::zrp2bksDiagnosticRequest;
     WriteHead(document, outer, outer);
     WriteTrailer(document, outer, outer);
@@ -121,22 +121,22 @@ TEST(WriteParmBool, IsOneForAnyValueButZero) {
 }
 
 TEST(Document, FillsItsRoomToTheLastByte) {
-    XmlDocument document = start_document(sizeof "<ab/>");
+    XmlDocument document = StartDocument(sizeof "<ab/>");
     EXPECT_EQ(WriteEmptyElement(document, "ab"), 5);
     EXPECT_EQ(text_of(document), "<ab/>");
 }
 
 TEST(Document, OneByteTooMuchFinishesAsNull) {
-    XmlDocument document = start_document(sizeof "<ab/>" - 1);
+    XmlDocument document = StartDocument(sizeof "<ab/>" - 1);
     EXPECT_EQ(WriteEmptyElement(document, "ab"), 0);
     EXPECT_TRUE(document.failed);
     uint32_t length = 7;
-    EXPECT_EQ(finish_document(document, &length), nullptr);
+    EXPECT_EQ(FinishDocument(document, &length), nullptr);
     EXPECT_EQ(length, 7U);
 }
 
 TEST(Document, NothingIsWrittenAfterAFailure) {
-    XmlDocument document = start_document(8);
+    XmlDocument document = StartDocument(8);
     EXPECT_EQ(WriteOpenGroup(document, "abc"), 5);
     EXPECT_EQ(WriteOpenGroup(document, "abc"), 0);
     EXPECT_EQ(WriteOpenGroup(document, ""), 0);
@@ -145,9 +145,102 @@ TEST(Document, NothingIsWrittenAfterAFailure) {
 }
 
 TEST(Document, WithoutRoomFinishesAsNull) {
-    XmlDocument document = start_document(0);
+    XmlDocument document = StartDocument(0);
     EXPECT_EQ(WriteOpenGroup(document, "a"), 0);
     EXPECT_EQ(text_of(document), "(none)");
+}
+
+TEST(Sendable, OrdinaryTextAndEntitiesAreSent) {
+    for (const char* text :
+         {"", "DATA", "R&amp;D",
+          "Gr\xC3\xB6\xC3\x9F"
+          "e",
+          "a > b", "line 1\r\n\tline 2", "\x7F", "\"'", "&amp;&lt;&gt;&quot;&apos;",
+          "&#9;&#10;&#13;&#32;&#0228;&#xe4;&#xE4;&#x10FFFF;&#xD7FF;&#xE000;"}) {
+        EXPECT_TRUE(IsSendable(text)) << text;
+        XmlDocument document = StartDocument(256);
+        EXPECT_GT(WriteTextElement(document, tag::name, text), 0);
+        EXPECT_EQ(std::string(document.text.get()), "<name>" + std::string(text) + "</name>");
+    }
+}
+
+TEST(Sendable, ANameOutOfAReplyMayHoldAnyAmpersand) {
+    for (const char* text : {"R&D", "&", "&#0;", "&nbsp;", "R&amp;D", ""}) {
+        XmlDocument document = StartDocument(256);
+        EXPECT_GT(WriteReceivedName(document, tag::name, text), 0);
+        EXPECT_EQ(std::string(document.text.get()), "<name>" + std::string(text) + "</name>");
+    }
+    for (const char* text : {"<", "a\x1F", static_cast<const char*>(nullptr)}) {
+        XmlDocument document = StartDocument(256);
+        EXPECT_EQ(WriteReceivedName(document, tag::name, text), 0);
+        uint32_t length = 77;
+        errno = 0;
+        EXPECT_EQ(FinishDocument(document, &length), nullptr);
+        EXPECT_EQ(errno, EINVAL);
+    }
+}
+
+TEST(Sendable, MarkupAndControlCharactersEndTheDocument) {
+    for (const char* text : {"<",
+                             "a<b",
+                             "\x01",
+                             "a\x1F",
+                             "\x0B",
+                             "\x1B[31m",
+                             "R&D",
+                             "&",
+                             "a&",
+                             "&amp",
+                             "&Amp;",
+                             "&nbsp;",
+                             "& amp;",
+                             "&&amp;",
+                             "&#",
+                             "&#;",
+                             "&#12",
+                             "&#x;",
+                             "&#xG;",
+                             "&#X41;",
+                             "&#-65;",
+                             "&#+65;",
+                             "&# 65;",
+                             "&#65 ;",
+                             "&#0;",
+                             "&#1;",
+                             "&#x1F;",
+                             "&#xD800;",
+                             "&#xDFFF;",
+                             "&#xFFFE;",
+                             "&#xFFFF;",
+                             "&#x110000;",
+                             "&#99999999999999999999;",
+                             static_cast<const char*>(nullptr)}) {
+        EXPECT_FALSE(IsSendable(text));
+        XmlDocument documents[4];
+        for (XmlDocument& document : documents) {
+            document = StartDocument(256);
+        }
+        EXPECT_EQ(WriteTextElement(documents[0], tag::name, text), 0);
+        EXPECT_EQ(WriteNumberedParameter(documents[1], tag::parm, 0, text), 0);
+        EXPECT_EQ(WriteParmString(documents[2], text, "string", "v"), 0);
+        EXPECT_EQ(WriteParmString(documents[3], "n", "string", text), 0);
+        for (XmlDocument& document : documents) {
+            uint32_t length = 77;
+            errno = 0;
+            EXPECT_EQ(FinishDocument(document, &length), nullptr);
+            EXPECT_EQ(errno, EINVAL);
+            EXPECT_EQ(length, 77U);
+        }
+    }
+}
+
+TEST(Sendable, WhatDoesNotFitIsAMatterOfMemory) {
+    XmlDocument document = StartDocument(12);
+    WriteTextElement(document, tag::name, "abcdefgh");
+    uint32_t length = 0;
+    errno = 0;
+    EXPECT_EQ(FinishDocument(document, &length), nullptr);
+    EXPECT_EQ(errno, ENOMEM);
 }
 
 } // namespace

@@ -5,8 +5,7 @@
 #include <string>
 
 #include "common/heap_text.h"
-#include "common/requests/connection_information.h"
-#include "common/requests/connection_list.h"
+#include "common/requests/connections.h"
 #include "common/requests/diagnostics.h"
 #include "common/requests/server_settings.h"
 #include "common/requests/server_statistics.h"
@@ -194,7 +193,8 @@ TEST(Agreement, CountersOfTheMainDaemon) {
 TEST(Agreement, CountersOfTheStorageDaemon) {
     World world = busy_world();
     uint32_t length = 0;
-    const HeapText message = BuildDiagnosticsMessage(kBksDiagnostics, &length);
+    const HeapText document(BuildZrp2bksDiagnosticRequest(&length, kDiagnosticsLevel, 0));
+    const HeapText message(WrapDiagnosticRequest(document.get(), length, &length));
     std::string reply = answer_request(world, Peer::kStorageDaemon, kStorageDiagnosticRequest,
                                        {message.get(), length})
                             .text;

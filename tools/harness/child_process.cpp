@@ -5,8 +5,6 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
-#include <filesystem>
-#include <fstream>
 #include <ostream>
 #include <poll.h>
 #include <sys/ioctl.h>
@@ -15,6 +13,8 @@
 #include <sys/wait.h>
 #include <system_error>
 #include <thread>
+
+#include "tools/harness/process_state.h"
 
 namespace zrp::harness {
 namespace {
@@ -64,8 +64,8 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
     return result;
 }
 
-// Everything that the child needs, made before the fork: between fork and exec nothing may
-// allocate, since another thread of the parent may have held the allocator's lock.
+// Everything that the child needs, prepared before the fork: between fork and exec nothing may
+// allocate, since another thread of the parent may hold the allocator's lock.
 struct Plan {
     std::vector<std::string> arguments;
     std::vector<std::string> environment;
@@ -76,14 +76,14 @@ struct Plan {
     bool ownGroup;
     int terminal;
     pid_t parent;
-    int report; // takes the errno of a failed start
+    int report; // pipe for the errno of a failed start
 };
 
 void reset_signals() {
     for (int signal = 1; signal < NSIG; signal++) {
         struct sigaction action {};
         action.sa_handler = SIG_DFL;
-        sigaction(signal, &action, nullptr); // refused for a few; those cannot have changed
+        sigaction(signal, &action, nullptr); // fails for a few that cannot be changed anyway
     }
     sigset_t none;
     sigemptyset(&none);
@@ -116,11 +116,11 @@ bool take_streams(const std::array<int, 3>& streams) {
     return true;
 }
 
-bool set_the_stage(const Plan& plan) {
+bool prepare_child(const Plan& plan) {
     if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0) {
         return false;
     }
-    if (getppid() != plan.parent) { // it ended before the line above took effect
+    if (getppid() != plan.parent) { // it ended before the call above
         errno = ESRCH;
         return false;
     }
@@ -135,8 +135,8 @@ bool set_the_stage(const Plan& plan) {
 
 [[noreturn]] void run_child(const Plan& plan) {
     reset_signals();
-    if (set_the_stage(plan)) {
-        // Best effort: older kernels lack the flag, and our own descriptors carry it already.
+    if (prepare_child(plan)) {
+        // Best effort: older kernels lack it, and our own descriptors are close-on-exec already.
         close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
         execvpe(plan.argv[0], plan.argv.data(), plan.envp.data());
     }
@@ -204,12 +204,12 @@ ChildProcess::ChildProcess(const ChildOptions& options) {
         fail("fork");
     }
     report.writer.reset();
-    const int error = read_error(report.reader.get()); // ends at exec, which closes the pipe
+    const int error = read_error(report.reader.get()); // exec closes the pipe
     if (error != 0) {
         kill_now();
         fail("cannot start " + options.arguments[0], error);
     }
-    // Not through the C library, whose header for it lacks the C++ guard. Close-on-exec by itself.
+    // Not through the C library, whose header lacks the C++ guard. Always close-on-exec.
     exit_.reset(static_cast<int>(syscall(SYS_pidfd_open, pid_, 0)));
 }
 
@@ -242,7 +242,7 @@ void ChildProcess::kill_now() noexcept {
     }
 }
 
-// Takes the child's status if it is there (WNOHANG) or once it is there (0).
+// Collects the child's status, if there is one (WNOHANG) or when there is one (0).
 bool ChildProcess::collect(int waitOptions) {
     if (status_ || pid_ <= 0) {
         return true;
@@ -263,20 +263,8 @@ bool ChildProcess::collect(int waitOptions) {
     return true;
 }
 
-// The state follows the name, which stands in brackets and may hold any character.
 bool ChildProcess::sleeps() const {
-    const std::string tasks = "/proc/" + std::to_string(pid_) + "/task";
-    std::error_code error; // of a child that ends in between
-    for (std::filesystem::directory_iterator task(tasks, error), end; task != end;
-         task.increment(error)) {
-        std::string status;
-        std::getline(std::ifstream(task->path() / "stat"), status);
-        const size_t name = status.rfind(')');
-        if (name != std::string::npos && status.find_first_of("RD", name) == name + 2) {
-            return false;
-        }
-    }
-    return true;
+    return tree_sleeps(pid_);
 }
 
 void ChildProcess::send_signal(int signal) {
@@ -306,7 +294,7 @@ ExitStatus ChildProcess::terminate(milliseconds patience) {
     return status_.value_or(ExitStatus{});
 }
 
-// Reads what is there or comes before the deadline; false at the end of the output.
+// Reads what is there or arrives before the deadline; false at the end of the output.
 bool ChildProcess::fill(const Deadline& deadline) {
     pollfd readable{output_.get(), POLLIN, 0};
     if (!output_ || poll(&readable, 1, deadline.poll_timeout()) < 0) {

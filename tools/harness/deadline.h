@@ -1,5 +1,5 @@
-// How long to wait for a condition. Everything on the stage waits for a condition with a deadline,
-// never for a time alone.
+// How long to wait for a condition. The harness always waits for a condition with a deadline, never
+// for a fixed time.
 #pragma once
 
 #include <algorithm>
@@ -9,8 +9,8 @@ namespace zrp::harness {
 
 using std::chrono::milliseconds;
 
-// Long enough for a loaded machine under a sanitizer: only a failure ever waits this long.
-inline constexpr milliseconds kPatience{15000};
+// Long enough for a loaded machine and a sanitizer: only a failure waits this long.
+inline constexpr milliseconds kPatience{30000};
 
 class Deadline {
 public:

@@ -1,4 +1,4 @@
-// Keys of an xterm, as the bytes that it sends for them in application keypad mode.
+// The bytes that an xterm sends for its keys in application keypad mode.
 #pragma once
 
 #include <string_view>

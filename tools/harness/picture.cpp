@@ -11,11 +11,11 @@
 namespace zrp::harness {
 namespace {
 
-// In units of the document. Halves of a cell are whole, and so is the middle of a line.
+// In units of the document. Half a cell and half a line's width are whole numbers of them.
 constexpr int kCellWidth = 12;
 constexpr int kCellHeight = 24;
 constexpr int kBaseline = 18;
-constexpr int kFontSize = 20; // most fonts of equal widths are three fifths as wide as high
+constexpr int kFontSize = 20; // most monospaced fonts are three fifths as wide as high
 constexpr int kLineWidth = 2;
 constexpr int kMargin = 10;
 
@@ -70,7 +70,7 @@ std::string paper(const Cell& cell) {
                         : color_text(cell.background, kDefaultBackground);
 }
 
-std::string behind_all() {
+std::string default_paper() {
     return paper(Cell{});
 }
 
@@ -94,7 +94,8 @@ std::string escape(std::string_view text) {
     return result;
 }
 
-// Backgrounds: one rectangle for neighbours of one colour, and for equal ones below each other.
+// Backgrounds: one rectangle for adjacent cells of one colour, and for equal rectangles in adjacent
+// rows.
 
 struct Rectangle {
     int row;
@@ -121,14 +122,14 @@ void add_rectangle(std::vector<Rectangle>& all, const Rectangle& added) {
 }
 
 void draw_backgrounds(const Snapshot& snapshot, std::string& svg) {
-    const std::string behindAll = behind_all();
+    const std::string defaultPaper = default_paper();
     std::vector<Rectangle> all;
     for (int row = 0; row < snapshot.rows; row++) {
         for (int column = 0, end = 0; column < snapshot.columns; column = end) {
             const std::string color = paper(snapshot.at(row, column));
             while (++end < snapshot.columns && paper(snapshot.at(row, end)) == color) {
             }
-            if (color != behindAll) {
+            if (color != defaultPaper) {
                 add_rectangle(all, {row, column, 1, end - column, color});
             }
         }
@@ -141,7 +142,7 @@ void draw_backgrounds(const Snapshot& snapshot, std::string& svg) {
     }
 }
 
-// Frames: each character is made of arms from the middle of its cell to its edges.
+// Frames: each character consists of arms from the centre of its cell to the edges.
 
 enum Arm : unsigned { kNone = 0, kLeftArm = 1, kRightArm = 2, kUpArm = 4, kDownArm = 8 };
 
@@ -173,7 +174,7 @@ unsigned arms_of(const Cell& cell) {
 
 using Paths = std::map<std::string, std::string>; // of each colour
 
-// Collects the lines along one row or column of cells. Positions count half cells.
+// Collects the lines along one row or column of cells. Positions are in half cells.
 class Line {
 public:
     Line(Paths& paths, bool isRow, int number) : paths_(paths), isRow_(isRow), number_(number) {}
@@ -219,7 +220,7 @@ private:
     bool isRow_;
     int number_;
     int position_ = 0;
-    int start_ = -1; // of the line that is open, or -1
+    int start_ = -1; // of the current line, or -1
     std::string color_;
 };
 
@@ -245,9 +246,9 @@ void draw_frames(const Snapshot& snapshot, std::string& svg) {
     }
 }
 
-// Text: one element for each stretch without two blanks side by side.
+// Text: one element for each piece without two adjacent blanks.
 
-struct Stretch {
+struct Piece {
     int row;
     int start;
     int end;
@@ -266,39 +267,39 @@ bool look_alike(const Cell& one, const Cell& other) {
     return ink(one) == ink(other) && one.bold == other.bold && one.underline == other.underline;
 }
 
-// The stretch that begins at a cell. A wide character is one of its own: where its font makes it
-// narrower, the others keep their places.
-Stretch stretch_at(const Snapshot& snapshot, int row, int start) {
+// The piece of text that begins at a cell. A wide character is a piece by itself, so that a font
+// with other widths does not move its neighbours.
+Piece piece_at(const Snapshot& snapshot, int row, int start) {
     const Cell& first = snapshot.at(row, start);
     if (is_wide(snapshot, row, start)) {
         return {row, start, start + 2, first.text};
     }
-    Stretch stretch{row, start, start, ""};
+    Piece piece{row, start, start, ""};
     for (int column = start; column < snapshot.columns; column++) {
         const Cell& cell = snapshot.at(row, column);
-        if (!is_text(cell) && (stretch.end < column || cell.text != " ")) {
+        if (!is_text(cell) && (piece.end < column || cell.text != " ")) {
             break;
         }
         if (is_text(cell)) {
             if (!look_alike(cell, first) || is_wide(snapshot, row, column)) {
                 break;
             }
-            stretch.text.append(static_cast<size_t>(column - stretch.end), ' ');
-            stretch.text += cell.text;
-            stretch.end = column + 1;
+            piece.text.append(static_cast<size_t>(column - piece.end), ' ');
+            piece.text += cell.text;
+            piece.end = column + 1;
         }
     }
-    return stretch;
+    return piece;
 }
 
-void draw_stretch(const Stretch& stretch, const Cell& look, std::string& svg) {
-    svg += format(R"(<text x="%d" y="%d" textLength="%d" fill="%s")", stretch.start * kCellWidth,
-                  stretch.row * kCellHeight + kBaseline, (stretch.end - stretch.start) * kCellWidth,
+void draw_piece(const Piece& piece, const Cell& look, std::string& svg) {
+    svg += format(R"(<text x="%d" y="%d" textLength="%d" fill="%s")", piece.start * kCellWidth,
+                  piece.row * kCellHeight + kBaseline, (piece.end - piece.start) * kCellWidth,
                   ink(look).c_str());
     svg += look.bold ? R"( font-weight="bold")" : "";
     svg += look.underline ? R"( text-decoration="underline")" : "";
     svg += '>';
-    svg += escape(stretch.text);
+    svg += escape(piece.text);
     svg += "</text>\n";
 }
 
@@ -310,9 +311,9 @@ void draw_texts(const Snapshot& snapshot, std::string& svg) {
                 column++;
                 continue;
             }
-            const Stretch stretch = stretch_at(snapshot, row, column);
-            draw_stretch(stretch, cell, svg);
-            column = stretch.end;
+            const Piece piece = piece_at(snapshot, row, column);
+            draw_piece(piece, cell, svg);
+            column = piece.end;
         }
     }
 }
@@ -330,7 +331,7 @@ std::string draw_svg(const Snapshot& snapshot, const std::string& title) {
     svg += "</title>\n";
     svg += format(R"(<rect x="%d" y="%d" width="%d" height="%d" fill="%s"/>)"
                   "\n",
-                  -kMargin, -kMargin, width, height, behind_all().c_str());
+                  -kMargin, -kMargin, width, height, default_paper().c_str());
     draw_backgrounds(snapshot, svg);
     draw_frames(snapshot, svg);
     draw_texts(snapshot, svg);

@@ -19,14 +19,14 @@ void check(int rc, const fs::path& path) {
     }
 }
 
-// The machine's directory, which stays reachable through the descriptor once it is covered.
+// Through the descriptor the machine's directory stays reachable when it is covered.
 Descriptor open_directory(const fs::path& directory) {
     Descriptor opened(open(directory.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     check(opened ? 0 : -1, directory);
     return opened;
 }
 
-// An empty directory over another, taken off again unless it is to stay.
+// An empty directory mounted over another, removed again unless it is to stay.
 class Cover {
 public:
     explicit Cover(const fs::path& directory) : directory_(directory) {
@@ -74,14 +74,14 @@ void show_through(const fs::directory_entry& entry, const fs::path& path) {
     } else {
         write_file(path, "");
     }
-    // With what is mounted below it: a mount that covers something must not be left out.
+    // With the mounts below it, since one of them may hide something.
     check(mount(entry.path().c_str(), path.c_str(), nullptr, MS_BIND | MS_REC, nullptr), path);
 }
 
 } // namespace
 
-// An overlay would do it in one mount, but not every kernel has it for an ordinary user, and none
-// over a directory with mounts in it, as a container's /etc is.
+// An overlay would need one mount, but not every kernel permits it to an ordinary user, and none
+// over a directory with mounts in it, such as a container's /etc.
 void add_private_files(const fs::path& directory, const std::vector<PrivateFile>& files) {
     const Descriptor covered = open_directory(directory);
     Cover cover(directory);

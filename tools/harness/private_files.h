@@ -13,12 +13,12 @@ struct PrivateFile {
     bool executable = false;
 };
 
-// Puts the files into a directory, as the process sees it: the machine's own directory is covered
-// and stays as it is. Whatever else it holds shows through, and can be written as before; only its
-// entries with the name of a private one are hidden, whole folders included.
+// Adds the files to a directory as this process sees it. The machine's own directory is covered and
+// stays unchanged. Its entries remain visible and writable, except those with the name of a private
+// one, which are hidden, whole folders included.
 //
-// Call it with mounts of one's own (private_network.h) only. Throws std::system_error where the
-// system does not permit it; then the directory is uncovered.
+// Call it only with private mounts (private_network.h). Throws std::system_error where the system
+// does not permit it; the directory is then uncovered.
 void add_private_files(const std::filesystem::path& directory,
                        const std::vector<PrivateFile>& files);
 

@@ -24,11 +24,10 @@ namespace zrp::harness {
 namespace {
 
 constexpr std::array kDaemonNames = {kMainDaemonSocket, kStorageDaemonSocket, kManagementSocket};
-constexpr std::string_view kLockName = "zrptop-stage-lock";
 
-// A holder that was killed lets go of the lock a moment before its children let go of the names.
+// A holder that is killed releases the lock a moment before its children release the names.
 constexpr milliseconds kAftermath{2000};
-constexpr milliseconds kPause{20};
+constexpr milliseconds kPollInterval{20};
 
 std::string message(int error) {
     return std::generic_category().message(error);
@@ -71,7 +70,7 @@ int enter_as_user() {
     return error;
 }
 
-// There is no way back from half the way, so a child goes first.
+// A step that fails halfway cannot be undone, so a child tries it first.
 int try_in_child(int (*step)()) {
     const pid_t child = fork();
     if (child == 0) {
@@ -94,8 +93,8 @@ int enter_namespaces() {
     return error == 0 ? enter_as_user() : error;
 }
 
-// The lock is an abstract name with a listener. It vanishes with its process; those who wait are
-// connected to it and see their connection end.
+// The lock is an abstract name with a listener. It vanishes with its process, and those who wait
+// see their connection to it end.
 
 struct Address {
     sockaddr_un address{};
@@ -119,22 +118,22 @@ Descriptor unix_socket() {
 }
 
 bool take_lock(const Descriptor& lock) {
-    const Address name = abstract_address(kLockName);
+    const Address name = abstract_address(kNetworkLock);
     return bind(lock.get(), generic(name), name.length) == 0 && listen(lock.get(), SOMAXCONN) == 0;
 }
 
 void wait_for_holder(const Deadline& deadline) {
-    const Address name = abstract_address(kLockName);
-    const Descriptor line = unix_socket();
-    if (connect(line.get(), generic(name), name.length) == 0) {
-        pollfd ended{line.get(), POLLIN, 0};
+    const Address name = abstract_address(kNetworkLock);
+    const Descriptor waiter = unix_socket();
+    if (connect(waiter.get(), generic(name), name.length) == 0) {
+        pollfd ended{waiter.get(), POLLIN, 0};
         poll(&ended, 1, deadline.poll_timeout());
     } else {
-        std::this_thread::sleep_for(kPause); // between its bind and listen, or too many in line
+        std::this_thread::sleep_for(kPollInterval); // not listening yet, or its backlog is full
     }
 }
 
-bool stand_in_line(const Descriptor& lock, milliseconds patience) {
+bool wait_for_lock(const Descriptor& lock, milliseconds patience) {
     const Deadline deadline(patience);
     while (!take_lock(lock)) {
         if (deadline.passed()) {
@@ -163,7 +162,7 @@ bool answers(std::string_view name) {
 }
 
 bool is_taken(const std::string& name) {
-    std::ifstream table("/proc/net/unix"); // looking there disturbs nobody
+    std::ifstream table("/proc/net/unix"); // reading it does not disturb the listener
     if (!table) {
         return answers(name);
     }
@@ -175,7 +174,7 @@ bool is_taken(const std::string& name) {
     return false;
 }
 
-// The first of the names that somebody listens on, once that cannot be a leftover any more.
+// The first of the names that still has a listener when it can no longer be a leftover.
 std::optional<std::string> taken_name() {
     const Deadline aftermath(kAftermath);
     for (const std::string name : kDaemonNames) {
@@ -183,7 +182,7 @@ std::optional<std::string> taken_name() {
             if (aftermath.passed()) {
                 return name;
             }
-            std::this_thread::sleep_for(kPause);
+            std::this_thread::sleep_for(kPollInterval);
         }
     }
     return std::nullopt;
@@ -193,7 +192,7 @@ Network share_network(const std::string& why, milliseconds lockPatience) {
     static Descriptor lock; // held until the process ends
     lock = unix_socket();
     Network network{NetworkKind::kRefused, getuid() == 0, why};
-    if (!stand_in_line(lock, lockPatience)) {
+    if (!wait_for_lock(lock, lockPatience)) {
         network.reason += "; another program uses the machine's own network, and did not end";
         return network;
     }

@@ -12,7 +12,7 @@
 namespace zrp::harness {
 namespace {
 
-constexpr milliseconds kLook{20}; // between two looks at a condition while nothing is printed
+constexpr milliseconds kLook{20}; // between two checks of a condition while nothing is printed
 
 [[noreturn]] void fail(const char* what) {
     throw std::system_error(errno, std::generic_category(), what);
@@ -44,7 +44,7 @@ Descriptor open_slave(int master) {
 }
 
 ChildProcess start(const TerminalOptions& options, int master) {
-    // Closed on return: while only the program holds its side, its end is our end of file.
+    // Closed on return: once only the program holds this side, its end is our end of file.
     const Descriptor slave = open_slave(master);
     ChildOptions child = options.child;
     child.terminal = slave.get();
@@ -72,9 +72,10 @@ void Terminal::type(std::string_view bytes) {
         } else if (errno != EAGAIN && errno != EINTR) {
             fail("typing");
         } else if (deadline.passed()) {
-            throw std::system_error(ETIMEDOUT, std::generic_category(), "nobody reads the keys");
+            throw std::system_error(ETIMEDOUT, std::generic_category(),
+                                    "the program does not read its keys");
         } else {
-            poll_output(5); // a program that blocks on its output does not read either
+            poll_output(5); // a program blocked on its output does not read either
         }
     }
 }
@@ -92,12 +93,12 @@ void Terminal::read_output() {
         } else if (got < 0 && errno == EAGAIN) {
             return;
         } else {
-            open_ = false; // EIO: nobody has the other side open any more
+            open_ = false; // EIO: no process has the other side open any more
         }
     }
 }
 
-// Reads what is there, or what comes first within the time.
+// Reads what is there, or the first output within the timeout.
 void Terminal::poll_output(int timeout) {
     if (!open_) {
         std::this_thread::sleep_for(milliseconds{timeout});
@@ -122,7 +123,7 @@ bool Terminal::wait_until(const std::function<bool()>& condition, milliseconds p
 }
 
 bool Terminal::wait_for_text(int row, int column, std::string_view text, milliseconds patience) {
-    // Compared from the position on, since a character may take several bytes or cells.
+    // Compared up to the end of the row, since a character may take several bytes or cells.
     const auto shown = [&] { return screen_.text_at(row, column).starts_with(text); };
     return wait_until([&] { return shown() || !open_; }, patience) && shown();
 }
@@ -132,8 +133,9 @@ bool Terminal::wait_for(std::string_view text, milliseconds patience) {
     return wait_until([&] { return shown() || !open_; }, patience) && shown();
 }
 
-void Terminal::pump(milliseconds period) {
-    wait_until([] { return false; }, period);
+bool Terminal::wait_for_output(milliseconds patience) {
+    const size_t printed = raw_.size();
+    return wait_until([&] { return raw_.size() > printed; }, patience);
 }
 
 bool Terminal::wait_for_rest(milliseconds patience) {
@@ -145,7 +147,7 @@ bool Terminal::wait_for_rest(milliseconds patience) {
             const bool rests = raw_.size() == printed && child_.sleeps();
             looks = rests ? looks + 1 : 0;
             printed = raw_.size();
-            return looks > kLooks; // the first of them follows no wait
+            return looks > kLooks; // the first look comes without a wait
         },
         patience);
 }
@@ -180,7 +182,7 @@ std::optional<ExitStatus> Terminal::wait_for_exit(milliseconds patience) {
         },
         patience);
     if (status) {
-        poll_output(0); // the last words
+        poll_output(0); // what it printed last
     }
     return status;
 }

@@ -1,4 +1,4 @@
-// A real program in a pseudo-terminal, with an screen on its screen.
+// A program in a pseudo-terminal, and the screen that it draws.
 //
 // A test reads like a script:
 //
@@ -8,8 +8,9 @@
 //     ...
 //     EXPECT_EQ(terminal.wait_for_exit(), ExitStatus{}) << terminal.raw_output();
 //
-//  1. The program's output is read only inside the operations that wait (wait_..., pump, type): the
-//     screen does not change between them.
+//  1. The program's output is read only inside the operations that wait (wait_..., type): the
+//  screen
+//     does not change between them.
 //  2. Failures of the system throw std::system_error. A passed deadline is a result, not a failure.
 //  3. A Terminal is used by one thread, and its child dies with that thread (child_process.h).
 #pragma once
@@ -36,39 +37,38 @@ struct TerminalOptions {
 
 class Terminal {
 public:
-    // Starts the program. LINES and COLUMNS are taken out of its environment, so that the size is
+    // Starts the program. LINES and COLUMNS are removed from its environment, so that its size is
     // the terminal's.
     explicit Terminal(const TerminalOptions& options);
     Terminal(const Terminal&) = delete;
     Terminal& operator=(const Terminal&) = delete;
 
-    // Input. All bytes are handed over at once; the program reads them when it likes.
+    // Input. All bytes are written at once; the program reads them when it wants to.
     void type(std::string_view bytes);
     void press(Key key) {
         type(key_bytes(key));
     }
 
-    // Reads output until the condition holds. The condition is looked at first, after every piece
-    // of output, and every 20 ms, so that it may look at other things than the screen. False when
-    // it does not hold at the deadline.
+    // Reads output until the condition holds. The condition is checked first, after every piece of
+    // output, and every 20 ms, so it may depend on more than the screen. False at the deadline.
     bool wait_until(const std::function<bool()>& condition, milliseconds patience = kPatience);
 
-    // Until the text stands at the position. False also once the program has closed the terminal.
+    // Until the text is at the position. False also once the program has closed the terminal.
     bool wait_for_text(int row, int column, std::string_view text,
                        milliseconds patience = kPatience);
 
     // The same, anywhere on the screen.
     bool wait_for(std::string_view text, milliseconds patience = kPatience);
 
-    // Reads output for a whole period: for "nothing happens" tests and to let two threads meet.
-    void pump(milliseconds period);
+    // Until the program has printed anything since the call.
+    bool wait_for_output(milliseconds patience = kPatience);
 
-    // Reads output until the program rests: it has printed nothing for a while, and at each look in
-    // that while all of its threads slept. Then it has taken the keys typed before, and waits for
-    // others, for a time, or for somebody else's answer. False when that is not so at the deadline.
+    // Reads output until the program is at rest: it has printed nothing at several looks in a row,
+    // and all threads of it and its descendants slept at each of them. By then it has read the keys
+    // typed before the call and waits for a key, a timeout or a reply. False at the deadline.
     bool wait_for_rest(milliseconds patience = kPatience);
 
-    // False once the program has closed its side, mostly by its end.
+    // False once the program has closed its side, usually by ending.
     [[nodiscard]] bool is_open() const {
         return open_;
     }
@@ -91,21 +91,21 @@ public:
         return raw_;
     }
 
-    // Modes of the program's side (echo, canonical, ...). Valid also after the program's end.
+    // Modes of the program's side (echo, canonical, ...). Valid after the program's end too.
     [[nodiscard]] termios modes() const;
 
     // The terminal goes away: the program gets SIGHUP, its reads end, its writes fail.
     void hang_up();
 
-    // Another size, told to the program by SIGWINCH.
+    // Changes the size; the program gets SIGWINCH.
     void resize(int rows, int columns);
 
     ChildProcess& child() {
         return child_;
     }
 
-    // Reads on until the program has ended, so that it never blocks on a full terminal. Nothing
-    // when it still runs at the deadline.
+    // Reads on until the program has ended, so that it never blocks on a full terminal. Nothing if
+    // it still runs at the deadline.
     std::optional<ExitStatus> wait_for_exit(milliseconds patience = kPatience);
 
 private:

@@ -7,7 +7,7 @@
 namespace zrp::harness {
 namespace {
 
-constexpr uint32_t kRightHalf = UINT32_MAX; // what libvterm stores behind a wide character
+constexpr uint32_t kRightHalf = UINT32_MAX; // what libvterm stores after a wide character
 
 std::string cut_blanks(std::string text) {
     text.erase(text.find_last_not_of(' ') + 1);

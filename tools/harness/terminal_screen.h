@@ -1,4 +1,4 @@
-// The screen: reads what a program sends to an xterm and holds the screen that a user would see.
+// Reads what a program sends to an xterm and holds the screen that a user would see.
 //
 // Rows and columns count from 0. Positions outside the screen read as blank cells.
 #pragma once
@@ -51,7 +51,7 @@ struct Snapshot {
                         static_cast<size_t>(column));
     }
 
-    // All rows, each with its trailing blanks cut and a newline.
+    // All rows, each without trailing blanks and with a newline.
     [[nodiscard]] std::string text() const;
 };
 
@@ -67,10 +67,10 @@ public:
     TerminalScreen& operator=(const TerminalScreen&) = delete;
     ~TerminalScreen();
 
-    // Bytes from the program to the terminal. They may be cut anywhere.
+    // Bytes from the program to the terminal, in pieces of any size.
     void feed(std::string_view bytes);
 
-    // Takes the bytes with which the terminal answers a program's question.
+    // Receives the bytes with which the terminal answers a query of the program.
     void on_answer(std::function<void(std::string_view)> take);
 
     void resize(int rows, int columns);
@@ -79,20 +79,20 @@ public:
     [[nodiscard]] int columns() const;
     [[nodiscard]] Cell cell(int row, int column) const;
 
-    // `count` cells from a position on, blanks kept; up to the end of the row by default.
+    // `count` cells from a position on, with their blanks; by default up to the end of the row.
     [[nodiscard]] std::string text_at(int row, int column, int count = INT32_MAX) const;
 
-    // A row without its trailing blanks.
+    // A row without trailing blanks.
     [[nodiscard]] std::string row(int row) const;
 
-    // The first row from `from` on that holds the text, or -1.
+    // The first row from `from` on that contains the text, or -1.
     [[nodiscard]] int find_row(std::string_view text, int from = 0) const;
 
     [[nodiscard]] Snapshot snapshot() const;
     [[nodiscard]] std::string text() const; // of a snapshot
     [[nodiscard]] Cursor cursor() const;
 
-    // A full-screen program switches to the alternate screen and, if it behaves, back at its end.
+    // A full-screen program switches to the alternate screen, and back when it ends properly.
     [[nodiscard]] bool alternate_screen() const;
 
 private:

@@ -1,4 +1,4 @@
-#include "common/requests/connection_information.h"
+#include "common/requests/connections.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -6,8 +6,7 @@
 #include <utility>
 
 #include "common/bounded_copy.h"
-#include "common/engine/reply_fields.h"
-#include "common/engine/reply_list.h"
+#include "common/engine/command.h"
 #include "common/result.h"
 #include "common/tags.h"
 #include "common/xml_reader.h"
@@ -16,9 +15,31 @@
 namespace zrp {
 namespace {
 
-constexpr size_t kRequestRoom = 512;
+constexpr size_t kInformationRoom = 512;
 
-constexpr ReplyList kConnections = {{tag::zrpConsoleReply, tag::connectionInformationTag},
+constexpr RequestField kListRequest[] = {
+    {tag::startIndex, RequestField::kCount},
+    {tag::maxItems, RequestField::kCount},
+};
+constexpr Command kList = {tag::listConnections, nullptr, kListRequest};
+
+constexpr ReplyField kEntryFields[] = {
+    ZRP_FIELD(tag::stationNumberTag, kDecimal, ConnectionEntry, stationNumber),
+    ZRP_FIELD(tag::zrpRequests, kNumber32, ConnectionEntry, zrpRequests),
+    ZRP_FIELD(tag::bytesRead, kNumber64, ConnectionEntry, bytesRead),
+    ZRP_FIELD(tag::bytesWritten, kNumber64, ConnectionEntry, bytesWritten),
+    ZRP_FIELD(tag::name, kText, ConnectionEntry, name),
+    ZRP_FIELD(tag::loginTime, kText, ConnectionEntry, loginTime),
+    ZRP_FIELD(tag::licensedState, kText, ConnectionEntry, licensedState),
+    ZRP_FIELD(tag::encrypted, kText, ConnectionEntry, encrypted),
+    ZRP_FIELD(tag::mfa, kText, ConnectionEntry, mfa),
+};
+
+constexpr ReplyList kEntries = {
+    {tag::zrpConsoleReply, tag::listConnections}, tag::connectionTag, kEntryFields};
+
+// The reply holds one.
+constexpr ReplyList kInformation = {{tag::zrpConsoleReply, tag::connectionInformationTag},
                                     tag::connectionTag};
 
 constexpr ReplyField kInformationFields[] = {
@@ -35,12 +56,25 @@ constexpr ReplyField kCountFields[] = {
     ZRP_FIELD(tag::secEqualsCount, kDecimal, ConnectionInformation, securityEqualsCount),
 };
 
+#define ZRP_SLOT_FIELD(name) ZRP_FIELD(tag::name, kNumber32, ServerConnInfo, name)
+
+constexpr ReplyField kSlotFields[] = {
+    ZRP_SLOT_FIELD(versionTag),           ZRP_SLOT_FIELD(connectionSlotsAvailable),
+    ZRP_SLOT_FIELD(connectionSlotsInUse), ZRP_SLOT_FIELD(licensedConnectionCount),
+    ZRP_SLOT_FIELD(peakLicenseCount),     ZRP_SLOT_FIELD(notLoggedInCount),
+    ZRP_SLOT_FIELD(signingLevel),         ZRP_SLOT_FIELD(loginState),
+};
+
+#undef ZRP_SLOT_FIELD
+
+constexpr Command kSlots = {tag::serverConnInfo, nullptr, {}, kSlotFields};
+
 // The contents of a `connectionTag`. An item of a list may hold elements with the names of the
 // connection's own, so these are looked for outside the lists only.
 struct ConnectionParts {
     XmlElement openFiles; // without content when missing
     XmlElement securityEquals;
-    XmlElement outside[3]; // before, between and behind the lists; only their contents count
+    XmlElement outside[3]; // before, between and after the lists; only their contents count
 };
 
 XmlElement content_between(char* start, char* end) {
@@ -71,12 +105,11 @@ ConnectionParts split_connection(const XmlElement& connection) {
     return parts;
 }
 
-int read_outside(const ConnectionParts& parts, const ReplyField* fields, size_t count,
-                 void* record) {
-    for (size_t i = 0; i < count; i++) {
+int read_outside(const ConnectionParts& parts, std::span<const ReplyField> fields, void* record) {
+    for (const ReplyField& field : fields) {
         const bool found = std::any_of(
             std::begin(parts.outside), std::end(parts.outside),
-            [&](const XmlElement& part) { return read_field(fields[i], part, record) == kOk; });
+            [&](const XmlElement& part) { return read_field(field, part, record) == kOk; });
         if (!found) {
             return kInvalid;
         }
@@ -93,12 +126,13 @@ int read_names(const XmlElement& list, NameList* names) {
     if (text == nullptr) {
         return kNoMemory;
     }
-    char* end = list.contentEnd + 1;
+    constexpr ReplyList kNames = {{}, tag::name};
     char* to = text.get();
     uint32_t count = 0;
+    int offset = 0;
     XmlElement name;
-    for (char* at = list.contentStart; FindElement(tag::name, at, end, &name) == kOk;
-         at = name.elementEnd + 1) {
+    while (next_item(kNames, list.contentStart, static_cast<int>(list.contentLength), &offset,
+                     &name) == kOk) {
         const size_t room = name.contentLength + size_t{1};
         copy_cut(to, room, name.contentStart, name.contentLength);
         to += room;
@@ -112,10 +146,9 @@ int read_names(const XmlElement& list, NameList* names) {
 
 int read_connection(const XmlElement& connection, ConnectionInformation* record) {
     const ConnectionParts parts = split_connection(connection);
-    int rc =
-        read_outside(parts, kConnectionEntryFields, kConnectionEntryFieldCount, &record->entry);
+    int rc = read_outside(parts, kEntryFields, &record->entry);
     if (rc == kOk) {
-        rc = read_outside(parts, kInformationFields, std::size(kInformationFields), record);
+        rc = read_outside(parts, kInformationFields, record);
     }
     if (rc == kOk) {
         rc = read_fields(kCountFields, connection, record);
@@ -131,6 +164,37 @@ int read_connection(const XmlElement& connection, ConnectionInformation* record)
 
 } // namespace
 
+char* BuildListConnectionsRequest(int startIndex, int maxItems, uint32_t* length) {
+    return build_command(kList, {startIndex, maxItems}, length);
+}
+
+int ScanListConnectionsReply(char* reply, int replyLength, int* offset, ConnectionEntry* entry) {
+    return scan_record(kEntries, reply, replyLength, offset, entry);
+}
+
+int QueryConnections(int startIndex, std::span<ConnectionEntry> entries, int* count) {
+    if (entries.empty() || count == nullptr) {
+        return kInvalid;
+    }
+    *count = 0;
+    uint32_t length = 0;
+    HeapText request(
+        BuildListConnectionsRequest(startIndex, static_cast<int>(entries.size()), &length));
+    Reply reply;
+    const int rc = send_query({.peer = kMainDaemon}, std::move(request), length, &reply);
+    if (rc != kOk) {
+        return rc;
+    }
+    int offset = 0;
+    for (ConnectionEntry& entry : entries) {
+        if (ScanListConnectionsReply(reply.text.get(), reply.length, &offset, &entry) != kOk) {
+            break;
+        }
+        ++*count;
+    }
+    return kOk;
+}
+
 void FreeConnectionInformation::operator()(ConnectionInformation* record) const {
     free(record->openFiles.names);
     free(record->securityEquals.names);
@@ -138,14 +202,14 @@ void FreeConnectionInformation::operator()(ConnectionInformation* record) const 
 }
 
 char* BuildConnectionInformationRequest(int station, int versionTag, uint32_t* length) {
-    XmlDocument document = start_document(kRequestRoom);
+    XmlDocument document = StartDocument(kInformationRoom);
     WriteHead(document, tag::zrpConsoleRequest, tag::connectionInformationTag);
     WriteOpenGroup(document, tag::connectionTag);
     WriteIntElement(document, tag::versionTag, versionTag);
     WriteIntElement(document, tag::stationNumberTag, station);
     WriteCloseGroup(document, tag::connectionTag);
     WriteTrailer(document, tag::connectionInformationTag, tag::zrpConsoleRequest);
-    return finish_document(document, length);
+    return FinishDocument(document, length);
 }
 
 int ScanConnectionInformationReply(char* reply, int replyLength, ConnectionInformationPtr* record) {
@@ -154,7 +218,7 @@ int ScanConnectionInformationReply(char* reply, int replyLength, ConnectionInfor
     }
     int offset = 0;
     XmlElement connection;
-    int rc = next_item(kConnections, reply, replyLength, &offset, &connection);
+    int rc = next_item(kInformation, reply, replyLength, &offset, &connection);
     if (rc != kOk) {
         return rc;
     }
@@ -183,7 +247,8 @@ int GetConnectionInformation(int station, int* versionTag, ConnectionInformation
         return kRequestNotBuilt;
     }
     Reply reply;
-    int rc = send_query(kDefaultPeer, std::move(request), length, &traceHooks, &reply);
+    int rc =
+        send_query({.hooks = traceHooks, .checksReply = false}, std::move(request), length, &reply);
     if (rc != kOk) {
         return rc;
     }
@@ -193,6 +258,18 @@ int GetConnectionInformation(int station, int* versionTag, ConnectionInformation
         *versionTag = static_cast<int>(version);
     }
     return rc;
+}
+
+char* BuildServerConnInfoRequest(uint32_t* length) {
+    return build_command(kSlots, {}, length);
+}
+
+int ScanServerConnInfoReply(char* reply, int replyLength, ServerConnInfo* record) {
+    return scan_command(kSlots, reply, replyLength, record);
+}
+
+int GetServerConnInfo(ServerConnInfo* record, ErrorText* errorText, const LogContext* log) {
+    return run_command(kSlots, {}, {errorText, log}, record);
 }
 
 } // namespace zrp

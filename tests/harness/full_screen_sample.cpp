@@ -1,12 +1,12 @@
-// A full-screen program in miniature: coloured text, a frame, an invisible cursor. It prints the
-// code of each key that it gets, and the size of the screen, until F12.
+// A small full-screen program: coloured text, a frame, an invisible cursor. Prints the size of the
+// screen, and the code of each key until F12.
 #include <clocale>
 
 #include <ncurses.h>
 
 namespace {
 
-void paint() {
+void draw() {
     mvprintw(0, 0, "size %dx%d", LINES, COLS);
     attron(COLOR_PAIR(1));
     mvaddstr(1, 2, "white on blue");
@@ -30,10 +30,10 @@ int main() {
     curs_set(0);
     start_color();
     init_pair(1, COLOR_WHITE, COLOR_BLUE);
-    paint();
+    draw();
     for (int key = getch(); key != KEY_F(12) && key != ERR; key = getch()) {
         if (key == KEY_RESIZE) {
-            paint();
+            draw();
         }
         mvprintw(5, 0, "key %-6d", key);
     }

@@ -1,4 +1,0 @@
-// Asio without its old names.
-#pragma once
-
-#include <asio.hpp>

@@ -6,15 +6,15 @@
 //         std::cerr << Describe(volumes) << '\n';
 //     }
 //     for (const zrp::client::Volume& volume : volumes.value) {
-//         std::cout << volume.number << ' ' << Unescaped(volume.name) << '\n';
+//         std::cout << volume.number << ' ' << volume.name << '\n';
 //     }
 //
 //  1. Names: List... gives a whole list, ForEach... gives it item by item, Get... one thing; any
 //     other verb changes something and says what. A function that does what one of zrp does has its
 //     name; their arguments differ.
 //  2. Every function but those of session.h returns an Answer: a value, or a code and the server's
-//     words. A list that breaks off is a failure, and gives no value. The one exception is what the
-//     library itself does not see in the lists of storage.h.
+//     words. A list that breaks off is a failure, and gives no value; only in the lists of 7 may an
+//     item that is malformed pass unseen.
 //  3. Values own what they hold, can be copied, and outlive the session. Records of the library
 //     that do so too are given as they are.
 //  4. Names and texts need no terminator; one with a NUL inside is refused with kInvalid. An empty

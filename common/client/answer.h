@@ -50,7 +50,7 @@ std::string Describe(const Answer<T>& answer) {
     if (!answer.error.empty()) {
         return answer.error;
     }
-    const std::string code = "code " + std::to_string(answer.code);
+    std::string code = "code " + std::to_string(answer.code);
     for (const detail::CodeWords& row : detail::kCodeWords) {
         if (row.code == answer.code) {
             return row.words + (", " + code);

@@ -24,7 +24,7 @@ namespace zrp::client::detail {
 class Text {
 public:
     explicit Text(std::string_view view)
-        : text_(view.find('\0') == view.npos ? view : std::string_view("\1")) {}
+        : text_(view.find('\0') == std::string_view::npos ? view : std::string_view("\1")) {}
 
     operator const char*() const {
         return text_.c_str();
@@ -80,7 +80,7 @@ Answer<std::string> RunForName(Operation operation, const Arguments&... argument
 struct Daemon {
     const char* socketName; // null for the one of the session
     uint32_t requestNumber;
-    const char* envelope; // the element around each reply; null when a reply may be empty
+    const char* envelope; // the element around each reply
 };
 
 inline constexpr Daemon kServer = {nullptr, kMainDaemonRequest, tag::zrpConsoleReply};
@@ -91,8 +91,7 @@ auto Request(Builder builder, const Arguments&... arguments) {
     return [=](uint32_t* length) { return builder(arguments..., length); };
 }
 
-// Sends a request and takes the reply, which the daemon has sent to its end and which reports no
-// error.
+// Sends a request and takes a reply that reports no error.
 template <typename Build>
 Answer<Reply> Exchange(const Daemon& daemon, Build build) {
     uint32_t length = 0;
@@ -104,23 +103,15 @@ Answer<Reply> Exchange(const Daemon& daemon, Build build) {
     char* text = nullptr;
     int rc = IPCServRequestEx(daemon.socketName, daemon.requestNumber, length, request.get(),
                               &replyLength, &text);
-    HeapText reply(text);
-    if (rc != kOk) {
-        return Failure<Reply>(rc);
-    }
-    if (replyLength > INT_MAX) {
-        return Failure<Reply>(kTooLong);
+    Reply reply = {HeapText(text), static_cast<int>(replyLength)};
+    if (rc == kOk && replyLength > INT_MAX) {
+        rc = kTooLong;
     }
     ErrorText errorText = "";
-    rc = CheckForError(static_cast<uint32_t>(replyLength), text, &errorText);
-    const char* end = nullptr;
-    if (rc == kOk && daemon.envelope != nullptr &&
-        (text == nullptr ||
-         FindClosingTag(daemon.envelope, text, text + replyLength, &end) != kOk)) {
-        rc = kInvalid;
+    if (rc == kOk) {
+        rc = CheckForError(static_cast<uint32_t>(replyLength), text, &errorText);
     }
-    return rc == kOk ? Answer<Reply>{kOk, {}, {std::move(reply), static_cast<int>(replyLength)}}
-                     : Failure<Reply>(rc, errorText);
+    return rc == kOk ? Answer<Reply>{kOk, {}, std::move(reply)} : Failure<Reply>(rc, errorText);
 }
 
 // A request whose reply has one value: int scan(char* reply, int length, T* value).
@@ -151,10 +142,11 @@ struct List {
 
 // Whether an element of that name begins in the text, be it whole or not.
 inline bool HasElement(std::string_view text, std::string_view name) {
+    constexpr size_t kNone = std::string_view::npos;
     const std::string opening = "<" + std::string(name);
-    for (size_t at = text.find(opening); at != text.npos; at = text.find(opening, at + 1)) {
-        const size_t after = at + opening.size();
-        if (after == text.size() || std::string_view(" \t\r\n/>").find(text[after]) != text.npos) {
+    for (size_t at = text.find(opening); at != kNone; at = text.find(opening, at + 1)) {
+        const std::string_view next = text.substr(at + opening.size(), 1);
+        if (next.find_first_of(" \t\r\n/>") != kNone) {
             return true;
         }
     }

@@ -29,17 +29,15 @@ struct OpenFilesItem {
     std::vector<std::string> files;
 };
 
+// Of the two codes that end the walk, one is for a name that is malformed: it is in the rest.
 inline int ScanFileNames(const OpenFilesConnection& connection, std::vector<std::string>* files) {
-    const auto length = static_cast<size_t>(connection.filesLength);
+    const std::string_view view(connection.files, static_cast<size_t>(connection.filesLength));
     int offset = 0;
     char name[kFileNameSize];
-    int rc = kOk;
-    while ((rc = ScanOpenFileName(connection, &offset, name)) == kOk) {
+    while (ScanOpenFileName(connection, &offset, name) == kOk) {
         files->emplace_back(name);
     }
-    const auto rest =
-        std::string_view(connection.files, length).substr(static_cast<size_t>(offset));
-    return rc == kRange && !HasElement(rest, tag::name) ? int{kOk} : int{kInvalid};
+    return HasElement(view.substr(static_cast<size_t>(offset)), tag::name) ? kInvalid : kOk;
 }
 
 inline int ScanOpenFiles(char* reply, int length, int* offset, OpenFilesItem* item) {

@@ -27,11 +27,8 @@ inline int ScanStatistic(char* reply, int length, int* offset, Statistic* statis
     char* element = nullptr;
     int elementLength = 0;
     int rc = ScanServerStatisticsReply(reply, length, &next, &element, &elementLength);
-    if (rc != kOk) {
-        return rc;
-    }
-    if (element == nullptr) {
-        return kInvalid;
+    if (rc != kOk || element == nullptr) {
+        return rc == kOk ? int{kInvalid} : rc;
     }
     char name[kParmNameSize];
     char type[kParmTypeSize];

@@ -24,7 +24,8 @@ struct Filter {
 
 namespace detail {
 
-inline constexpr Daemon kStorageDaemonLog = {kStorageDaemonSocket, kStorageDaemonRequest, nullptr};
+inline constexpr Daemon kStorage = {kStorageDaemonSocket, kStorageDaemonRequest,
+                                    command::zrp2bks_reply};
 
 // What the library gives to a callback. No exception may pass through the library.
 template <typename Value>
@@ -91,7 +92,7 @@ inline Answer<> TurnOffFilters() {
 inline Answer<> SetStorageLogLevel(std::string_view level) {
     return detail::Ask<Nothing>(
         detail::Request(BuildChangeLoggingLevelRequest, detail::Text(level)),
-        [](char*, int, Nothing*) { return int{kOk}; }, detail::kStorageDaemonLog);
+        [](char*, int, Nothing*) { return int{kOk}; }, detail::kStorage);
 }
 
 } // namespace zrp::client

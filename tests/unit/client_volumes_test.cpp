@@ -158,6 +158,16 @@ TEST_F(ClientVolumes, APageThatDoesNotMoveOnEndsTheWalk) {
     EXPECT_EQ(peer.connections(), 2U);
 }
 
+// What follows does not concern a callback that has stopped.
+TEST_F(ClientVolumes, AStopIsNoFailureWhateverFollows) {
+    const std::string page = list_reply("<startIndex>7</startIndex>" + volume("A", 0));
+    const ScriptedPeer peer(kMainDaemonSocket, pages({page}));
+    int seen = 0;
+    const auto end = client::ForEachVolume([&](const client::Volume&) { return ++seen < 2; });
+    EXPECT_TRUE(end) << Describe(end);
+    EXPECT_EQ(seen, 2);
+}
+
 TEST_F(ClientVolumes, ANextPageAtTheBeginningIsNone) {
     const std::string page = list_reply("<startIndex>0</startIndex>" + volume("A", 0));
     const ScriptedPeer peer(kMainDaemonSocket, pages({page}));

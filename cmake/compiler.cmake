@@ -18,7 +18,6 @@ if(ZRP_FUZZ)
 endif()
 
 if(ZRP_COVERAGE)
-    add_compile_options(--coverage -fprofile-update=atomic)
     add_link_options(--coverage)
 endif()
 
@@ -30,4 +29,7 @@ endif()
 # The monitor and its library throw nothing; the compiler keeps it so.
 function(zrp_product target)
     target_compile_options(${target} PRIVATE -fno-exceptions -fno-rtti)
+    if(ZRP_COVERAGE)
+        target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic)
+    endif()
 endfunction()

@@ -3,6 +3,7 @@
 // The assertion below guards a shift that would be undefined, so that every build keeps it.
 #undef NDEBUG
 
+#include <algorithm>
 #include <cassert>
 #include <cctype>
 #include <cerrno>
@@ -37,12 +38,13 @@ constexpr unsigned kMaxShift = 63;
 constexpr const char* kAssertFile = "common/genericCode.cpp";
 constexpr unsigned kAssertLine = 183;
 
+// Of a size that has one: a kilobyte or more.
 const SizeUnit& unit_of(uint64_t size) {
-    size_t i = 0;
-    while (i + 1 < std::size(kSizeUnits) && size >> kSizeUnits[i + 1].shift != 0) {
-        i++;
+    const SizeUnit* unit = std::end(kSizeUnits) - 1;
+    while (size >> unit->shift == 0) {
+        unit--;
     }
-    return kSizeUnits[i];
+    return *unit;
 }
 
 // The remainder of an exabyte times 25 does not fit into 64 bits, so it is divided by a hundredth
@@ -99,8 +101,7 @@ bool start_report(ParseReport& report, int* status, size_t capacity, size_t* len
     va_start(arguments, format);
     const int length = vsnprintf(report.text, report.capacity, format, arguments);
     va_end(arguments);
-    const size_t whole = length < 0 ? 0 : static_cast<size_t>(length);
-    *report.length = whole < report.capacity ? whole : report.capacity - 1;
+    *report.length = std::min(static_cast<size_t>(length), report.capacity - 1);
 }
 
 const char* skip_white_space(const char* text) {
@@ -118,10 +119,7 @@ bool is_negative(const char* number) {
 // Refuses a text without a number, and anything but white space after the number.
 bool is_whole_number(const char* number, const char* end, const ParseReport& report) {
     if (end == number) {
-        refuse(report, kInvalid,
-               *number == '\0' ? "No valid digits found for number in data (%s)"
-                               : "Not a valid number (%s)",
-               number);
+        refuse(report, kInvalid, "Not a valid number (%s)", number);
         return false;
     }
     const char* rest = skip_white_space(end);

@@ -1,6 +1,5 @@
 #include "common/range_number.h"
 
-#include <cctype>
 #include <charconv>
 #include <cstddef>
 #include <limits>
@@ -26,22 +25,17 @@ bool take_sign(std::string_view* text) {
     return negative;
 }
 
-// "0x" is a prefix only before a hexadecimal digit; otherwise its 0 is the number.
+// "0x" without a digit after it is the number 0, as it is without the prefix.
 int take_base(std::string_view* text) {
-    if (!text->starts_with('0')) {
-        return kDecimal;
-    }
-    if (text->size() > kHexadecimalPrefix && ((*text)[1] == 'x' || (*text)[1] == 'X') &&
-        isxdigit(static_cast<unsigned char>((*text)[kHexadecimalPrefix])) != 0) {
+    if (text->starts_with("0x") || text->starts_with("0X")) {
         text->remove_prefix(kHexadecimalPrefix);
         return kHexadecimal;
     }
-    return kOctal;
+    return text->starts_with('0') ? kOctal : kDecimal;
 }
 
-// Returns false when the number needs more than 64 bits.
+// Returns false when the number needs more than 64 bits. Without digits the value is untouched.
 bool take_digits(std::string_view text, int base, uint64_t* value) {
-    *value = 0;
     const auto result = std::from_chars(text.data(), text.data() + text.size(), *value, base);
     return result.ec != std::errc::result_out_of_range;
 }

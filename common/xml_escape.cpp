@@ -1,4 +1,5 @@
 // Conversion between markup characters and entities.
+#include <algorithm>
 #include <charconv>
 
 #include "common/xml_reader.h"
@@ -53,7 +54,7 @@ bool begins_reference(const char* position, const char* end) {
 
 int XmlEscape(const char* text, int length, char* buffer, int* capacity) {
     int written = 0;
-    const int last = *capacity >= kLongestEntity ? *capacity - kLongestEntity : -1;
+    const int64_t last = int64_t{*capacity} - kLongestEntity;
     for (int i = 0; i < length && written <= last; i++) {
         const std::string_view piece = escape_of(text[i]);
         memcpy(buffer + written, piece.data(), piece.size());
@@ -64,7 +65,7 @@ int XmlEscape(const char* text, int length, char* buffer, int* capacity) {
 }
 
 int XmlUnescape(const char* text, int length, char* buffer, int* capacity) {
-    const char* end = length > 0 ? text + length : text;
+    const char* end = text + std::max(length, 0);
     int written = 0;
     while (text < end && written < *capacity) {
         const Entity* entity = *text == '&' ? entity_at(text, end) : nullptr;

@@ -77,7 +77,6 @@ Step step_cdata(BodyWalk& walk) {
     remove_marker(walk.compaction, walk.position, kCdataOpen.size());
     walk.position = text + (close - text);
     remove_marker(walk.compaction, walk.position, kCdataClose.size());
-    walk.position += kCdataClose.size();
     return Step::kContinue;
 }
 
@@ -188,18 +187,12 @@ int NextElement(char* start, char* end, XmlElement* element, char** name, size_t
 }
 
 int FindClosingTag(std::string_view tag, const char* start, const char* end, const char** found) {
-    const char* searchEnd = end;
-    while (start < searchEnd) {
-        const auto* markup =
-            static_cast<const char*>(memrchr(start, '<', static_cast<size_t>(searchEnd - start)));
-        if (markup == nullptr) {
-            break;
-        }
-        if (markup + 1 < end && markup[1] == '/' && is_whole_tag(tag, markup + 1, end)) {
+    for (const char* markup = last_markup(start, end); markup != nullptr;
+         markup = last_markup(start, markup)) {
+        if (starts_with(markup, end, "</") && is_whole_tag(tag, markup + 1, end)) {
             *found = markup;
             return kOk;
         }
-        searchEnd = markup;
     }
     return kNotFound;
 }

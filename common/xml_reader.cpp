@@ -2,6 +2,7 @@
 
 #include "common/xml_reader.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "common/bounded_copy.h"
@@ -87,10 +88,8 @@ ResultValue find_result_value(const char* reply, const char* end) {
     const char* searched = reply; // markup is the last '<' before it
     const char* quote = next_byte(reply, end, '"');
     while (quote != nullptr) {
-        for (const char* next = next_markup(searched, quote); next != nullptr;
-             next = next_markup(searched, quote)) {
-            markup = next;
-            searched = next + 1;
+        if (const char* last = last_markup(searched, quote); last != nullptr) {
+            markup = last;
         }
         searched = quote;
         if (markup != nullptr &&
@@ -159,8 +158,7 @@ char* XML_GetTagElement(char* reply, int32_t length, std::string_view tag,
                         uint32_t* contentLength) {
     *contentLength = 0;
     XmlElement element;
-    if (reply == nullptr || length <= 0 ||
-        FindElement(tag, reply, reply + length, &element) != kOk) {
+    if (reply == nullptr || FindElement(tag, reply, reply + std::max(length, 0), &element) != kOk) {
         return nullptr;
     }
     *contentLength = element.contentLength;

@@ -29,6 +29,13 @@ inline char* next_markup(char* position, const char* end) {
     return next_byte(position, end, '<');
 }
 
+// The last '<' in [start, end), or null.
+inline const char* last_markup(const char* start, const char* end) {
+    return start < end
+               ? static_cast<const char*>(memrchr(start, '<', static_cast<size_t>(end - start)))
+               : nullptr;
+}
+
 // White space, independent of the locale.
 inline bool is_blank(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');

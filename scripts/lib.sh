@@ -10,6 +10,7 @@ demo_packages=(cmake ninja-build g++ pkg-config libncurses-dev libvterm-dev libp
 test_packages=("${demo_packages[@]}" clang clang-format clang-tidy libclang-rt-dev libgtest-dev
                libbenchmark-dev shellcheck locales)
 coverage_packages=("${demo_packages[@]}" libgtest-dev libbenchmark-dev gcovr)
+mutation_packages=("${demo_packages[@]}" libgtest-dev lld python3)
 
 say() {
     printf '== %s\n' "$*" >&2

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "../requests/connections.h"
 #include "../requests/connection_management.h"
+#include "../requests/connections.h"
 #include "detail.h"
 
 namespace zrp::client {

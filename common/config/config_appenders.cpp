@@ -20,8 +20,9 @@ bool are_valid(Words words) {
 
 bool quote_if_blank(const char* value, ConfigWord& out) {
     const char* quote = strpbrk(value, " \t") != nullptr ? "\"" : "";
-    const int length = snprintf(out, sizeof out, "%s%s%s", quote, value, quote);
-    return length >= 0 && static_cast<size_t>(length) < sizeof out;
+    const auto length =
+        static_cast<size_t>(snprintf(out, sizeof out, "%s%s%s", quote, value, quote));
+    return length < sizeof out;
 }
 
 void write_words(FILE* file, Words words) {

@@ -1,5 +1,6 @@
 #include "common/config/config_lines.h"
 
+#include <algorithm>
 #include <cstring>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -39,10 +40,7 @@ size_t split_words(const char* text, ConfigWords& words, size_t maxWords) {
     size_t count = 0;
     for (text += strspn(text, kWhiteSpace); *text != '\0' && count < maxWords;
          text += strspn(text, kWhiteSpace)) {
-        size_t length = strcspn(text, kWhiteSpace);
-        if (length >= sizeof(ConfigWord)) {
-            length = sizeof(ConfigWord) - 1;
-        }
+        const size_t length = std::min(strcspn(text, kWhiteSpace), sizeof(ConfigWord) - 1);
         memcpy(words[count], text, length);
         words[count][length] = '\0';
         count++;
@@ -60,9 +58,9 @@ const char* skip_blanks(const char* text) {
 }
 
 void end_last_line(FILE* file) {
-    const off_t size = size_of(file);
     char last = '\n';
-    if (size > 0 && pread(fileno(file), &last, 1, size - 1) == 1 && last != '\n') {
+    // An empty file has no byte at this place.
+    if (pread(fileno(file), &last, 1, size_of(file) - 1) == 1 && last != '\n') {
         fputc('\n', file);
     }
 }

@@ -1,6 +1,7 @@
 #include "common/config/config_readers.h"
 
 #include <cstring>
+#include <utility>
 
 #include "common/ascii_case.h"
 #include "common/config/config_lines.h"
@@ -25,7 +26,7 @@ constexpr VolumeOption kVolumeOptions[] = {
 
 int copy_out(const char* text, char* buffer, int* size) {
     const size_t needed = strlen(text) + 1;
-    if (*size < 0 || static_cast<size_t>(*size) < needed) {
+    if (std::cmp_less(*size, needed)) {
         *size = static_cast<int>(needed);
         return kBufferTooSmall;
     }

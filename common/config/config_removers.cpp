@@ -59,7 +59,7 @@ bool write_line(FILE* copy, const ConfigLine& line) {
             i++;
         }
     }
-    return fflush(copy) == 0 && ferror(copy) == 0;
+    return fflush(copy) == 0;
 }
 
 template <typename Drop>
@@ -75,8 +75,8 @@ bool copy_lines(FILE* original, FILE* copy, Drop drop) {
 }
 
 bool name_temporary(const char* path, TemporaryPath& temporary) {
-    const int length = snprintf(temporary, sizeof temporary, "%s.tmp", path);
-    return length >= 0 && static_cast<size_t>(length) < sizeof temporary;
+    const auto length = static_cast<size_t>(snprintf(temporary, sizeof temporary, "%s.tmp", path));
+    return length < sizeof temporary;
 }
 
 // A temporary file without a configuration file was left by a rewrite that was killed between

@@ -1,31 +1,43 @@
-// A text in a heap block of exactly its size, so that the address sanitizer detects any access
-// outside it. There is no terminating NUL.
+// A text in a block of exactly its size: an access after it ends the test, and under the address
+// sanitizer an access before it too. There is no terminating NUL.
 #pragma once
 
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string_view>
+#include <sys/mman.h>
+#include <unistd.h>
 
-#include "common/heap_text.h"
+#if defined(__SANITIZE_ADDRESS__)
+#define ZRP_ADDRESS_SANITIZER 1
+#elif defined(__has_feature)
+#define ZRP_ADDRESS_SANITIZER __has_feature(address_sanitizer)
+#endif
 
 namespace zrp {
 
 class ExactBlock {
 public:
-    explicit ExactBlock(std::string_view text)
-        : block_(static_cast<char*>(std::malloc(text.size()))), size_(text.size()) {
+    explicit ExactBlock(std::string_view text) : block_(allocate(text.size())), size_(text.size()) {
         if (size_ != 0) {
-            std::memcpy(block_.get(), text.data(), size_);
+            std::memcpy(block_, text.data(), size_);
         }
     }
 
+    ~ExactBlock() {
+        release(block_, size_);
+    }
+
+    ExactBlock(const ExactBlock&) = delete;
+    ExactBlock& operator=(const ExactBlock&) = delete;
+
     [[nodiscard]] char* begin() const {
-        return block_.get();
+        return block_;
     }
 
     [[nodiscard]] char* end() const {
-        return block_.get() + size_;
+        return block_ + size_;
     }
 
     [[nodiscard]] int32_t length() const {
@@ -34,11 +46,43 @@ public:
 
     // The block's present content.
     [[nodiscard]] std::string_view text() const {
-        return {block_.get(), size_};
+        return {block_, size_};
     }
 
 private:
-    HeapText block_;
+#if ZRP_ADDRESS_SANITIZER
+    static char* allocate(size_t size) {
+        return static_cast<char*>(std::malloc(size));
+    }
+
+    static void release(char* block, size_t /*size*/) {
+        std::free(block);
+    }
+#else
+    // The block is the end of some pages; the page after them cannot be touched.
+    static size_t size_of_pages(size_t size) {
+        const auto page = static_cast<size_t>(getpagesize());
+        return (size + page - 1) / page * page;
+    }
+
+    static char* allocate(size_t size) {
+        const size_t usable = size_of_pages(size);
+        const size_t guard = size_of_pages(1);
+        void* pages = mmap(nullptr, usable + guard, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (pages == MAP_FAILED ||
+            (usable != 0 && mprotect(pages, usable, PROT_READ | PROT_WRITE) != 0)) {
+            std::abort();
+        }
+        return static_cast<char*>(pages) + usable - size;
+    }
+
+    static void release(char* block, size_t size) {
+        const size_t usable = size_of_pages(size);
+        munmap(block + size - usable, usable + size_of_pages(1));
+    }
+#endif
+
+    char* block_;
     size_t size_;
 };
 

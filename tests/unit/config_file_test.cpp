@@ -55,6 +55,12 @@ TEST_F(ConfigFileTest, AZeroByteDoesNotEndALine) {
     EXPECT_EQ(lines_of(path), (std::vector<std::string>{line, "c\n"}));
 }
 
+TEST(SizeOf, IsUnknownForWhatIsNoFile) {
+    char memory[] = "text";
+    const ConfigFile file(fmemopen(memory, sizeof memory, "r"));
+    EXPECT_EQ(size_of(file.get()), -1);
+}
+
 TEST(SplitWords, StopsAtTheLastWordAndKeepsTheOthers) {
     ConfigWords words = {"", "", "stale"};
     EXPECT_EQ(split_words(" \tone\v\f two\r\n", words, kConfigMaxWords), 2U);

@@ -365,6 +365,13 @@ TEST_F(GetShadowVolumeEntryTest, ReadsAllFiveWords) {
     EXPECT_STREQ(r.word5, "five");
 }
 
+TEST_F(GetShadowVolumeEntryTest, AWordMayBeOneCharacter) {
+    write("SHADOW_VOLUME S /s 4 5\n");
+    const ShadowReading r = read();
+    EXPECT_STREQ(r.word4, "4");
+    EXPECT_STREQ(r.word5, "5");
+}
+
 TEST_F(GetShadowVolumeEntryTest, WordsAreForgottenBetweenLines) {
     write("SHADOW_VOLUME S /s four five\nSHADOW_VOLUME T /t\n");
     const ShadowReading r = read(1);
@@ -372,6 +379,14 @@ TEST_F(GetShadowVolumeEntryTest, WordsAreForgottenBetweenLines) {
     EXPECT_STREQ(r.name, "T");
     EXPECT_STREQ(r.word4, kUntouched);
     EXPECT_STREQ(r.word5, kUntouched);
+}
+
+TEST_F(GetShadowVolumeEntryTest, AWordMayFollowTheQuoteDirectly) {
+    write("SHADOW_VOLUME S \"/s\"four five\n");
+    const ShadowReading r = read();
+    EXPECT_STREQ(r.path, "/s");
+    EXPECT_STREQ(r.word4, "four");
+    EXPECT_STREQ(r.word5, "five");
 }
 
 TEST_F(GetShadowVolumeEntryTest, TheWordsBehindAQuotedPathAreReadAgain) {

@@ -161,7 +161,7 @@ TEST_F(ConfigRemoversTest, ADoubledPercentSignBecomesASingleOne) {
 }
 
 TEST_F(ConfigRemoversTest, ALineWithAnotherPercentSequenceIsCopiedAsItIs) {
-    const std::string lines = "A %s %%\nB 100%\nC %%%\nD %n%n%n\nE % d %%\nF %";
+    const std::string lines = "A %s %%\nB 100%\nC %%%\nD %n%n%n\nE % d %%\n% G %%\nF %";
     expect_rewrite(lines, lines, [this] { return remove("X"); });
 }
 
@@ -246,6 +246,22 @@ TEST_F(ConfigRemoversTest, BadArgumentsAreInvalid) {
 
 TEST_F(ConfigRemoversTest, APathWithoutRoomForTheSuffixIsNotFound) {
     EXPECT_EQ(RemoveConfigEntry(std::string(PATH_MAX, 'x').c_str(), "A", nullptr), kNotFound);
+}
+
+TEST_F(ConfigRemoversTest, TheEndingOfAPathIsNeverCut) {
+    write("A 1\n");
+    std::string longest = path;
+    longest.insert(directory.size(), PATH_MAX - sizeof ".tmp" - path.size(), '/');
+    EXPECT_EQ(RemoveConfigEntry(("/" + longest).c_str(), "A", nullptr), kNotFound);
+    EXPECT_EQ(content(), "A 1\n");
+    EXPECT_EQ(RemoveConfigEntry(longest.c_str(), "A", nullptr), kOk);
+    EXPECT_EQ(content(), "");
+}
+
+TEST_F(ConfigRemoversTest, AFileThatCannotBeReadStays) {
+    ASSERT_EQ(symlink("/proc/self/mem", path.c_str()), 0);
+    EXPECT_EQ(remove("A"), kNotFound);
+    EXPECT_TRUE(test::exists(path));
 }
 
 TEST_F(ConfigRemoversTest, AFullDiskAtAnyByteLosesNoLine) {

@@ -346,6 +346,35 @@ TEST_F(Transport, ATimeoutBeforeTheHeaderIsShort) {
     EXPECT_TRUE(early.passed());
 }
 
+// Milliseconds of one of the socket's two time-outs.
+int64_t timeout_of(const IPCClient& client, int option) {
+    timeval timeout = {-1, 0};
+    socklen_t size = sizeof timeout;
+    EXPECT_EQ(getsockopt(client.fd, SOL_SOCKET, option, &timeout, &size), 0);
+    return timeout.tv_sec * int64_t{1000} + timeout.tv_usec / 1000;
+}
+
+TEST_F(Transport, ATimeOutIsThatOfReceivingAlone) {
+    const ScriptedPeer peer(kManagementSocket, {{wait_for_close()}});
+    for (const int32_t timeoutMs : {10'000, 2'760, 500}) {
+        IPCClient client;
+        ASSERT_EQ(client.ConnectTimeout(kManagementSocket, timeoutMs), kOk);
+        EXPECT_EQ(timeout_of(client, SO_RCVTIMEO), timeoutMs);
+        EXPECT_EQ(timeout_of(client, SO_SNDTIMEO), 0);
+    }
+}
+
+TEST_F(Transport, ItsAddressMayBeUsedAgain) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{wait_for_close()}});
+    IPCClient client;
+    ASSERT_EQ(client.Connect(kMainDaemonSocket), kOk);
+    int on = 0;
+    socklen_t size = sizeof on;
+    ASSERT_EQ(getsockopt(client.fd, SOL_SOCKET, SO_REUSEADDR, &on, &size), 0);
+    EXPECT_EQ(on, 1);
+    EXPECT_EQ(timeout_of(client, SO_RCVTIMEO), 0);
+}
+
 // Reads the reply of a peer that has sent all it will: however late it came to that, the time-out
 // is the receiver's alone.
 Answer receive_in_time(int32_t timeoutMs) {

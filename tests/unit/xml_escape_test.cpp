@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "common/xml_reader.h"
+#include "common/xml_scan.h"
 #include "tests/support/exact_block.h"
 
 namespace zrp {
@@ -113,6 +114,15 @@ TEST(XmlUnescape, WritesNothingWithoutTextOrRoom) {
     int count = kBufferSize;
     EXPECT_EQ(XmlUnescape("abc", INT_MIN, nullptr, &count), 0);
     EXPECT_EQ(count, 0);
+}
+
+TEST(BeginsReference, ReadsNothingAfterItsRange) {
+    for (const std::string_view text : {"&amp;", "&#65;", "&#x41;"}) {
+        for (size_t size = 0; size <= text.size(); size++) {
+            EXPECT_EQ(begins_reference(text.data(), text.data() + size), size == text.size())
+                << text.substr(0, size);
+        }
+    }
 }
 
 } // namespace

@@ -55,7 +55,8 @@ TEST(FindElement, ANameEndsAtWhiteSpaceSlashOrBracket) {
 }
 
 TEST(FindElement, GivesTheFirstOfSeveral) {
-    expect_contents({{"<b>0</b><a>1</a><a>2</a>", "1"}, {"text <a>1</a>", "1"}});
+    expect_contents(
+        {{"<b>0</b><a>1</a><a>2</a>", "1"}, {"text <a>1</a>", "1"}, {"<<a>1</a>", "1"}});
 }
 
 TEST(FindElement, TheOuterMatchEndsAtTheSecondClosingTagOfItsName) {
@@ -156,6 +157,7 @@ TEST(FindElementCdata, TheMarkersAreRemovedInPlace) {
     ASSERT_EQ(FindElement("a", reply.begin(), reply.end(), &element), kOk);
     EXPECT_EQ(std::string_view(element.contentStart, element.contentLength), "1<2");
     EXPECT_EQ(element.contentLength, 3U);
+    EXPECT_EQ(element.contentEnd, reply.begin() + 5);
     EXPECT_EQ(reply.text().substr(0, 10), "<a>1<2</a>");
     EXPECT_EQ(element.elementEnd, reply.begin() + 9);
 }
@@ -174,6 +176,12 @@ TEST(FindElementCdata, SeveralSectionsAreJoined) {
     expect_contents({{"<a>1<![CDATA[2]]>3<![CDATA[4]]>5</a>", "12345"},
                      {"<a><![CDATA[1]]><![CDATA[2]]></a>", "12"},
                      {"<a><b>x</b><![CDATA[2]]></a>", "<b>x</b>2"}});
+}
+
+// Only a name that is ended by the slash itself opens nothing.
+TEST(FindElementCdata, ASectionAfterASelfClosingChildIsInterpreted) {
+    expect_contents({{"<a><b/><![CDATA[2]]></a>", "<b/>2"},
+                     {"<a><b /><![CDATA[2]]></a>", "<b /><![CDATA[2]]>"}});
 }
 
 // A section inside a child stays as it is until the child is looked for.
@@ -203,6 +211,23 @@ TEST(FindElementCdata, TheElementAfterItIsFoundOnce) {
     }
     EXPECT_EQ(found, "123");
     EXPECT_TRUE(reply.text().ends_with("</l><end/>"));
+}
+
+// The bytes that are left over hold no second copy of it.
+TEST(FindElementCdata, AChildAfterASectionIsFoundOnce) {
+    const ExactBlock reply("<l><v><![CDATA[1]]><x/></v></l>");
+    XmlElement item;
+    XmlElement child;
+    ASSERT_EQ(FindElement("v", reply.begin(), reply.end(), &item), kOk);
+    EXPECT_EQ(std::string_view(item.contentStart, item.contentLength), "1<x/>");
+    EXPECT_EQ(FindElement("x", item.elementEnd + 1, reply.end(), &child), kNotFound);
+}
+
+TEST(FindElementCdata, AnElementThatIsNotClosedClosesUpToTheEndOfTheReply) {
+    const ExactBlock reply("<a><![CDATA[1]]><x/>2");
+    XmlElement element;
+    EXPECT_EQ(FindElement("a", reply.begin(), reply.end(), &element), kNotFound);
+    EXPECT_EQ(reply.text(), "<a>1<x/>2            ");
 }
 
 // Name and content of every element side by side.
@@ -292,6 +317,7 @@ TEST(FindPlainOpenTag, SkipsCdataSections) {
     EXPECT_EQ(place_of(FindPlainOpenTag, "a", "<![CDATA[<a>]]><a>"), 17);
     EXPECT_EQ(place_of(FindPlainOpenTag, "a", "<![CDATA[<a>]]>"), kNowhere);
     EXPECT_EQ(place_of(FindPlainOpenTag, "a", "<![CDATA[<a>"), kNowhere);
+    EXPECT_EQ(place_of(FindPlainOpenTag, "a", "]]><![CDATA[<a>]]><a>"), 20);
 }
 
 TEST(FindPlainOpenTag, IsAbsent) {

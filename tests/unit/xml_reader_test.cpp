@@ -218,7 +218,7 @@ TEST(GetAttribute, ReadsTheValueBetweenDoubleQuotes) {
 TEST(GetAttribute, IsNotFoundWithoutNameSignOrClosedQuotes) {
     for (const std::string_view text :
          {"", "typ", "type", "type ", "type=", "type= ", "type='x'", "type=x", "type \"x\"",
-          "type=\"x", "type=\"", "kind=\"x\""}) {
+          "type:\"x\"", "type=x\"y\"", "type=\"x", "type=\"", "kind=\"x\""}) {
         EXPECT_EQ(attribute_of(text, GetAttribute), "(none)") << text;
     }
 }
@@ -379,6 +379,7 @@ TEST(CheckForError, TheTagMustReadExactlyResultValue) {
 TEST(CheckForError, OtherQuotesBeforeAreSkipped) {
     expect_errors({{"<?xml version=\"1.0\"?><reply pid=\"1\"><result value=\"7\">", 7, "7"},
                    {"\"text\"><result value=\"7\">", 7, "7"},
+                   {"<<result value=\"7\">", 7, "7"},
                    {"<x a=\"1\" <result value=\"7\"><result value=\"8\">", 8, "8"}});
 }
 

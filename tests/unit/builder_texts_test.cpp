@@ -1,4 +1,5 @@
 // Every text argument of every builder, with the longest texts and with hostile ones.
+#include "common/heap_text.h"
 #include "common/requests/cluster_resource.h"
 #include "common/requests/connection_management.h"
 #include "common/requests/open_files.h"

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "common/heap_text.h"
 #include "common/requests/volume_list.h"
 #include "tests/support/exact_block.h"
 #include "tests/support/simulated_server.h"

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "common/engine/command.h"
+#include "common/heap_text.h"
 #include "tests/support/exact_block.h"
 #include "tests/support/simulated_server.h"
 #include "tests/unit/failing_malloc.h"

@@ -3,6 +3,7 @@
 #include <string>
 #include <utility>
 
+#include "common/heap_text.h"
 #include "common/tags.h"
 #include "common/xml_writer.h"
 #include "tests/unit/catalogue_fixture.h"

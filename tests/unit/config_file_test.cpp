@@ -57,7 +57,7 @@ TEST_F(ConfigFileTest, AZeroByteDoesNotEndALine) {
 
 TEST(SizeOf, IsUnknownForWhatIsNoFile) {
     char memory[] = "text";
-    const ConfigFile file(fmemopen(memory, sizeof memory, "r"));
+    const OpenFile file(fmemopen(memory, sizeof memory, "r"));
     EXPECT_EQ(size_of(file.get()), -1);
 }
 

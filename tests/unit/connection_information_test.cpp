@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "common/heap_text.h"
 #include "common/request_hooks.h"
 #include "common/requests/connections.h"
 #include "common/result.h"

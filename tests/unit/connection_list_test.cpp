@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "common/heap_text.h"
 #include "common/requests/connections.h"
 #include "common/result.h"
 #include "tests/support/exact_block.h"

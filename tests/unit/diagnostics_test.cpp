@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "common/heap_text.h"
 #include "common/result.h"
 #include "tests/support/exact_block.h"
 

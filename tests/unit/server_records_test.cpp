@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "common/engine/command.h"
+#include "common/heap_text.h"
 #include "common/requests/connections.h"
 #include "common/requests/server_settings.h"
 #include "common/requests/server_statistics.h"

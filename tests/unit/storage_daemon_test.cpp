@@ -3,6 +3,7 @@
 #include <string>
 
 #include "common/engine/command.h"
+#include "common/heap_text.h"
 #include "common/requests/diagnostics.h"
 #include "tests/support/exact_block.h"
 #include "tests/support/simulated_server.h"

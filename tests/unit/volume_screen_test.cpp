@@ -4,6 +4,7 @@
 #include <regex>
 
 #include "common/bounded_copy.h"
+#include "common/heap_text.h"
 #include "common/requests/volume_information.h"
 #include "common/requests/volume_list.h"
 #include "common/result.h"

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "common/heap_text.h"
 #include "common/tags.h"
 
 namespace zrp {

@@ -90,7 +90,7 @@ Answer<> ForEachConnection(Callback callback) {
             return detail::GoesOn(callback, detail::CopyConnection(entry));
         },
         // Not every server names the next page, but a full one has a successor.
-        [&](const detail::Reply& reply, int* index) {
+        [&](const Reply& reply, int* index) {
             uint32_t named = kEndOfList;
             GetStartIndex(reply.text.get(), reply.length, &named);
             if (named != kEndOfList) {

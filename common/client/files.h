@@ -69,7 +69,7 @@ Answer<> ForEachOpenFiles(std::string_view volume, Callback callback) {
             return detail::GoesOn(callback, OpenFiles{item.connection.stationNumber,
                                                       item.connection.userName, item.files});
         },
-        [](const detail::Reply& reply, int* index) {
+        [](const Reply& reply, int* index) {
             OpenFilesPage page = {};
             const int rc = ScanOpenFilesPage(reply.text.get(), reply.length, &page);
             if (rc == kOk && page.nextIndex != kEndOfList) {

@@ -193,7 +193,7 @@ Answer<> ForEachVolume(Callback callback) {
         [&](const detail::VolumeItem& item) {
             return detail::GoesOn(callback, Volume{item.name, item.number, item.status});
         },
-        [](const detail::Reply& reply, int* index) {
+        [](const Reply& reply, int* index) {
             ScanStartIndex(reply.text.get(), reply.length, index);
             *index = *index == kNoNextPage ? detail::kLastPage : *index;
             return int{kOk};

@@ -96,7 +96,7 @@ TEST(Examples, ReportThatNoDaemonAnswers) {
     EXPECT_EQ(outcome.output, "list_volumes: no daemon listens, code 111\n");
 }
 
-TEST(Examples, TellABrokenReplyFromAnEmptyList) {
+TEST(Examples, DistinguishABrokenReplyFromAnEmptyList) {
     {
         const SimulatedServer server({"--volumes", "0"});
         ASSERT_TRUE(server.ready());
@@ -116,7 +116,7 @@ TEST(Examples, TellABrokenReplyFromAnEmptyList) {
     }
 }
 
-TEST(Examples, SayWhichVolumeCannotBeAsked) {
+TEST(Examples, NameTheVolumeWithoutInformation) {
     const SimulatedServer server({"--volumes", "1", "--fault", "error-reply:volumeInformation"});
     ASSERT_TRUE(server.ready());
     const Outcome outcome = run({example("list_volumes")});
@@ -125,7 +125,7 @@ TEST(Examples, SayWhichVolumeCannotBeAsked) {
                               "list_volumes: SYS: 5 simulated failure\n");
 }
 
-TEST(Examples, SayHowMuchRoomIsLeft) {
+TEST(Examples, PrintTheFreeSpace) {
     const SimulatedServer server(kThreeVolumeServer);
     ASSERT_TRUE(server.ready());
     const Outcome outcome = run({example("free_space")});
@@ -135,7 +135,7 @@ TEST(Examples, SayHowMuchRoomIsLeft) {
                               "HOME: 222.70 GB of 232.52 GB free\n");
 }
 
-TEST(Examples, SayHowTheyAreCalled) {
+TEST(Examples, PrintTheirUsage) {
     const std::string usage = "usage: watch_counter NAME [SECONDS [COUNT]]\n";
     for (const std::vector<std::string>& arguments : {std::vector<std::string>{},
                                                       {"a", "soon"},
@@ -207,7 +207,7 @@ TEST(Examples, ReportAnUnknownCounter) {
     EXPECT_EQ(outcome.output, "watch_counter: no such counter: ipcListener\n");
 }
 
-TEST(Examples, MakeListAndRemoveAVolume) {
+TEST(Examples, CreateListAndRemoveAVolume) {
     const SimulatedServer server(kThreeVolumeServer);
     ASSERT_TRUE(server.ready());
     // Twice, because the first run must leave nothing behind.

@@ -372,7 +372,7 @@ TEST_F(GetShadowVolumeEntryTest, AWordMayBeOneCharacter) {
     EXPECT_STREQ(r.word5, "5");
 }
 
-TEST_F(GetShadowVolumeEntryTest, WordsAreForgottenBetweenLines) {
+TEST_F(GetShadowVolumeEntryTest, WordsAreClearedBetweenLines) {
     write("SHADOW_VOLUME S /s four five\nSHADOW_VOLUME T /t\n");
     const ShadowReading r = read(1);
     EXPECT_EQ(r.rc, kOk);
@@ -389,7 +389,7 @@ TEST_F(GetShadowVolumeEntryTest, AWordMayFollowTheQuoteDirectly) {
     EXPECT_STREQ(r.word5, "five");
 }
 
-TEST_F(GetShadowVolumeEntryTest, TheWordsBehindAQuotedPathAreReadAgain) {
+TEST_F(GetShadowVolumeEntryTest, TheWordsAfterAQuotedPathAreReadAgain) {
     write("SHADOW_VOLUME S \"/my shadow path\" four five\n");
     const ShadowReading r = read();
     EXPECT_STREQ(r.path, "/my shadow path");

@@ -160,7 +160,7 @@ TEST_F(ConfigRemoversTest, ADoubledPercentSignBecomesASingleOne) {
     expect_rewrite("A 100%%\nB %%%% %%x\n", "A 100%\nB %% %x\n", [this] { return remove("X"); });
 }
 
-TEST_F(ConfigRemoversTest, ALineWithAnotherPercentSequenceIsCopiedAsItIs) {
+TEST_F(ConfigRemoversTest, ALineWithAnotherPercentSequenceIsCopiedUnchanged) {
     const std::string lines = "A %s %%\nB 100%\nC %%%\nD %n%n%n\nE % d %%\n% G %%\nF %";
     expect_rewrite(lines, lines, [this] { return remove("X"); });
 }

@@ -375,8 +375,7 @@ TEST_F(Transport, ItsAddressMayBeUsedAgain) {
     EXPECT_EQ(timeout_of(client, SO_RCVTIMEO), 0);
 }
 
-// Reads the reply of a peer that has sent all it will: however late it came to that, the time-out
-// is the receiver's alone.
+// Reads the reply of a peer that has finished sending, so that only the receiver's timeout matters.
 Answer receive_in_time(int32_t timeoutMs) {
     return take([&](uint64_t* length, char** reply) {
         IPCClient client;

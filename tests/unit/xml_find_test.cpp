@@ -54,7 +54,7 @@ TEST(FindElement, ANameEndsAtWhiteSpaceSlashOrBracket) {
                      {"<A>x</A>", kNone}});
 }
 
-TEST(FindElement, GivesTheFirstOfSeveral) {
+TEST(FindElement, FindsTheFirstOfSeveral) {
     expect_contents(
         {{"<b>0</b><a>1</a><a>2</a>", "1"}, {"text <a>1</a>", "1"}, {"<<a>1</a>", "1"}});
 }
@@ -184,7 +184,7 @@ TEST(FindElementCdata, ASectionAfterASelfClosingChildIsInterpreted) {
                      {"<a><b /><![CDATA[2]]></a>", "<b /><![CDATA[2]]>"}});
 }
 
-// A section inside a child stays as it is until the child is looked for.
+// A section inside a child is unchanged until a search matches the child.
 TEST(FindElementCdata, OnlySectionsDirectlyInsideAreInterpreted) {
     const ExactBlock reply("<o><a><![CDATA[1]]></a></o>");
     XmlElement outer;
@@ -230,7 +230,7 @@ TEST(FindElementCdata, AnElementThatIsNotClosedClosesUpToTheEndOfTheReply) {
     EXPECT_EQ(reply.text(), "<a>1<x/>2            ");
 }
 
-// Name and content of every element side by side.
+// The name and content of each sibling element.
 std::vector<std::string> elements_of(std::string_view text) {
     const ExactBlock reply(text);
     std::vector<std::string> found;

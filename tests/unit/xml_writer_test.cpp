@@ -121,13 +121,13 @@ TEST(WriteParmBool, IsOneForAnyValueExceptZero) {
     EXPECT_EQ(written(WriteParmBool, "N", 0), parm("boolean", "0"));
 }
 
-TEST(Document, FillsItsRoomToTheLastByte) {
+TEST(Document, FillsItsCapacityToTheLastByte) {
     XmlDocument document = StartDocument(sizeof "<ab/>");
     EXPECT_EQ(WriteEmptyElement(document, "ab"), 5);
     EXPECT_EQ(text_of(document), "<ab/>");
 }
 
-TEST(Document, OneByteTooMuchFinishesAsNull) {
+TEST(Document, OneByteTooManyFinishesAsNull) {
     XmlDocument document = StartDocument(sizeof "<ab/>" - 1);
     EXPECT_EQ(WriteEmptyElement(document, "ab"), 0);
     EXPECT_TRUE(document.failed);

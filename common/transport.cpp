@@ -1,5 +1,6 @@
 #include "common/transport.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -84,7 +85,7 @@ int wait_ready(int fd, short events, const timeval* timeout) {
         if (limited) {
             const auto left =
                 std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
-            waitMs = left < 0 ? 0 : static_cast<int>(left < INT_MAX ? left : INT_MAX);
+            waitMs = static_cast<int>(std::clamp<int64_t>(left, 0, INT_MAX));
         }
         pollfd watched[2] = {{fd, events, 0}, {interruptFd.load(), POLLIN, 0}};
         const int ready = poll(watched, 2, waitMs);

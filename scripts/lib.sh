@@ -4,7 +4,8 @@
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 
-# What the demo needs, and what the tests and the measurement of their coverage need in addition.
+# What the demo needs, and what the tests, the measurement of their coverage and the mutation check need
+# in addition.
 demo_packages=(cmake ninja-build g++ pkg-config libncurses-dev libvterm-dev libpugixml-dev
                libasio-dev libcli11-dev)
 test_packages=("${demo_packages[@]}" clang clang-format clang-tidy libclang-rt-dev libgtest-dev

@@ -46,7 +46,7 @@ int append_line(const char* path, Words words) {
     const off_t sizeBefore = size_of(file.get());
     end_last_line(file.get());
     write_words(file.get(), words);
-    const bool written = fflush(file.get()) == 0 && ferror(file.get()) == 0;
+    const bool written = ferror(file.get()) == 0;
     const bool closed = fclose(file.release()) == 0;
     if (!written || !closed) {
         undo_append(path, sizeBefore);

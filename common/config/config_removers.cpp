@@ -106,9 +106,8 @@ int rewrite_without(const char* path, Drop drop) {
         return kNotFound;
     }
     const off_t staleSize = size_of(copy.get());
-    OpenFile original = open_config(path);
+    const OpenFile original = open_config(path);
     if (!original) {
-        copy.reset();
         discard_temporary(temporary, path, staleSize);
         return kNotFound;
     }
@@ -116,7 +115,6 @@ int rewrite_without(const char* path, Drop drop) {
     const bool copied = copy_lines(original.get(), copy.get(), drop) && fflush(copy.get()) == 0 &&
                         fsync(fileno(copy.get())) == 0;
     const bool closed = fclose(copy.release()) == 0;
-    original.reset();
     if (!copied || !closed) {
         undo_append(temporary, staleSize);
         return kNotFound;

@@ -38,24 +38,15 @@ int make_directory(const char* path, mode_t mode, int errnoOfOther) {
     return kOk;
 }
 
-int write_content(FILE* file, const char* content) {
-    if (fputs(content, file) == EOF || fflush(file) != 0) {
-        return errno;
-    }
-    return kOk;
-}
-
 int create_file(const char* path, const char* content) {
     OpenFile file(fopen(path, "w+e"));
     if (!file) {
         return errno;
     }
-    int rc = write_content(file.get(), content);
     fchmod(fileno(file.get()), kConfigFileMode);
-    if (fclose(file.release()) != 0 && rc == kOk) {
-        rc = errno;
-    }
-    return rc;
+    const bool written = fputs(content, file.get()) != EOF;
+    const bool closed = fclose(file.release()) == 0;
+    return written && closed ? int{kOk} : errno;
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <sys/mman.h>
 #include <unistd.h>
+#include <vector>
 
 #if defined(__SANITIZE_ADDRESS__)
 #define ZRP_ADDRESS_SANITIZER 1
@@ -59,26 +60,40 @@ private:
         std::free(block);
     }
 #else
-    // The block is the end of some pages; the page after them cannot be touched.
-    static size_t size_of_pages(size_t size) {
-        const auto page = static_cast<size_t>(getpagesize());
-        return (size + page - 1) / page * page;
+    // The block is the end of a range of memory; the page after it cannot be touched. Ranges are
+    // used again: to make one takes longer than most tests.
+    static constexpr size_t kRange = size_t{1} << 24;
+
+    static std::vector<char*>& unused_ends() {
+        static thread_local std::vector<char*> ends;
+        return ends;
+    }
+
+    static char* make_range() {
+        const auto guard = static_cast<size_t>(getpagesize());
+        void* range = mmap(nullptr, kRange + guard, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (range == MAP_FAILED || mprotect(range, kRange, PROT_READ | PROT_WRITE) != 0) {
+            std::abort();
+        }
+        return static_cast<char*>(range) + kRange;
     }
 
     static char* allocate(size_t size) {
-        const size_t usable = size_of_pages(size);
-        const size_t guard = size_of_pages(1);
-        void* pages = mmap(nullptr, usable + guard, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        if (pages == MAP_FAILED ||
-            (usable != 0 && mprotect(pages, usable, PROT_READ | PROT_WRITE) != 0)) {
+        if (size > kRange) {
             std::abort();
         }
-        return static_cast<char*>(pages) + usable - size;
+        char* end = nullptr;
+        if (unused_ends().empty()) {
+            end = make_range();
+        } else {
+            end = unused_ends().back();
+            unused_ends().pop_back();
+        }
+        return end - size;
     }
 
     static void release(char* block, size_t size) {
-        const size_t usable = size_of_pages(size);
-        munmap(block + size - usable, usable + size_of_pages(1));
+        unused_ends().push_back(block + size);
     }
 #endif
 

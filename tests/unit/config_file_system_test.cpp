@@ -1,4 +1,6 @@
 #include <cerrno>
+#include <linux/capability.h>
+#include <sys/syscall.h>
 
 #include "common/config/config_lines.h"
 #include "common/config/file_system.h"
@@ -17,6 +19,13 @@ protected:
         test::write_file(in("file"), "x");
     }
 };
+
+// A root without capabilities keeps to the mode of a directory.
+void drop_capabilities() {
+    __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
+    const __user_cap_data_struct none[_LINUX_CAPABILITY_U32S_3] = {};
+    syscall(SYS_capset, &header, none);
+}
 
 struct MatchCase {
     const char* a;
@@ -122,6 +131,15 @@ TEST_F(FileSystemTest, APathThatCannotBeCreatedReturnsTheErrorOfTheSystem) {
     EXPECT_EQ(errno, EINVAL);
 }
 
+TEST_F(FileSystemTest, APathThatMayNotBeCreatedGivesTheErrorOfTheCreation) {
+    ASSERT_EQ(chmod(directory.c_str(), 0555), 0);
+    const int error = test::in_child([this] {
+        drop_capabilities();
+        return MakeDirPath(in("new").c_str(), 0755) == -1 ? errno : kOk;
+    });
+    EXPECT_EQ(error, EACCES) << "a missing path would be ENOENT";
+}
+
 TEST_F(FileSystemTest, WithoutMemoryForThePathNothingIsCreated) {
     const std::string deep = in("a/b");
     const FailingMalloc failing(deep.size() + 1);
@@ -187,6 +205,17 @@ TEST_F(FileSystemTest, AFullDiskLeavesAPartialFileAndNoLink) {
     EXPECT_EQ(rc, EFBIG);
     EXPECT_EQ(test::read_file(in("new")), "cont");
     EXPECT_EQ(test::mode_of(in("new")), 0644U);
+    EXPECT_FALSE(test::exists(in("link")));
+}
+
+TEST_F(FileSystemTest, AFullDiskWithinALongContentLeavesAPartOfTheFileAndNoLink) {
+    const int rc = test::in_child([this] {
+        test::limit_file_size(5000);
+        return CreateFileAndLink(directory.c_str(), in("new").c_str(), in("link").c_str(),
+                                 std::string(100'000, 'x').c_str());
+    });
+    EXPECT_EQ(rc, EFBIG);
+    EXPECT_EQ(test::read_file(in("new")), std::string(5000, 'x'));
     EXPECT_FALSE(test::exists(in("link")));
 }
 

@@ -221,18 +221,28 @@ TEST_F(ConfigRemoversTest, TheTemporaryFileIsRemovedWhenTheConfigurationFileCann
     EXPECT_TRUE(test::exists(path));
 }
 
-TEST_F(ConfigRemoversTest, TheOnlyCopyIsNotRemoved) {
-    test::write_file(temporary(), "A 1\n");
-    const int rc = test::in_child([file = path.c_str()] {
-        const int next = dup(STDIN_FILENO); // room for the temporary file and no other
+// Removes where there is a descriptor for the temporary file and no other.
+int remove_with_one_descriptor(const std::string& path) {
+    return test::in_child([file = path.c_str()] {
+        const int next = dup(STDIN_FILENO);
         close(next);
         const rlimit limit = {static_cast<rlim_t>(next) + 1, static_cast<rlim_t>(next) + 1};
         setrlimit(RLIMIT_NOFILE, &limit);
         return RemoveConfigEntry(file, "B", nullptr);
     });
-    EXPECT_EQ(rc, kNotFound);
+}
+
+TEST_F(ConfigRemoversTest, TheOnlyCopyIsNotTakenAway) {
+    test::write_file(temporary(), "A 1\n");
+    EXPECT_EQ(remove_with_one_descriptor(path), kNotFound);
     EXPECT_FALSE(test::exists(path));
     EXPECT_EQ(test::read_file(temporary()), "A 1\n");
+}
+
+TEST_F(ConfigRemoversTest, AnEmptyTemporaryFileIsTakenAway) {
+    EXPECT_EQ(remove_with_one_descriptor(path), kNotFound);
+    EXPECT_FALSE(test::exists(path));
+    EXPECT_FALSE(test::exists(temporary()));
 }
 
 TEST_F(ConfigRemoversTest, BadArgumentsAreInvalid) {

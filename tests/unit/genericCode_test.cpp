@@ -182,6 +182,8 @@ TEST(CvtBytesToBlocksDeathTest, BlocksOf64BitsAbortTheProcess) {
 
 TEST(CvtUnits, RoundsUpToALargerUnit) {
     uint64_t out = 0;
+    EXPECT_EQ(cvtUnits(&out, 4096, 8, 512), kOk);
+    EXPECT_EQ(out, 1U);
     EXPECT_EQ(cvtUnits(&out, 4096, 9, 512), kOk);
     EXPECT_EQ(out, 2U);
 }

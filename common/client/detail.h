@@ -178,7 +178,7 @@ int VisitItems(const List& list, const Reply& reply, Scan scan, Visit visit, boo
         const int offset = next;
         Item item = {};
         const int rc = scan(reply.text.get(), reply.length, &next, &item);
-        if (rc == kInvalid || rc == kRange) {
+        if (rc == kInvalid || rc == kRange || rc == kNotFound) {
             return EndOfList(list, reply, offset);
         }
         if (rc != kOk) {

@@ -221,7 +221,7 @@ TEST_F(ConfigRemoversTest, TheTemporaryFileIsRemovedWhenTheConfigurationFileCann
     EXPECT_TRUE(test::exists(path));
 }
 
-// Removes where there is a descriptor for the temporary file and no other.
+// Removes an entry with a descriptor left for the temporary file and no other.
 int remove_with_one_descriptor(const std::string& path) {
     return test::in_child([file = path.c_str()] {
         const int next = dup(STDIN_FILENO);
@@ -232,14 +232,14 @@ int remove_with_one_descriptor(const std::string& path) {
     });
 }
 
-TEST_F(ConfigRemoversTest, TheOnlyCopyIsNotTakenAway) {
+TEST_F(ConfigRemoversTest, TheOnlyCopyIsNotRemoved) {
     test::write_file(temporary(), "A 1\n");
     EXPECT_EQ(remove_with_one_descriptor(path), kNotFound);
     EXPECT_FALSE(test::exists(path));
     EXPECT_EQ(test::read_file(temporary()), "A 1\n");
 }
 
-TEST_F(ConfigRemoversTest, AnEmptyTemporaryFileIsTakenAway) {
+TEST_F(ConfigRemoversTest, AnEmptyTemporaryFileIsRemoved) {
     EXPECT_EQ(remove_with_one_descriptor(path), kNotFound);
     EXPECT_FALSE(test::exists(path));
     EXPECT_FALSE(test::exists(temporary()));

@@ -24,6 +24,8 @@ function(zrp_test name)
         cmake_path(ABSOLUTE_PATH source)
         set_source_files_properties(${source} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
     endforeach()
+    # g++ takes a source that is compiled with others for a header.
+    target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
     target_precompile_headers(${name} REUSE_FROM test_precompiled)
     if(TEST_PLAIN)
         target_link_libraries(${name} PRIVATE GTest::gtest_main ${TEST_LIBRARIES})

@@ -1,22 +1,32 @@
 # How tests are declared.
-include(GoogleTest)
-
-# zrp_test(name [PLAIN] [THREADS] [SHARDED] sources... [FIXTURE name] [LIBRARIES targets...]
-#          [PROGRAMS targets...])
 #
-# A GoogleTest program, each of whose tests runs as a process of its own.
-#   PLAIN      it touches no daemon name: no private network, no standing in line for one.
+# zrp_test(name [PLAIN] [THREADS] [SHARDS number] sources... [ALONE sources...] [FIXTURE name]
+#          [LIBRARIES targets...] [PROGRAMS targets...])
+#
+# A GoogleTest program. Its tests run one after another in a few processes, the shards, which run
+# beside each other: starting a sanitized program costs more than most tests.
+#   PLAIN      it touches no daemon name: no private network, no turn to wait for.
 #   THREADS    it also runs under the thread sanitizer in scripts/test (label "threads").
-#   SHARDED    its tests are many and short, and can share a process: with ZRP_SHARDS they do.
+#   SHARDS     how many processes share its tests; 1 if it is left out.
+#   ALONE      sources that are compiled by themselves: their helpers are named as another source's.
+#              The other sources are compiled several at a time.
 #   FIXTURE    ctest's fixture that has to be set up before.
 #   LIBRARIES  targets to link.
 #   PROGRAMS   executables that it runs; zrptop is found through the macro ZRPTOP_PROGRAM.
-add_custom_target(thread_tests)
-set(ZRP_SHARDS 0 CACHE STRING "Processes for all tests of a sharded program; 0: one for each test")
 
 function(zrp_test name)
-    cmake_parse_arguments(PARSE_ARGV 1 TEST "PLAIN;THREADS;SHARDED" "FIXTURE" "LIBRARIES;PROGRAMS")
+    cmake_parse_arguments(PARSE_ARGV 1 TEST "PLAIN;THREADS" "FIXTURE;SHARDS"
+                          "ALONE;LIBRARIES;PROGRAMS")
+    list(REMOVE_DUPLICATES TEST_UNPARSED_ARGUMENTS)
     add_executable(${name} ${TEST_UNPARSED_ARGUMENTS})
+    set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 6)
+    foreach(source ${TEST_ALONE})
+        cmake_path(ABSOLUTE_PATH source)
+        set_source_files_properties(${source} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+    endforeach()
+    # g++ takes a source that is compiled with others for a header.
+    target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+    target_precompile_headers(${name} REUSE_FROM test_precompiled)
     if(TEST_PLAIN)
         target_link_libraries(${name} PRIVATE GTest::gtest_main ${TEST_LIBRARIES})
     else()
@@ -27,47 +37,31 @@ function(zrp_test name)
         add_dependencies(${name} ${program})
         target_compile_definitions(${name} PRIVATE ${macro}_PROGRAM="$<TARGET_FILE:${program}>")
     endforeach()
-    set(properties "")
-    if(TEST_THREADS)
-        add_dependencies(thread_tests ${name})
-        list(APPEND properties LABELS threads)
-    endif()
-    if(TEST_FIXTURE)
-        list(APPEND properties FIXTURES_REQUIRED ${TEST_FIXTURE})
-    endif()
-    # The time limits leave room for standing in line where namespaces are not permitted.
-    if(TEST_SHARDED AND ZRP_SHARDS)
-        math(EXPR last "${ZRP_SHARDS} - 1")
-        foreach(shard RANGE ${last})
-            add_test(NAME ${name}_${shard} COMMAND ${name} --gtest_brief=1)
-            set_tests_properties(${name}_${shard} PROPERTIES TIMEOUT 900 ${properties}
-                ENVIRONMENT "GTEST_TOTAL_SHARDS=${ZRP_SHARDS};GTEST_SHARD_INDEX=${shard}")
-        endforeach()
-        return()
-    endif()
-    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 300 ${properties})
+    zrp_add_shards(${name})
 endfunction()
 
-# zrp_fuzz(name sources... CORPUS folder [LIBRARIES targets...])
-#
-# A libFuzzer program. As a test (label "fuzz") it runs for a few seconds, starting from the samples
-# in corpus/<folder>. scripts/fuzz runs it for longer.
-set(ZRP_FUZZ_SECONDS 5 CACHE STRING "Seconds that each fuzz target runs as a test")
-
-function(zrp_fuzz name)
-    cmake_parse_arguments(PARSE_ARGV 1 FUZZ "" "CORPUS" "LIBRARIES")
-    add_executable(${name} ${FUZZ_UNPARSED_ARGUMENTS})
-    target_link_libraries(${name} PRIVATE ${FUZZ_LIBRARIES})
-    target_link_options(${name} PRIVATE -fsanitize=fuzzer)
-    # New finds go to the first folder, so that the tree stays as it is.
-    set(finds ${CMAKE_CURRENT_BINARY_DIR}/finds/${name})
-    file(MAKE_DIRECTORY ${finds})
-    # Under the target's name, for scripts/fuzz.
-    set(corpus ${CMAKE_CURRENT_BINARY_DIR}/corpus/${name})
-    file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/corpus)
-    file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR}/corpus/${FUZZ_CORPUS} ${corpus} SYMBOLIC)
-    add_test(NAME ${name}
-             COMMAND ${name} -max_total_time=${ZRP_FUZZ_SECONDS} -print_final_stats=1
-                     -artifact_prefix=${CMAKE_CURRENT_BINARY_DIR}/ ${finds} ${corpus})
-    set_tests_properties(${name} PROPERTIES LABELS fuzz TIMEOUT 600)
-endfunction()
+# The long time limit leaves room for every other shard's turn where namespaces are not permitted; a
+# single test that hangs is ended, and named, by tests/support/main.cpp.
+macro(zrp_add_shards name)
+    if(NOT TEST_SHARDS)
+        set(TEST_SHARDS 1)
+    endif()
+    if(TEST_PLAIN)
+        set(limit 300)
+    else()
+        set(limit 3600)
+    endif()
+    math(EXPR last "${TEST_SHARDS} - 1")
+    foreach(shard RANGE ${last})
+        set(test ${name}_${shard})
+        add_test(NAME ${test} COMMAND ${name} --gtest_brief=1)
+        set_tests_properties(${test} PROPERTIES TIMEOUT ${limit}
+            ENVIRONMENT "GTEST_TOTAL_SHARDS=${TEST_SHARDS};GTEST_SHARD_INDEX=${shard}")
+        if(TEST_THREADS)
+            set_property(TEST ${test} PROPERTY LABELS threads)
+        endif()
+        if(TEST_FIXTURE)
+            set_property(TEST ${test} PROPERTY FIXTURES_REQUIRED ${TEST_FIXTURE})
+        endif()
+    endforeach()
+endmacro()

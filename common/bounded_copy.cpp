@@ -40,7 +40,7 @@ size_t utf8_cut(const char* text, size_t length, size_t limit) {
 
 void copy_cut(char* destination, size_t capacity, const char* text, size_t length) {
     const size_t cut = utf8_cut(text, length, capacity - 1);
-    if (cut != 0) {
+    if (text != nullptr && cut != 0) {
         memcpy(destination, text, cut);
     }
     destination[cut] = '\0';

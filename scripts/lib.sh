@@ -8,8 +8,8 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 # in addition.
 demo_packages=(cmake ninja-build g++ pkg-config libncurses-dev libvterm-dev libpugixml-dev
                libasio-dev libcli11-dev)
-test_packages=("${demo_packages[@]}" clang clang-format clang-tidy libclang-rt-dev libgtest-dev
-               libbenchmark-dev shellcheck locales)
+test_packages=("${demo_packages[@]}" clang clang-format clang-tidy libclang-rt-dev lld
+               libgtest-dev libbenchmark-dev shellcheck locales)
 coverage_packages=("${demo_packages[@]}" libgtest-dev libbenchmark-dev gcovr)
 mutation_packages=("${demo_packages[@]}" libgtest-dev lld python3)
 

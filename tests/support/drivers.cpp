@@ -40,10 +40,13 @@ const std::vector<Driver>& drivers() {
     return table;
 }
 
+std::string corpus_folder(const std::string& corpus) {
+    return std::filesystem::path(ZRP_CORPUS) / corpus;
+}
+
 std::vector<Sample> samples(const std::string& corpus) {
     std::vector<Sample> read;
-    const std::filesystem::path folder = std::filesystem::path(ZRP_CORPUS) / corpus;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    for (const auto& entry : std::filesystem::directory_iterator(corpus_folder(corpus))) {
         std::ifstream file(entry.path(), std::ios::binary);
         read.push_back({entry.path().filename(), {std::istreambuf_iterator<char>(file), {}}});
     }

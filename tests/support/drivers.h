@@ -15,8 +15,7 @@ struct Driver {
     const char* corpus = "replies";        // folder of its samples
 };
 
-// One row for each driver. A scanner of a new request family gets a row here, and its fuzz target
-// follows from the row (tests/fuzz/CMakeLists.txt).
+// One row for each driver. A scanner of a new request family gets a row here, and is fuzzed by it.
 const std::vector<Driver>& drivers();
 
 struct Sample {
@@ -24,7 +23,10 @@ struct Sample {
     std::string text;
 };
 
-// The samples that the fuzz targets of a corpus start from.
+// Where the samples of a corpus are.
+std::string corpus_folder(const std::string& corpus);
+
+// The samples that the drivers of a corpus start from.
 std::vector<Sample> samples(const std::string& corpus);
 
 } // namespace zrp

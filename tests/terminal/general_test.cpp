@@ -1,5 +1,6 @@
 // The General screen and the up-time strip.
 
+#include "tests/support/huge_replies.h"
 #include "tests/terminal/session.h"
 #include "tests/terminal/thread_sleeps.h"
 
@@ -192,6 +193,8 @@ class ServerFault : public testing::TestWithParam<Fault> {};
 
 TEST_P(ServerFault, LeavesTheOldValuesUntilTheNextPassSucceeds) {
     ZRP_NEEDS_ROOT();
+    const bool isHuge = std::string_view(GetParam().name) == "FourGigabytes";
+    ZRP_NEEDS_MEMORY_FOR_HUGE_REPLIES(isHuge);
     const std::string good = statistics(parm("figure", "111") + up_time("5"));
     auto scripts = answers({good, good, good, good, good, good, kNewValues});
     for (size_t i = 2; i < 6; i++) { // two passes
@@ -201,9 +204,10 @@ TEST_P(ServerFault, LeavesTheOldValuesUntilTheNextPassSucceeds) {
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_for_text(6, kListColumn, "figure: 111"));
     const harness::Snapshot before = terminal.screen().snapshot();
-    ASSERT_TRUE(terminal.wait_until([&] { return peer.connections() >= 5; }));
+    const auto patience = isHuge ? kHugeReplyPatience : harness::kPatience;
+    ASSERT_TRUE(terminal.wait_until([&] { return peer.connections() >= 5; }, patience));
     EXPECT_EQ(terminal.screen().snapshot(), before) << "after a whole pass that failed";
-    EXPECT_TRUE(terminal.wait_for_text(6, kListColumn, "figure: 222")) << terminal.text();
+    EXPECT_TRUE(terminal.wait_for_text(6, kListColumn, "figure: 222", patience)) << terminal.text();
     EXPECT_TRUE(terminal.wait_for_text(kStripTextRow, kUpTimeColumn, "1 Minute 17 Seconds "));
     expect_clean_end(terminal);
 }

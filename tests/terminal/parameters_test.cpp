@@ -5,6 +5,7 @@
 #include <mutex>
 #include <optional>
 
+#include "tests/support/huge_replies.h"
 #include "tests/terminal/session.h"
 #include "tests/terminal/simulator.h"
 #include "tests/terminal/thread_sleeps.h"
@@ -430,6 +431,9 @@ class ParametersFault : public testing::TestWithParam<const char*> {};
 
 TEST_P(ParametersFault, LeavesTheOldValues) {
     ZRP_NEEDS_ROOT();
+    const bool isHuge = std::string_view(GetParam()) == "huge-length";
+    ZRP_NEEDS_MEMORY_FOR_HUGE_REPLIES(isHuge);
+    const auto patience = isHuge ? kHugeReplyPatience : harness::kPatience;
     Simulator server;
     Terminal terminal(monitor());
     ASSERT_TRUE(open_parameters(terminal, "MAXIMUM_CACHED_FILES_PER_VOLUME = 256000 "));
@@ -444,8 +448,8 @@ TEST_P(ParametersFault, LeavesTheOldValues) {
     const std::string before = shown();
     server.control("fault " + std::string(GetParam()) + ":set");
     ASSERT_TRUE(terminal.wait_until(
-        [&] { return server.logged("fault=") >= faulty_requests(GetParam()); }));
-    ASSERT_TRUE(terminal.wait_for_rest());
+        [&] { return server.logged("fault=") >= faulty_requests(GetParam()); }, patience));
+    ASSERT_TRUE(terminal.wait_for_rest(patience));
     EXPECT_EQ(shown(), before);
     expect_clean_end(terminal);
 }

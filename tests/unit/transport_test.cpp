@@ -20,6 +20,7 @@
 #include "common/heap_text.h"
 #include "common/result.h"
 #include "tests/support/failing_allocation.h"
+#include "tests/support/huge_replies.h"
 #include "tests/support/scripted_peer.h"
 #include "tests/unit/failing_malloc.h"
 
@@ -277,6 +278,7 @@ TEST_F(Transport, AFailureWithinTheBodyGoesOnToItsEnd) {
 // The largest length that a header can announce. The test must touch only the first bytes of the
 // block, because untouched pages take no memory.
 TEST_F(Transport, AReplyOfFourGigabytesIsReadAsFarAsItArrives) {
+    ZRP_NEEDS_MEMORY_FOR_HUGE_REPLIES();
     const ScriptedPeer peer(kMainDaemonSocket,
                             {{read_request(), send_bytes(reply_header(UINT32_MAX) + "abc")}});
     uint64_t length = 7;

@@ -121,7 +121,7 @@ Outcome connection_information(World& world, pugi::xml_node command, std::string
     return {};
 }
 
-constexpr std::array kCommands = std::to_array<CommandRow>({
+constexpr std::array kConnectionCommands = std::to_array<CommandRow>({
     {"listConnections", "startIndex maxItems", list_connections},
     {"connectionInformationTag", "connectionTag versionTag stationNumberTag",
      connection_information},
@@ -130,7 +130,7 @@ constexpr std::array kCommands = std::to_array<CommandRow>({
 } // namespace
 
 std::span<const CommandRow> connection_commands() {
-    return kCommands;
+    return kConnectionCommands;
 }
 
 } // namespace zrp::sim

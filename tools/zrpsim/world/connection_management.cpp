@@ -139,7 +139,7 @@ Outcome disable_login(World& world, pugi::xml_node command, std::string& out) {
 
 constexpr const char* kLoginElements = "enable disable volume volumeName readOnly message";
 
-constexpr std::array kCommands = std::to_array<CommandRow>({
+constexpr std::array kConnectionManagementCommands = std::to_array<CommandRow>({
     {"clearConnection", "stationNumberCount allStations exceptionNumberTag stationNumberTag",
      clear_connection},
     {"broadcastMessage", "stationList stationNumberTag message", broadcast},
@@ -150,7 +150,7 @@ constexpr std::array kCommands = std::to_array<CommandRow>({
 } // namespace
 
 std::span<const CommandRow> connection_management_commands() {
-    return kCommands;
+    return kConnectionManagementCommands;
 }
 
 } // namespace zrp::sim

@@ -149,7 +149,7 @@ Outcome close_something(World& world, pugi::xml_node command, std::string& out) 
     return file ? close_file(world, command, out) : close_locks(world, command, out);
 }
 
-constexpr std::array kCommands = std::to_array<CommandRow>({
+constexpr std::array kFileCommands = std::to_array<CommandRow>({
     {"listOpenFilesByConnection", "volumeName startIndex maxItems", list_open_files},
     {"listFileLocksByFile", "fileName", list_locks},
     {"zrpRequests", "fileClose fileName closeConnectionLocksTag stationNumberTag", close_something},
@@ -158,7 +158,7 @@ constexpr std::array kCommands = std::to_array<CommandRow>({
 } // namespace
 
 std::span<const CommandRow> file_commands() {
-    return kCommands;
+    return kFileCommands;
 }
 
 } // namespace zrp::sim

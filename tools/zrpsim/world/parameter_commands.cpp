@@ -78,14 +78,14 @@ Outcome set(World& world, pugi::xml_node command, std::string& out) {
     return {};
 }
 
-constexpr std::array kCommands = std::to_array<CommandRow>({
+constexpr std::array kParameterCommands = std::to_array<CommandRow>({
     {"set", "versionTag attributes browse name string", set},
 });
 
 } // namespace
 
 std::span<const CommandRow> parameter_commands() {
-    return kCommands;
+    return kParameterCommands;
 }
 
 } // namespace zrp::sim

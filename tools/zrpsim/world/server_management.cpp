@@ -196,7 +196,7 @@ Outcome virtual_servers(World& world, pugi::xml_node, std::string& out) {
     return {};
 }
 
-constexpr std::array kCommands = std::to_array<CommandRow>({
+constexpr std::array kServerManagementCommands = std::to_array<CommandRow>({
     {"serverConfig", "versionTag name set", server_config},
     {"threads", "", threads},
     {"serverConnInfo", "", connection_info},
@@ -210,7 +210,7 @@ constexpr std::array kCommands = std::to_array<CommandRow>({
 } // namespace
 
 std::span<const CommandRow> server_management_commands() {
-    return kCommands;
+    return kServerManagementCommands;
 }
 
 } // namespace zrp::sim

@@ -92,7 +92,7 @@ Outcome shadow(World& world, pugi::xml_node command, std::string& out) {
     return outcome;
 }
 
-constexpr std::array kCommands = std::to_array<CommandRow>({
+constexpr std::array kShadowCommands = std::to_array<CommandRow>({
     {"shadow",
      "createVolume removeVolume removeConf volumeName path mountPoint attributes shadowVolName",
      shadow},
@@ -101,7 +101,7 @@ constexpr std::array kCommands = std::to_array<CommandRow>({
 } // namespace
 
 std::span<const CommandRow> shadow_commands() {
-    return kCommands;
+    return kShadowCommands;
 }
 
 } // namespace zrp::sim

@@ -75,14 +75,14 @@ Outcome server_statistics(World& world, pugi::xml_node command, std::string& out
     return {};
 }
 
-constexpr std::array kCommands = std::to_array<CommandRow>({
+constexpr std::array kStatusCommands = std::to_array<CommandRow>({
     {"serverStatistics", "versionTag", server_statistics},
 });
 
 } // namespace
 
 std::span<const CommandRow> status_commands() {
-    return kCommands;
+    return kStatusCommands;
 }
 
 } // namespace zrp::sim

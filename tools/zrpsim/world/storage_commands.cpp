@@ -204,7 +204,7 @@ Outcome change_logging_level(World& world, pugi::xml_node command, std::string& 
     return {};
 }
 
-constexpr std::array kCommands = std::to_array<CommandRow>({
+constexpr std::array kStorageCommands = std::to_array<CommandRow>({
     {"exclusion_control",
      "listVolumes all zrpexcluded zrpincluded removeVolume createVolume volumeName mountVolumes "
      "dismountVolumes get_volume_mount_point",
@@ -216,7 +216,7 @@ constexpr std::array kCommands = std::to_array<CommandRow>({
 } // namespace
 
 std::span<const CommandRow> storage_commands() {
-    return kCommands;
+    return kStorageCommands;
 }
 
 } // namespace zrp::sim

@@ -158,7 +158,7 @@ Outcome list_volumes(World& world, pugi::xml_node command, std::string& out) {
     return {};
 }
 
-constexpr std::array kCommands = std::to_array<CommandRow>({
+constexpr std::array kVolumeCommands = std::to_array<CommandRow>({
     {"listVolumes", "startIndex maxItems", list_volumes},
     {"volumeInformation", "volume name versionTag", volume_information},
 });
@@ -166,7 +166,7 @@ constexpr std::array kCommands = std::to_array<CommandRow>({
 } // namespace
 
 std::span<const CommandRow> volume_commands() {
-    return kCommands;
+    return kVolumeCommands;
 }
 
 } // namespace zrp::sim

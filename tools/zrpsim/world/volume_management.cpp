@@ -235,7 +235,7 @@ Outcome control_tree(World& world, pugi::xml_node command, std::string& out) {
     return {};
 }
 
-constexpr std::array kCommands = std::to_array<CommandRow>({
+constexpr std::array kVolumeManagementCommands = std::to_array<CommandRow>({
     {"createVolume", "volumeName mountPoint attributes volumeNumber", create_volume},
     {"removeVolume", "volumeName options", remove_volume},
     {"modifyVolume", "volumeName grant revoke", modify_volume},
@@ -251,7 +251,7 @@ constexpr std::array kCommands = std::to_array<CommandRow>({
 } // namespace
 
 std::span<const CommandRow> volume_management_commands() {
-    return kCommands;
+    return kVolumeManagementCommands;
 }
 
 } // namespace zrp::sim

@@ -1,0 +1,2 @@
+// Compiled for its precompiled header alone, which the test programs share.
+int main() {}

@@ -143,7 +143,7 @@ TEST_P(ScreenFault, LeavesTheOldValuesAndTheNextPassFillsTheScreenAgain) {
     const size_t asked = server.logged(screen.command);
     server.control("fault none");
     if (std::string_view(fault) != "hang") {
-        EXPECT_TRUE(terminal.wait_until([&] {
+        EXPECT_TRUE(terminal.wait_until([&, &screen = screen] {
             return screen.moves ? figures(terminal) != before
                                 : server.logged(screen.command) > asked;
         })) << terminal.text();

@@ -24,7 +24,7 @@ const char* const kNames[] = {
     "peakSSGThreads",         "peakZRPStreams",         "peakAverageSSGThreadLoad",
 };
 
-std::string field(const std::string& name, const std::string& value) {
+std::string thread_field(const std::string& name, const std::string& value) {
     return "<" + name + ">" + value + "</" + name + ">";
 }
 
@@ -35,8 +35,9 @@ std::string threads_reply(const std::string& otherName = "", const std::string& 
     int place = 1;
     for (const std::string name : kNames) {
         const bool isLoad = name.ends_with("Load");
-        content +=
-            name == otherName ? other : field(name, std::to_string(place) + (isLoad ? ".5" : ""));
+        content += name == otherName
+                       ? other
+                       : thread_field(name, std::to_string(place) + (isLoad ? ".5" : ""));
         place++;
     }
     return "<zrpConsoleReply><threads>" + content + "</threads></zrpConsoleReply>";
@@ -154,7 +155,8 @@ TEST(ScanThreadsReply, OddNumbersAreReadAsFarAsTheyGo) {
     const Row rows[] = {{" 12x", 12}, {"", 0}, {"abc", 0}, {"-3", -3}, {"0x1F", 0}, {"010", 10}};
     for (const Row& row : rows) {
         ThreadStatistics record = {};
-        EXPECT_EQ(scan(threads_reply("peakSSGThreads", field("peakSSGThreads", row.text)), &record),
+        EXPECT_EQ(scan(threads_reply("peakSSGThreads", thread_field("peakSSGThreads", row.text)),
+                       &record),
                   kOk);
         EXPECT_EQ(record.peakSSGThreads, row.value) << row.text;
     }

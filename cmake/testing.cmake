@@ -1,5 +1,7 @@
 # How tests are declared.
 #
+add_custom_target(thread_tests)
+
 # zrp_test(name [PLAIN] [THREADS] [SHARDS number] sources... [ALONE sources...] [FIXTURE name]
 #          [LIBRARIES targets...] [PROGRAMS targets...])
 #
@@ -58,6 +60,7 @@ macro(zrp_add_shards name)
         set_tests_properties(${test} PROPERTIES TIMEOUT ${limit}
             ENVIRONMENT "GTEST_TOTAL_SHARDS=${TEST_SHARDS};GTEST_SHARD_INDEX=${shard}")
         if(TEST_THREADS)
+        add_dependencies(thread_tests ${name})
             set_property(TEST ${test} PROPERTY LABELS threads)
         endif()
         if(TEST_FIXTURE)

@@ -33,28 +33,28 @@ enum class FieldKind : uint8_t {
 // One row of a table: element name, conversion, place in the record.
 struct ReplyField {
     const char* tag;
-    FieldKind kind;
     size_t offset;
     size_t size;
+    FieldKind kind;
     bool isOptional = false; // not sent by every server; the member then keeps its value
 };
 
 // A row for a member: ZRP_FIELD(tag::status, kNumber32, VolumeInformation, status).
 #define ZRP_FIELD(tag, kind, Record, member)                                                       \
     ::zrp::ReplyField {                                                                            \
-        tag, ::zrp::FieldKind::kind, offsetof(Record, member), sizeof(Record::member)              \
+        tag, offsetof(Record, member), sizeof(Record::member), ::zrp::FieldKind::kind              \
     }
 
 #define ZRP_OPTIONAL_FIELD(tag, kind, Record, member)                                              \
     ::zrp::ReplyField {                                                                            \
-        tag, ::zrp::FieldKind::kind, offsetof(Record, member), sizeof(Record::member), true        \
+        tag, offsetof(Record, member), sizeof(Record::member), ::zrp::FieldKind::kind, true        \
     }
 
 // A row for a record that is nothing but one text buffer.
 template <typename Text>
 constexpr ReplyField whole_text(const char* tag) {
     static_assert(std::is_array_v<Text>);
-    return {tag, FieldKind::kText, 0, sizeof(Text)};
+    return {tag, 0, sizeof(Text), FieldKind::kText};
 }
 
 // Stores the content of a found element in the field's member.

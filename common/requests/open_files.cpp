@@ -42,7 +42,7 @@ constexpr ReplyField kPage[] = {
 constexpr Command kIteration = {tag::listOpenFilesByConnection, tag::iterationInfo, {}, kPage};
 
 constexpr ReplyField kNextIndex[] = {
-    {tag::startIndex, FieldKind::kDecimal, 0, sizeof(uint32_t)},
+    {tag::startIndex, 0, sizeof(uint32_t), FieldKind::kDecimal},
 };
 constexpr Command kNextPage = {tag::listOpenFilesByConnection, tag::iterationInfo, {}, kNextIndex};
 
@@ -52,7 +52,7 @@ constexpr Command kClose = {tag::zrpRequests, tag::fileClose, kCloseRequest, kCl
 
 constexpr RequestField kLocksRequest[] = {{tag::fileName, RequestField::kText}};
 constexpr ReplyField kLockCount[] = {
-    {tag::actualLockCount, FieldKind::kDecimal, 0, sizeof(int32_t)},
+    {tag::actualLockCount, 0, sizeof(int32_t), FieldKind::kDecimal},
 };
 constexpr Command kListLocks = {tag::listFileLocksByFile, nullptr, kLocksRequest, kLockCount};
 

@@ -190,11 +190,11 @@ TEST_P(InDialog, TheUpTimeStripIsUpdated) {
     MonitorFixture fixture;
     ASSERT_TRUE(fixture.begin());
     ASSERT_TRUE(fixture.open_dialog(GetParam()));
-    for (const char* seconds : {"20", "21"}) {
+    for (const char* shown : {"20", "21"}) {
         fixture.daemon->answer("serverStatistics",
-                               {statistics(parm("figure", "2") + up_time(seconds))});
+                               {statistics(parm("figure", "2") + up_time(shown))});
         EXPECT_TRUE(fixture.terminal.wait_for_text(kStripTextRow, kUpTimeColumn,
-                                                   std::string(seconds) + " Seconds"))
+                                                   std::string(shown) + " Seconds"))
             << fixture.terminal.text();
     }
     EXPECT_FALSE(fixture.dialog_is_closed(GetParam()));

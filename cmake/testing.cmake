@@ -1,5 +1,6 @@
 # How tests are declared.
-#
+
+# The programs that run under the thread sanitizer.
 add_custom_target(thread_tests)
 
 # zrp_test(name [PLAIN] [THREADS] [SHARDS number] sources... [ALONE sources...] [FIXTURE name]
@@ -39,6 +40,9 @@ function(zrp_test name)
         add_dependencies(${name} ${program})
         target_compile_definitions(${name} PRIVATE ${macro}_PROGRAM="$<TARGET_FILE:${program}>")
     endforeach()
+    if(TEST_THREADS)
+        add_dependencies(thread_tests ${name})
+    endif()
     zrp_add_shards(${name})
 endfunction()
 
@@ -60,7 +64,6 @@ macro(zrp_add_shards name)
         set_tests_properties(${test} PROPERTIES TIMEOUT ${limit}
             ENVIRONMENT "GTEST_TOTAL_SHARDS=${TEST_SHARDS};GTEST_SHARD_INDEX=${shard}")
         if(TEST_THREADS)
-        add_dependencies(thread_tests ${name})
             set_property(TEST ${test} PROPERTY LABELS threads)
         endif()
         if(TEST_FIXTURE)

@@ -85,7 +85,7 @@ struct Daemon {
 
 inline constexpr Daemon kServer = {nullptr, kMainDaemonRequest, tag::zrpConsoleReply};
 
-// A builder of the library with the arguments that stand before the length.
+// A builder of the library with the arguments before the length.
 template <typename Builder, typename... Arguments>
 auto Request(Builder builder, const Arguments&... arguments) {
     return [=](uint32_t* length) { return builder(arguments..., length); };

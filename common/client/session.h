@@ -36,7 +36,7 @@ private:
     int code_;
 };
 
-// A text of the server with its entities as the characters that they stand for.
+// A text from the server with its entities replaced by their characters.
 inline std::string Unescaped(std::string_view text) {
     std::string plain(text.size(), '\0');
     int capacity = static_cast<int>(plain.size());
@@ -45,7 +45,7 @@ inline std::string Unescaped(std::string_view text) {
     return plain;
 }
 
-// A typed text as it may stand in a request.
+// A typed text in the form that a request may hold.
 inline std::string Escaped(std::string_view text) {
     constexpr size_t kLongestEntity = 6;
     std::string escaped((text.size() + 1) * kLongestEntity, '\0');

@@ -24,7 +24,7 @@ constexpr const char* kThreeVolumes =
     "   276.53 GB   266.68 GB  DATA (online mounted BKS salvageable)\n"
     "   232.52 GB   222.70 GB  HOME (online mounted \"read only\" BKS salvageable)\n";
 
-// The server of the list above. Its figures stand still.
+// The server of the list above. Its figures do not change.
 const std::vector<std::string> kThreeVolumeServer = {"--volumes", "3", "--clock", "3600"};
 
 // The path of an example; the folders are named after the library that the examples are linked

@@ -32,7 +32,7 @@ void compare_with_reference(std::string_view tag, std::string_view input) {
     REQUIRE(expected.content == std::string_view(element.contentStart, element.contentLength));
     const auto elementEnd = static_cast<size_t>(element.elementEnd - reply.begin());
     REQUIRE(elementEnd == expected.elementEnd - expected.markerBytes);
-    // Nothing before or behind the element moves, and blanks fill the room of the markers.
+    // Nothing before or after the element moves, and blanks fill the room of the markers.
     REQUIRE(reply.text().substr(0, expected.markup) == input.substr(0, expected.markup));
     REQUIRE(reply.text().substr(expected.elementEnd + 1) == input.substr(expected.elementEnd + 1));
     REQUIRE(reply.text().substr(elementEnd + 1, expected.markerBytes) ==

@@ -53,7 +53,7 @@ private:
     std::filesystem::path folder_;
 };
 
-// Reads with room for nothing, then with the room that was told.
+// Reads with room for nothing, then with the room that the first call returned.
 template <typename Read>
 void require_exact_size(Read read) {
     int size = 0;

@@ -181,7 +181,7 @@ protected:
         EXPECT_EQ(length, 77U);
     }
 
-    // Where the text of a plain document stands, the other one stands.
+    // The other text is where the text of a plain document is.
     static void expect_written(const std::string& text) {
         constexpr std::string_view kPlain = ">PLAIN<";
         std::string expected = document("PLAIN");

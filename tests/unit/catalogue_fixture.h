@@ -45,7 +45,7 @@ inline const std::vector<const char*>& unsendable_texts() {
     return texts;
 }
 
-// Texts that stand in a document as they are: none, markup characters, entities, a long one.
+// Texts that a document holds unchanged: none, markup characters, entities, a long one.
 inline const std::vector<std::string>& sendable_texts() {
     static const std::vector<std::string> texts = {
         "", "R&amp;D", "&#228;&#xE4;", "a>b", "\"q\"'s", "Gr\xC3\xBC n", std::string(5000, 'x')};
@@ -103,7 +103,7 @@ protected:
     }
 };
 
-// Operations against the simulated server. Its figures stand still.
+// Operations against the simulated server. Its figures do not change.
 class ServerTest : public testing::Test {
 protected:
     ServerTest() {

@@ -24,7 +24,7 @@ protected:
     const client::Session session;
 };
 
-// A server of nine volumes, whose figures stand still.
+// A server of nine volumes, whose figures do not change.
 class ClientVolumesOfAServer : public ClientVolumes {
 protected:
     void SetUp() override {

@@ -194,7 +194,7 @@ TEST(BuildCommand, OptionalChildrenMayBeAbsent) {
     EXPECT_EQ(errno, EINVAL);
 }
 
-// The sizes that requests are told to take: a room of about 250 bytes beside the texts.
+// The sizes that requests must have: a room of about 250 bytes beside the texts.
 TEST(RequestRoom, GrowsWithTheTexts) {
     EXPECT_EQ(request_room(0, 0), 256U);
     EXPECT_EQ(request_room(1, strlen("DATA")), strlen("DATA") + 1 + 254);

@@ -45,7 +45,7 @@ struct Operation {
     Reads reads = Reads::kContent;
     int sound = kOk;             // what the unspoilt server answers
     const char* soundText = "";  // and why
-    const char* halfText = "";   // what of that stands in the first half of the reply
+    const char* halfText = "";   // the part of it in the first half of the reply
     bool logsReplyStart = false; // whether a reply without its envelope has a line
 };
 

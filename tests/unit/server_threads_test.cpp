@@ -131,8 +131,8 @@ TEST(ScanThreadsReply, NothingOfTheFieldsIsStillSuccess) {
     for (const char* text : {"<threads></threads>", "<threads/>"}) {
         testing::internal::CaptureStderr();
         EXPECT_EQ(scan(text, &record), kOk);
-        const std::string told = testing::internal::GetCapturedStderr();
-        EXPECT_EQ(std::count(told.begin(), told.end(), '!'), 12);
+        const std::string reported = testing::internal::GetCapturedStderr();
+        EXPECT_EQ(std::count(reported.begin(), reported.end(), '!'), 12);
     }
     EXPECT_EQ(record.totalZRPStreams, 5);
 }

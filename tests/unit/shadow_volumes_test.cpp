@@ -246,7 +246,7 @@ TEST_F(ShadowOperation, WithoutMemoryNothingIsSent) {
 
 class ShadowsOfTheServer : public ServerTest {
 protected:
-    // Mount point and shadow of DATA as the server tells them; "-" for no shadow.
+    // Mount point and shadow of DATA as the server reports them; "-" for no shadow.
     static std::pair<std::string, std::string> places() {
         VolumeRecord record;
         int version = kVolumeInformationVersion;

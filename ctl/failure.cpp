@@ -1,0 +1,79 @@
+#include "ctl/failure.h"
+
+#include <algorithm>
+#include <array>
+
+namespace zrp::ctl {
+namespace {
+
+struct KindRow {
+    Kind kind;
+    int status;
+    const char* name;
+    const char* meaning;
+};
+
+constexpr std::array kKinds = {
+    KindRow{Kind::kRefused, 1, "refused",
+            "refused by the server, wholly or in part; an unknown statistic or setting too"},
+    KindRow{Kind::kUsage, 2, "usage",
+            "the command line is wrong, or a question was answered with no; nothing was sent"},
+    KindRow{Kind::kUnreachable, 3, "unreachable", "a daemon cannot be reached"},
+    KindRow{Kind::kTimeout, 4, "timeout", "the time limit is over"},
+    KindRow{Kind::kReply, 5, "reply",
+            "a reply is not understood: cut short, malformed or incomplete"},
+    KindRow{Kind::kOutput, 6, "output", "the output cannot be written, or there is no memory"},
+    KindRow{Kind::kInterrupted, 130, "interrupted", "ended by Ctrl-C"},
+};
+
+const KindRow& row_of(Kind kind) {
+    return kKinds.at(static_cast<size_t>(kind));
+}
+
+constexpr size_t kStatusCount = kKinds.size() + 1;
+
+constexpr std::array<ExitStatus, kStatusCount> list_statuses() {
+    std::array<ExitStatus, kStatusCount> all = {{{kSuccess, nullptr, "done"}}};
+    for (size_t i = 0; i < kKinds.size(); i++) {
+        all.at(i + 1) = {kKinds.at(i).status, kKinds.at(i).name, kKinds.at(i).meaning};
+    }
+    return all;
+}
+
+constexpr std::array kStatuses = list_statuses();
+
+// From the worst on; what is not here is worse than all of them.
+constexpr std::array kBadness = {Kind::kUnreachable, Kind::kTimeout, Kind::kReply, Kind::kRefused};
+
+auto place_of(Kind kind) {
+    const auto* const at = std::find(kBadness.begin(), kBadness.end(), kind);
+    return at == kBadness.end() ? -1 : at - kBadness.begin();
+}
+
+} // namespace
+
+std::span<const ExitStatus> exit_statuses() {
+    return kStatuses;
+}
+
+const char* name_of(Kind kind) {
+    return row_of(kind).name;
+}
+
+int exit_status(Kind kind) {
+    return row_of(kind).status;
+}
+
+bool is_worse(Kind a, Kind b) {
+    return place_of(a) < place_of(b);
+}
+
+std::string sentence(const Failure& failure) {
+    std::string notes = failure.daemon == nullptr ? "" : std::string(failure.daemon) + " daemon";
+    if (failure.kind == Kind::kRefused && failure.code != 0) {
+        notes += (notes.empty() ? "code " : ", code ") + std::to_string(failure.code);
+    }
+    return notes.empty() ? failure.message : failure.message + " (" + notes + ")";
+}
+
+} // namespace zrp::ctl

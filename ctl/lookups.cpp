@@ -1,0 +1,181 @@
+#include "ctl/lookups.h"
+
+#include <strings.h>
+
+#include "common/client/session.h"
+#include "common/requests/cluster_resource.h"
+#include "common/requests/connections.h"
+#include "common/requests/open_files.h"
+#include "common/requests/storage_control.h"
+#include "common/requests/volume_information.h"
+#include "common/requests/volume_list.h"
+#include "common/tags.h"
+#include "ctl/fields.h"
+#include "ctl/pages.h"
+
+namespace zrp::ctl {
+namespace {
+
+constexpr const char* kYes = "Yes";
+
+std::string files_text(int64_t count, bool hasMore) {
+    return (hasMore ? "more than " : "") + std::to_string(count) +
+           (count == 1 && !hasMore ? " open file" : " open files");
+}
+
+int64_t number_inside(Node node, const char* tag, const Daemon& daemon) {
+    const auto number = read_number(text_inside(node, tag).value_or(""));
+    if (!number) {
+        throw Failure{Kind::kReply, "an item of the reply is incomplete", daemon.name};
+    }
+    return *number;
+}
+
+// What find() returns; the value for nothing if a daemon refuses to say.
+template <typename Value, typename Find>
+Value unless_refused(Find find, Value nothing = {}) {
+    try {
+        return find();
+    } catch (const Failure& failure) {
+        if (failure.kind != Kind::kRefused) {
+            throw;
+        }
+        return nothing;
+    }
+}
+
+bool is_same_name(const std::string& a, const std::string& b) {
+    return strcasecmp(a.c_str(), b.c_str()) == 0;
+}
+
+} // namespace
+
+std::vector<VolumeState> volume_states(const Session& session) {
+    std::vector<VolumeState> volumes;
+    walk_pages(
+        kServer, tag::listVolumes,
+        [&](int32_t index) {
+            return session.ask(kServer, request([&](uint32_t* length) {
+                                   return BuildListVolumesRequest(index, length);
+                               }));
+        },
+        [&](Node list, int64_t index) {
+            for (const Node volume : list.children(tag::volume)) {
+                const auto status = read_mask(text_inside(volume, tag::status).value_or(""));
+                volumes.push_back({text_inside(volume, tag::name).value_or(""),
+                                   number_inside(volume, tag::volumeNumber, kServer),
+                                   (status.value_or(0) & kVolumeMounted) != 0});
+            }
+            return next_page(list, index, kServer);
+        });
+    return volumes;
+}
+
+const VolumeState* find_state(const std::vector<VolumeState>& volumes, const std::string& name) {
+    for (const VolumeState& volume : volumes) {
+        if (is_same_name(volume.name, name)) {
+            return &volume;
+        }
+    }
+    return nullptr;
+}
+
+std::string volume_detail(const Session& session, const std::string& name, const char* tag) {
+    return unless_refused<std::string>([&] {
+        const std::string escaped = client::Escaped(name);
+        const Answer answer =
+            session.ask(kServer, request([&](uint32_t* length) {
+                            return BuildVolumeInformationRequest(escaped.c_str(), length,
+                                                                 kMaxVolumeInformationVersion);
+                        }));
+        const Node volume = command_of(answer, kServer, tag::volumeInformation).child(tag::volume);
+        return text_inside(volume, tag).value_or("");
+    });
+}
+
+std::string open_files_note(const Session& session, const std::string& volume) {
+    return unless_refused<std::string>([&] {
+        const std::string escaped = client::Escaped(volume);
+        const Answer answer =
+            session.ask(kServer, request([&](uint32_t* length) {
+                            return BuildListOpenFilesByConnectionRequest(
+                                volume.empty() ? nullptr : escaped.c_str(), 0, 0, length);
+                        }));
+        const Node list = command_of(answer, kServer, tag::listOpenFilesByConnection);
+        int64_t count = 0;
+        for (const Node connection : list.children(tag::connectionTag)) {
+            count += number_inside(connection.child(tag::openFiles), tag::openFilesCount, kServer);
+        }
+        const Node iteration = list.child(tag::iterationInfo);
+        return " (" + files_text(count, text_inside(iteration, tag::moreFlag) == kYes) + ')';
+    });
+}
+
+bool is_open(const Session& session, const std::string& file) {
+    bool found = false;
+    walk_pages(
+        kServer, tag::listOpenFilesByConnection,
+        [&](int32_t index) {
+            return session.ask(kServer, request([&](uint32_t* length) {
+                                   return BuildListOpenFilesByConnectionRequest(nullptr, index, 0,
+                                                                                length);
+                               }));
+        },
+        [&](Node list, int64_t index) {
+            for (const Node connection : list.children(tag::connectionTag)) {
+                for (const Node name : connection.child(tag::openFiles).children(tag::name)) {
+                    found = found || text_of(name) == file;
+                }
+            }
+            return next_page(list, index, kServer);
+        });
+    return found;
+}
+
+std::optional<int64_t> connection_count(const Session& session, const char* tag) {
+    return unless_refused<std::optional<int64_t>>([&]() -> std::optional<int64_t> {
+        const Answer answer = session.ask(kServer, request(BuildServerConnInfoRequest));
+        return number_inside(command_of(answer, kServer, tag::serverConnInfo), tag, kServer);
+    });
+}
+
+std::string connection_note(const Session& session, int32_t station) {
+    return unless_refused<std::string>([&] {
+        const Answer answer = session.ask(kServer, request([&](uint32_t* length) {
+                                              return BuildConnectionInformationRequest(
+                                                  station, kConnectionInformationVersion, length);
+                                          }));
+        const Node connection =
+            command_of(answer, kServer, tag::connectionInformationTag).child(tag::connectionTag);
+        const int64_t files =
+            number_inside(connection.child(tag::openFiles), tag::openFilesCount, kServer);
+        return " (" + text_of(connection.child(tag::name)) + ", " + files_text(files, false) + ')';
+    });
+}
+
+bool is_bound(const Session& session, const std::string& server, const std::string& address) {
+    const Answer answer = session.ask(kServer, request(BuildListVirtualServersRequest));
+    const Node list =
+        command_of(answer, kServer, tag::listvirtualservers).child(tag::virtualservers);
+    for (const Node one : list.children(tag::server)) {
+        if (text_of(one.child(tag::name)) == server && text_of(one.child(tag::IP)) == address) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool is_in_list(const Session& session, const std::string& volume, const char* list) {
+    const Answer answer = session.ask(kStorage, request([](uint32_t* length) {
+                                          return BuildControlListRequest(kBothLists, length);
+                                      }));
+    const Node names = command_of(answer, kStorage, command::exclusion_control).child(list);
+    for (const Node name : names.children(tag::volumeName)) {
+        if (is_same_name(text_of(name), volume)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace zrp::ctl

@@ -1,0 +1,105 @@
+// Shadow volumes.
+#include "common/requests/shadow_volumes.h"
+#include "common/tags.h"
+#include "ctl/acts.h"
+#include "ctl/lookups.h"
+
+namespace zrp::ctl {
+namespace {
+
+constexpr const char* kName = "NAME";
+constexpr const char* kShadowName = "SHADOWNAME";
+constexpr const char* kMountPoint = "--mount-point";
+
+constexpr Field kVolumeName[] = {{tag::volumeName, Field::kText}};
+constexpr Field kRemoved[] = {
+    {tag::volumeName, Field::kText},
+    {tag::shadowVolName, Field::kText},
+};
+
+std::string path_of_shadow(const Session& session, const std::string& volume) {
+    return volume_detail(session, volume, tag::shadow);
+}
+
+Outcome create_shadow(Session& session, const Arguments& arguments) {
+    const std::string& volume = arguments.text(kName);
+    const std::string name = sendable(arguments, kName);
+    const std::string path = sendable(arguments, "PATH");
+    const std::string mountPoint = optional_sendable(arguments, kMountPoint).value_or("");
+    const auto attributes = static_cast<int32_t>(attributes_of(arguments, "--attribute"));
+    return carry_out(
+        {kServer, tag::shadow, tag::createVolume, kVolumeName, "shadow volume created"}, session,
+        request([&](uint32_t* length) {
+            return BuildCreateShadowVolumeRequest(name.c_str(), path.c_str(), mountPoint.c_str(),
+                                                  attributes, length);
+        }),
+        [&] { return "Create a shadow of volume " + volume + " at " + arguments.text("PATH"); },
+        [&] { return path_of_shadow(session, volume) == arguments.text("PATH"); });
+}
+
+Outcome remove_shadow(Session& session, const Arguments& arguments) {
+    const std::string& volume = arguments.text(kName);
+    const std::string name = sendable(arguments, kName);
+    const std::optional<std::string> mountPoint = optional_sendable(arguments, kMountPoint);
+    return carry_out(
+        {kServer, tag::shadow, tag::removeVolume, kRemoved, "shadow volume removed"}, session,
+        request([&](uint32_t* length) {
+            return BuildRemoveShadowVolumeRequest(name.c_str(), text_or_null(mountPoint), length);
+        }),
+        [&] { return "Remove the shadow of volume " + volume; },
+        [&] {
+            return find_state(volume_states(session), volume) != nullptr &&
+                   path_of_shadow(session, volume).empty();
+        });
+}
+
+Outcome forget_shadow(Session& session, const Arguments& arguments) {
+    const std::string name = sendable(arguments, kName);
+    const std::string shadow = sendable(arguments, kShadowName);
+    const std::string mountPoint = optional_sendable(arguments, kMountPoint).value_or("");
+    return carry_out(
+        {kServer, tag::shadow, tag::removeConf, kVolumeName, "shadow volume forgotten"}, session,
+        request([&](uint32_t* length) {
+            return BuildRemoveShadowConfigurationRequest(name.c_str(), mountPoint.c_str(),
+                                                         shadow.c_str(), length);
+        }),
+        [&] {
+            return "Forget the shadow " + arguments.text(kShadowName) + " of volume " +
+                   arguments.text(kName);
+        });
+}
+
+constexpr const char* kGroup = "Shadow volumes";
+
+constexpr Argument kVolume = {kName, ArgumentKind::kVolume, Count::kOne, "the volume"};
+constexpr Argument kMountPointArgument = {kMountPoint, ArgumentKind::kPath, Count::kOptional,
+                                          "the mount point that is meant"};
+constexpr Argument kCreateArguments[] = {
+    kVolume,
+    {"PATH", ArgumentKind::kPath, Count::kOne, "the mount point of the shadow"},
+    kMountPointArgument,
+    {"--attribute", ArgumentKind::kAttribute, Count::kAny, "an attribute that the volume gets"},
+};
+constexpr Argument kRemoveArguments[] = {kVolume, kMountPointArgument};
+constexpr Argument kForgetArguments[] = {
+    kVolume,
+    {kShadowName, ArgumentKind::kText, Count::kOne, "the name of the shadow volume"},
+    kMountPointArgument,
+};
+
+constexpr Command kCommands[] = {
+    {"shadow create", kGroup, "Give a volume a shadow", Effect::kChanges, kCreateArguments,
+     "zrpctl shadow create DATA /srv/data-shadow", create_shadow},
+    {"shadow remove", kGroup, "Take the shadow from a volume", Effect::kChanges, kRemoveArguments,
+     "zrpctl shadow remove DATA --if-needed", remove_shadow},
+    {"shadow forget", kGroup, "Remove the configuration of a shadow", Effect::kChanges,
+     kForgetArguments, "zrpctl shadow forget DATA DATA_S", forget_shadow},
+};
+
+} // namespace
+
+std::span<const Command> shadow_commands() {
+    return kCommands;
+}
+
+} // namespace zrp::ctl

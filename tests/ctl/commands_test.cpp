@@ -1,0 +1,176 @@
+// Every command in success, in refusal and under every fault of the simulated server.
+#include <iterator>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "ctl/command.h"
+#include "ctl/failure.h"
+#include "tests/ctl/command_cases.h"
+#include "tests/ctl/run_zrpctl.h"
+#include "tests/support/simulated_server.h"
+
+namespace zrp {
+namespace {
+
+using Words = std::vector<std::string>;
+
+// What changes something is told not to ask.
+Words call(const CommandCase& one, const Words& more = {}) {
+    Words words = one.arguments;
+    if (ctl::find_command(one.command)->effect != ctl::Effect::kLooks) {
+        words.emplace_back("--yes");
+    }
+    words.insert(words.end(), more.begin(), more.end());
+    return words;
+}
+
+Ran run_case(const CommandCase& one, const Words& more = {}) {
+    if (!one.before.empty()) {
+        Words before = one.before;
+        before.insert(before.end(), {"--yes", "--timeout", "0.2"});
+        (void)run_zrpctl(before);
+    }
+    return run_zrpctl(call(one, more));
+}
+
+constexpr int kUnreachable = 3;
+constexpr int kTimedOut = 4;
+
+struct FaultCase {
+    const char* fault;
+    int status;
+};
+
+constexpr FaultCase kFaults[] = {
+    {"hang", 4},        {"drip", 0},          {"drip-header", 0}, {"short-header", 5},
+    {"wrong-magic", 5}, {"swapped-magic", 5}, {"status", 1},      {"early-close", 5},
+    {"zero-length", 5}, {"huge-length", 5},   {"garbage", 5},     {"truncated", 5},
+    {"error-reply", 1}, {"unclosed", 5},
+};
+
+const char* kind_of(int status) {
+    for (const ctl::ExitStatus& row : ctl::exit_statuses()) {
+        if (row.status == status) {
+            return row.name;
+        }
+    }
+    return "?";
+}
+
+// What a failure has to look like.
+void expect_failure(const CommandCase& one, const Ran& ran, int status) {
+    const auto object = ran.json();
+    ASSERT_TRUE(object.is_object()) << ran.output;
+    ASSERT_TRUE(object.contains("error")) << ran.output;
+    const auto& error = object["error"];
+    EXPECT_EQ(error["kind"], kind_of(status));
+    EXPECT_EQ(error.contains("code"), status == 1);
+    EXPECT_NE(error.value("message", ""), "");
+    EXPECT_NE(ran.errors.find(error.value("message", "")), std::string::npos) << ran.errors;
+    EXPECT_EQ(object.size() > 1, one.isPartial) << ran.output;
+}
+
+class Commands : public testing::TestWithParam<CommandCase> {};
+
+TEST_P(Commands, Succeeds) {
+    const SimulatedServer server({"--clock", "100000"});
+    ASSERT_TRUE(server.ready());
+    const Ran plain = run_case(GetParam(), {"--if-needed"});
+    EXPECT_EQ(plain.status, 0) << plain.errors;
+    EXPECT_NE(plain.output, "");
+    EXPECT_EQ(plain.errors, "");
+}
+
+TEST_P(Commands, AnswersWithOneObject) {
+    const SimulatedServer server({"--clock", "100000"});
+    ASSERT_TRUE(server.ready());
+    const Ran ran = run_case(GetParam(), {"--json", "--if-needed"});
+    EXPECT_EQ(ran.status, 0) << ran.errors;
+    EXPECT_TRUE(ran.json().is_object()) << ran.output;
+    EXPECT_FALSE(ran.json().contains("error"));
+    EXPECT_EQ(ran.errors, "");
+}
+
+TEST_P(Commands, NamesEveryFault) {
+    const CommandCase& one = GetParam();
+    for (const auto& [fault, status] : kFaults) {
+        if (one.element == nullptr) {
+            break;
+        }
+        SCOPED_TRACE(fault);
+        const SimulatedServer server(
+            {"--clock", "100000", "--fault", std::string(fault) + ':' + one.element});
+        ASSERT_TRUE(server.ready());
+        const int expected = one.waits && status != 0 ? kTimedOut : status;
+        const char* limit = expected == kTimedOut ? "0.2" : "20";
+        // The fault comes after the change, which would then be found made.
+        Words more = {"--timeout", limit};
+        if (expected == 0) {
+            more.emplace_back("--if-needed");
+        }
+        const Ran plain = run_case(one, more);
+        more.emplace_back("--json");
+        const Ran ran = run_case(one, more);
+        EXPECT_EQ(ran.status, expected) << ran.errors;
+        if (expected != 0) {
+            expect_failure(one, ran, expected);
+        }
+        EXPECT_EQ(plain.output.empty(), expected != 0 && !one.isPartial) << plain.output;
+    }
+}
+
+TEST_P(Commands, SaysThatADaemonIsNotThere) {
+    const CommandCase& one = GetParam();
+    if (one.socket == nullptr) {
+        EXPECT_EQ(run_zrpctl(call(one)).status, 0);
+        return;
+    }
+    const SimulatedServer server({"--fault", std::string("refuse:") + one.socket});
+    ASSERT_TRUE(server.ready());
+    const int expected = one.waits ? kTimedOut : kUnreachable;
+    const Ran ran = run_zrpctl(call(one, {"--json", "--timeout", one.waits ? "0.2" : "20"}));
+    EXPECT_EQ(ran.status, expected);
+    expect_failure(one, ran, expected);
+}
+
+TEST_P(Commands, HasHelpThatNeedsNoServer) {
+    std::istringstream words(GetParam().command);
+    Words asking = {"help"};
+    asking.insert(asking.end(), std::istream_iterator<std::string>(words), {});
+    const Ran help = run_zrpctl(asking);
+    EXPECT_EQ(help.status, 0);
+    EXPECT_NE(help.output.find(ctl::find_command(GetParam().command)->example), std::string::npos);
+    asking.erase(asking.begin());
+    asking.emplace_back("--help");
+    const Ran option = run_zrpctl(asking);
+    EXPECT_EQ(option.status, 0);
+    EXPECT_EQ(option.output, help.output);
+}
+
+INSTANTIATE_TEST_SUITE_P(Ctl, Commands, testing::ValuesIn(command_cases()),
+                         [](const auto& info) { return test_name(info.param.command); });
+
+TEST(CommandTable, EachRowHasATest) {
+    std::set<std::string> tested;
+    for (const CommandCase& one : command_cases()) {
+        EXPECT_TRUE(tested.insert(one.command).second) << one.command;
+        EXPECT_NE(ctl::find_command(one.command), nullptr) << one.command;
+    }
+    for (const ctl::Command& command : ctl::commands()) {
+        EXPECT_TRUE(tested.contains(command.name)) << command.name;
+    }
+}
+
+TEST(CommandTable, EachRowHasAnExampleThatIsItself) {
+    for (const ctl::Command& command : ctl::commands()) {
+        EXPECT_NE(std::string(command.example).find(command.name), std::string::npos)
+            << command.name;
+    }
+}
+
+} // namespace
+} // namespace zrp

@@ -1,0 +1,201 @@
+// Output, repetition and ending of the program.
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <string>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "common/transport.h"
+#include "tests/ctl/run_zrpctl.h"
+#include "tests/support/scripted_peer.h"
+#include "tests/support/simulated_server.h"
+#include "tools/harness/deadline.h"
+
+namespace zrp {
+namespace {
+
+using harness::ChildOptions;
+using harness::ChildProcess;
+using harness::ExitStatus;
+
+ChildOptions piped(std::vector<std::string> words) {
+    ChildOptions options;
+    options.arguments = std::move(words);
+    options.arguments.insert(options.arguments.begin(), ZRPCTL_PROGRAM);
+    options.standardInput = harness::kNull;
+    options.standardOutput = harness::kPipe;
+    options.standardErrors = harness::kPipe;
+    return options;
+}
+
+std::string statistics(const std::string& bytesRead) {
+    return reply("<zrpConsoleReply><serverStatistics><parm><name>bytesRead</name>"
+                 "<value type=\"unsignedLong\">" +
+                 bytesRead + "</value></parm></serverStatistics></zrpConsoleReply>");
+}
+
+PeerScript answering(const std::string& bytes) {
+    return {read_request(), send_bytes(bytes)};
+}
+
+TEST(Watch, RepeatsWithOneObjectALineAndReportsAFailedRound) {
+    const ScriptedPeer peer(
+        kMainDaemonSocket,
+        {answering(statistics("1")), answering(reply("<cut>")), answering(statistics("3"))});
+    ChildProcess child(piped({"statistics", "--json", "--watch=0.1"}));
+    EXPECT_EQ(child.read_line(), "{\"statistics\":[{\"name\":\"bytesRead\",\"value\":1}]}");
+    EXPECT_EQ(child.read_line(), "{\"error\":{\"kind\":\"reply\",\"message\":\"the reply is cut "
+                                 "short or malformed\",\"daemon\":\"server\"}}");
+    EXPECT_EQ(child.read_line(), "{\"statistics\":[{\"name\":\"bytesRead\",\"value\":3}]}");
+    child.send_signal(SIGINT);
+    EXPECT_EQ(child.wait(), (ExitStatus{0, 0}));
+}
+
+TEST(Watch, EndsWithTheStatusOfItsLastRound) {
+    const ScriptedPeer peer(kMainDaemonSocket,
+                            {answering(statistics("1")), answering(reply("<cut>"))});
+    ChildProcess child(piped({"statistics", "--json", "--watch=60"}));
+    ASSERT_TRUE(child.read_line());
+    child.send_signal(SIGTERM);
+    EXPECT_EQ(child.wait(), (ExitStatus{0, 0}));
+    ChildProcess failing(piped({"statistics", "--json", "--watch=60"}));
+    ASSERT_TRUE(failing.read_line());
+    failing.send_signal(SIGINT);
+    EXPECT_EQ(failing.wait(), (ExitStatus{5, 0}));
+}
+
+TEST(Watch, ShowsDifferencesASecond) {
+    const ScriptedPeer peer(kMainDaemonSocket,
+                            {answering(statistics("1000")), answering(statistics("2000")),
+                             answering(statistics("10"))});
+    ChildProcess child(piped({"statistics", "--json", "--rate", "--watch=0.2"}));
+    const auto item = [&] {
+        return nlohmann::json::parse(child.read_line().value_or("null"))["statistics"][0];
+    };
+    EXPECT_FALSE(item().contains("rate"));
+    const nlohmann::json second = item();
+    const double rate = second.value("rate", 0.0);
+    EXPECT_LT(rate, 1e5); // a slow first round makes the second come sooner
+    EXPECT_GT(rate, 0.0);
+    EXPECT_FALSE(item().contains("rate")) << "the counter went backwards";
+}
+
+TEST(Watch, RefusesARateWithoutRounds) {
+    EXPECT_EQ(run_zrpctl({"statistics", "--rate"}).status, 2);
+}
+
+TEST(Ending, CtrlCEndsAnExchangeThatHangs) {
+    ScriptedPeer peer(kMainDaemonSocket, {{hang()}});
+    ChildProcess child(piped({"volumes", "--json"}));
+    ASSERT_TRUE(peer.wait_for_connections(1));
+    child.send_signal(SIGINT);
+    EXPECT_EQ(child.read_line(), "{\"error\":{\"kind\":\"interrupted\",\"message\":\"interrupted\","
+                                 "\"daemon\":\"server\"}}");
+    EXPECT_EQ(child.wait(), (ExitStatus{130, 0}));
+}
+
+TEST(Ending, AReaderThatClosesThePipeEndsItSilently) {
+    const SimulatedServer server({"--volumes", "256"});
+    ASSERT_TRUE(server.ready());
+    ChildProcess child(piped({"volumes", "--watch=0.1"}));
+    ASSERT_TRUE(child.read_line());
+    child.output().reset();
+    EXPECT_EQ(child.wait(), (ExitStatus{0, SIGPIPE}));
+    char byte = 0;
+    EXPECT_EQ(read(child.errors().get(), &byte, 1), 0);
+}
+
+TEST(Output, ADiskThatIsFullIsAFailure) {
+    const harness::Descriptor full(open("/dev/full", O_WRONLY | O_CLOEXEC));
+    ChildOptions options = piped({"--version"});
+    options.standardOutput = full.get();
+    ChildProcess child(options);
+    EXPECT_EQ(child.wait(), (ExitStatus{6, 0}));
+}
+
+// Runs a line of the shell, in which $Z is the program.
+Ran shell(const std::string& line) {
+    ChildOptions options;
+    options.arguments = {"/bin/sh", "-c", line};
+    options.environment = {"Z=" ZRPCTL_PROGRAM};
+    options.standardOutput = harness::kPipe;
+    ChildProcess child(options);
+    Ran ran;
+    ran.output = child.read_all();
+    ran.status = child.wait().value_or(ExitStatus{-1, 0}).shell_status();
+    return ran;
+}
+
+TEST(Output, AClosedStreamIsAFailureAndNoSocketGetsIt) {
+    const SimulatedServer server;
+    ASSERT_TRUE(server.ready());
+    EXPECT_EQ(shell("\"$Z\" volumes >&- 2>/dev/null").status, 6);
+    EXPECT_EQ(shell("\"$Z\" volumes 2>&- >/dev/null").status, 0);
+}
+
+TEST(Output, NothingButTextGoesIntoAPipe) {
+    const SimulatedServer server;
+    ASSERT_TRUE(server.ready());
+    EXPECT_EQ(run_zrpctl({"status"}).output.find('\x1b'), std::string::npos);
+}
+
+TEST(Output, NumbersKeepTheirPointInEveryLocale) {
+    const SimulatedServer server({"--clock", "100000"});
+    ASSERT_TRUE(server.ready());
+    const Ran here = run_zrpctl({"threads", "--json"}, {.environment = {"LC_ALL=C"}});
+    const Ran there = run_zrpctl({"threads", "--json"}, {.environment = {"LC_ALL=de_DE.UTF-8"}});
+    EXPECT_EQ(here.output, there.output);
+    EXPECT_EQ(
+        run_zrpctl({"threads", "--timeout", "0.5"}, {.environment = {"LC_ALL=de_DE.UTF-8"}}).status,
+        0);
+}
+
+TEST(Output, ALocalTimeHasItsOffset) {
+    const SimulatedServer server({"--clock", "100000"});
+    ASSERT_TRUE(server.ready());
+    const Ran ran = run_zrpctl({"connection", "4"}, {.environment = {"TZ=UTC-5:30"}});
+    EXPECT_NE(ran.output.find(" +0530\n"), std::string::npos) << ran.output;
+}
+
+TEST(Output, VerboseShowsBothDocumentsOnStandardError) {
+    const SimulatedServer server;
+    ASSERT_TRUE(server.ready());
+    const Ran quiet = run_zrpctl({"volume", "SYS"});
+    const Ran verbose = run_zrpctl({"volume", "SYS", "--verbose"});
+    EXPECT_EQ(quiet.errors, "");
+    EXPECT_NE(verbose.errors.find("> server daemon:\n<zrpConsoleRequest"), std::string::npos);
+    EXPECT_NE(verbose.errors.find("< server daemon:\n<zrpConsoleReply>"), std::string::npos);
+}
+
+constexpr int kManyConnections = 20'000;
+constexpr const char* kManyText = "20000";
+
+TEST(Size, TwentyThousandConnectionsFitIntoSixtyFourMebibytes) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the sanitizer needs more";
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+    GTEST_SKIP() << "the sanitizer needs more";
+#endif
+#endif
+    const SimulatedServer server({"--connections", kManyText});
+    ASSERT_TRUE(server.ready());
+    for (const char* form : {"--json", "--no-heading"}) {
+        const Ran ran = shell(std::string("ulimit -v 65536; \"$Z\" connections ") + form);
+        EXPECT_EQ(ran.status, 0);
+        size_t count = 0;
+        const std::string mark = *form == '-' && form[2] == 'j' ? "{\"number\"" : "\n";
+        for (size_t at = ran.output.find(mark); at != std::string::npos;
+             at = ran.output.find(mark, at + 1)) {
+            count++;
+        }
+        EXPECT_EQ(count, static_cast<size_t>(kManyConnections));
+    }
+}
+
+} // namespace
+} // namespace zrp

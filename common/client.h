@@ -13,8 +13,8 @@
 //     other verb changes something and says what. A function that does what one of zrp does has its
 //     name; their arguments differ.
 //  2. Every function but those of session.h returns an Answer: a value, or a code and the server's
-//     words. A list that breaks off is a failure, and gives no value; only in the lists of 7 may an
-//     item that is malformed pass unseen.
+//     words. A list that breaks off is a failure, and gives no value; only ListFilters passes over
+//     a filter without a name or a value.
 //  3. Values own what they hold, can be copied, and outlive the session. Records of the library
 //     that do so too are given as they are.
 //  4. Names and texts need no terminator; one with a NUL inside is refused with kInvalid. An empty
@@ -23,11 +23,11 @@
 //     sent back in it. Unescaped makes them readable, Escaped makes a typed text sendable.
 //  6. A callback returns nothing, or false to stop, which is no failure. It may ask the server and
 //     may throw.
-//  7. Nothing else throws but std::bad_alloc, from strings and vectors. Where the library gives
-//     items to a callback of this face (MountVolumes, DismountVolumes, ListStorageVolumes,
-//     ListFilters), running out of memory ends the program instead.
+//  7. Nothing else throws but std::bad_alloc, from strings and vectors. In ListStorageVolumes and
+//     ListFilters, running out of memory ends the program instead.
 //  8. Any thread may ask while the session lives. Nothing is logged.
 #pragma once
+#include "cplusplus.h"
 
 #include "client/answer.h"
 #include "client/connections.h"

@@ -1,8 +1,6 @@
 // What the request functions of the transport share. Internal to the library.
 #pragma once
 
-#include <atomic>
-#include <cstddef>
 #include <cstdint>
 
 #pragma GCC visibility push(hidden)
@@ -11,11 +9,12 @@ namespace zrp {
 
 // The step that decided the result of an exchange; callers count and log by it.
 enum class ExchangeStage {
-    kDone,      // a reply with status 0 arrived
-    kAllocate,  // no memory for the client object
-    kTransfer,  // connect, send or receive failed
-    kStatus,    // a reply arrived with a status other than 0
-    kNoAddress, // neither a name nor a default peer: nothing was tried
+    kDone,     // a reply with status 0 arrived
+    kAllocate, // no memory for the client object
+    kConnect,  // no connection
+    kTransfer, // send or receive failed
+    kStatus,   // a reply arrived with a status other than 0
+    kRefused,  // neither a name nor a default peer, or a negative timeout: nothing was tried
 };
 
 struct ExchangeRequest {
@@ -31,31 +30,14 @@ struct ExchangeRequest {
 struct ExchangeOutcome {
     int code = 0;
     ExchangeStage stage = ExchangeStage::kDone;
+    int32_t peerProcess = 0; // of the daemon's listener; 0 without a connection
+    uint32_t peerUser = 0;
     uint64_t replyLength = 0;
     char* reply = nullptr; // malloc'ed, with kStatus too; the caller frees it
 };
 
 // Connects, sends, receives and closes, and counts itself as in flight while it does.
 ExchangeOutcome exchange(const ExchangeRequest& request);
-
-// Counts one exchange as in flight for the lifetime of the object.
-class InFlight {
-public:
-    explicit InFlight(std::atomic<uint32_t>& count) : count_(count) {
-        count_.fetch_add(1);
-    }
-    ~InFlight() {
-        count_.fetch_sub(1);
-    }
-    InFlight(const InFlight&) = delete;
-    InFlight& operator=(const InFlight&) = delete;
-
-private:
-    std::atomic<uint32_t>& count_;
-};
-
-// Returns when no exchange is in flight.
-void wait_until_idle(const std::atomic<uint32_t>& count);
 
 } // namespace zrp
 

@@ -14,6 +14,7 @@
 #include <iterator>
 #include <limits>
 
+#include "common/bounded_copy.h"
 #include "common/result.h"
 
 namespace zrp {
@@ -163,8 +164,10 @@ void parse(const char* text, uint64_t& value, const ParseReport& report) {
 
 void cvtBytesToString(SizeText& dst, uint64_t count, uint64_t unitSize, bool spacedUnit) {
     const uint64_t size = count * unitSize;
+    char text[64] = "";
     if (size >> kSizeUnits[0].shift == 0) {
-        snprintf(dst, sizeof dst, "%lld", static_cast<long long>(size));
+        snprintf(text, sizeof text, "%lld", static_cast<long long>(size));
+        copy_cut(dst, text);
         return;
     }
     const SizeUnit& unit = unit_of(size);
@@ -172,10 +175,11 @@ void cvtBytesToString(SizeText& dst, uint64_t count, uint64_t unitSize, bool spa
     const auto hundredths = static_cast<long long>(hundredths_of(size, unit.shift));
     const int width = spacedUnit ? 3 : 2;
     if (hundredths == 0) {
-        snprintf(dst, sizeof dst, "%lld%*s", whole, width, unit.name);
+        snprintf(text, sizeof text, "%lld%*s", whole, width, unit.name);
     } else {
-        snprintf(dst, sizeof dst, "%lld.%02lld%*s", whole, hundredths, width, unit.name);
+        snprintf(text, sizeof text, "%lld.%02lld%*s", whole, hundredths, width, unit.name);
     }
+    copy_cut(dst, text);
 }
 
 void cvtSizeToString(uint64_t count, uint64_t unitSize, SizeText& dst) {

@@ -3,6 +3,7 @@
 //
 // These functions share no state and may be called on any thread.
 #pragma once
+#include "cplusplus.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,6 @@
 // Guards for malloc'ed text: requests from the builders, replies from the transport.
 #pragma once
+#include "cplusplus.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -5,6 +5,7 @@
 
 #include "common/bounded_copy.h"
 #include "common/exchange.h"
+#include "common/in_flight.h"
 #include "common/log/log_state.h"
 #include "common/result.h"
 
@@ -21,6 +22,7 @@ void log_failure(const LogOperations& log, const ExchangeRequest& request,
         log.LogError("IPCServRequestEx req#=%u len=%zu IPCClient() ENOMEM", request.requestNumber,
                      size_t{request.pieces[0].length});
         break;
+    case ExchangeStage::kConnect:
     case ExchangeStage::kTransfer:
         log.LogError("IPCServRequestEx open/send/received failed rc=%d", outcome.code);
         break;
@@ -28,7 +30,7 @@ void log_failure(const LogOperations& log, const ExchangeRequest& request,
         log.LogError("IPCServRequestEx clientErr=%d", outcome.code);
         break;
     case ExchangeStage::kDone:
-    case ExchangeStage::kNoAddress:
+    case ExchangeStage::kRefused:
         break;
     }
 }

@@ -4,6 +4,7 @@
 // Any thread may make an exchange through an open context at any time. Init, Open and Close must
 // not run on two threads at once.
 #pragma once
+#include "cplusplus.h"
 
 #include <atomic>
 #include <cstddef>

@@ -1,5 +1,6 @@
 // How a program follows what the library sends and receives.
 #pragma once
+#include "cplusplus.h"
 
 #include <cstdint>
 

@@ -38,7 +38,11 @@
 //     the builder (kInvalid or kNoMemory; nothing is sent then), the exchange (transport.h), the
 //     server (CheckForError in xml_reader.h), the scanner.
 // 13. A callback returns 0 to go on. Any other value stops the operation and becomes its result.
+// 14. An error text is emptied first, so that it holds nothing unless the server said something.
+// 15. A walk over a list fails with kInvalid when the list was cut, is not closed or holds an item
+//     that is malformed, unless the header says otherwise.
 #pragma once
+#include "cplusplus.h"
 
 namespace zrp {
 
@@ -53,8 +57,13 @@ enum Result : int {
     kTooLong = 75,        // value longer than the caller's buffer
     kBufferTooSmall = 90, // caller's buffer too small
     kWriteError = 95,     // the server reported a write error
-    kShortHeader = 107,   // reply header shorter than 12 bytes, or an empty send
+    kShortHeader = 107,   // reply cut in its header, or an empty send
     kNameTooLong = -702,  // volume name too long
 };
+
+// A short text for a result, without a capital or a full stop: "connection refused". It is the same
+// in every locale, is never freed, and any thread may ask. A code that neither the library nor the
+// system has can only be the server's own: "error reported by the server".
+const char* ResultText(int rc);
 
 } // namespace zrp

@@ -4,6 +4,7 @@
 // reply always agree. A name that is a C++ keyword ends in an underscore (tag::volatile_). Oddities
 // such as "taskNuber" are the daemons' own spelling.
 #pragma once
+#include "cplusplus.h"
 
 #include <cstddef>
 

@@ -6,8 +6,13 @@
 // replies.
 //
 // Any thread may make an exchange at any time between IPCServInit and IPCServTerm.
-// IPCServInterrupt ends every step that waits.
+// IPCServInterrupt ends every step that waits, within a tenth of a second. A thread may set a
+// deadline for whole exchanges, and refuse replies that were cut (exchange_limits.h).
+//
+// Between two exchanges the library has no descriptor open, so that a program may close all that it
+// has. A forked child inherits the default peer, but no exchange and no interrupt.
 #pragma once
+#include "cplusplus.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -56,10 +61,12 @@ struct IPCClient {
     IPCClient& operator=(const IPCClient&) = delete;
     ~IPCClient();
 
-    // Connects to the abstract name. Returns 0 or the errno of socket() or connect().
+    // Connects to the abstract name, after closing an earlier connection. Returns kOk, the errno of
+    // socket() or connect(), or ECANCELED after IPCServInterrupt.
     int Connect(const char* name);
 
-    // The same, with a timeout of timeoutMs milliseconds for each step of a later Receive.
+    // The same, with a timeout of timeoutMs milliseconds for each step of a later Receive; 0 is
+    // none. Returns kInvalid for a negative one.
     int ConnectTimeout(const char* name, int32_t timeoutMs);
 
     // Sends the 12-byte header; only the low 32 bits of length reach the wire.
@@ -67,13 +74,14 @@ struct IPCClient {
 
     // Sends as one blocking send() would, in steps that IPCServInterrupt can end. Returns kOk,
     // kShortHeader when a step sends nothing, or ECANCELED after IPCServInterrupt. Any other
-    // failure is not reported here and shows up in Receive.
+    // failure, a missing connection among them, is not reported here and shows up in Receive.
     int Send(uint64_t length, const void* data) const;
 
     // Reads one reply. On success *buffer is malloc'ed with exactly *length bytes, or null when the
     // reply is empty. Bytes that the peer announced but did not send are zero. On failure *buffer
     // is null, and *status and *length are those of the header if a valid one arrived.
-    // Returns kOk, kNoMemory, kBadMagic, kShortHeader, or ECANCELED after IPCServInterrupt.
+    // Returns kOk, kNoMemory, kBadMagic, kShortHeader (also without a connection), or ECANCELED
+    // after IPCServInterrupt.
     int Receive(uint32_t* status, uint64_t* length, char** buffer) const;
 };
 
@@ -85,13 +93,15 @@ int IPCServInit(const char* name);
 void IPCServTerm();
 
 // Ends all exchanges in flight, on any thread, with ECANCELED, and all later ones until the next
-// IPCServInit. May be called from a signal handler.
+// IPCServInit. So does it with scans of long replies (xml_reader.h). May be called from a signal
+// handler. A child that is forked later is not interrupted.
 void IPCServInterrupt();
 
 // Makes one exchange with the default peer. On success the caller owns *reply (null when
 // *replyLength is 0). Returns kOk, kInvalid without a default peer, kNoMemory, kBadMagic,
-// kShortHeader, ECANCELED, the errno of the connection, or the status of the reply. On failure
-// *reply is null and *replyLength is what the reply's header announced, 0 without a valid header.
+// kShortHeader, ECANCELED, ETIMEDOUT, kTooLong or kInvalid by the thread's limits
+// (exchange_limits.h), the errno of the connection, or the status of the reply. On failure *reply
+// is null and *replyLength is what the reply's header announced, 0 without a valid header.
 int IPCServRequest(uint32_t requestNumber, uint64_t requestLength, const char* request,
                    uint64_t* replyLength, char** reply);
 
@@ -99,7 +109,8 @@ int IPCServRequest(uint32_t requestNumber, uint64_t requestLength, const char* r
 int IPCServRequestEx(const char* socketName, uint32_t requestNumber, uint64_t requestLength,
                      const char* request, uint64_t* replyLength, char** reply);
 
-// The same with a receive timeout. The caller owns the reply even when its status is not 0.
+// The same with a receive timeout as ConnectTimeout has it. The caller owns the reply even when its
+// status is not 0. Returns kInvalid also for a negative timeout.
 int IPCServRequestTimeout(const char* socketName, uint32_t requestNumber, uint64_t requestLength,
                           const char* request, uint64_t* replyLength, char** reply,
                           int32_t timeoutMs);

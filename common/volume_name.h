@@ -1,5 +1,6 @@
 // Names of volumes as requests and replies carry them.
 #pragma once
+#include "cplusplus.h"
 
 #include <cstddef>
 
@@ -8,7 +9,8 @@ namespace zrp {
 inline constexpr size_t kVolumeNameSize = 32; // of a name in a reply, with its terminator
 using VolumeName = char[kVolumeNameSize];
 
-// The longest name, in bytes, that an operation on a volume sends.
+// The longest name, in bytes, that an operation on a volume sends. A reference counts as what it
+// stands for: "AT&amp;T" has four bytes, as the server sees it.
 inline constexpr int kMaxVolumeName = 15;
 
 } // namespace zrp

@@ -37,11 +37,22 @@ const Entity* entity_at(const char* position, const char* end) {
     return nullptr;
 }
 
+size_t utf8_length(uint32_t character) {
+    constexpr uint32_t kFirstOfTwo = 0x80;
+    constexpr uint32_t kFirstOfThree = 0x800;
+    constexpr uint32_t kFirstOfFour = 0x10000;
+    return size_t{1} + (character >= kFirstOfTwo ? 1 : 0) + (character >= kFirstOfThree ? 1 : 0) +
+           (character >= kFirstOfFour ? 1 : 0);
+}
+
 } // namespace
 
-bool begins_reference(const char* position, const char* end) {
+Reference reference_at(const char* position, const char* end) {
     if (!starts_with(position, end, "&#")) {
-        return entity_at(position, end) != nullptr;
+        const Entity* entity = entity_at(position, end);
+        return entity == nullptr
+                   ? Reference{}
+                   : Reference{entity->text.size(), static_cast<uint8_t>(entity->character)};
     }
     constexpr int kDecimal = 10;
     constexpr int kHexadecimal = 16;
@@ -49,7 +60,21 @@ bool begins_reference(const char* position, const char* end) {
     uint32_t number = 0;
     const auto [stop, error] = std::from_chars(position + (isHexadecimal ? 3 : 2), end, number,
                                                isHexadecimal ? kHexadecimal : kDecimal);
-    return error == std::errc() && stop < end && *stop == ';' && is_text_character(number);
+    const bool isReference =
+        error == std::errc() && stop < end && *stop == ';' && is_text_character(number);
+    return isReference ? Reference{static_cast<size_t>(stop + 1 - position), number} : Reference{};
+}
+
+size_t resolved_length(std::string_view text) {
+    const char* at = text.data();
+    const char* end = at + text.size();
+    size_t length = 0;
+    while (at < end) {
+        const Reference reference = *at == '&' ? reference_at(at, end) : Reference{};
+        length += reference.size != 0 ? utf8_length(reference.character) : 1;
+        at += reference.size != 0 ? reference.size : 1;
+    }
+    return length;
 }
 
 int XmlEscape(const char* text, int length, char* buffer, int* capacity) {

@@ -1,6 +1,9 @@
 // Finders of the reply reader: elements and plain tags.
 
+#include <algorithm>
+
 #include "common/result.h"
+#include "common/thread_limits.h"
 #include "common/xml_reader.h"
 #include "common/xml_scan.h"
 
@@ -80,14 +83,25 @@ Step step_cdata(BodyWalk& walk) {
     return Step::kContinue;
 }
 
+// Moves to the end of a name. Returns kOk, or the code with which the walk has to end.
+int walk_name(char** position, const char* end) {
+    int rc = kOk;
+    while (rc == kOk && *position < end) {
+        char* const stop = *position + std::min<ptrdiff_t>(end - *position, kLookDistance);
+        *position = std::find_if(*position, stop, ends_name);
+        if (*position < stop) {
+            break;
+        }
+        rc = scan_result();
+    }
+    return rc;
+}
+
 // At any other '<'. Compatibility: a self-closing tag without attributes is not counted in depth,
 // but one of the same name is counted in sameNameDepth.
 Step step_opening_tag(BodyWalk& walk) {
     const char* name = ++walk.position;
-    while (walk.position < walk.end && !ends_name(*walk.position)) {
-        walk.position++;
-    }
-    if (walk.position == walk.end) {
+    if (walk_name(&walk.position, walk.end) != kOk || walk.position == walk.end) {
         return Step::kTruncated;
     }
     walk.depth += *walk.position == '/' ? 0 : 1;
@@ -110,15 +124,19 @@ Step step_body(BodyWalk& walk) {
 // Walks from the first byte of the content to the '>' of the closing tag.
 int match_content(std::string_view tag, char* content, char* end, XmlElement* element) {
     BodyWalk walk = {tag, end, content, 0, 0, {content, content}};
+    Lookout lookout(content);
     Step step = Step::kContinue;
+    int rc = kOk;
     char* markup = nullptr;
-    while (step == Step::kContinue && (markup = next_markup(walk.position, end)) != nullptr) {
+    while (rc == kOk && step == Step::kContinue &&
+           (markup = next_markup(walk.position, end)) != nullptr) {
         walk.position = markup;
         step = step_body(walk);
+        rc = lookout.at(walk.position);
     }
-    if (step != Step::kMatched) {
+    if (rc != kOk || step != Step::kMatched) {
         finish(walk.compaction, end);
-        return kNotFound;
+        return rc != kOk ? rc : int{kNotFound};
     }
     const size_t gap = gap_of(walk.compaction);
     finish(walk.compaction, walk.position + 1);
@@ -139,8 +157,8 @@ int match_element(std::string_view tag, char* tagEnd, char* end, XmlElement* ele
     match.tagEnd = tagEnd;
     if (close[-1] == '/') {
         match.elementEnd = close;
-    } else if (match_content(tag, close + 1, end, &match) != kOk) {
-        return kNotFound;
+    } else if (const int rc = match_content(tag, close + 1, end, &match); rc != kOk) {
+        return rc;
     }
     *element = match;
     return kOk;
@@ -153,27 +171,46 @@ bool is_whole_tag(std::string_view tag, const char* markup, const char* end) {
 
 } // namespace
 
-int FindElement(std::string_view tag, char* start, char* end, XmlElement* element) {
-    for (char* markup = next_markup(start, end); markup != nullptr;
+int find_opening(std::string_view tag, const char* start, const char* end, const char** found) {
+    Lookout lookout(start);
+    for (const char* markup = next_markup(start, end); markup != nullptr;
          markup = next_markup(markup + 1, end)) {
-        char* name = markup + 1;
+        const char* name = markup + 1;
         if (starts_with(name, end, tag) && name + tag.size() < end && ends_name(name[tag.size()])) {
-            return match_element(tag, name + tag.size(), end, element);
+            *found = markup;
+            return kOk;
+        }
+        if (const int rc = lookout.at(markup); rc != kOk) {
+            return rc;
         }
     }
     return kNotFound;
 }
 
+int FindElement(std::string_view tag, char* start, char* end, XmlElement* element) {
+    const char* found = nullptr;
+    const int rc = find_opening(tag, start, end, &found);
+    if (rc != kOk) {
+        return rc;
+    }
+    char* markup = start + (found - start);
+    return match_element(tag, markup + 1 + tag.size(), end, element);
+}
+
 int NextElement(char* start, char* end, XmlElement* element, char** name, size_t* nameLength) {
+    Lookout lookout(start);
     for (char* markup = next_markup(start, end); markup != nullptr;
          markup = next_markup(markup + 1, end)) {
+        if (const int rc = lookout.at(markup); rc != kOk) {
+            return rc;
+        }
         char* first = markup + 1;
         if (first < end && (*first == '/' || *first == '!' || *first == '?')) {
             continue;
         }
         char* last = first;
-        while (last < end && !ends_name(*last)) {
-            last++;
+        if (const int rc = walk_name(&last, end); rc != kOk) {
+            return rc;
         }
         const auto length = static_cast<size_t>(last - first);
         const int rc = match_element({first, length}, last, end, element);
@@ -187,8 +224,12 @@ int NextElement(char* start, char* end, XmlElement* element, char** name, size_t
 }
 
 int FindClosingTag(std::string_view tag, const char* start, const char* end, const char** found) {
+    Lookout lookout(end);
     for (const char* markup = last_markup(start, end); markup != nullptr;
          markup = last_markup(start, markup)) {
+        if (const int rc = lookout.at(markup); rc != kOk) {
+            return rc;
+        }
         if (starts_with(markup, end, "</") && is_whole_tag(tag, markup + 1, end)) {
             *found = markup;
             return kOk;
@@ -198,8 +239,12 @@ int FindClosingTag(std::string_view tag, const char* start, const char* end, con
 }
 
 int FindPlainOpenTag(std::string_view tag, const char* start, const char* end, const char** found) {
+    Lookout lookout(start);
     const char* markup = next_markup(start, end);
     while (markup != nullptr) {
+        if (const int rc = lookout.at(markup); rc != kOk) {
+            return rc;
+        }
         const char* next = markup + 1;
         if (starts_with(markup, end, kCdataOpen)) {
             next = cdata_end(markup + kCdataOpen.size(), end);

@@ -9,6 +9,7 @@
 #include "common/range_number.h"
 #include "common/result.h"
 #include "common/tags.h"
+#include "common/thread_limits.h"
 #include "common/xml_scan.h"
 
 namespace zrp {
@@ -47,11 +48,37 @@ int take_word(const char* start, const char* end, NumberWord& word, const char**
     return kOk;
 }
 
-// Returns the first byte of the attribute's value, null when the attribute is not in the range.
-const char* find_attribute_value(std::string_view name, const char* start, const char* end) {
-    for (const char* at = skip_blanks(start, end); at < end; at++) {
-        if (!starts_with(at, end, name)) {
-            continue;
+// The content of the first such element. Returns kOk, kInvalid when there is none or it is
+// self-closing, or the code of a search that was broken off; the content is then null.
+int find_content(char* reply, int32_t length, std::string_view tag, std::string_view* content) {
+    XmlElement element;
+    const int rc = reply == nullptr
+                       ? int{kNotFound}
+                       : FindElement(tag, reply, reply + std::max(length, 0), &element);
+    if (rc != kOk || element.contentStart == nullptr) {
+        return failure_of(rc, kInvalid);
+    }
+    *content = {element.contentStart, element.contentLength};
+    return kOk;
+}
+
+// Returns the first place of the text in [position, end), or null.
+const char* find_text(std::string_view text, const char* position, const char* end) {
+    return position < end
+               ? static_cast<const char*>(memmem(position, static_cast<size_t>(end - position),
+                                                 text.data(), text.size()))
+               : nullptr;
+}
+
+// Finds the first byte of the attribute's value. Returns kOk, kNotFound when the attribute is not
+// in the range, or the code of a search that was broken off.
+int find_attribute_value(std::string_view name, const char* start, const char* end,
+                         const char** value) {
+    Lookout lookout(start);
+    for (const char* at = find_text(name, skip_blanks(start, end), end); at != nullptr;
+         at = find_text(name, at + 1, end)) {
+        if (const int rc = lookout.at(at); rc != kOk) {
+            return rc;
         }
         const char* sign = skip_blanks(at + name.size(), end);
         if (sign == end || *sign != '=') {
@@ -59,10 +86,11 @@ const char* find_attribute_value(std::string_view name, const char* start, const
         }
         const char* quote = skip_blanks(sign + 1, end);
         if (quote != end && *quote == '"') {
-            return quote + 1;
+            *value = quote + 1;
+            return kOk;
         }
     }
-    return nullptr;
+    return kNotFound;
 }
 
 const char* search_end(const XmlAttribute& attribute) {
@@ -78,7 +106,7 @@ void set_value(XmlAttribute* attribute, const char* start, const char* end) {
 // The value of the first `<result value="...">`. An opening is recognised by the text between a '<'
 // and the first double quote after it; after any other quote the search goes on at the next '>'.
 struct ResultValue {
-    bool found = false;
+    int code = kNotFound; // kOk; kNotFound; or that of a search which was broken off
     const char* start = nullptr;
     const char* end = nullptr; // null when the value is not closed
 };
@@ -87,7 +115,11 @@ ResultValue find_result_value(const char* reply, const char* end) {
     const char* markup = nullptr;
     const char* searched = reply; // markup is the last '<' before it
     const char* quote = next_byte(reply, end, '"');
+    Lookout lookout(reply);
     while (quote != nullptr) {
+        if (const int rc = lookout.at(quote); rc != kOk) {
+            return {.code = rc};
+        }
         if (const char* last = last_markup(searched, quote); last != nullptr) {
             markup = last;
         }
@@ -95,7 +127,7 @@ ResultValue find_result_value(const char* reply, const char* end) {
         if (markup != nullptr &&
             std::string_view(markup + 1, static_cast<size_t>(quote - markup - 1)) ==
                 kResultOpening) {
-            return {true, quote + 1, next_byte(quote + 1, end, '"')};
+            return {kOk, quote + 1, next_byte(quote + 1, end, '"')};
         }
         const char* close = next_byte(quote, end, '>');
         quote = close == nullptr ? nullptr : next_byte(close, end, '"');
@@ -142,8 +174,8 @@ int report_result(const ResultValue& result, const char* end, ErrorText* errorTe
 
 int report_write_result(const char* reply, const char* end, ErrorText* errorText) {
     const char* writeResult = nullptr;
-    if (FindPlainOpenTag(kWriteResultTag, reply, end, &writeResult) != kOk) {
-        return kOk;
+    if (const int rc = FindPlainOpenTag(kWriteResultTag, reply, end, &writeResult); rc != kOk) {
+        return failure_of(rc, kOk);
     }
     const char* error = nullptr;
     if (FindPlainOpenTag(kErrorTag, writeResult, end, &error) == kOk) {
@@ -156,37 +188,33 @@ int report_write_result(const char* reply, const char* end, ErrorText* errorText
 
 char* XML_GetTagElement(char* reply, int32_t length, std::string_view tag,
                         uint32_t* contentLength) {
-    *contentLength = 0;
-    XmlElement element;
-    if (reply == nullptr || FindElement(tag, reply, reply + std::max(length, 0), &element) != kOk) {
-        return nullptr;
-    }
-    *contentLength = element.contentLength;
-    return element.contentStart;
+    std::string_view content;
+    (void)find_content(reply, length, tag, &content);
+    *contentLength = static_cast<uint32_t>(content.size());
+    return const_cast<char*>(content.data());
 }
 
 int GetTagString(std::string_view tag, char* reply, int32_t length, int32_t capacity,
                  char* buffer) {
-    uint32_t contentLength = 0;
-    const char* content = XML_GetTagElement(reply, length, tag, &contentLength);
-    if (content == nullptr) {
-        return kInvalid;
+    std::string_view content;
+    const int rc = find_content(reply, length, tag, &content);
+    if (rc != kOk) {
+        return rc;
     }
-    if (int64_t{contentLength} + 1 > capacity) {
+    if (static_cast<int64_t>(content.size()) + 1 > capacity) {
         return kTooLong;
     }
-    copy_cut(buffer, static_cast<size_t>(capacity), content, contentLength);
+    copy_cut(buffer, static_cast<size_t>(capacity), content.data(), content.size());
     return kOk;
 }
 
 int GetTagInt(std::string_view tag, char* reply, int32_t length, uint32_t* value) {
-    uint32_t contentLength = 0;
-    const char* content = XML_GetTagElement(reply, length, tag, &contentLength);
-    if (content == nullptr) {
-        return kInvalid;
+    std::string_view content;
+    const int rc = find_content(reply, length, tag, &content);
+    if (rc == kOk) {
+        *value = static_cast<uint32_t>(leading_decimal(content));
     }
-    *value = static_cast<uint32_t>(leading_decimal({content, contentLength}));
-    return kOk;
+    return rc;
 }
 
 void GetStartIndex(char* reply, int32_t length, uint32_t* startIndex) {
@@ -215,8 +243,11 @@ int GetRangeUInt32(const char* start, const char* end, uint32_t* value, const ch
 
 int GetAttribute(std::string_view name, XmlAttribute* attribute) {
     const char* end = search_end(*attribute);
-    const char* start = find_attribute_value(name, attribute->searchStart, end);
-    const char* quote = start == nullptr ? nullptr : next_byte(start, end, '"');
+    const char* start = nullptr;
+    if (const int rc = find_attribute_value(name, attribute->searchStart, end, &start); rc != kOk) {
+        return rc;
+    }
+    const char* quote = next_byte(start, end, '"');
     if (quote == nullptr) {
         return kNotFound;
     }
@@ -227,8 +258,11 @@ int GetAttribute(std::string_view name, XmlAttribute* attribute) {
 int GetAttributeToEnd(std::string_view name, XmlAttribute* attribute) {
     constexpr ptrdiff_t kTagClosing = 2; // the value's quote and the tag's '>'
     const char* end = search_end(*attribute);
-    const char* start = find_attribute_value(name, attribute->searchStart, end);
-    if (start == nullptr || end - start < kTagClosing) {
+    const char* start = nullptr;
+    if (const int rc = find_attribute_value(name, attribute->searchStart, end, &start); rc != kOk) {
+        return rc;
+    }
+    if (end - start < kTagClosing) {
         return kNotFound;
     }
     set_value(attribute, start, end - kTagClosing);
@@ -241,12 +275,12 @@ int GetNameValueParm(char* element, char* elementEnd, char (&name)[kParmNameSize
     type[0] = '\0';
     value[0] = '\0';
     XmlElement found;
-    if (FindElement(tag::name, element, elementEnd, &found) != kOk) {
-        return kInvalid;
+    if (const int rc = FindElement(tag::name, element, elementEnd, &found); rc != kOk) {
+        return failure_of(rc, kInvalid);
     }
     copy_cut(name, found.contentStart, found.contentLength);
-    if (FindElement(tag::value, element, elementEnd, &found) != kOk) {
-        return kOk;
+    if (const int rc = FindElement(tag::value, element, elementEnd, &found); rc != kOk) {
+        return failure_of(rc, kOk);
     }
     if (found.contentLength > static_cast<uint32_t>(valueMax)) {
         return kNoMemory;
@@ -265,8 +299,11 @@ int CheckForError(uint32_t length, const char* reply, ErrorText* errorText) {
     set_error_text(errorText, "");
     const char* end = reply + length;
     const ResultValue result = find_result_value(reply, end);
-    return result.found ? report_result(result, end, errorText)
-                        : report_write_result(reply, end, errorText);
+    if (result.code != kOk && result.code != kNotFound) {
+        return result.code;
+    }
+    return result.code == kOk ? report_result(result, end, errorText)
+                              : report_write_result(reply, end, errorText);
 }
 
 } // namespace zrp

@@ -11,7 +11,11 @@
 //    the gap after its closing tag, so that nothing after the element moves and nothing is found
 //    twice.
 //  - Nothing is logged. Different threads may read different replies.
+//  - A walk through more than a megabyte can be broken off as an exchange can: the functions that
+//    return a result code then return ECANCELED after IPCServInterrupt (transport.h), and ETIMEDOUT
+//    when the time of an ExchangeLimitsGuard is up; the scanners of requests/ pass these on.
 #pragma once
+#include "cplusplus.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,7 @@
 // The steps of a walk over a reply. Internal to the library.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
@@ -75,9 +76,25 @@ constexpr bool is_text_character(uint32_t number) {
            (number > 0xFFFF && number <= 0x10FFFF);
 }
 
-// Returns whether the '&' at position begins one of the five entities or a reference to the number
-// of a text character.
-bool begins_reference(const char* position, const char* end);
+// One of the five entities, or a reference to the number of a text character.
+struct Reference {
+    size_t size = 0;        // bytes that it takes in the text; 0 when there is none
+    uint32_t character = 0; // that it stands for
+};
+
+// The reference that the '&' at position begins.
+Reference reference_at(const char* position, const char* end);
+
+inline bool begins_reference(const char* position, const char* end) {
+    return reference_at(position, end).size != 0;
+}
+
+// The bytes of a text as they are when its references are resolved.
+size_t resolved_length(std::string_view text);
+
+// Finds the '<' of the first opening tag of that name, whether the element is whole or not. Returns
+// kOk, kNotFound, or the code of a walk that was broken off.
+int find_opening(std::string_view tag, const char* start, const char* end, const char** found);
 
 } // namespace zrp
 

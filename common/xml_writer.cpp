@@ -60,6 +60,11 @@ bool accept(XmlDocument& document, const char* text) {
     return accept(document, text, IsSendable);
 }
 
+// An attribute ends at its quote.
+bool is_sendable_attribute(const char* text) {
+    return IsSendable(text) && strchr(text, '"') == nullptr;
+}
+
 } // namespace
 
 bool IsSendable(const char* text) {
@@ -146,7 +151,8 @@ int WriteNumberedParameter(XmlDocument& document, const char* tag, int index, co
 }
 
 int WriteParmString(XmlDocument& document, const char* name, const char* type, const char* value) {
-    if (!accept(document, name) || !accept(document, value)) {
+    if (!accept(document, name) || !accept(document, type, is_sendable_attribute) ||
+        !accept(document, value)) {
         return 0;
     }
     return append(document, "<%s><%s>%s</%s><%s type=\"%s\">%s</%s></%s>\n", tag::parm, tag::name,

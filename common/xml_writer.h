@@ -14,15 +14,16 @@
 // may call the writers.
 //
 // Text from outside cannot break a document: a text that IsSendable refuses is not written, and
-// its document finishes as null with errno EINVAL. Nothing is escaped, because a name from a reply
-// is sent back as the server wrote it, with its entities. Pass plain text that may hold markup
-// characters through XmlEscape first.
+// its document finishes as null with errno EINVAL; a type must not hold a '"' either. Nothing is
+// escaped, because a name from a reply is sent back as the server wrote it, with its entities. Pass
+// plain text that may hold markup characters through XmlEscape first.
 //
 // This rule holds for every text argument of a builder and of an operation, with one exception: a
 // request that only asks about a name from a reply (the state of a volume, its mount point, a
 // setting) writes the name with WriteReceivedName, which accepts any '&', since the server knows
 // the name in no other form.
 #pragma once
+#include "cplusplus.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -4,6 +4,7 @@
 
 #include "common/result.h"
 #include "core/input.h"
+#include "core/keyboard.h"
 #include "core/line_editor.h"
 #include "core/monitor.h"
 #include "core/refresh_thread.h"
@@ -15,7 +16,7 @@
 namespace zrp {
 namespace {
 
-constexpr const char* kTraceTag = "main";
+constexpr const char* kLoopTag = "main";
 
 void clear_screen() {
     pause_refresh();
@@ -130,11 +131,11 @@ const Screen* open_screen(const Screen* screen) {
 
 void key_loop() {
     for (;;) {
-        const int key = read_key(stdscr);
+        const int key = read_key();
         if (key == ERR || key == KEY_F(1)) {
             cleanup_and_exit(0);
         }
-        trace(is_special_key(key) ? "%s: special key=%0d\n" : "%s: key=%0d\n", kTraceTag, key);
+        trace(is_special_key(key) ? "%s: special key=%0d\n" : "%s: key=%0d\n", kLoopTag, key);
         const Screen* screen = act_on_typed_key(key);
         while (screen != nullptr) {
             screen = open_screen(screen);

@@ -15,5 +15,6 @@ inline constexpr int kStripHeight = 3;
 
 inline constexpr int kMainRow = kStripRow + kStripHeight;
 inline constexpr int kRowsBelowMainWindow = 5;
+inline constexpr int kStatusRowFromBottom = 2; // the second of them from the bottom
 
 } // namespace zrp

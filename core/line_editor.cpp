@@ -4,19 +4,17 @@
 
 #include "common/result.h"
 #include "core/input.h"
+#include "core/keyboard.h"
 #include "core/monitor.h"
 #include "core/window.h"
 
 namespace zrp {
 namespace {
 
-constexpr const char* kTraceTag = "zrptop_wgetnstr";
+constexpr const char* kEditorTag = "zrptop_wgetnstr";
 
 constexpr int kLineFeed = 10;
 constexpr int kCarriageReturn = 13;
-
-// The least width of the field, even if the prompt before it reaches the frame.
-constexpr int kMinFieldWidth = 8;
 
 struct KeyMapping {
     int typed;
@@ -118,30 +116,30 @@ int zrptop_wgetnstr(WINDOW* window, char* buffer, int maxLength, int* fkeyHit, i
     const Field field = field_at_cursor(window);
     char* cursor = buffer;
     for (;;) {
-        const int key = read_key(window);
+        const int key = read_key();
         if (key == ERR) {
             *cursor = '\0';
             return -1;
         }
-        trace("%s: getch() key=%d\n", kTraceTag, key);
+        trace("%s: getch() key=%d\n", kEditorTag, key);
         if (is_enter(key)) {
             *cursor = '\0';
             return kOk;
         }
         if (is_erase(key)) {
-            trace("%s: erasec key detected key=%d\n", kTraceTag, key);
+            trace("%s: erasec key detected key=%d\n", kEditorTag, key);
             erase(field, buffer, &cursor, 1);
         } else if (key == killKey) {
-            trace("%s: killc key detected key=%d\n", kTraceTag, key);
+            trace("%s: killc key detected key=%d\n", kEditorTag, key);
             erase(field, buffer, &cursor, cursor - buffer);
         } else if (const int code = special_code(key); code != ERR) {
-            trace("%s: special key detected key=%d\n", kTraceTag, code);
+            trace("%s: special key detected key=%d\n", kEditorTag, code);
             *fkeyHit = 1;
             *fkey = code;
             *buffer = '\0';
             return kOk;
         } else if (maxLength < 0 || cursor - buffer < maxLength) {
-            trace("%s: normal key detected key=%d\n", kTraceTag, key);
+            trace("%s: normal key detected key=%d\n", kEditorTag, key);
             *cursor++ = static_cast<char>(key);
             show(field, buffer, cursor);
         }

@@ -8,6 +8,9 @@ namespace zrp {
 inline constexpr int kNextScreenKey = '\t';         // reported for Tab, Right and Page Down
 inline constexpr int kPreviousScreenKey = KEY_LEFT; // reported for Shift-Tab, Left and Page Up
 
+// The least width of the field, even if the prompt before it reaches the frame.
+inline constexpr int kMinFieldWidth = 6;
+
 // Removes the character before the cursor from the text and from the window. Returns the new
 // cursor. Does nothing at the start of the buffer.
 char* erase_last_char(WINDOW* window, const char* bufferStart, char* cursor);

@@ -24,7 +24,7 @@ void append(MenuWriter* writer, const char* entry) {
         const size_t used = strlen(text);
         const char* separator = used > 0 ? " " : "";
         if (used + strlen(separator) + strlen(entry) < sizeof text) {
-            snprintf(text + used, sizeof text - used, "%s%s", separator, entry);
+            stpcpy(stpcpy(text + used, separator), entry);
             return;
         }
     }

@@ -33,7 +33,7 @@ struct MonitorState {
 
     std::atomic<pthread_t> refreshThread{0}; // 0: none; the thread clears it when it ends
     pthread_mutex_t refreshMutex{};          // held around the timed wait only
-    pthread_cond_t refreshCond{};            // never signalled
+    pthread_cond_t refreshCond{};            // signalled only once the terminal is gone
     std::atomic<int> refreshBusy{0};         // 1 during a pass; refresh thread
     std::atomic<int> refreshFirstDraw{0}; // 1: the next pass draws the labels first and clears it
     std::atomic<int> refreshPaused{0};    // 1 while the main thread owns the main window
@@ -43,7 +43,8 @@ struct MonitorState {
 extern MonitorState monitorState;
 
 // Opens the debug trace "zrptop.log" in the working directory and truncates it. Closes a trace that
-// is open already. If the file cannot be opened, the program runs without a trace.
+// is open already. If the file cannot be opened, or is anything but an ordinary file with one name,
+// the program runs without a trace.
 void open_trace();
 
 // Closes the trace if it is open.

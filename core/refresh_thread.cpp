@@ -1,12 +1,13 @@
 #include "core/refresh_thread.h"
 
 #include <sched.h>
-#include <unistd.h>
 
 #include "common/result.h"
+#include "core/input.h"
 #include "core/monitor.h"
 #include "core/screen.h"
 #include "core/signals.h"
+#include "core/status_row.h"
 #include "core/window.h"
 
 namespace zrp {
@@ -14,19 +15,8 @@ namespace {
 
 constexpr size_t kStackSize = 0x40000;
 
-// Long enough for a pass that a healthy server answers. After that the wait sleeps, so that a mute
-// daemon does not cost processor time.
-constexpr int kSpins = 100;
-constexpr useconds_t kSleepMicroseconds = 1000;
-
 void wait_for_pass_end() {
-    for (int spin = 0; monitorState.refreshBusy.load() != 0; spin++) {
-        if (spin < kSpins) {
-            sched_yield();
-        } else {
-            usleep(kSleepMicroseconds);
-        }
-    }
+    wait_until_clear(monitorState.refreshBusy);
 }
 
 void draw_screen() {
@@ -37,14 +27,27 @@ void draw_screen() {
     }
     if (firstDraw != 0 && screen->drawLabels != nullptr) {
         screen->drawLabels(monitorState.mainWindow);
+        CollectedUpdate::show(); // the daemon may not answer for long
     }
     if (screen->update != nullptr) {
         screen->update(monitorState.mainWindow);
     }
 }
 
-// Compatibility: nothing signals the condition. A switch, a first draw and the end of the program
-// wait for the deadline.
+void make_pass() {
+    const CollectedUpdate atTheEnd;
+    screen_set().updateStrip();
+    if (monitorState.refreshPaused.load() == 0) {
+        draw_screen();
+    }
+}
+
+bool stop_requested() {
+    return monitorState.refreshStop.load() != 0;
+}
+
+// Compatibility: a switch, a first draw and the end of the program wait for the deadline. Only once
+// the terminal is gone, with nothing left to draw on, the condition is signalled.
 void wait_for_interval() {
     const int interval = monitorState.refreshInterval.load();
     monitorState.currentWaitSeconds.store(interval);
@@ -52,28 +55,31 @@ void wait_for_interval() {
     pthread_mutex_lock(&monitorState.refreshMutex);
     clock_gettime(CLOCK_MONOTONIC, &deadline);
     deadline.tv_sec += interval;
-    pthread_cond_timedwait(&monitorState.refreshCond, &monitorState.refreshMutex, &deadline);
+    if (!stop_requested()) {
+        pthread_cond_timedwait(&monitorState.refreshCond, &monitorState.refreshMutex, &deadline);
+    }
     pthread_mutex_unlock(&monitorState.refreshMutex);
 }
 
-bool stop_requested() {
-    return monitorState.refreshStop.load() != 0;
+void end_the_wait() {
+    pthread_mutex_lock(&monitorState.refreshMutex);
+    pthread_cond_signal(&monitorState.refreshCond);
+    pthread_mutex_unlock(&monitorState.refreshMutex);
 }
 
 void* refresh_thread(void* /*unused*/) {
     while (!stop_requested()) {
         monitorState.refreshBusy.store(1);
-        screen_set().updateStrip();
-        if (monitorState.refreshPaused.load() == 0) {
-            draw_screen();
-        }
+        wake_main_thread(); // which looks from now on whether the pass is held up
+        make_pass();
+        note_end_of_pass();
         monitorState.refreshBusy.store(0);
-        if (!stop_requested()) {
-            wait_for_interval();
-        }
+        wake_main_thread();
+        wait_for_interval();
     }
     monitorState.refreshThread.store(0);
-    monitorState.refreshStop.store(0); // acknowledges the stop, so it must be the last statement
+    monitorState.refreshStop.store(0); // acknowledges the stop: nothing that is released after it
+    wake_main_thread();
     return nullptr;
 }
 
@@ -113,7 +119,10 @@ int stop_refresh_thread() {
     }
     monitorState.refreshStop.store(1);
     while (monitorState.refreshStop.load() != 0) {
-        sleep(1);
+        if (terminal_is_lost()) {
+            end_the_wait();
+        }
+        wait_for_event();
     }
     return kOk;
 }

@@ -9,8 +9,8 @@ namespace zrp {
 // Starts the thread; request_first_draw comes before. Returns kOk or the code of pthread_create.
 int start_refresh_thread();
 
-// Asks the thread to end and waits for it, which takes up to the refresh interval, rounded up to
-// whole seconds. Returns kOk.
+// Asks the thread to end and waits for it, which takes up to the refresh interval, or less once the
+// terminal is gone. Returns kOk.
 int stop_refresh_thread();
 
 // Waits for the end of the current pass and takes over the main window: later passes do not draw

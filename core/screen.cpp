@@ -3,7 +3,8 @@
 namespace zrp {
 namespace {
 
-const ScreenSet* screensInUse = nullptr;
+constexpr ScreenSet kNoScreens = {};
+const ScreenSet* screensInUse = &kNoScreens;
 
 const Screen* neighbour(const Screen* screen, size_t steps) {
     const std::span<const Screen> screens = screen_set().screens;

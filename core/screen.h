@@ -11,7 +11,10 @@ namespace zrp {
 // only through this record, so that screens build on the core and the core on no screen. A function
 // that a screen does not need is null.
 struct Screen {
-    int key;              // ncurses code of its function key, which identifies the screen
+    int key; // ncurses code of its function key, which identifies the screen
+    // The screen works without some of the daemons that it asks: a refused connection is no
+    // failure.
+    bool toleratesRefusal = false;
     const char* menuText; // beside the key in the menu
 
     // Called by the refresh thread with the main window. The results are ignored: a failed update
@@ -34,8 +37,8 @@ struct ScreenSet {
     void (*updateStrip)();           // at the start of every pass, whichever screen is shown
 };
 
-// Sets the screens that the functions below and the refresh thread use. Called once, before the
-// refresh thread starts.
+// Sets the screens that the functions below and the refresh thread use; none before that. Called
+// once, before the refresh thread starts.
 void use_screens(const ScreenSet& set);
 
 const ScreenSet& screen_set();

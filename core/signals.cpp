@@ -23,13 +23,9 @@ constexpr int kLastResortSeconds = 5; // after the longest wait that the refresh
 
 std::atomic<bool> terminationRequest{false};
 std::atomic<bool> stopRequest{false};
+std::atomic<bool> continueRequest{false};
 std::atomic<int> wakeFd{-1};
 static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
-
-void wake() {
-    const uint64_t one = 1;
-    [[maybe_unused]] const ssize_t written = write(wakeFd.load(), &one, sizeof one);
-}
 
 timer_t lastResortTimer{};
 bool hasLastResort = false;
@@ -39,14 +35,14 @@ bool hasShellModes = false;
 std::atomic<bool> terminalIsClaimed{false};
 
 void restore_shell_modes() {
-    if (hasShellModes) {
+    if (hasShellModes && !is_in_background()) {
         tcsetattr(STDIN_FILENO, TCSANOW, &shellModes);
     }
 }
 
 void resume_output() {
     termios modes = {};
-    if (terminalIsClaimed.load() && tcgetattr(STDIN_FILENO, &modes) == 0) {
+    if (terminalIsClaimed.load() && !is_in_background() && tcgetattr(STDIN_FILENO, &modes) == 0) {
         modes.c_iflag &= ~static_cast<tcflag_t>(IXON);
         tcsetattr(STDIN_FILENO, TCSANOW, &modes);
     }
@@ -69,17 +65,47 @@ void on_last_resort(int /*signal*/) {
     _exit(EXIT_SUCCESS);
 }
 
+void set_action(int signal, void (*handler)(int), int flags, struct sigaction* previous = nullptr) {
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    action.sa_flags = flags;
+    sigfillset(&action.sa_mask);
+    sigaction(signal, &action, previous);
+}
+
 void on_termination(int /*signal*/) {
     const int savedErrno = errno;
     request_termination();
+    // The main thread may be just about to stop the process, with no one to continue it.
+    set_action(SIGTSTP, SIG_IGN, 0);
     errno = savedErrno;
 }
 
 void on_stop(int /*signal*/) {
     const int savedErrno = errno;
     stopRequest.store(true);
-    wake();
+    wake_main_thread();
     errno = savedErrno;
+}
+
+void on_continue(int /*signal*/) {
+    const int savedErrno = errno;
+    continueRequest.store(true);
+    wake_main_thread();
+    errno = savedErrno;
+}
+
+// The program was stopped inside a call that reads the terminal, and continued in the background.
+// The call fails, and the main thread finds out why.
+void on_background_input(int /*signal*/) {}
+
+// The same inside a call of ncurses that changes the modes of the terminal, and that ncurses
+// repeats until it succeeds. The terminal stays as it is until the shell gives it back.
+void on_background_output(int /*signal*/) {
+    if (termination_requested()) {
+        _exit(EXIT_SUCCESS);
+    }
+    kill(getpid(), SIGSTOP);
 }
 
 // The terminal's size is read once. A handler keeps ncurses from resizing its windows and, unlike
@@ -87,11 +113,23 @@ void on_stop(int /*signal*/) {
 void on_resize(int /*signal*/) {}
 
 void install(int signal, void (*handler)(int)) {
-    struct sigaction action = {};
-    action.sa_handler = handler;
-    action.sa_flags = SA_RESTART;
-    sigfillset(&action.sa_mask);
-    sigaction(signal, &action, nullptr);
+    set_action(signal, handler, SA_RESTART);
+}
+
+// A shell without job control starts its programs with the signal ignored.
+void install_unless_ignored(int signal, void (*handler)(int)) {
+    struct sigaction inherited = {};
+    sigaction(signal, nullptr, &inherited);
+    if (inherited.sa_handler != SIG_IGN) {
+        install(signal, handler);
+    }
+}
+
+// The parent may have blocked any signal.
+void unblock_signals() {
+    sigset_t none;
+    sigemptyset(&none);
+    pthread_sigmask(SIG_SETMASK, &none, nullptr);
 }
 
 } // namespace
@@ -106,8 +144,28 @@ void install_signal_handlers() {
     for (const int signal : kTerminationSignals) {
         install(signal, on_termination);
     }
-    install(SIGTSTP, on_stop);
+    install_unless_ignored(SIGTSTP, on_stop);
+    install(SIGCONT, on_continue);
+    set_action(SIGTTIN, on_background_input, 0);
+    install(SIGTTOU, on_background_output);
     install(SIGWINCH, on_resize);
+    install(SIGCHLD, SIG_DFL); // ignored, it would take away the status of shell commands
+    unblock_signals();
+}
+
+void wake_main_thread() {
+    const uint64_t one = 1;
+    [[maybe_unused]] const ssize_t written = write(wakeFd.load(), &one, sizeof one);
+}
+
+bool is_in_background() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        const pid_t foreground = tcgetpgrp(stream);
+        if (foreground != -1) {
+            return foreground != getpgrp();
+        }
+    }
+    return false;
 }
 
 void remember_terminal_modes() {
@@ -116,6 +174,10 @@ void remember_terminal_modes() {
 
 void claim_terminal() {
     terminalIsClaimed.store(true);
+}
+
+bool terminal_is_claimed() {
+    return terminalIsClaimed.load();
 }
 
 void release_terminal() {
@@ -132,7 +194,7 @@ void request_termination() {
         return;
     }
     IPCServInterrupt();
-    wake();
+    wake_main_thread();
     resume_output();
     arm_last_resort();
 }
@@ -141,12 +203,16 @@ bool take_stop_request() {
     return stopRequest.exchange(false);
 }
 
+bool take_continue_request() {
+    return continueRequest.exchange(false);
+}
+
 void stop_process() {
     struct sigaction saved = {};
-    struct sigaction defaultAction = {};
-    defaultAction.sa_handler = SIG_DFL;
-    sigaction(SIGTSTP, &defaultAction, &saved);
-    raise(SIGTSTP);
+    set_action(SIGTSTP, SIG_DFL, 0, &saved);
+    if (!termination_requested()) {
+        raise(SIGTSTP);
+    }
     sigaction(SIGTSTP, &saved, nullptr);
 }
 

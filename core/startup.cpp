@@ -1,6 +1,8 @@
 #include "core/startup.h"
 
+#include <cerrno>
 #include <cstdlib>
+#include <fcntl.h>
 #include <getopt.h>
 #include <unistd.h>
 
@@ -28,6 +30,21 @@ constexpr option kLongOptions[] = {
     {"d", no_argument, nullptr, 'd'},
     {nullptr, 0, nullptr, 0},
 };
+
+// Opens the null device in the place of each standard stream that the parent has closed, so that no
+// socket and no file gets its number: a library that writes an error there would write to a daemon.
+// Returns false if there is no input or no output.
+bool fill_standard_streams() {
+    bool hasTerminal = true;
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(stream, F_GETFD) < 0 && errno == EBADF) {
+            // The lowest free number is that of the stream.
+            open("/dev/null", O_RDWR);
+            hasTerminal = hasTerminal && stream == STDERR_FILENO;
+        }
+    }
+    return hasTerminal;
+}
 
 void print_usage() {
     puts("zrptop - Velmora ZRP Server Monitoring Utility");
@@ -81,7 +98,9 @@ bool terminal_is_large_enough() {
 
 void read_function_keys() {
     const CursesLock lock;
-    keypad(stdscr, TRUE);
+    if (!is_in_background()) { // it may have been stopped meanwhile
+        keypad(stdscr, TRUE);
+    }
 }
 
 } // namespace
@@ -117,6 +136,7 @@ int create_main_window() {
 }
 
 int run_monitor(int argc, char** argv, const ScreenSet& screens) {
+    const bool hasTerminal = fill_standard_streams();
     if (getuid() != 0) {
         puts("must be root.");
         return EXIT_FAILURE;
@@ -127,9 +147,14 @@ int run_monitor(int argc, char** argv, const ScreenSet& screens) {
     if (!read_options(argc, argv)) {
         return EXIT_SUCCESS;
     }
-    remember_terminal_modes();
     install_signal_handlers();
     IPCServInit(kMainDaemonSocket);
+    wait_for_foreground();
+    if (!hasTerminal || termination_requested()) {
+        release_on_early_exit();
+        return EXIT_SUCCESS;
+    }
+    remember_terminal_modes();
     open_terminal();
     if (!terminal_is_large_enough()) {
         release_on_early_exit();

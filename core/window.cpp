@@ -1,12 +1,16 @@
 #include "core/window.h"
 
 #include <algorithm>
+#include <atomic>
+#include <climits>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <cwchar>
 #include <cwctype>
 #include <mutex>
+
+#include "core/signals.h"
 
 namespace zrp {
 namespace {
@@ -17,6 +21,9 @@ constexpr size_t kTextSize = 8192;
 constexpr char kReplacement = '?';
 
 std::recursive_mutex cursesMutex;
+
+constinit thread_local bool collectsUpdates = false;
+std::atomic<bool> hasCollected{false};
 
 struct Glyph {
     size_t bytes;   // its length in the text
@@ -60,6 +67,33 @@ void make_printable(char* text, int columns) {
     *kept = '\0';
 }
 
+// A program that is suspended or in the background must not take the terminal from the shell.
+bool may_draw() {
+    return !isendwin() && !is_in_background();
+}
+
+void collect_beside_cursor(WINDOW* window) {
+    const int row = getcury(newscr);
+    const int column = getcurx(newscr);
+    wnoutrefresh(window);
+    wmove(newscr, row, column);
+}
+
+[[gnu::format(printf, 5, 0)]] void print_list(WINDOW* window, int row, int column, int width,
+                                              const char* format, va_list arguments) {
+    const Inside inside = inside_of(window);
+    if (row < inside.firstRow || row > inside.lastRow || column < inside.firstColumn) {
+        return;
+    }
+    char text[kTextSize];
+    vsnprintf(text, sizeof text, format, arguments);
+    make_printable(text, std::clamp(inside.lastColumn - column + 1, 0, std::max(width, 0)));
+
+    const CursesLock lock;
+    wmove(window, row, std::min(column, inside.lastColumn + 1));
+    waddstr(window, text);
+}
+
 } // namespace
 
 CursesLock::CursesLock() {
@@ -68,6 +102,14 @@ CursesLock::CursesLock() {
 
 CursesLock::~CursesLock() {
     cursesMutex.unlock();
+}
+
+CursesTryLock::CursesTryLock() : isHeld(cursesMutex.try_lock()) {}
+
+CursesTryLock::~CursesTryLock() {
+    if (isHeld) {
+        cursesMutex.unlock();
+    }
 }
 
 WINDOW* create_newwin(int height, int width, int startY, int startX) {
@@ -107,8 +149,40 @@ void clear_window(WINDOW* window) {
 
 void refresh_window(WINDOW* window) {
     const CursesLock lock;
-    if (!isendwin()) { // else the program is suspended, and wrefresh would take the terminal back
+    if (collectsUpdates) {
+        collect_beside_cursor(window);
+        hasCollected.store(true);
+    } else if (may_draw()) {
         wrefresh(window);
+    }
+}
+
+CollectedUpdate::CollectedUpdate() {
+    collectsUpdates = true;
+}
+
+CollectedUpdate::~CollectedUpdate() {
+    collectsUpdates = false;
+    show();
+}
+
+void CollectedUpdate::show() {
+    const CursesLock lock;
+    if (has_collected_update() && may_draw()) {
+        hasCollected.store(false);
+        doupdate();
+    }
+}
+
+bool has_collected_update() {
+    return hasCollected.load();
+}
+
+void refresh_beside_cursor(WINDOW* window) {
+    const CursesLock lock;
+    if (may_draw()) {
+        collect_beside_cursor(window);
+        doupdate();
     }
 }
 
@@ -119,20 +193,27 @@ Inside inside_of(WINDOW* window) {
 }
 
 void print_at(WINDOW* window, int row, int column, const char* format, ...) {
-    const Inside inside = inside_of(window);
-    if (row < inside.firstRow || row > inside.lastRow || column < inside.firstColumn) {
-        return;
-    }
-    char text[kTextSize];
     va_list arguments;
     va_start(arguments, format);
-    vsnprintf(text, sizeof text, format, arguments);
+    print_list(window, row, column, INT_MAX, format, arguments);
     va_end(arguments);
-    make_printable(text, std::max(0, inside.lastColumn - column + 1));
+}
 
+void print_in(WINDOW* window, int row, int column, int width, const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    print_list(window, row, column, width, format, arguments);
+    va_end(arguments);
+}
+
+void erase_row(int row) {
     const CursesLock lock;
-    wmove(window, row, std::min(column, inside.lastColumn + 1));
-    waddstr(window, text);
+    wmove(stdscr, row, 0);
+    wclrtoeol(stdscr);
+}
+
+void blank_row(WINDOW* window, int row, int column) {
+    print_at(window, row, column, "%*s", inside_of(window).lastColumn, "");
 }
 
 } // namespace zrp

@@ -3,7 +3,11 @@
 
 #include <zrp/client.h>
 
-int main() {
+int main(int argc, char** /*argv*/) {
+    if (argc != 1) {
+        std::cerr << "usage: free_space\n";
+        return 2;
+    }
     const zrp::client::Session session;
     const auto volumes = zrp::client::ListVolumes();
     if (!volumes) {

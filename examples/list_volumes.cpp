@@ -24,7 +24,11 @@ static bool print_volume(const client::Volume& volume) {
     return true;
 }
 
-int main() {
+int main(int argc, char** /*argv*/) {
+    if (argc != 1) {
+        std::cerr << "usage: list_volumes\n";
+        return 2;
+    }
     const client::Session session;
     const auto volumes = client::ListVolumes();
     if (!volumes) {

@@ -43,7 +43,7 @@ static bool try_volume(const char* name, const char* directory) {
 }
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
+    if (argc != 3 || *argv[1] == '\0' || *argv[2] == '\0') {
         std::cerr << "usage: try_volume NAME DIRECTORY\n";
         return 2;
     }

@@ -16,34 +16,35 @@
 
 namespace client = zrp::client;
 
-static bool read_number(std::string_view text, unsigned* number) {
+// Accepts numbers of at least the minimum.
+static bool read_number(std::string_view text, unsigned minimum, unsigned* number) {
     const char* end = text.data() + text.size();
     const auto [last, error] = std::from_chars(text.data(), end, *number);
-    return error == std::errc() && last == end;
+    return error == std::errc() && last == end && *number >= minimum;
 }
 
 // Nothing when there is no such counter, or no answer; it then says which.
 static std::optional<int32_t> read_counter(std::string_view name) {
     const auto counters = client::ListServerCounters();
+    if (!counters) {
+        std::cerr << "watch_counter: " << Describe(counters) << '\n';
+        return {};
+    }
     for (const client::Counter& counter : counters.value) {
         if (counter.name == name) {
             return counter.value;
         }
     }
-    std::cerr << "watch_counter: ";
-    if (counters) {
-        std::cerr << "no such counter: " << name << '\n';
-    } else {
-        std::cerr << Describe(counters) << '\n';
-    }
+    std::cerr << "watch_counter: no such counter: " << name << '\n';
     return {};
 }
 
 int main(int argc, char** argv) {
     unsigned seconds = 1;
     unsigned count = 0;
-    if (argc < 2 || argc > 4 || (argc > 2 && !read_number(argv[2], &seconds)) ||
-        (argc > 3 && !read_number(argv[3], &count))) {
+    if (argc < 2 || argc > 4 || *argv[1] == '\0' ||
+        (argc > 2 && !read_number(argv[2], 0, &seconds)) ||
+        (argc > 3 && !read_number(argv[3], 1, &count))) {
         std::cerr << "usage: watch_counter NAME [SECONDS [COUNT]]\n";
         return 2;
     }

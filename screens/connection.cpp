@@ -6,10 +6,12 @@
 
 #include "common/requests/connections.h"
 #include "common/result.h"
+#include "core/input.h"
 #include "core/monitor.h"
 #include "core/window.h"
 #include "screens/dialog.h"
 #include "screens/labels.h"
+#include "screens/reply_notes.h"
 
 namespace zrp {
 
@@ -18,13 +20,13 @@ ConnectionEntry connectionPage[kConnectionsPerPage];
 
 namespace {
 
-constexpr const char* kTraceTag = "SelectConnectionNumber";
+constexpr const char* kNumberDialogTag = "SelectConnectionNumber";
 
-constexpr int kDialogHeight = 15;
+constexpr int kNumberDialogHeight = 15;
 constexpr int kListRow = 1;
 constexpr int kListColumn = 3;
-constexpr DialogPrompt kPrompt = {kTraceTag, 12,
-                                  "Enter connection number [ q (quit) + (next page) - (top)] ? "};
+constexpr DialogPrompt kNumberPrompt = {
+    kNumberDialogTag, 12, "Enter connection number [ q (quit) + (next page) - (top)] ? "};
 
 constexpr const char* kNotLoggedIn = "NOT LOGGED IN"; // the name of a station without a user
 
@@ -58,17 +60,30 @@ bool is_logged_in(const ConnectionEntry& entry) {
     return strcmp(entry.name, kNotLoggedIn) != 0;
 }
 
+struct PageRequest {
+    int startIndex;
+    int count;
+    int nextStart;
+};
+
+int fetch_page(void* request) {
+    auto* page = static_cast<PageRequest*>(request);
+    return fetchConnectionPage(page->startIndex, &page->count, &page->nextStart);
+}
+
 // Draws the page that starts at a station. Returns the result of fetchConnectionPage; on failure
 // the window is unchanged.
 int displayConnectionPage(WINDOW* window, int startIndex, int* nextStart) {
-    int count = 0;
-    const int rc = fetchConnectionPage(startIndex, &count, nextStart);
+    PageRequest page = {startIndex, 0, kNoConnection};
+    const int rc = run_aside(fetch_page, &page);
+    *nextStart = page.nextStart;
     if (rc != kOk) {
         return rc;
     }
     clear_dialog(window);
     int row = kListRow;
-    for (const ConnectionEntry* entry = connectionPage; entry < connectionPage + count; entry++) {
+    for (const ConnectionEntry* entry = connectionPage; entry < connectionPage + page.count;
+         entry++) {
         if (is_logged_in(*entry)) {
             print_at(window, row++, kListColumn, "%d. %s", entry->stationNumber, entry->name);
         }
@@ -81,7 +96,7 @@ enum class Answer { kPage, kQuit, kChosen };
 
 // What a typed line requests. For Answer::kPage, *pageStart is the start of that page.
 Answer act_on_line(const char* line, int nextStart, int* pageStart) {
-    trace("%s: normal string = %s\n", kTraceTag, line);
+    trace("%s: normal string = %s\n", kNumberDialogTag, line);
     if (*line == '-') {
         *pageStart = 0;
         return Answer::kPage;
@@ -105,7 +120,7 @@ void select_connection(WINDOW* window, int* fkeyHit, int* fkey) {
     Answer answer = Answer::kPage;
     while (answer == Answer::kPage && displayConnectionPage(window, pageStart, &nextStart) == kOk) {
         DialogInput line;
-        if (ask_user(window, kPrompt, line, fkeyHit, fkey) != kOk) {
+        if (ask_user(window, kNumberPrompt, line, fkeyHit, fkey) != kOk) {
             continue;
         }
         if (*fkeyHit != 0) {
@@ -129,7 +144,8 @@ void draw_details(WINDOW* window, const ConnectionInformation& information,
 
 int fetchConnectionPage(int startIndex, int* count, int* nextStart) {
     *nextStart = kNoConnection;
-    const int rc = QueryConnections(wrapped_page_start(startIndex), connectionPage, count);
+    const int rc = QueryConnectionPage(wrapped_page_start(startIndex), connectionPage, count);
+    note_result(DaemonId::kMain, rc);
     if (*count == kConnectionsPerPage) {
         const int last = connectionPage[kConnectionsPerPage - 1].stationNumber;
         *nextStart = last == INT_MAX ? kNoConnection : last + 1;
@@ -139,17 +155,18 @@ int fetchConnectionPage(int startIndex, int* count, int* nextStart) {
 
 int fetchConnectionEntry(int station, ConnectionEntry* entry) {
     int count = 0;
-    const int rc = QueryConnections(station, {entry, 1}, &count);
+    int rc = QueryConnectionPage(station, {entry, 1}, &count);
     if (rc == kOk && count == 0) {
-        return kInvalid;
+        rc = kInvalid;
     }
+    note_result(DaemonId::kMain, rc);
     return rc;
 }
 
 int SelectConnectionNumber(int* fkeyHit, int* fkey) {
     selectedConnection = kNoConnection;
     *fkeyHit = 0;
-    const DialogWindow window(kTraceTag, kDialogHeight);
+    const DialogWindow window(kNumberDialogTag, kNumberDialogHeight);
     if (window.get() == nullptr) {
         return kInvalid;
     }
@@ -168,6 +185,7 @@ int updateConnectionWindow(WINDOW* window) {
     ConnectionInformationPtr information;
     int version = kConnectionInformationVersion;
     int rc = GetConnectionInformation(selectedConnection, &version, &information);
+    note_result(DaemonId::kMain, rc);
     if (rc != kOk) {
         return rc;
     }
@@ -178,7 +196,6 @@ int updateConnectionWindow(WINDOW* window) {
     }
     print_at(window, kTitleRow, kTitleValueColumn, "(%d) %s", selectedConnection,
              information->entry.name);
-    refresh_window(window);
     if ((information->status & kAnyDetailsStatus) != 0) {
         draw_details(window, *information, entry);
     }

@@ -14,7 +14,7 @@ inline constexpr int kNoConnection = -1;
 // thread is paused.
 extern int selectedConnection;
 
-// The page that the dialog shows. Main thread only.
+// The page that the dialog shows. Written by the dialog's request, which the main thread waits for.
 extern ConnectionEntry connectionPage[kConnectionsPerPage];
 
 // Fetches the page of the list that starts at station startIndex, or at the top for kNoConnection,

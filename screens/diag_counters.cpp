@@ -5,8 +5,8 @@
 #include <new>
 
 #include "common/bounded_copy.h"
+#include "common/requests/diag_keys.h"
 #include "core/monitor.h"
-#include "screens/diag_keys.h"
 
 namespace zrp {
 namespace {

@@ -3,14 +3,15 @@
 #include <utility>
 
 #include "common/engine/query.h"
+#include "common/requests/diag_groups.h"
 #include "common/requests/diagnostics.h"
 #include "common/result.h"
 #include "core/monitor.h"
 #include "core/window.h"
 #include "screens/diag_counters.h"
-#include "screens/diag_groups.h"
 #include "screens/dialog.h"
 #include "screens/labels.h"
+#include "screens/reply_notes.h"
 
 namespace zrp {
 
@@ -27,14 +28,14 @@ constexpr int32_t kFourColonsType = 9;
 constexpr int kFirstColonRow = 1;
 constexpr int kLastColonRow = 4;
 
-constexpr const char* kDialogTag = "SelectDiagnosticsType";
-constexpr int kDialogHeight = 14;
+constexpr const char* kGroupDialogTag = "SelectDiagnosticsType";
+constexpr int kGroupDialogHeight = 14;
 constexpr int kMenuFirstRow = 2;
 constexpr int kMenuColumn = 10;
-constexpr DialogPrompt kPrompt = {kDialogTag, 11, "Enter selection ? "};
+constexpr DialogPrompt kGroupPrompt = {kGroupDialogTag, 11, "Enter selection ? "};
 constexpr int32_t kMaxDiagType = 18;
 
-constexpr const char* kMenuLines[] = {
+constexpr const char* kGroupLines[] = {
     "1 - Directory Cache             11 zrp2bks Manage I/F",
     "2 - Communications              12 zrp2bks Requests",
     "3 - IPC                         13 zrp2bks IPC",
@@ -48,6 +49,7 @@ constexpr const char* kMenuLines[] = {
 // Where a group's counters come from.
 struct Source {
     Peer peer;
+    DaemonId daemon;
     char* (*build)(uint32_t* length, int level, int resetAll);
     int (*scan)(char* reply, int replyLength, int* cursor, DiagnosticName& name, int32_t* value);
     bool isWrapped; // the document travels inside a binary message
@@ -59,9 +61,11 @@ struct Source {
 int32_t labelledType = kNoDiagType;
 
 // Compatibility: a failed exchange gives kInvalid for the main daemon only.
-constexpr Source kServerSource = {kMainDaemon, BuildDiagnosticsRequest, ScanDiagnosticsReply,
-                                  false,       serverDiagTable,         kInvalid};
+constexpr Source kServerSource = {
+    kMainDaemon,     DaemonId::kMain, BuildDiagnosticsRequest, ScanDiagnosticsReply, false,
+    serverDiagTable, kInvalid};
 constexpr Source kBksSource = {kStorageDiagnostics,
+                               DaemonId::kStorage,
                                BuildZrp2bksDiagnosticRequest,
                                ScanZrp2bksDiagnosticReply,
                                true,
@@ -142,7 +146,7 @@ void replace_outdated_labels(WINDOW* window) {
 void draw_menu(WINDOW* window) {
     print_at(window, kTitleRow, kTitleColumn, "View Diagnostics");
     int row = kMenuFirstRow;
-    for (const char* line : kMenuLines) {
+    for (const char* line : kGroupLines) {
         print_at(window, row++, kMenuColumn, "%s", line);
     }
 }
@@ -150,13 +154,13 @@ void draw_menu(WINDOW* window) {
 } // namespace
 
 int SelectDiagnosticsType(int* fkeyHit, int* fkey) {
-    const DialogWindow dialog(kDialogTag, kDialogHeight);
+    const DialogWindow dialog(kGroupDialogTag, kGroupDialogHeight);
     if (dialog.get() == nullptr) {
         return kInvalid;
     }
     draw_menu(dialog.get());
     DialogInput input;
-    const int rc = ask_user(dialog.get(), kPrompt, input, fkeyHit, fkey);
+    const int rc = ask_user(dialog.get(), kGroupPrompt, input, fkeyHit, fkey);
     if (rc != kOk || *fkeyHit != 0) {
         return rc;
     }
@@ -197,9 +201,11 @@ int updateDiagnosticsWindow(WINDOW* window) {
     Reply reply;
     const int rc = fetch_counters(source, &reply);
     if (rc != kOk || reply.length == 0) {
+        note_result(source.daemon, rc == kOk ? int{kInvalid} : rc);
         return rc;
     }
     store_counters(source, reply);
+    note_broken_document(source.daemon, reply);
     const CursesLock lock;
     const DiagGroup* group = find_diag_group(currentDiagType);
     if (group != nullptr) {

@@ -16,6 +16,15 @@ namespace {
 
 constexpr int kPromptColumn = 1;
 
+// With an empty field after it, whatever was in this row before.
+void show_prompt(WINDOW* window, const DialogPrompt& prompt) {
+    const CursesLock lock;
+    blank_row(window, prompt.row, kPromptColumn);
+    const int room = inside_of(window).lastColumn - kPromptColumn + 1 - kMinFieldWidth;
+    print_in(window, prompt.row, kPromptColumn, room, "%s", prompt.text);
+    refresh_window(window);
+}
+
 } // namespace
 
 DialogWindow::DialogWindow(const char* traceTag, int height)
@@ -24,8 +33,6 @@ DialogWindow::DialogWindow(const char* traceTag, int height)
         trace("%s: create_newwin() failed err=%d\n", traceTag, errno);
         return;
     }
-    const CursesLock lock;
-    keypad(window, TRUE);
     refresh_window(window);
 }
 
@@ -42,8 +49,7 @@ void clear_dialog(WINDOW* window) {
 
 int ask_user(WINDOW* window, const DialogPrompt& prompt, DialogInput& input, int* fkeyHit,
              int* fkey) {
-    print_at(window, prompt.row, kPromptColumn, "%s", prompt.text);
-    refresh_window(window);
+    show_prompt(window, prompt);
     input[0] = '\0';
     const int rc = zrptop_wgetnstr(window, input, kDialogInputMax, fkeyHit, fkey);
     if (rc == kOk && *fkeyHit != 0) {

@@ -11,9 +11,8 @@ namespace zrp {
 inline constexpr int kDialogInputMax = 32; // characters of a typed line
 using DialogInput = char[kDialogInputMax + 1];
 
-// A framed window over the top of the main window, with function keys enabled. It is erased from
-// the terminal at the end of its scope. get() is null if ncurses cannot create the window; the
-// trace has the reason then.
+// A framed window over the top of the main window. It is erased from the terminal at the end of its
+// scope. get() is null if ncurses cannot create the window; the trace has the reason then.
 class DialogWindow {
 public:
     DialogWindow(const char* traceTag, int height);
@@ -38,7 +37,8 @@ struct DialogPrompt {
     const char* text;
 };
 
-// Shows the prompt and reads a line after it with the line editor. If a special key ends the input
+// Shows the prompt, cut to leave room for the line, and reads a line after it with the line editor,
+// from an empty field on. If a special key ends the input
 // (*fkeyHit 1, *fkey its code, the input empty), the key is traced. Returns kOk or the line
 // editor's code.
 int ask_user(WINDOW* window, const DialogPrompt& prompt, DialogInput& input, int* fkeyHit,

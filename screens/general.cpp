@@ -17,9 +17,9 @@ namespace {
 
 constexpr int kValueMax = 4096;
 
-constexpr int kFirstRow = 1;
+constexpr int kFirstStatisticRow = 1;
 constexpr int kEndRow = 12; // one past the last row
-constexpr int kColumn = 5;
+constexpr int kStatisticColumn = 5;
 
 constexpr int kUpTimeRow = 1;
 constexpr int kUpTimeColumn = 17;
@@ -58,9 +58,8 @@ int printGeneralValue(void* context, char* element, int elementLength) {
         is_up_time(statistic)) {
         return kOk;
     }
-    const CursesLock lock;
-    print_at(rows->window, rows->row++, kColumn, "%s: %s", statistic.name, statistic.value);
-    refresh_window(rows->window);
+    print_at(rows->window, rows->row++, kStatisticColumn, "%s: %s", statistic.name,
+             statistic.value);
     return kOk;
 }
 
@@ -113,7 +112,7 @@ int updateGeneralWindow(WINDOW* window) {
     if (window == nullptr) {
         return kInvalid;
     }
-    GeneralRowContext context = {window, kFirstRow, kEndRow};
+    GeneralRowContext context = {window, kFirstStatisticRow, kEndRow};
     QueryServerStatistics(kServerStatisticsVersion, printGeneralValue, nullptr, &context);
     refresh_window(window);
     return kOk;

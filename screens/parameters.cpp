@@ -8,14 +8,15 @@
 #include "common/ascii_case.h"
 #include "common/result.h"
 #include "core/window.h"
+#include "screens/reply_notes.h"
 
 namespace zrp {
 namespace {
 
 constexpr size_t kTableSize = 256;
 constexpr int kShownItems = 18; // Compatibility: further items have no place, even in a tall window
-constexpr int kFirstRow = 1;
-constexpr int kColumn = 1;
+constexpr int kFirstParameterRow = 1;
+constexpr int kParameterColumn = 1;
 constexpr int kNoRow = -1;
 constexpr const char* kSeparator = " = ";
 
@@ -58,8 +59,8 @@ ParameterItemPtr next_parameter(const Reply& reply, int* offset, int* reason) {
 
 void draw_label(WINDOW* window, int row, ParameterItem* item) {
     item->row = row;
-    item->column = static_cast<int>(strlen(item->name) + strlen(kSeparator)) + kColumn;
-    print_at(window, row, kColumn, "%s%s", item->name, kSeparator);
+    item->column = static_cast<int>(strlen(item->name) + strlen(kSeparator)) + kParameterColumn;
+    print_at(window, row, kParameterColumn, "%s%s", item->name, kSeparator);
 }
 
 } // namespace
@@ -84,7 +85,9 @@ int loadParameterList() {
             break;
         }
     }
-    return parameterTable[0] != nullptr ? kOk : rc;
+    rc = parameterTable[0] != nullptr ? int{kOk} : rc;
+    note_result(DaemonId::kMain, rc);
+    return rc;
 }
 
 int fetchParameterValue(ParameterItem* item) {
@@ -94,7 +97,10 @@ int fetchParameterValue(ParameterItem* item) {
         return rc;
     }
     int offset = 0;
-    return ScanSetReply(reply.text.get(), reply.length, &offset, nullptr, &item->value);
+    const int scanned =
+        ScanSetReply(reply.text.get(), reply.length, &offset, nullptr, &item->value);
+    note_result(DaemonId::kMain, scanned);
+    return scanned;
 }
 
 int drawParameterLabels(WINDOW* window) {
@@ -104,7 +110,7 @@ int drawParameterLabels(WINDOW* window) {
     draw_frame(window);
     loadParameterList();
     for (int i = 0; i < kShownItems && parameterTable[i] != nullptr; i++) {
-        draw_label(window, kFirstRow + i, parameterTable[i].get());
+        draw_label(window, kFirstParameterRow + i, parameterTable[i].get());
     }
     refresh_window(window);
     return kOk;

@@ -40,6 +40,7 @@ constexpr Screen kScreens[] = {
      .update = updateParameterWindow,
      .clear = clear_parameter_table},
     {.key = KEY_F(7),
+     .toleratesRefusal = true,
      .menuText = "Version",
      .drawLabels = drawVersionFrame,
      .update = drawVersionWindow},

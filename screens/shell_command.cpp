@@ -89,6 +89,10 @@ struct SpawnStreams {
     SpawnStreams& operator=(const SpawnStreams&) = delete;
 };
 
+// The user's environment could name other programs, files that a shell reads at its start, or
+// another language.
+constexpr const char* kEnvironment[] = {"PATH=/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL=C", nullptr};
+
 // With -C the shell refuses to truncate an ordinary file, to which somebody may have put a link in
 // place of the output file. It protects ordinary files only: devices and FIFOs are written to.
 pid_t start_shell(const char* command, int output) {
@@ -97,7 +101,7 @@ pid_t start_shell(const char* command, int output) {
     const char* arguments[] = {"sh", "-C", "-c", command, nullptr};
     pid_t child = -1;
     const int rc = posix_spawn(&child, "/bin/sh", &streams.value, &attributes.value,
-                               const_cast<char**>(arguments), environ);
+                               const_cast<char**>(arguments), const_cast<char**>(kEnvironment));
     if (rc != 0) {
         errno = rc;
         return -1;

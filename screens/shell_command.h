@@ -9,7 +9,8 @@ namespace zrp {
 // FIFO without a reader would block for ever without this limit.
 inline constexpr std::chrono::seconds kCommandTimeout{10};
 
-// Runs `/bin/sh -c command` and waits for it. Kills it and all processes that it has started when
+// Runs `/bin/sh -c command` and waits for it. The command gets a fixed PATH and LC_ALL=C and
+// nothing else of the program's environment. Kills it and all processes that it has started when
 // the timeout is over or the program is to end. Its input is empty, and its output and error output
 // are discarded. A redirection fails if its target is an existing ordinary file or a link to one;
 // redirections to devices and FIFOs work. Returns the status as waitpid reports it, 0 for success,

@@ -1,6 +1,7 @@
 #include "screens/version.h"
 
 #include <cstring>
+#include <iterator>
 #include <sys/stat.h>
 
 #include "common/bounded_copy.h"
@@ -8,6 +9,7 @@
 #include "common/result.h"
 #include "core/window.h"
 #include "screens/labels.h"
+#include "screens/reply_notes.h"
 #include "screens/version_files.h"
 
 namespace zrp {
@@ -16,10 +18,17 @@ namespace {
 // The version line that a search of this program's file finds. The text after the marker is shown.
 constexpr char kOwnVersionLine[] = "VeRsIoN = 2026-04-22_10:36:02_i386build22-.2048";
 
-constexpr int kFirstRow = 2;
-constexpr int kColumn = 5;
+constexpr int kFirstVersionRow = 2;
+constexpr int kVersionColumn = 5;
 constexpr int kIndentedColumn = 10;
 constexpr int kLabelWidth = 14;
+
+template <DaemonId daemon, int (*query)(VersionText& text)>
+int ask(VersionText& text) {
+    const int rc = query(text);
+    note_result(daemon, rc);
+    return rc;
+}
 
 int get_own_version(VersionText& text) {
     copy_cut(text, kOwnVersionLine + version_markers().component.length);
@@ -36,14 +45,19 @@ struct ComponentRow {
 };
 
 constexpr ComponentRow kComponents[] = {
-    {"[libzrpengine]", getServerVersion, "/usr/lib/pqs-modules/libzrpengine.so",
-     "/opt/velmora/Dirkeep/lib/pqs-modules/libzrpengine.so", &VersionMarkers::engine},
-    {"[zrp2bks]", getBksVersion, "/opt/velmora/zrpserv/sbin/zrp2bks"},
-    {"[libomw2zrp]", getOmwVersion, "/opt/velmora/lib/libomw2zrp.so"},
+    {"[libzrpengine]", (ask<DaemonId::kMain, getServerVersion>),
+     "/usr/lib/pqs-modules/libzrpengine.so", "/opt/velmora/Dirkeep/lib/pqs-modules/libzrpengine.so",
+     &VersionMarkers::engine},
+    {"[zrp2bks]", (ask<DaemonId::kStorage, getBksVersion>), "/opt/velmora/zrpserv/sbin/zrp2bks"},
+    {"[libomw2zrp]", (ask<DaemonId::kManagement, getOmwVersion>), "/opt/velmora/lib/libomw2zrp.so"},
     {"[zrptop]", get_own_version},
     {.label = "[zrpshell]", .file = "/opt/velmora/zrpserv/sbin/zrpshell"},
     {.label = "[zrpcon]", .file = "/opt/velmora/zrpserv/sbin/zrpcon", .emptyRowsAfter = 1},
 };
+
+// Refresh thread only.
+VersionSearch searches[std::size(kComponents)];
+VersionText platform = "";
 
 int probe_file(const ComponentRow& component, VersionText& text) {
     if (component.file == nullptr) {
@@ -52,14 +66,9 @@ int probe_file(const ComponentRow& component, VersionText& text) {
     struct stat64 status = {};
     const bool useFallback =
         component.fallbackFile != nullptr && stat64(component.file, &status) != 0;
-    const VersionMarker& marker = version_markers().*component.marker;
-    return probeVersionString(useFallback ? component.fallbackFile : component.file, marker.length,
-                              marker.text, text);
-}
-
-bool find_version(const ComponentRow& component, VersionText& text) {
-    return (component.query != nullptr && component.query(text) == kOk) ||
-           probe_file(component, text) == kOk;
+    return probe_changed_file(&searches[&component - kComponents],
+                              useFallback ? component.fallbackFile : component.file,
+                              version_markers().*component.marker, text);
 }
 
 void drop_line_feed(VersionText& text) {
@@ -69,13 +78,23 @@ void drop_line_feed(VersionText& text) {
     }
 }
 
+// Returns false without a version. An empty answer is none, but its daemon has answered: its file
+// is not searched.
+bool find_version(const ComponentRow& component, VersionText& text) {
+    if ((component.query == nullptr || component.query(text) != kOk) &&
+        probe_file(component, text) != kOk) {
+        return false;
+    }
+    drop_line_feed(text);
+    return text[0] != '\0';
+}
+
 // These functions draw from the given row on and return the row after the last one drawn.
 
 int draw_components(WINDOW* window, int row, VersionText& text) {
     for (const ComponentRow& component : kComponents) {
         if (find_version(component, text)) {
-            drop_line_feed(text);
-            print_at(window, row, kColumn, "%*s %s", kLabelWidth, component.label, text);
+            print_at(window, row, kVersionColumn, "%*s %s", kLabelWidth, component.label, text);
             row += 1 + component.emptyRowsAfter;
         }
     }
@@ -86,19 +105,22 @@ int draw_release(WINDOW* window, int row, VersionText& text) {
     if (getReleaseLines(&text) != kOk) {
         return row;
     }
-    print_at(window, row++, kColumn, "HLX Version");
+    print_at(window, row++, kVersionColumn, "HLX Version");
     for (const char* line = text; *line != '\0'; line += strlen(line) + 1) {
         print_at(window, row++, kIndentedColumn, "%s", line);
     }
     return row + 1;
 }
 
-void draw_platform(WINDOW* window, int row, VersionText& text) {
-    if (getPlatform(&text) == kOk) {
-        drop_line_feed(text);
-        print_at(window, row, kColumn, "Platform");
-        print_at(window, row + 1, kIndentedColumn, "%s", text);
+// Asked once: it does not change while the program runs.
+void draw_platform(WINDOW* window, int row) {
+    if (platform[0] == '\0' && getPlatform(&platform) != kOk) {
+        platform[0] = '\0';
+        return;
     }
+    drop_line_feed(platform);
+    print_at(window, row, kVersionColumn, "Platform");
+    print_at(window, row + 1, kIndentedColumn, "%s", platform);
 }
 
 } // namespace
@@ -113,9 +135,9 @@ int drawVersionWindow(WINDOW* window) {
     }
     VersionText text;
     print_at(window, kTitleRow, kTitleColumn, "ZRP Server Components");
-    int row = draw_components(window, kFirstRow, text);
+    int row = draw_components(window, kFirstVersionRow, text);
     row = draw_release(window, row, text);
-    draw_platform(window, row, text);
+    draw_platform(window, row);
     refresh_window(window);
     return kOk;
 }

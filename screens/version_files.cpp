@@ -3,8 +3,10 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "common/bounded_copy.h"
@@ -16,6 +18,8 @@ namespace zrp {
 namespace {
 
 constexpr const char* kMarkerFile = "/opt/velmora/zrpserv/sbin/v_e_r_s_i_o_n.txt";
+constexpr const char* kMarkerFolder = "/opt/velmora/zrpserv/sbin";
+constexpr const char* kSearchTool = "/usr/bin/strings";
 constexpr const char* kPlatformFile = "/opt/velmora/p_i_n_f_o.txt";
 constexpr const char* kReleaseFile = "/etc/velmora-release";
 
@@ -84,6 +88,41 @@ VersionMarker assemble_marker(const volatile char* stem, const volatile char* ta
     return marker;
 }
 
+bool operator==(const timespec& a, const timespec& b) {
+    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
+bool operator==(const FileStamp& a, const FileStamp& b) {
+    return a.exists == b.exists && a.device == b.device && a.inode == b.inode && a.size == b.size &&
+           a.modified == b.modified && a.changed == b.changed;
+}
+
+FileStamp stamp_of(const char* path) {
+    struct stat status = {};
+    if (stat(path, &status) != 0) {
+        return {};
+    }
+    return {true, status.st_dev, status.st_ino, status.st_size, status.st_mtim, status.st_ctim};
+}
+
+// A search changes the size and the times of its folder.
+FileStamp folder_stamp() {
+    const FileStamp stamp = stamp_of(kMarkerFolder);
+    return {stamp.exists, stamp.device, stamp.inode};
+}
+
+// A file that has just been written may be written once more without getting another time.
+bool is_settled(const FileStamp& file) {
+    constexpr time_t kSettledSeconds = 2;
+    return !file.exists || time(nullptr) > file.changed.tv_sec + kSettledSeconds;
+}
+
+// Whether the next search of the same file would find the same. Other failures may be over then.
+bool is_final(int rc, const FileStamp& folder) {
+    const bool hasNoMarker = WIFEXITED(rc) && WEXITSTATUS(rc) == 1;
+    return rc == kOk || hasNoMarker || !folder.exists;
+}
+
 size_t length_without_line_feed(const char* line) {
     const size_t length = strlen(line);
     return length > 0 && line[length - 1] == '\n' ? length - 1 : length;
@@ -118,6 +157,27 @@ int probeVersionString(const char* file, size_t markerLength, const char* marker
     }
     copy_cut(text, line + markerLength);
     return kOk;
+}
+
+int probe_changed_file(VersionSearch* search, const char* file, const VersionMarker& marker,
+                       VersionText& text) {
+    const FileStamp searched = stamp_of(file);
+    const FileStamp tool = stamp_of(kSearchTool);
+    const FileStamp folder = folder_stamp();
+    if (!search->isKnown || search->file != file || !(search->searched == searched) ||
+        !(search->tool == tool) || !(search->folder == folder)) {
+        search->rc = probeVersionString(file, marker.length, marker.text, search->text);
+        search->isKnown =
+            is_final(search->rc, folder) && is_settled(searched) && stamp_of(file) == searched;
+        search->file = file;
+        search->searched = searched;
+        search->tool = tool;
+        search->folder = folder;
+    }
+    if (search->rc == kOk) {
+        copy_cut(text, search->text);
+    }
+    return search->rc;
 }
 
 int getPlatform(VersionText* text) {

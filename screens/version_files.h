@@ -9,6 +9,8 @@
 #pragma once
 
 #include <cstddef>
+#include <ctime>
+#include <sys/types.h>
 
 #include "common/requests/component_versions.h"
 
@@ -33,6 +35,32 @@ const VersionMarkers& version_markers();
 // kOk; the status of the commands if that is not 0; kInvalid if the first line found does not begin
 // with the marker; kNoData if there is no line; or the errno of the temporary file.
 int probeVersionString(const char* file, size_t markerLength, const char* marker,
+                       VersionText& text);
+
+// What tells whether a file is still the one that was searched.
+struct FileStamp {
+    bool exists = false;
+    dev_t device = 0;
+    ino_t inode = 0;
+    off_t size = 0;
+    timespec modified = {};
+    timespec changed = {};
+};
+
+// What the last search has found, and in which circumstances.
+struct VersionSearch {
+    const char* file = nullptr;
+    FileStamp searched;
+    FileStamp tool;   // that searches
+    FileStamp folder; // of the temporary file, apart from its size and times
+    int rc = 0;
+    VersionText text = "";
+    bool isKnown = false;
+};
+
+// The same as probeVersionString, without the commands where they could only find what they have
+// found before. search belongs to one marker and one row of the screen; file must outlive it.
+int probe_changed_file(VersionSearch* search, const char* file, const VersionMarker& marker,
                        VersionText& text);
 
 // Gives the hardware platform, including the line feed. Returns kOk; the status of the command if

@@ -1,6 +1,7 @@
 #include "screens/volume.h"
 
 #include <cstdio>
+#include <cstring>
 #include <iterator>
 
 #include "common/engine/query.h"
@@ -9,8 +10,10 @@
 #include "common/result.h"
 #include "common/xml_reader.h"
 #include "core/monitor.h"
+#include "core/status_row.h"
 #include "core/window.h"
 #include "screens/labels.h"
+#include "screens/reply_notes.h"
 #include "screens/trace_text.h"
 #include "screens/volume_dialog.h"
 
@@ -101,11 +104,37 @@ int query_volume(const char* name, Reply* reply) {
     return kOk;
 }
 
+// The server's words without the name, which stands before them in the row.
+void drop_name_at_end(char* words, const char* name) {
+    char ending[sizeof ": " + kVolumeListNameSize];
+    snprintf(ending, sizeof ending, ": %s", name);
+    const size_t length = strlen(words);
+    const size_t endingLength = strlen(ending);
+    if (length > endingLength && strcmp(words + length - endingLength, ending) == 0) {
+        words[length - endingLength] = '\0';
+    }
+}
+
+void report_volume(int rc, ErrorText& words) {
+    const char* name = selected_volume_name();
+    if (*name == '\0') {
+        return; // the number was never listed: the daemon's error is all there is to say
+    }
+    char subject[sizeof "volume " + kVolumeListNameSize];
+    snprintf(subject, sizeof subject, "volume %s", name);
+    drop_name_at_end(words, name);
+    report_fault(subject, rc, words);
+}
+
 int scan_volume(const Reply& reply, int* version, VolumeRecord* record) {
     int offset = 0;
-    int rc = check_reply(reply, nullptr);
-    if (rc == kOk) {
+    ErrorText words;
+    int rc = check_reply(reply, &words);
+    if (rc != kOk) {
+        report_volume(rc, words);
+    } else {
         rc = ScanVolumeInformationReply(reply.text.get(), reply.length, &offset, version, record);
+        note_result(DaemonId::kMain, rc);
     }
     if (rc != kOk) {
         trace("%s: CheckForError rc=%d\n", kTraceTag, rc);

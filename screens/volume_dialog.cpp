@@ -2,15 +2,18 @@
 
 #include <algorithm>
 #include <cinttypes>
+#include <climits>
 
 #include "common/bounded_copy.h"
 #include "common/engine/query.h"
 #include "common/requests/volume_list.h"
 #include "common/result.h"
 #include "common/xml_reader.h"
+#include "core/input.h"
 #include "core/monitor.h"
 #include "core/window.h"
 #include "screens/dialog.h"
+#include "screens/reply_notes.h"
 #include "screens/trace_text.h"
 
 namespace zrp {
@@ -22,15 +25,16 @@ int32_t selectedVolume;
 namespace {
 
 constexpr const char* kListTag = "do_list_volumes";
-constexpr const char* kDialogTag = "SelectVolumeNumber";
+constexpr const char* kVolumeDialogTag = "SelectVolumeNumber";
 
-constexpr int kDialogHeight = 13;
-constexpr DialogPrompt kPrompt = {kDialogTag, 9,
-                                  "Enter volume number [ q (quit) +(next page) - (top)] ? "};
+constexpr int kVolumeDialogHeight = 13;
+constexpr DialogPrompt kVolumePrompt = {kVolumeDialogTag, 9,
+                                        "Enter volume number [ q (quit) +(next page) - (top)] ? "};
 
-constexpr int kFirstRow = 1;
+constexpr int kFirstNameRow = 1;
 constexpr int kColumns[] = {1, 25, 50};
 constexpr int kColumnCount = 3;
+constexpr int kColumnWidths[] = {23, 24, INT_MAX}; // a blank less than up to the next column
 
 // Compatibility: later pages have more rows, which go on below the prompt.
 constexpr int kFirstPageRows = 8;
@@ -116,7 +120,14 @@ int take_page(const Reply& reply, int* stored) {
     trace("%s: startingIndex=%d szReply=%d\n", kListTag, nextIndex, reply.length);
     trace_text(kListTag, "reply", reply.text.get(), reply.length);
     *stored += store_page(reply);
+    note_broken_document(DaemonId::kMain, reply);
     return nextIndex == kNoNextPage ? 0 : nextIndex;
+}
+
+void print_entry(WINDOW* window, int index, int number) {
+    const int column = index % kColumnCount;
+    print_in(window, kFirstNameRow + index / kColumnCount, kColumns[column], kColumnWidths[column],
+             "%d. %s", number, volumeList[number].name);
 }
 
 // The page of the list that the dialog shows.
@@ -151,7 +162,8 @@ bool select_volume(const DialogInput& input) {
     if (!is_listed(selectedVolume)) {
         return false;
     }
-    trace("%s: select %s id=%d\n", kDialogTag, volumeList[selectedVolume].name, selectedVolume);
+    trace("%s: select %s id=%d\n", kVolumeDialogTag, volumeList[selectedVolume].name,
+          selectedVolume);
     return true;
 }
 
@@ -161,11 +173,11 @@ int choose_volume(WINDOW* window, int* fkeyHit, int* fkey) {
     *fkeyHit = 0;
     for (;;) {
         DialogInput input;
-        const int rc = ask_user(window, kPrompt, input, fkeyHit, fkey);
+        const int rc = ask_user(window, kVolumePrompt, input, fkeyHit, fkey);
         if (rc != kOk || *fkeyHit != 0) {
             return rc;
         }
-        trace("%s: wgetnstr() str=%s\n", kDialogTag, input);
+        trace("%s: wgetnstr() str=%s\n", kVolumeDialogTag, input);
         if (input[0] == '-') {
             go_to_top(&page);
         } else if (input[0] == '+') {
@@ -214,8 +226,7 @@ int display_volume_list(WINDOW* window, int startIndex, int rows) {
             refresh_window(window);
             return drawn;
         }
-        print_at(window, kFirstRow + drawn / kColumnCount, kColumns[drawn % kColumnCount], "%d. %s",
-                 number, volumeList[number].name);
+        print_entry(window, drawn, number);
         drawn++;
     }
     refresh_window(window);
@@ -223,17 +234,17 @@ int display_volume_list(WINDOW* window, int startIndex, int rows) {
 }
 
 int SelectVolumeNumber(int* fkeyHit, int* fkey) {
-    trace("%s: call do_list_volumes()\n", kDialogTag);
-    const int rc = do_list_volumes();
+    trace("%s: call do_list_volumes()\n", kVolumeDialogTag);
+    const int rc = run_aside([](void*) { return do_list_volumes(); }, nullptr);
     if (rc != kOk) {
-        trace("%s: do_list_volumes() rc=%d\n", kDialogTag, rc);
+        trace("%s: do_list_volumes() rc=%d\n", kVolumeDialogTag, rc);
         return rc;
     }
     if (volumeCount == 0) {
-        trace("%s: do_list_volumes() volumeCount == 0\n", kDialogTag);
+        trace("%s: do_list_volumes() volumeCount == 0\n", kVolumeDialogTag);
         return kInvalid;
     }
-    const DialogWindow dialog(kDialogTag, kDialogHeight);
+    const DialogWindow dialog(kVolumeDialogTag, kVolumeDialogHeight);
     if (dialog.get() == nullptr) {
         return kInvalid;
     }

@@ -1,7 +1,8 @@
 // The list of the server's mounted volumes, and the dialog that selects one of them.
 //
-// The dialog writes the three globals on the main thread while the refresh thread is paused. The
-// Volume screen reads them on the refresh thread.
+// The dialog writes the three globals, also in its request on a thread of its own, while the main
+// thread waits and the refresh thread is paused. The Volume screen reads them on the refresh
+// thread.
 #pragma once
 
 #include <cstddef>

@@ -7,11 +7,12 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 # What the demo needs, and what the tests, the measurement of their coverage and the mutation check need
 # in addition.
 demo_packages=(cmake ninja-build g++ pkg-config libncurses-dev libvterm-dev libpugixml-dev
-               libasio-dev libcli11-dev)
+               libasio-dev libcli11-dev nlohmann-json3-dev prometheus-cpp-dev libcpp-httplib-dev
+               libssl-dev iproute2)
 test_packages=("${demo_packages[@]}" clang clang-format clang-tidy libclang-rt-dev lld
-               libgtest-dev libbenchmark-dev shellcheck locales)
-coverage_packages=("${demo_packages[@]}" libgtest-dev libbenchmark-dev gcovr)
-mutation_packages=("${demo_packages[@]}" libgtest-dev lld python3)
+               libgtest-dev libbenchmark-dev shellcheck locales python3-jsonschema zsh fish)
+coverage_packages=("${demo_packages[@]}" libgtest-dev libbenchmark-dev gcovr python3-jsonschema)
+mutation_packages=("${demo_packages[@]}" libgtest-dev lld python3 python3-jsonschema)
 
 say() {
     printf '== %s\n' "$*" >&2
@@ -64,6 +65,17 @@ install_missing() {
     say "installing packages: ${missing[*]}"
     as_root_apt update
     as_root_apt install --no-install-recommends "${missing[@]}"
+}
+
+# Puts Debian's prometheus and promtool into build/prometheus. Installing the package would start a
+# service on the user's machine.
+unpack_prometheus() {
+    local folder=build/prometheus
+    [[ ! -x $folder/usr/bin/promtool ]] || return 0
+    mkdir -p "$folder"
+    say "unpacking prometheus into $folder"
+    (cd "$folder" && apt-get -q download prometheus >apt.log 2>&1) || return 1
+    dpkg -x "$folder"/prometheus_*.deb "$folder"
 }
 
 # Prints how many compilers to run at once: one for each processor, with a gigabyte of memory each.

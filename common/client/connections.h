@@ -1,5 +1,6 @@
 // Client connections: listing, looking at, ending, sending messages.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstdint>
 #include <span>
@@ -40,7 +41,6 @@ struct ConnectionDetails {
 namespace detail {
 
 inline constexpr List kConnections = {tag::listConnections, tag::connectionTag};
-inline constexpr int kConnectionsOfAPage = 100;
 
 inline Connection CopyConnection(const ConnectionEntry& from) {
     return {from.stationNumber, from.zrpRequests,   from.bytesRead, from.bytesWritten, from.name,
@@ -81,7 +81,7 @@ Answer<> ForEachConnection(Callback callback) {
         detail::kConnections,
         [&](int index, uint32_t* length) {
             onPage = 0;
-            return BuildListConnectionsRequest(index, detail::kConnectionsOfAPage, length);
+            return BuildListConnectionsRequest(index, kConnectionsOfAPage, length);
         },
         ScanListConnectionsReply,
         [&](const ConnectionEntry& entry) {
@@ -89,15 +89,9 @@ Answer<> ForEachConnection(Callback callback) {
             onPage++;
             return detail::GoesOn(callback, detail::CopyConnection(entry));
         },
-        // Not every server names the next page, but a full one has a successor.
         [&](const Reply& reply, int* index) {
-            uint32_t named = kEndOfList;
-            GetStartIndex(reply.text.get(), reply.length, &named);
-            if (named != kEndOfList) {
-                *index = static_cast<int>(named);
-            } else if (onPage >= detail::kConnectionsOfAPage) {
-                *index = last + 1;
-            }
+            const int32_t next = NextConnectionIndex(reply.text.get(), reply.length, onPage, last);
+            *index = next == kNoNextConnection ? detail::kLastPage : next;
             return int{kOk};
         });
 }

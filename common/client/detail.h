@@ -1,9 +1,11 @@
 // What the headers beside it share: one exchange, and one walk over a list. Not for programs.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cerrno>
 #include <climits>
 #include <cstdint>
+#include <exception>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -126,13 +128,6 @@ Answer<T> Ask(Build build, Scan scan, const Daemon& daemon = kServer) {
     return rc == kOk ? Answer<T>{kOk, {}, std::move(value)} : Failure<T>(rc);
 }
 
-// A request whose reply says no more than that the daemon has obeyed.
-template <typename Build, typename Scan>
-Answer<> Tell(Build build, Scan scan) {
-    return Ask<Nothing>(build,
-                        [&](char* reply, int length, Nothing*) { return scan(reply, length); });
-}
-
 // Where a reply has its items: each is an element of that name inside the command's.
 struct List {
     const char* command;
@@ -153,20 +148,21 @@ inline bool HasElement(std::string_view text, std::string_view name) {
     return false;
 }
 
-// A scanner has the same code for the end of a list and for an item that it cannot read. It was the
-// end when no further item begins and, before the first item, when the command answered at all.
-inline int EndOfList(const List& list, const Reply& reply, int offset) {
+// Whether the command answered, and its answer is not cut.
+inline bool IsWhole(const List& list, const Reply& reply) {
     char* start = reply.text.get();
-    char* end = start + reply.length;
     XmlElement outer;
     XmlElement command;
-    if (offset == 0 &&
-        (FindElement(list.daemon.envelope, start, end, &outer) != kOk ||
-         outer.contentStart == nullptr ||
-         FindElement(list.command, outer.contentStart, outer.contentEnd + 1, &command) != kOk)) {
-        return kInvalid;
-    }
-    return HasElement({start + offset, end}, list.item) ? kInvalid : kOk;
+    return FindElement(list.daemon.envelope, start, start + reply.length, &outer) == kOk &&
+           outer.contentStart != nullptr &&
+           FindElement(list.command, outer.contentStart, outer.contentEnd + 1, &command) == kOk;
+}
+
+// A scanner has the same code for the end of a list and for an item that it cannot read. It was the
+// end when no further item begins.
+inline int EndOfList(const List& list, const Reply& reply, int offset) {
+    const char* start = reply.text.get();
+    return HasElement({start + offset, start + reply.length}, list.item) ? kInvalid : kOk;
 }
 
 // Gives each item to visit, which returns false to stop. Returns a code. The scanner is
@@ -174,6 +170,9 @@ inline int EndOfList(const List& list, const Reply& reply, int offset) {
 template <typename Item, typename Scan, typename Visit>
 int VisitItems(const List& list, const Reply& reply, Scan scan, Visit visit, bool* stopped) {
     int next = 0;
+    if (!IsWhole(list, reply)) {
+        return kInvalid;
+    }
     while (!*stopped) {
         const int offset = next;
         Item item = {};
@@ -260,17 +259,48 @@ Answer<std::vector<Item>> ListRecords(const List& list, Build build, Scan scan) 
     return ListItems<Item, Item>(list, build, scan, [](const Item& item) { return item; });
 }
 
-// What an operation of the library gives to a callback. No exception may pass through the library.
-template <typename Item, typename Operation>
-Answer<std::vector<Item>> RunForItems(Operation operation, std::string_view names) {
-    std::vector<Item> items;
-    constexpr auto kAppend = [](void* context, const Item& item) noexcept {
-        static_cast<std::vector<Item>*>(context)->push_back(item);
-        return int{kOk};
+// What an operation of the library gives to a callback, which comes before its error text: Value
+// make(const Item& item). No exception may pass through the library, so that it is kept meanwhile.
+template <typename Item, typename Operation, typename Make, typename... Arguments>
+auto RunForItems(Operation operation, Make make, const Arguments&... arguments) {
+    using Value = std::invoke_result_t<Make, const Item&>;
+    struct Sink {
+        Make& make;
+        std::vector<Value> values;
+        std::exception_ptr thrown;
     };
-    const Answer<> done = Run(operation, Text(names), +kAppend, &items);
-    return done ? Answer<std::vector<Item>>{kOk, {}, std::move(items)}
-                : Failure<std::vector<Item>>(done);
+    constexpr auto kAppend = [](void* context, const Item& item) noexcept {
+        auto* sink = static_cast<Sink*>(context);
+        try {
+            sink->values.push_back(sink->make(item));
+            return int{kOk};
+        } catch (...) {
+            sink->thrown = std::current_exception();
+            return int{kNoMemory};
+        }
+    };
+    Sink sink = {make, {}, nullptr};
+    const Answer<> done =
+        Run(operation, arguments..., static_cast<int (*)(void*, const Item&)>(kAppend), &sink);
+    if (sink.thrown != nullptr) {
+        std::rethrow_exception(sink.thrown);
+    }
+    return done ? Answer<std::vector<Value>>{kOk, {}, std::move(sink.values)}
+                : Failure<std::vector<Value>>(done);
+}
+
+// The same with the library's records as they are.
+template <typename Item, typename Operation, typename... Arguments>
+auto RunForRecords(Operation operation, const Arguments&... arguments) {
+    return RunForItems<Item>(
+        operation, [](const Item& item) { return item; }, arguments...);
+}
+
+// The same for texts.
+template <typename CharArray, typename Operation, typename... Arguments>
+auto RunForTexts(Operation operation, const Arguments&... arguments) {
+    return RunForItems<CharArray>(
+        operation, [](const CharArray& text) { return std::string(text); }, arguments...);
 }
 
 } // namespace zrp::client::detail

@@ -1,5 +1,6 @@
 // Diagnostics: the internal counters of the main daemon and of the storage daemon.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstdint>
 #include <string>

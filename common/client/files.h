@@ -1,5 +1,6 @@
 // Files that connections have open, and locks on them.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstdint>
 #include <string>

@@ -1,5 +1,6 @@
 // The server as a whole: versions of its components, logging in, cluster resources.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstdint>
 #include <span>
@@ -31,14 +32,6 @@ struct ClusterMount {
 
 namespace detail {
 
-inline constexpr List kEnableLogin = {tag::enableLogin, tag::string};
-inline constexpr List kDisableLogin = {tag::disableLogin, tag::string};
-inline constexpr List kClusterVolumes = {tag::clusterResource, tag::volume};
-
-struct LineItem {
-    LoginText text;
-};
-
 inline Answer<std::string> GetVersion(int (*ask)(VersionText& text)) {
     VersionText text = "";
     const int rc = ask(text);
@@ -49,13 +42,7 @@ inline Answer<std::vector<std::string>> SwitchLogin(bool enable, const LoginOpti
     const Text volume(options.volume);
     const Text message(options.message);
     const LoginChange change = {enable, volume.OrNull(), options.readOnly, message.OrNull()};
-    return ListItems<std::string, LineItem>(
-        enable ? kEnableLogin : kDisableLogin, Request(BuildLoginRequest, change),
-        [&](char* reply, int length, int* offset, LineItem* item) {
-            return enable ? ScanEnableLoginReply(reply, length, offset, item->text)
-                          : ScanDisableLoginReply(reply, length, offset, item->text);
-        },
-        [](const LineItem& item) { return std::string(item.text); });
+    return RunForTexts<LoginText>(ChangeLogin, change);
 }
 
 } // namespace detail
@@ -84,15 +71,11 @@ inline Answer<std::vector<std::string>> DisableLogin(const LoginOptions& options
 
 // The address of a virtual server.
 inline Answer<> BindAddress(std::string_view server, std::string_view address) {
-    return detail::Tell(
-        detail::Request(BuildClusterBindRequest, detail::Text(server), detail::Text(address), true),
-        ScanClusterBindReply);
+    return detail::Run(zrp::BindAddress, detail::Text(server), detail::Text(address));
 }
 
 inline Answer<> UnbindAddress(std::string_view server, std::string_view address) {
-    return detail::Tell(detail::Request(BuildClusterBindRequest, detail::Text(server),
-                                        detail::Text(address), false),
-                        ScanClusterBindReply);
+    return detail::Run(zrp::UnbindAddress, detail::Text(server), detail::Text(address));
 }
 
 // That some could not be mounted is no failure: each result has its code.
@@ -107,9 +90,7 @@ MountClusterVolumes(std::span<const ClusterMount> mounts) {
     for (size_t i = 0; i < mounts.size(); i++) {
         volumes.push_back({texts[2 * i], mounts[i].number, texts[2 * i + 1].OrNull()});
     }
-    return detail::ListRecords<ClusterVolumeResult>(
-        detail::kClusterVolumes, detail::Request(BuildClusterVolumeRequest, volumes),
-        ScanClusterVolumeReply);
+    return detail::RunForRecords<ClusterVolumeResult>(zrp::MountClusterVolumes, volumes);
 }
 
 } // namespace zrp::client

@@ -1,5 +1,6 @@
 // The daemon that a program asks, and texts as people read and write them.
 #pragma once
+#include "../cplusplus.h"
 
 #include <string>
 #include <string_view>

@@ -1,5 +1,6 @@
 // Settings and configuration of the main daemon.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstdint>
 #include <string>
@@ -69,17 +70,13 @@ inline Answer<std::string> SetSetting(std::string_view name, std::string_view va
 
 // What is not sent by every server is 0 without it.
 inline Answer<ServerConfig> GetServerConfig() {
-    return detail::Ask<ServerConfig>(detail::Request(BuildServerConfigRequest, kReadServerConfig,
-                                                     kServerConfigVersion, nullptr, nullptr),
-                                     ScanServerConfigReply);
+    return detail::RunForRecord<ServerConfig>(zrp::GetServerConfig);
 }
 
 // Changes the setting that is named as the element of a reply; gives all as they are now.
 inline Answer<ServerConfig> SetServerConfig(std::string_view name, std::string_view value) {
-    return detail::Ask<ServerConfig>(detail::Request(BuildServerConfigRequest, kSetServerConfig,
-                                                     kServerConfigVersion, detail::Text(name),
-                                                     detail::Text(value)),
-                                     ScanServerConfigReply);
+    return detail::RunForRecord<ServerConfig>(zrp::SetServerConfig, detail::Text(name),
+                                              detail::Text(value));
 }
 
 } // namespace zrp::client

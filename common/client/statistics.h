@@ -1,5 +1,6 @@
 // Statistics of the main daemon: as a list of named values, as records, and its threads.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstdint>
 #include <string>
@@ -54,12 +55,12 @@ inline Answer<std::vector<Statistic>> ListStatistics() {
 
 // The same figures by their names. Those that the server does not send are 0.
 inline Answer<ServerCounters> GetServerCounters() {
-    return detail::Ask<ServerCounters>(detail::BuildStatisticsRequest, ScanServerCountersReply);
+    return detail::RunForRecord<ServerCounters>(zrp::GetServerCounters);
 }
 
 // A figure that the server does not send is 0, and named on standard error.
 inline Answer<ThreadStatistics> GetThreads() {
-    return detail::Ask<ThreadStatistics>(BuildThreadsRequest, ScanThreadsReply);
+    return detail::RunForRecord<ThreadStatistics>(zrp::GetThreads);
 }
 
 } // namespace zrp::client

@@ -1,5 +1,6 @@
 // The storage daemon: the volumes that it serves, its event filter and its log.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstdint>
 #include <string>
@@ -23,9 +24,6 @@ struct Filter {
 };
 
 namespace detail {
-
-inline constexpr Daemon kStorage = {kStorageDaemonSocket, kStorageDaemonRequest,
-                                    command::zrp2bks_reply};
 
 // What the library gives to a callback. No exception may pass through the library.
 template <typename Value>
@@ -90,9 +88,7 @@ inline Answer<> TurnOffFilters() {
 
 // The level is a keyword as log files take it: "DEBUG", "LEVELDEBUG".
 inline Answer<> SetStorageLogLevel(std::string_view level) {
-    return detail::Ask<Nothing>(
-        detail::Request(BuildChangeLoggingLevelRequest, detail::Text(level)),
-        [](char*, int, Nothing*) { return int{kOk}; }, detail::kStorage);
+    return detail::Run(zrp::SetStorageLogLevel, detail::Text(level));
 }
 
 } // namespace zrp::client

@@ -1,5 +1,6 @@
 // Volumes of the server: listing, looking at, making, changing, mounting, shadows.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstdint>
 #include <string>
@@ -37,7 +38,8 @@ struct VolumeDetails {
     std::string guid;
     uint32_t enabledAttributes = 0;
 
-    uint64_t size = 0; // bytes, as the next one
+    uint64_t clusterSize = 0; // bytes, as the next two; blocks are as large
+    uint64_t size = 0;
     uint64_t free = 0;
     uint64_t purgeableBlocks = 0;
     uint64_t notYetPurgeableBlocks = 0;
@@ -83,8 +85,6 @@ inline std::string SizeWords(uint64_t bytes) {
 namespace detail {
 
 inline constexpr List kVolumes = {tag::listVolumes, tag::volume};
-inline constexpr List kMountAll = {tag::mountAll, tag::volume};
-inline constexpr List kDismountAll = {tag::dismountAll, tag::volume};
 
 struct VolumeItem {
     ListedName name;
@@ -92,15 +92,12 @@ struct VolumeItem {
     int32_t number;
 };
 
-struct NameItem {
-    char name[kVolumeNameSize];
-};
-
 // The members that a layout has, whichever it is.
 template <typename Layout>
 void CopyFigures(const Layout& from, VolumeDetails* to) {
     if constexpr (requires { from.freeClusters; }) {
         const uint64_t cluster = uint64_t{from.sectorSize} * from.sectorPerCluster;
+        to->clusterSize = cluster;
         to->size = cluster * from.clustersPerVolume;
         to->free = cluster * from.freeClusters;
         to->type = from.volumeType;
@@ -169,16 +166,6 @@ inline VolumeDetails CopyRecord(int layout, const void* record) {
     }
 }
 
-template <typename Build, typename Scan>
-Answer<std::vector<std::string>> ListNames(const List& list, Build build, Scan scan) {
-    return ListItems<std::string, NameItem>(
-        list, build,
-        [&](char* reply, int length, int* offset, NameItem* item) {
-            return scan(reply, length, offset, item->name);
-        },
-        [](const NameItem& item) { return std::string(item.name); });
-}
-
 } // namespace detail
 
 // All volumes, mounted or not, as their pages arrive: a failure may follow the first ones.
@@ -245,18 +232,14 @@ inline Answer<ModifiedVolume> ModifyVolume(std::string_view name, uint32_t grant
                                                 revoke);
 }
 
-// Purges the deleted files of a volume.
-inline Answer<> PurgeVolume(std::string_view name) {
-    return detail::Tell(detail::Request(BuildPurgeVolumeRequest, detail::Text(name)),
-                        [](char* reply, int length) {
-                            char purged[kVolumeNameSize];
-                            return ScanPurgeVolumeReply(reply, length, purged);
-                        });
+// Purges the deleted files of a volume; gives the name as the server spells it.
+inline Answer<std::string> PurgeVolume(std::string_view name) {
+    return detail::RunForName<kVolumeNameSize>(zrp::PurgeVolume, detail::Text(name));
 }
 
 // Lets the server write out what it holds back for all volumes.
 inline Answer<> FlushVolumes() {
-    return detail::Tell(BuildFlushVolumesRequest, ScanFlushVolumesReply);
+    return detail::Run(zrp::FlushVolumes);
 }
 
 inline Answer<> ControlVolumeTree(std::string_view name, uint32_t flags) {
@@ -266,20 +249,20 @@ inline Answer<> ControlVolumeTree(std::string_view name, uint32_t flags) {
 // Volumes are named as a user types them, "DATA, HOME=7": volume_mounting.h has the rules. That
 // some could not be mounted is no failure: each result has its code.
 inline Answer<std::vector<MountedVolume>> MountVolumes(std::string_view names) {
-    return detail::RunForItems<MountedVolume>(zrp::MountVolumes, names);
+    return detail::RunForRecords<MountedVolume>(zrp::MountVolumes, detail::Text(names));
 }
 
 inline Answer<std::vector<DismountedVolume>> DismountVolumes(std::string_view names) {
-    return detail::RunForItems<DismountedVolume>(zrp::DismountVolumes, names);
+    return detail::RunForRecords<DismountedVolume>(zrp::DismountVolumes, detail::Text(names));
 }
 
 // The names of the volumes that changed; there may be none.
 inline Answer<std::vector<std::string>> MountAllVolumes() {
-    return detail::ListNames(detail::kMountAll, BuildMountAllRequest, ScanMountAllReply);
+    return detail::RunForTexts<VolumeName>(zrp::MountAllVolumes);
 }
 
 inline Answer<std::vector<std::string>> DismountAllVolumes() {
-    return detail::ListNames(detail::kDismountAll, BuildDismountAllRequest, ScanDismountAllReply);
+    return detail::RunForTexts<VolumeName>(zrp::DismountAllVolumes);
 }
 
 // Gives a volume, which is mounted at mountPoint, a shadow in a directory; gives the volume's name.

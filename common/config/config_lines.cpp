@@ -1,16 +1,12 @@
 #include "common/config/config_lines.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace zrp {
-namespace {
-
-constexpr const char* kWhiteSpace = " \t\n\v\f\r";
-
-} // namespace
 
 OpenFile open_config(const char* path) {
     OpenFile file(fopen(path, "a+e"));
@@ -38,9 +34,9 @@ bool next_line(FILE* file, ConfigLine& line) {
 
 size_t split_words(const char* text, ConfigWords& words, size_t maxWords) {
     size_t count = 0;
-    for (text += strspn(text, kWhiteSpace); *text != '\0' && count < maxWords;
-         text += strspn(text, kWhiteSpace)) {
-        const size_t length = std::min(strcspn(text, kWhiteSpace), sizeof(ConfigWord) - 1);
+    for (text += strspn(text, kConfigWhiteSpace); *text != '\0' && count < maxWords;
+         text += strspn(text, kConfigWhiteSpace)) {
+        const size_t length = std::min(strcspn(text, kConfigWhiteSpace), sizeof(ConfigWord) - 1);
         memcpy(words[count], text, length);
         words[count][length] = '\0';
         count++;
@@ -57,24 +53,64 @@ const char* skip_blanks(const char* text) {
     return text + strspn(text, " \t");
 }
 
-void end_last_line(FILE* file) {
+off_t size_of(int file) {
+    struct stat status = {};
+    return fstat(file, &status) == 0 ? status.st_size : -1;
+}
+
+bool ends_within_line(int file) {
     char last = '\n';
     // An empty file has no byte at this place.
-    if (pread(fileno(file), &last, 1, size_of(file) - 1) == 1 && last != '\n') {
-        fputc('\n', file);
+    return pread(file, &last, 1, size_of(file) - 1) == 1 && last != '\n';
+}
+
+bool write_all(int file, const char* bytes, size_t count) {
+    while (count > 0) {
+        const ssize_t written = write(file, bytes, count);
+        if (written <= 0) {
+            if (written < 0 && errno == EINTR) {
+                continue;
+            }
+            return false;
+        }
+        bytes += written;
+        count -= static_cast<size_t>(written);
     }
+    return true;
 }
 
-off_t size_of(FILE* file) {
-    struct stat status = {};
-    return fstat(fileno(file), &status) == 0 ? status.st_size : -1;
-}
-
-void undo_append(const char* path, off_t sizeBefore) {
+void undo_append(int file, off_t sizeBefore) {
     if (sizeBefore >= 0) {
         // The caller reports the failed write; nothing more can be done if this fails too.
-        [[maybe_unused]] const int ignored = truncate(path, sizeBefore);
+        [[maybe_unused]] const int ignored = ftruncate(file, sizeBefore);
     }
+}
+
+void set_file_mode(int file) {
+    struct stat status = {};
+    if (fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
+        fchmod(file, kConfigFileMode);
+    }
+}
+
+bool name_temporary(const char* path, TemporaryPath& temporary) {
+    const auto length = static_cast<size_t>(snprintf(temporary, sizeof temporary, "%s.tmp", path));
+    return length < sizeof temporary;
+}
+
+bool complete_rewrite(const char* path) {
+    TemporaryPath temporary;
+    struct stat status = {};
+    if (!name_temporary(path, temporary) || lstat(temporary, &status) != 0 ||
+        !S_ISREG(status.st_mode) || status.st_size == 0) {
+        return true;
+    }
+    // A reader that came in that moment has created an empty file.
+    if (lstat(path, &status) == 0 ? !S_ISREG(status.st_mode) || status.st_size != 0
+                                  : errno != ENOENT) {
+        return true;
+    }
+    return rename(temporary, path) == 0;
 }
 
 } // namespace zrp

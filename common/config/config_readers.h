@@ -3,6 +3,7 @@
 // Output buffers are untouched on kNoData and kBufferTooSmall. A size argument holds the size of
 // the buffer; with kBufferTooSmall it becomes the size needed, including the terminator.
 #pragma once
+#include "../cplusplus.h"
 
 #include "config_file.h"
 

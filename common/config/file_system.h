@@ -1,6 +1,7 @@
 // Small file-system routines for tools that set up the daemons' files and directories, with the
 // conventions of config_file.h.
 #pragma once
+#include "../cplusplus.h"
 
 #include <sys/types.h>
 

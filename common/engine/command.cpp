@@ -2,12 +2,14 @@
 
 #include <cerrno>
 
+#include "common/thread_limits.h"
+#include "common/xml_scan.h"
 #include "common/xml_writer.h"
 
 namespace zrp {
 namespace {
 
-constexpr size_t kRequestRoom = 256;
+constexpr size_t kCommandRoom = 256;
 
 bool is_text(RequestField::Kind kind) {
     return kind <= RequestField::kOptionalVolumeName;
@@ -83,7 +85,7 @@ int check_volume_name(const char* volumeName, const LogContext* log) {
     if (volumeName == nullptr) {
         return kInvalid;
     }
-    if (strlen(volumeName) <= kMaxVolumeName) {
+    if (resolved_length(volumeName) <= kMaxVolumeName) {
         return kOk;
     }
     if (log != nullptr) {
@@ -119,14 +121,16 @@ char* build_command(const Command& command, RequestValues values, uint32_t* leng
 }
 
 size_t request_room(size_t textCount, size_t textLength) {
-    return kRequestRoom - textCount + textLength;
+    return kCommandRoom - textCount + textLength;
 }
 
 int find_command(char* reply, int length, const char* command, XmlElement* element) {
     XmlElement envelope;
-    const bool found = find_in_reply(reply, length, tag::zrpConsoleReply, &envelope) == kOk &&
-                       find_inside(envelope, command, element) == kOk;
-    return found ? kOk : kInvalid;
+    int rc = find_in_reply(reply, length, tag::zrpConsoleReply, &envelope);
+    if (rc == kOk) {
+        rc = find_inside(envelope, command, element);
+    }
+    return rc == kOk ? rc : failure_of(rc, kInvalid);
 }
 
 int read_command(const Command& command, char* reply, int length, void* record) {
@@ -136,11 +140,13 @@ int read_command(const Command& command, char* reply, int length, void* record) 
         const XmlElement outer = element;
         rc = find_inside(outer, command.group, &element);
     }
-    return rc == kOk ? read_fields(command.reply, element, record) : int{kInvalid};
+    return rc == kOk ? read_fields(command.reply, element, record) : failure_of(rc, kInvalid);
 }
 
-int send_document(HeapText document, uint32_t length, const Caller& caller, Reply* reply) {
+int send_document(HeapText document, uint32_t length, const Caller& caller, Reply* reply,
+                  const Peer& peer) {
     Query query;
+    query.peer = peer;
     query.hooks = hooks_to(caller.log);
     query.logsNoMemory = true;
     query.errorText = caller.errorText;
@@ -155,12 +161,6 @@ int send_command(const Command& command, RequestValues values, const Caller& cal
     uint32_t length = 0;
     HeapText request(build_command(command, values, &length));
     return send_document(std::move(request), length, caller, reply);
-}
-
-int run_document(const Command& command, HeapText document, uint32_t length, const Caller& caller) {
-    Reply reply;
-    const int rc = send_document(std::move(document), length, caller, &reply);
-    return rc == kOk ? scan_command(command, reply.text.get(), reply.length) : rc;
 }
 
 } // namespace zrp

@@ -78,14 +78,22 @@ struct RequestValue {
 // One value for each field of the request, in its order.
 using RequestValues = std::initializer_list<RequestValue>;
 
-// The last two arguments of every operation; both may be null.
+// The last two arguments of every operation; both may be null. It is the first thing that an
+// operation makes: whatever fails from there on, no words of an earlier call are left.
 struct Caller {
+    Caller(ErrorText* words, const LogContext* context) : errorText(words), log(context) {
+        if (words != nullptr) {
+            (*words)[0] = '\0';
+        }
+    }
+
     ErrorText* errorText;
     const LogContext* log;
 };
 
-// Returns kOk; kInvalid for null; kNameTooLong for a name of more than kMaxVolumeName bytes, which
-// is logged as "Supported Volume name max length 15".
+// Returns kOk; kInvalid for null; kNameTooLong for a name of more than kMaxVolumeName bytes, as the
+// server sees it when its references are resolved, which is logged as "Supported Volume name max
+// length 15".
 int check_volume_name(const char* volumeName, const LogContext* log);
 
 // Null for documents that a builder refuses, with errno EINVAL.
@@ -127,8 +135,9 @@ int scan_command(const Command& command, char* reply, int length, Record* record
     return rc;
 }
 
-// send_query to the default peer, with all that is logged of an operation.
-int send_document(HeapText document, uint32_t length, const Caller& caller, Reply* reply);
+// send_query, with all that is logged of an operation.
+int send_document(HeapText document, uint32_t length, const Caller& caller, Reply* reply,
+                  const Peer& peer = kDefaultPeer);
 
 // Checks the names of volumes among the values, then builds and sends the request. Returns kOk with
 // the reply; kInvalid; kNameTooLong; or send_query's code.
@@ -147,7 +156,25 @@ int run_command(const Command& command, RequestValues values, const Caller& call
 }
 
 // The same with a document of another builder, for requests whose children repeat.
-int run_document(const Command& command, HeapText document, uint32_t length, const Caller& caller);
+template <typename... Record>
+int run_document(const Command& command, HeapText document, uint32_t length, const Caller& caller,
+                 Record*... record) {
+    Reply reply;
+    const int rc = send_document(std::move(document), length, caller, &reply);
+    return rc == kOk ? scan_command(command, reply.text.get(), reply.length, record...) : rc;
+}
+
+// The same for a reply that is a list, whose records go to the callback of the operation.
+template <typename Record>
+int run_list(const ReplyList& list,
+             int (*scan)(char* reply, int replyLength, int* offset, Record* record),
+             HeapText document, uint32_t length, const Caller& caller,
+             int (*callback)(void* context, const Record& record), void* context,
+             int* count = nullptr) {
+    Reply reply;
+    const int rc = send_document(std::move(document), length, caller, &reply);
+    return rc == kOk ? visit_list(list, reply, scan, callback, context, count) : rc;
+}
 
 // The list of a command in the main daemon's envelope. It ends with kRange, so that the end differs
 // from an item that is malformed.

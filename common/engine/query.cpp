@@ -4,6 +4,7 @@
 #include <climits>
 #include <utility>
 
+#include "common/in_flight.h"
 #include "common/result.h"
 
 namespace zrp {
@@ -54,6 +55,17 @@ int exchange_with(const Peer& peer, const HeapText& document, uint32_t length,
                                   replyLength, text);
 }
 
+// For the daemon's state, the words are wanted even if the caller does not want them.
+int check_and_note(const Query& query, const Reply& reply) {
+    ErrorText words;
+    ErrorText& errorText = query.errorText != nullptr ? *query.errorText : words;
+    const int rc = check_reply(reply, &errorText);
+    if (const auto daemon = daemon_of(query.peer.socketName); daemon) {
+        NoteReplyResult(*daemon, rc, errorText);
+    }
+    return rc;
+}
+
 } // namespace
 
 RequestHooks hooks_to(const LogContext* log) {
@@ -81,7 +93,8 @@ int send_query(const Query& query, HeapText document, uint32_t length, Reply* re
     }
     reply->text = std::move(owned);
     reply->length = static_cast<int32_t>(replyLength);
-    return query.checksReply ? check_reply(*reply, query.errorText) : int{kOk};
+    const int reported = check_and_note(query, *reply);
+    return query.checksReply ? reported : int{kOk};
 }
 
 int check_reply(const Reply& reply, ErrorText* errorText) {

@@ -7,6 +7,8 @@
 #include "common/bounded_copy.h"
 #include "common/range_number.h"
 #include "common/result.h"
+#include "common/thread_limits.h"
+#include "common/xml_scan.h"
 
 namespace zrp {
 namespace {
@@ -19,11 +21,11 @@ void store(char* member, Number number) {
 }
 
 float to_fraction(std::string_view text) {
-    static const locale_t plain = newlocale(LC_NUMERIC_MASK, "C", nullptr);
     char number[kFractionSize];
     copy_cut(number, text.data(), text.size());
-    return static_cast<float>(plain != nullptr ? strtod_l(number, nullptr, plain)
-                                               : strtod(number, nullptr));
+    // The system's own, not a copy: it costs nothing and cannot fail.
+    locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);
+    return static_cast<float>(strtod_l(number, nullptr, plain));
 }
 
 } // namespace
@@ -40,6 +42,16 @@ int find_inside(const XmlElement& outer, const char* tag, XmlElement* element) {
         return kNotFound;
     }
     return FindElement(tag, outer.contentStart, outer.contentEnd + 1, element);
+}
+
+int find_optional(const XmlElement& outer, const char* tag, XmlElement* element) {
+    const int rc = find_inside(outer, tag, element);
+    if (rc != kNotFound || outer.contentStart == nullptr) {
+        return failure_of(rc, kOk);
+    }
+    const char* opening = nullptr;
+    const int search = find_opening(tag, outer.contentStart, outer.contentEnd + 1, &opening);
+    return search == kNotFound ? kOk : failure_of(search, kNotFound);
 }
 
 void store_field(const ReplyField& field, const XmlElement& element, void* record) {
@@ -69,8 +81,9 @@ void store_field(const ReplyField& field, const XmlElement& element, void* recor
 
 int read_field(const ReplyField& field, const XmlElement& outer, void* record) {
     XmlElement element;
-    if (find_inside(outer, field.tag, &element) != kOk || element.contentStart == nullptr) {
-        return kInvalid;
+    const int rc = find_inside(outer, field.tag, &element);
+    if (rc != kOk || element.contentStart == nullptr) {
+        return failure_of(rc, kInvalid);
     }
     store_field(field, element, record);
     return kOk;
@@ -78,8 +91,9 @@ int read_field(const ReplyField& field, const XmlElement& outer, void* record) {
 
 int read_fields(std::span<const ReplyField> fields, const XmlElement& outer, void* record) {
     for (const ReplyField& field : fields) {
-        if (read_field(field, outer, record) != kOk && !field.isOptional) {
-            return kInvalid;
+        const int rc = read_field(field, outer, record);
+        if (rc != kOk && (rc != kInvalid || !field.isOptional)) {
+            return rc;
         }
     }
     return kOk;

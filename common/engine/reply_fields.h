@@ -19,6 +19,10 @@ int find_in_reply(char* reply, int length, const char* tag, XmlElement* element)
 // Looks for an element inside another; a self-closing one holds nothing. Returns kOk or kNotFound.
 int find_inside(const XmlElement& outer, const char* tag, XmlElement* element);
 
+// The same for an element that may be missing, which leaves the output alone. Returns kOk, or
+// kNotFound for one that begins and is not whole.
+int find_optional(const XmlElement& outer, const char* tag, XmlElement* element);
+
 // How the text of an element becomes a member. "Automatic base" takes decimal, 0x-hexadecimal and
 // 0-octal numbers; a text that is no number gives 0.
 enum class FieldKind : uint8_t {

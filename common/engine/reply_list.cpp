@@ -1,5 +1,8 @@
 #include "common/engine/reply_list.h"
 
+#include "common/thread_limits.h"
+#include "common/xml_scan.h"
+
 namespace zrp {
 namespace {
 
@@ -12,8 +15,8 @@ int enter_path(const ReplyList& list, char* reply, char* end, char** start) {
             break;
         }
         XmlElement element;
-        if (FindElement(tag, *start, innerEnd, &element) != kOk) {
-            return list.missing;
+        if (const int rc = FindElement(tag, *start, innerEnd, &element); rc != kOk) {
+            return failure_of(rc, list.missing);
         }
         *start = element.contentStart;
         innerEnd = element.contentStart == nullptr ? nullptr : element.contentEnd + 1;
@@ -38,11 +41,48 @@ int next_item(const ReplyList& list, char* reply, int length, int* offset, XmlEl
             return rc;
         }
     }
-    if (start == nullptr || FindElement(list.item, start, end, item) != kOk) {
-        return list.noneLeft;
+    int rc = start != nullptr ? FindElement(list.item, start, end, item) : int{kNotFound};
+    if (rc != kOk) {
+        return failure_of(rc, list.noneLeft);
     }
-    *offset = static_cast<int>(item->elementEnd + 1 - reply);
-    return kOk;
+    const auto next = static_cast<int>(item->elementEnd + 1 - reply);
+    if (next / kLookDistance != *offset / kLookDistance) {
+        rc = scan_result();
+    }
+    if (rc == kOk) {
+        *offset = next;
+    }
+    return rc;
+}
+
+int check_list(const ReplyList& list, const Reply& reply) {
+    if (reply.length <= 0) {
+        return kInvalid;
+    }
+    char* start = reply.text.get();
+    char* end = start + reply.length;
+    XmlElement outermost;
+    char* name = nullptr;
+    size_t nameLength = 0;
+    int rc = NextElement(start, end, &outermost, &name, &nameLength);
+    if (rc == kOk) {
+        rc = enter_path(list, start, end, &start);
+    }
+    return rc == kOk ? rc : failure_of(rc, kInvalid);
+}
+
+int end_of_list(const ReplyList& list, char* reply, int length, int offset, int rc) {
+    if (rc != kInvalid && rc != kRange && rc != kNotFound) {
+        return rc;
+    }
+    char* start = reply + offset;
+    char* end = reply + length;
+    if (offset == 0 && enter_path(list, start, end, &start) != kOk) {
+        return kInvalid;
+    }
+    const char* item = nullptr;
+    rc = start != nullptr ? find_opening(list.item, start, end, &item) : int{kNotFound};
+    return rc == kNotFound ? kOk : failure_of(rc, kInvalid);
 }
 
 } // namespace zrp

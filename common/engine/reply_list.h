@@ -80,32 +80,49 @@ int scan_record(const ReplyList& list, char* reply, int length, int* offset, Rec
                        });
 }
 
-// What a walk makes of the scanner's failure that ends it.
-enum class WalkEnd : uint8_t {
-    kAtTheEnd,     // kRange is the end of the list; anything else is a failure
-    kAtAnyFailure, // a record that cannot be read ends the list as well
-};
+// Whether the list is in the reply as a whole: its outermost element and those of the path are
+// closed. Returns kOk, kInvalid, or the code of a scan that was broken off.
+int check_list(const ReplyList& list, const Reply& reply);
+
+// What a scanner's failure at that offset means. Returns kOk for the end of the list, where no
+// further item begins; kInvalid for an item that is malformed; other failures as they are.
+int end_of_list(const ReplyList& list, char* reply, int length, int offset, int rc);
 
 // Calls callback(record) for every record that scan(&offset, &record) reads. Returns kOk after the
-// last one, the scanner's failure, or what the callback returned to stop. *count, when given, is
-// the number of records read.
+// last one; kInvalid before the first one of a list that was cut, and for an item that is
+// malformed; another failure of the scanner; or what the callback returned to stop. *count, when
+// given, is the number of records read.
 template <typename Record, typename Scan, typename Callback>
-int visit_records(WalkEnd end, Scan scan, Callback callback, int* count = nullptr) {
+int visit_records(const ReplyList& list, const Reply& reply, Scan scan, Callback callback,
+                  int* count = nullptr) {
+    int rc = check_list(list, reply);
     int offset = 0;
-    for (int read = 0;; read++) {
+    for (int read = 0; rc == kOk; read++) {
         if (count != nullptr) {
             *count = read;
         }
         Record record = {};
-        int rc = scan(&offset, &record);
+        rc = scan(&offset, &record);
         if (rc != kOk) {
-            return rc == kRange || end == WalkEnd::kAtAnyFailure ? int{kOk} : rc;
+            return end_of_list(list, reply.text.get(), reply.length, offset, rc);
         }
         rc = callback(record);
-        if (rc != kOk) {
-            return rc;
-        }
     }
+    return rc;
+}
+
+// The same for a scanner and a callback of the library.
+template <typename Record>
+int visit_list(const ReplyList& list, const Reply& reply,
+               int (*scan)(char* reply, int replyLength, int* offset, Record* record),
+               int (*callback)(void* context, const Record& record), void* context,
+               int* count = nullptr) {
+    return visit_records<Record>(
+        list, reply,
+        [&](int* offset, Record* record) {
+            return scan(reply.text.get(), reply.length, offset, record);
+        },
+        [&](const Record& record) { return callback(context, record); }, count);
 }
 
 } // namespace zrp

@@ -1,6 +1,7 @@
 // Log of a component that has a configuration file: the value of kLogLevelKey (config_file.h) in
 // the file sets the level. Only one thread at a time may set up a component.
 #pragma once
+#include "../cplusplus.h"
 
 #include <ctime>
 

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <iterator>
 #include <mutex>
+#include <pthread.h>
 
 #include "common/log/log_state.h"
 
@@ -93,6 +94,11 @@ constinit LogContext context = {
 
 constinit std::mutex contextLock;
 
+// Nor does the child inherit a lock of the C library that another thread held for the log: those of
+// the system log and of the time zone would never be released there.
+[[maybe_unused]] const int isForkPrepared = pthread_atfork(
+    [] { contextLock.lock(); }, [] { contextLock.unlock(); }, [] { contextLock.unlock(); });
+
 // The names are null and the stream is closed here: LogShutdown has released them.
 void reset_context(LogContext& log, int level) {
     log.level = level;
@@ -114,13 +120,17 @@ char* allocate_text(size_t size) {
 
 } // namespace
 
-LogLock::LogLock() : callerErrno(errno) {
+LogLock::LogLock() : callerErrno_(errno) {
     contextLock.lock();
 }
 
 LogLock::~LogLock() {
     contextLock.unlock();
-    errno = callerErrno;
+    restore_errno();
+}
+
+void LogLock::restore_errno() const {
+    errno = callerErrno_;
 }
 
 LogContext* LogLock::operator->() const {

@@ -7,11 +7,19 @@
 // Any thread may call any operation at any time: each takes one lock, so messages are never mixed.
 // A message below the level takes no lock. The table is complete before main() and never changes.
 // The numbers of the context are atomic and may be read on any thread; `stream` and the three texts
-// belong to the log. No operation changes errno, and none may be called from a signal handler.
+// belong to the log. No operation changes errno, and none may be called from a signal handler. "%m"
+// in a format is the text of the caller's errno.
+//
+// A thread is not cancelled during an operation, and a fork waits for the end of the one under way:
+// the child has a log of its own, with the same settings and the same file.
 //
 // Writers report no failure: a message is dropped when no file is open and the log is not in
-// system-log mode. Formats are those of printf; pass text from outside as an argument to "%s".
+// system-log mode. After a message that a full disk has cut, the next one begins on a new line.
+// When other code has closed the log's descriptor, messages are dropped until LogOpen or
+// SetLogMode(kLogModeDefault) opens the file again; nothing is written to another file that has got
+// its number. Formats are those of printf; pass text from outside as an argument to "%s".
 #pragma once
+#include "../cplusplus.h"
 
 #include <atomic>
 #include <cstddef>
@@ -33,7 +41,8 @@ enum LogLevel : int32_t {
 // Codes of SetLogMode. Any code above kLogModeReset acts like kLogModeDefault, and the other codes
 // that are not listed do nothing.
 enum LogMode : int {
-    kLogModeDefault = 0,   // leave system-log mode and open the log file again, if there is one
+    kLogModeDefault = 0,   // leave system-log mode and open the log file again, if there is one;
+                           // when that fails, go on with the file that is open, if any
     kLogModeBackup = 1,    // accepted, does nothing
     kLogModeTruncate = 2,  // accepted, does nothing
     kLogModeSyslog = 3,    // close the file and write to the system log
@@ -67,7 +76,9 @@ struct LogOperations {
 
     // Opens the file for appending and removes ALL its permission bits: only root can then read the
     // log, or open it a second time, without a chmod. A null path means the stored one. A stream
-    // that is already open is replaced, not closed.
+    // that is already open is replaced, not closed. A symbolic link, and a file that has another
+    // name, cannot be opened. What is no regular file keeps its mode, and messages are dropped when
+    // it does not take them at once.
     // Returns kOk; kNotFound when the file cannot be opened, kNoMemory when the log has no memory
     // for a path, and kInvalid without any path, all three with a line on standard error; kTooLong
     // for a path of kLogPathSize characters or more, without touching a file.

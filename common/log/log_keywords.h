@@ -3,6 +3,7 @@
 //
 // "LIMIT" with a size and the time stamp keywords are accepted and have no effect.
 #pragma once
+#include "../cplusplus.h"
 
 namespace zrp {
 

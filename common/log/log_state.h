@@ -5,13 +5,15 @@
 #include <cstdarg>
 #include <ctime>
 
+#include "../uncancelled.h"
 #include "log_context.h"
 
 #pragma GCC visibility push(hidden)
 
 namespace zrp {
 
-// Locks the log's context, and restores the caller's errno at the end.
+// Locks the log's context, and restores the caller's errno at the end. A fork waits for the lock,
+// so that the child has a log that is between two operations.
 class LogLock {
 public:
     LogLock();
@@ -21,8 +23,12 @@ public:
     LogContext* operator->() const;
     LogContext& operator*() const;
 
+    // For a format of the caller's, which may hold %m.
+    void restore_errno() const;
+
 private:
-    int callerErrno;
+    int callerErrno_;
+    Uncancelled uncancelled_;
 };
 
 // log_context.cpp
@@ -52,6 +58,15 @@ int set_log_mode(int code);
 int open_log_file(LogContext& log, const char* path);
 void close_log_file(LogContext& log);
 void leave_system_log(LogContext& log);
+
+// Whether there is a stream. One whose descriptor was closed by others, who may have opened another
+// file with its number, is forgotten.
+bool has_stream(LogContext& log);
+
+// An entry is written between these two: the first begins it on a line of its own, also after an
+// entry that was cut by a full disk.
+void begin_entry(LogContext& log);
+void end_entry(LogContext& log);
 
 // library_log.cpp
 // Returns the log that the component has from now on: log if it is not null, else the log of the

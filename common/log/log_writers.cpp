@@ -41,18 +41,19 @@ bool is_enabled(Entry entry) {
     return GetLogContext()->level >= shape_of(entry).level;
 }
 
-void put_prefix(FILE* stream, Entry entry) {
+void put_prefix(LogContext& log, Entry entry) {
+    begin_entry(log);
     const time_t now = time(nullptr);
     tm local = {};
     localtime_r(&now, &local);
     char text[128];
     strftime(text, sizeof text, "%F %T", &local);
-    fprintf(stream, "[%c %s] ", shape_of(entry).mark, text);
+    fprintf(log.stream, "[%c %s] ", shape_of(entry).mark, text);
 }
 
-void put_end(FILE* stream, const char* closing) {
-    fputs(closing, stream);
-    fflush(stream);
+void put_end(LogContext& log, const char* closing) {
+    fputs(closing, log.stream);
+    end_entry(log);
 }
 
 // Compatibility: the formatted text is used as a format once more, which turns "%%" into "%". Other
@@ -86,19 +87,21 @@ void write_entry(Entry entry, const char* tag, const char* format, va_list argum
     }
     LogLock log;
     if (log->useSyslog != 0) {
+        log.restore_errno();
         vsyslog(LOG_DEBUG, format, arguments);
         return;
     }
-    if (log->stream == nullptr) {
+    if (!has_stream(*log)) {
         return;
     }
-    put_prefix(log->stream, entry);
+    put_prefix(*log, entry);
     fputs(shape_of(entry).opening, log->stream);
     if (tag != nullptr) {
         fprintf(log->stream, "%s: ", tag);
     }
+    log.restore_errno();
     vfprintf(log->stream, format, arguments);
-    put_end(log->stream, shape_of(entry).closing);
+    put_end(*log, shape_of(entry).closing);
 }
 
 void log_announcement(const char* format, ...) {
@@ -113,13 +116,14 @@ void log_info_syslog(const char* format, ...) {
     char text[kSystemMessageSize] = "";
     va_list arguments;
     va_start(arguments, format);
+    log.restore_errno();
     vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
     syslog(LOG_INFO, "[Info]%s", text);
-    if (log->stream != nullptr) {
-        put_prefix(log->stream, Entry::kPlain);
+    if (has_stream(*log)) {
+        put_prefix(*log, Entry::kPlain);
         put_as_format(log->stream, text);
-        put_end(log->stream, "\n");
+        put_end(*log, "\n");
     }
 }
 
@@ -134,13 +138,13 @@ void log_text_dump(const void* buffer, int length) {
         syslog(LOG_DEBUG, "%.*s", count, bytes);
         return;
     }
-    if (log->stream == nullptr) {
+    if (!has_stream(*log)) {
         return;
     }
-    put_prefix(log->stream, Entry::kDump);
+    put_prefix(*log, Entry::kDump);
     fprintf(log->stream, "<ldump len=\"%d\">\n", length);
     fwrite(bytes, 1, static_cast<size_t>(count), log->stream);
-    put_end(log->stream, "\n</ldump>\n");
+    put_end(*log, "\n</ldump>\n");
 }
 
 void log_binary_dump(const void* buffer, int length) {
@@ -148,13 +152,13 @@ void log_binary_dump(const void* buffer, int length) {
         return;
     }
     LogLock log;
-    if (log->useSyslog != 0 || log->stream == nullptr) {
+    if (log->useSyslog != 0 || !has_stream(*log)) {
         return;
     }
-    put_prefix(log->stream, Entry::kDump);
+    put_prefix(*log, Entry::kDump);
     fprintf(log->stream, "\n<bdump len=\"%d\">\n", length);
     put_hexadecimal(log->stream, static_cast<const unsigned char*>(buffer), length);
-    put_end(log->stream, "\n</bdump>\n");
+    put_end(*log, "\n</bdump>\n");
 }
 
 } // namespace zrp

@@ -1,6 +1,7 @@
 #include "common/requests/cluster_resource.h"
 
 #include <string_view>
+#include <utility>
 
 #include "common/engine/command.h"
 #include "common/result.h"
@@ -92,6 +93,15 @@ void write_settings(XmlDocument& document, const SettingValues& values) {
     }
 }
 
+void write_group(XmlDocument& document, const char* name, int32_t number,
+                 const SettingValues& values) {
+    WriteOpenGroup(document, tag::volume);
+    WriteTextElement(document, tag::volumeName, name);
+    WriteIntElement(document, tag::volumeNumber, number);
+    write_settings(document, values);
+    WriteCloseGroup(document, tag::volume);
+}
+
 void write_volume(XmlDocument& document, const ClusterVolume& volume) {
     SettingValues values;
     if (!read_settings(volume.settings, values)) {
@@ -99,11 +109,7 @@ void write_volume(XmlDocument& document, const ClusterVolume& volume) {
         document.refused = true;
         return;
     }
-    WriteOpenGroup(document, tag::volume);
-    WriteTextElement(document, tag::volumeName, volume.volumeName);
-    WriteIntElement(document, tag::volumeNumber, volume.volumeNumber);
-    write_settings(document, values);
-    WriteCloseGroup(document, tag::volume);
+    write_group(document, volume.volumeName, volume.volumeNumber, values);
 }
 
 constexpr ReplyField kVolumeFields[] = {
@@ -111,7 +117,8 @@ constexpr ReplyField kVolumeFields[] = {
     ZRP_FIELD(tag::volumeNumber, kDecimal, ClusterVolumeResult, volumeNumber),
     ZRP_FIELD(tag::mountFailureCode, kDecimal, ClusterVolumeResult, mountFailureCode),
 };
-constexpr ReplyList kVolumes = command_list(tag::clusterResource, tag::volume, kVolumeFields);
+constexpr ReplyList kClusterVolumes =
+    command_list(tag::clusterResource, tag::volume, kVolumeFields);
 
 constexpr RequestField kBindRequest[] = {
     {tag::zrpServerName, RequestField::kText},
@@ -145,8 +152,47 @@ char* BuildClusterVolumeRequest(std::span<const ClusterVolume> volumes, uint32_t
     return FinishDocument(document, length);
 }
 
+char* BuildOneClusterVolumeRequest(const ClusterVolumeSettings& volume, uint32_t* length) {
+    const auto view = [](const char* text) {
+        return std::string_view(text != nullptr ? text : "");
+    };
+    const SettingValues values = {view(volume.shadowPath), view(volume.path),
+                                  view(volume.shadowVolume)};
+    XmlDocument document = StartDocument(kVolumesRoom);
+    WriteHead(document, tag::zrpConsoleRequest, tag::clusterResource);
+    write_group(document, volume.volumeName, volume.volumeNumber, values);
+    WriteTrailer(document, tag::clusterResource, tag::zrpConsoleRequest);
+    return FinishDocument(document, length);
+}
+
 int ScanClusterVolumeReply(char* reply, int replyLength, int* offset, ClusterVolumeResult* record) {
-    return scan_record(kVolumes, reply, replyLength, offset, record);
+    return scan_record(kClusterVolumes, reply, replyLength, offset, record);
+}
+
+int BindAddress(const char* serverName, const char* networkAddress, ErrorText* errorText,
+                const LogContext* log) {
+    return run_command(kBind, {serverName, networkAddress, 1}, {errorText, log});
+}
+
+int UnbindAddress(const char* serverName, const char* networkAddress, ErrorText* errorText,
+                  const LogContext* log) {
+    return run_command(kBind, {serverName, networkAddress, 0}, {errorText, log});
+}
+
+int MountClusterVolumes(std::span<const ClusterVolume> volumes, ClusterVolumeCallback callback,
+                        void* context, ErrorText* errorText, const LogContext* log) {
+    const Caller caller(errorText, log);
+    int rc = callback != nullptr ? kOk : kInvalid;
+    for (const ClusterVolume& volume : volumes) {
+        rc = rc == kOk ? check_volume_name(volume.volumeName, log) : rc;
+    }
+    if (rc != kOk) {
+        return rc;
+    }
+    uint32_t length = 0;
+    HeapText request(BuildClusterVolumeRequest(volumes, &length));
+    return run_list(kClusterVolumes, ScanClusterVolumeReply, std::move(request), length, caller,
+                    callback, context);
 }
 
 char* BuildListVirtualServersRequest(uint32_t* length) {

@@ -11,7 +11,7 @@
 namespace zrp {
 namespace {
 
-constexpr size_t kRequestRoom = 256;
+constexpr size_t kVersionRoom = 256;
 
 struct Component {
     Peer peer;
@@ -23,17 +23,17 @@ constexpr Component kEngine = {kDefaultPeer, tag::zrpConsoleRequest, true};
 constexpr Component kBks = {kStorageDaemon, command::zrp2bks_request, false};
 constexpr Component kOmw = {kManagementComponent, tag::libomw2zrpRequestTag, true};
 
-HeapText build_request(const Component& component, uint32_t* length) {
-    XmlDocument document = StartDocument(kRequestRoom);
+char* build_request(const Component& component, uint32_t* length) {
+    XmlDocument document = StartDocument(kVersionRoom);
     WriteHead(document, component.outer, tag::versionTag);
     WriteTrailer(document, tag::versionTag, component.outer);
-    return HeapText(FinishDocument(document, length));
+    return FinishDocument(document, length);
 }
 
 int get_version(const Component& component, VersionText& text) {
     text[0] = '\0';
     uint32_t length = 0;
-    HeapText request = build_request(component, &length);
+    HeapText request(build_request(component, &length));
     Reply reply;
     const int rc = send_query({.peer = component.peer}, std::move(request), length, &reply);
     if (rc != kOk || (reply.length == 0 && component.emptyReplyIsAnAnswer)) {
@@ -43,6 +43,18 @@ int get_version(const Component& component, VersionText& text) {
 }
 
 } // namespace
+
+char* BuildServerVersionRequest(uint32_t* length) {
+    return build_request(kEngine, length);
+}
+
+char* BuildBksVersionRequest(uint32_t* length) {
+    return build_request(kBks, length);
+}
+
+char* BuildOmwVersionRequest(uint32_t* length) {
+    return build_request(kOmw, length);
+}
 
 int getServerVersion(VersionText& text) {
     return get_version(kEngine, text);

@@ -1,7 +1,9 @@
 // The versions of the server's running components.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstddef>
+#include <cstdint>
 
 namespace zrp {
 
@@ -15,5 +17,10 @@ using VersionText = char[kVersionTextSize];
 int getServerVersion(VersionText& text);
 int getBksVersion(VersionText& text);
 int getOmwVersion(VersionText& text);
+
+// The requests of the three. A reply holds the version in an element versionTag.
+char* BuildServerVersionRequest(uint32_t* length);
+char* BuildBksVersionRequest(uint32_t* length);
+char* BuildOmwVersionRequest(uint32_t* length);
 
 } // namespace zrp

@@ -110,12 +110,13 @@ int BroadcastMessage(const char* message, ErrorText* errorText, const LogContext
 
 int BroadcastMessageToStations(const char* message, Stations stations, ErrorText* errorText,
                                const LogContext* log) {
+    const Caller caller(errorText, log);
     if (stations.empty()) {
         return kInvalid;
     }
     uint32_t length = 0;
     HeapText request(BuildBroadcastMessageRequest(message, stations, &length));
-    return run_document(kBroadcast, std::move(request), length, {errorText, log});
+    return run_document(kBroadcast, std::move(request), length, caller);
 }
 
 } // namespace zrp

@@ -5,6 +5,7 @@
 //  - A reply says no more than that the server obeyed. Its scanner returns kOk, or kInvalid for a
 //    reply to another command.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstdint>
 #include <span>

@@ -2,13 +2,14 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <iterator>
 #include <utility>
 
 #include "common/bounded_copy.h"
 #include "common/engine/command.h"
+#include "common/exchange_state.h"
 #include "common/result.h"
 #include "common/tags.h"
+#include "common/thread_limits.h"
 #include "common/xml_reader.h"
 #include "common/xml_writer.h"
 
@@ -84,10 +85,11 @@ XmlElement content_between(char* start, char* end) {
     return part;
 }
 
+// The lists may be missing.
 ConnectionParts split_connection(const XmlElement& connection) {
     ConnectionParts parts;
-    find_inside(connection, tag::openFiles, &parts.openFiles);
-    find_inside(connection, tag::securityEquals, &parts.securityEquals);
+    (void)find_inside(connection, tag::openFiles, &parts.openFiles);
+    (void)find_inside(connection, tag::securityEquals, &parts.securityEquals);
     const XmlElement* first = &parts.openFiles;
     const XmlElement* second = &parts.securityEquals;
     if (second->tagEnd < first->tagEnd) {
@@ -106,12 +108,16 @@ ConnectionParts split_connection(const XmlElement& connection) {
 }
 
 int read_outside(const ConnectionParts& parts, std::span<const ReplyField> fields, void* record) {
+    int rc = kOk;
     for (const ReplyField& field : fields) {
-        const bool found = std::any_of(
-            std::begin(parts.outside), std::end(parts.outside),
-            [&](const XmlElement& part) { return read_field(field, part, record) == kOk; });
-        if (!found) {
-            return kInvalid;
+        for (const XmlElement& part : parts.outside) {
+            rc = read_field(field, part, record);
+            if (rc != kInvalid) {
+                break;
+            }
+        }
+        if (rc != kOk) {
+            return rc;
         }
     }
     return kOk;
@@ -127,16 +133,20 @@ int read_names(const XmlElement& list, NameList* names) {
         return kNoMemory;
     }
     constexpr ReplyList kNames = {{}, tag::name};
+    const auto length = static_cast<int>(list.contentLength);
     char* to = text.get();
     uint32_t count = 0;
     int offset = 0;
+    int rc = kOk;
     XmlElement name;
-    while (next_item(kNames, list.contentStart, static_cast<int>(list.contentLength), &offset,
-                     &name) == kOk) {
+    while ((rc = next_item(kNames, list.contentStart, length, &offset, &name)) == kOk) {
         const size_t room = name.contentLength + size_t{1};
         copy_cut(to, room, name.contentStart, name.contentLength);
         to += room;
         count++;
+    }
+    if (failure_of(rc, kOk) != kOk) {
+        return rc;
     }
     if (count != 0) {
         *names = {text.release(), count};
@@ -162,6 +172,63 @@ int read_connection(const XmlElement& connection, ConnectionInformation* record)
     return rc;
 }
 
+int ask_for_entries(int startIndex, std::span<ConnectionEntry> entries, int* count, Reply* reply) {
+    if (entries.empty() || count == nullptr) {
+        return kInvalid;
+    }
+    *count = 0;
+    uint32_t length = 0;
+    HeapText request(
+        BuildListConnectionsRequest(startIndex, static_cast<int>(entries.size()), &length));
+    return send_query({.peer = kMainDaemon}, std::move(request), length, reply);
+}
+
+// Reads as many connections as there are in the reply and fit.
+int read_entries(const Reply& reply, std::span<ConnectionEntry> entries, int* count) {
+    int offset = 0;
+    for (ConnectionEntry& entry : entries) {
+        const int rc = ScanListConnectionsReply(reply.text.get(), reply.length, &offset, &entry);
+        if (rc != kOk) {
+            return end_of_list(kEntries, reply.text.get(), reply.length, offset, rc);
+        }
+        ++*count;
+    }
+    return kOk;
+}
+
+// Visits the connections from *index on, which becomes the index of the next page.
+int visit_page(int32_t* index, ConnectionCallback callback, const RequestHooks& hooks,
+               void* context) {
+    uint32_t length = 0;
+    HeapText request(BuildListConnectionsRequest(*index, kConnectionsOfAPage, &length));
+    Reply reply;
+    int rc = send_query({.hooks = hooks}, std::move(request), length, &reply);
+    if (rc != kOk) {
+        return rc;
+    }
+    int32_t last = 0;
+    int count = 0;
+    rc = visit_records<ConnectionEntry>(
+        kEntries, reply,
+        [&](int* offset, ConnectionEntry* entry) {
+            return ScanListConnectionsReply(reply.text.get(), reply.length, offset, entry);
+        },
+        [&](const ConnectionEntry& entry) {
+            last = entry.stationNumber;
+            return callback(context, entry);
+        },
+        &count);
+    if (rc != kOk) {
+        return rc;
+    }
+    const int32_t next = NextConnectionIndex(reply.text.get(), reply.length, count, last);
+    if (next != kNoNextConnection && next <= *index) {
+        return kRange;
+    }
+    *index = next;
+    return kOk;
+}
+
 } // namespace
 
 char* BuildListConnectionsRequest(int startIndex, int maxItems, uint32_t* length) {
@@ -173,26 +240,45 @@ int ScanListConnectionsReply(char* reply, int replyLength, int* offset, Connecti
 }
 
 int QueryConnections(int startIndex, std::span<ConnectionEntry> entries, int* count) {
-    if (entries.empty() || count == nullptr) {
+    Reply reply;
+    int rc = ask_for_entries(startIndex, entries, count, &reply);
+    if (rc == kOk) {
+        rc = check_list(kEntries, reply);
+    }
+    return rc == kOk ? read_entries(reply, entries, count) : rc;
+}
+
+int QueryConnectionPage(int startIndex, std::span<ConnectionEntry> entries, int* count) {
+    Reply reply;
+    int rc = ask_for_entries(startIndex, entries, count, &reply);
+    if (rc == kOk) {
+        rc = read_entries(reply, entries, count);
+        NoteReplyResult(DaemonId::kMain, rc, nullptr);
+        rc = failure_of(rc, kOk);
+    }
+    return rc;
+}
+
+int GetConnections(ConnectionCallback callback, const RequestHooks* hooks, void* context) {
+    if (callback == nullptr) {
         return kInvalid;
     }
-    *count = 0;
-    uint32_t length = 0;
-    HeapText request(
-        BuildListConnectionsRequest(startIndex, static_cast<int>(entries.size()), &length));
-    Reply reply;
-    const int rc = send_query({.peer = kMainDaemon}, std::move(request), length, &reply);
-    if (rc != kOk) {
-        return rc;
+    int32_t index = 0;
+    int rc = kOk;
+    do {
+        rc = visit_page(&index, callback, hooks != nullptr ? *hooks : RequestHooks{}, context);
+    } while (rc == kOk && index != kNoNextConnection);
+    return rc;
+}
+
+int32_t NextConnectionIndex(char* reply, int replyLength, int entryCount, int32_t lastStation) {
+    uint32_t named = kEndOfList;
+    GetStartIndex(reply, replyLength, &named);
+    if (named != kEndOfList) {
+        return static_cast<int32_t>(named);
     }
-    int offset = 0;
-    for (ConnectionEntry& entry : entries) {
-        if (ScanListConnectionsReply(reply.text.get(), reply.length, &offset, &entry) != kOk) {
-            break;
-        }
-        ++*count;
-    }
-    return kOk;
+    return entryCount < kConnectionsOfAPage || lastStation == INT32_MAX ? kNoNextConnection
+                                                                        : lastStation + 1;
 }
 
 void FreeConnectionInformation::operator()(ConnectionInformation* record) const {

@@ -1,12 +1,14 @@
 // Client connections of the main daemon: its slots, the list of connections, and all that it says
 // of one.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstdint>
 #include <memory>
 #include <span>
 
 #include "../log/log_context.h"
+#include "../request_hooks.h"
 #include "../xml_reader.h"
 
 namespace zrp {
@@ -33,9 +35,31 @@ char* BuildListConnectionsRequest(int startIndex, int maxItems, uint32_t* length
 int ScanListConnectionsReply(char* reply, int replyLength, int* offset, ConnectionEntry* entry);
 
 // Asks the main daemon for connections from a station on, as many as there are entries, and reads
-// them, *count of them; the first that cannot be read ends the list. Returns kOk, kInvalid without
-// entries, kNoMemory, the transport's code or the server's error; *count is then 0.
+// them, *count of them. Returns kOk, kInvalid without entries and for a list that was cut or holds
+// a connection that is malformed (*count is then the number of those before it), kNoMemory, the
+// transport's code or the server's error.
 int QueryConnections(int startIndex, std::span<ConnectionEntry> entries, int* count);
+
+// The same for the Connection screen: the first connection that cannot be read ends the list, and a
+// list that was cut is no failure. (Either shows in the daemon's state, exchange_state.h.)
+int QueryConnectionPage(int startIndex, std::span<ConnectionEntry> entries, int* count);
+
+// Called for each connection. Returns 0 to go on, anything else to stop.
+using ConnectionCallback = int (*)(void* context, const ConnectionEntry& entry);
+
+// Passes each connection, in the order of the stations, to the callback as its page arrives: a
+// failure may follow the first ones. Asks the default peer; hooks may be null. Returns kOk after
+// the last connection, kNoMemory, the transport's code, the server's error, kInvalid for a page
+// that was cut or holds a connection that is malformed, what the callback returned to stop, or
+// kRange for a list without an end. Of a page that was cut no connection is given.
+int GetConnections(ConnectionCallback callback, const RequestHooks* hooks, void* context);
+
+inline constexpr int kConnectionsOfAPage = 100; // as many as walks ask for
+inline constexpr int32_t kNoNextConnection = -1;
+
+// Where the page after one of kConnectionsOfAPage begins, or kNoNextConnection: the index that the
+// reply names or, since not every server names one, after the last station of a full page.
+int32_t NextConnectionIndex(char* reply, int replyLength, int entryCount, int32_t lastStation);
 
 inline constexpr int kConnectionInformationVersion = 1;
 

@@ -15,7 +15,7 @@
 namespace zrp {
 namespace {
 
-constexpr size_t kRequestRoom = 1024;
+constexpr size_t kDiagnosticsRoom = 1024;
 
 // What differs between the daemons.
 struct Vocabulary {
@@ -50,7 +50,7 @@ constexpr uint32_t kMessageExtra = 32; // bytes of a message beside its document
 static_assert(sizeof(MessageHead) == 12);
 
 char* build(const Vocabulary& words, uint32_t* length, int level, int resetAll) {
-    XmlDocument document = StartDocument(kRequestRoom);
+    XmlDocument document = StartDocument(kDiagnosticsRoom);
     WriteHead(document, words.outer, words.command);
     WriteIntElement(document, words.level, level);
     if (resetAll != 0) {

@@ -1,6 +1,7 @@
 // Diagnostics: the internal counters of the main daemon and of the storage daemon. Both daemons
 // answer the same way in words of their own.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstddef>
 #include <cstdint>

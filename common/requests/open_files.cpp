@@ -69,17 +69,6 @@ constexpr RequestField kCloseLocksRequest[] = {{tag::stationNumberTag, RequestFi
 constexpr Command kCloseLocks = {tag::zrpRequests, tag::closeConnectionLocksTag,
                                  kCloseLocksRequest};
 
-// Gives every item that scan reads to the callback.
-template <typename Item>
-int visit_items(int (*scan)(char* reply, int replyLength, int* offset, Item* item),
-                const Reply& reply, int (*callback)(void* context, const Item& item),
-                void* context) {
-    return visit_records<Item>(
-        WalkEnd::kAtTheEnd,
-        [&](int* offset, Item* item) { return scan(reply.text.get(), reply.length, offset, item); },
-        [&](const Item& item) { return callback(context, item); });
-}
-
 void log_reply_start(char* reply, int replyLength, const LogContext* log) {
     XmlElement envelope;
     if (log != nullptr &&
@@ -145,15 +134,17 @@ int ScanOpenFilesPage(char* reply, int replyLength, OpenFilesPage* page) {
 int ListOpenFilesByConnection(const char* volumeName, int32_t startIndex, int32_t maxItems,
                               OpenFilesCallback callback, void* context, OpenFilesPage* page,
                               ErrorText* errorText, const LogContext* log) {
+    const Caller caller(errorText, log);
     if (callback == nullptr || page == nullptr) {
         return kInvalid;
     }
     Reply reply;
-    int rc = send_command(kList, {volumeName, startIndex, maxItems}, {errorText, log}, &reply);
+    int rc = send_command(kList, {volumeName, startIndex, maxItems}, caller, &reply);
     if (rc == kOk) {
         rc = ScanOpenFilesPage(reply.text.get(), reply.length, page);
     }
-    return rc == kOk ? visit_items(ScanListOpenFilesByConnectionReply, reply, callback, context)
+    return rc == kOk ? visit_list(kConnections, reply, ScanListOpenFilesByConnectionReply, callback,
+                                  context)
                      : rc;
 }
 
@@ -202,15 +193,17 @@ int ScanActualLockCount(char* reply, int replyLength, int32_t* count) {
 
 int ListFileLocksByFile(const char* fileName, FileLockCallback callback, void* context,
                         int32_t* count, ErrorText* errorText, const LogContext* log) {
+    const Caller caller(errorText, log);
     if (callback == nullptr || count == nullptr) {
         return kInvalid;
     }
     Reply reply;
-    int rc = send_command(kListLocks, {fileName}, {errorText, log}, &reply);
+    int rc = send_command(kListLocks, {fileName}, caller, &reply);
     if (rc == kOk) {
         rc = ScanActualLockCount(reply.text.get(), reply.length, count);
     }
-    return rc == kOk ? visit_items(ScanListFileLocksByFileReply, reply, callback, context) : rc;
+    return rc == kOk ? visit_list(kLocks, reply, ScanListFileLocksByFileReply, callback, context)
+                     : rc;
 }
 
 char* BuildCloseConnectionLocksRequest(int32_t stationNumber, uint32_t* length) {

@@ -7,6 +7,7 @@
 //    else to stop; the operation then returns that value.
 //  - A volume name of more than kMaxVolumeName bytes is refused with kNameTooLong.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,9 @@
 #include "common/requests/server_login.h"
 
+#include <utility>
+
 #include "common/engine/command.h"
+#include "common/result.h"
 #include "common/tags.h"
 #include "common/xml_writer.h"
 
@@ -35,11 +38,19 @@ char* build(size_t room, const LoginChange& change, uint32_t* length) {
     return FinishDocument(document, length);
 }
 
-int scan_line(const ReplyList& lines, char* reply, int replyLength, int* offset, LoginText& text) {
+int scan_line(const ReplyList& lines, char* reply, int replyLength, int* offset, LoginText* text) {
     return scan_next(lines, reply, replyLength, offset, [&](const XmlElement& line) {
-        store_field(kLine, line, &text);
+        store_field(kLine, line, text);
         return int{kOk};
     });
+}
+
+int scan_enabled(char* reply, int replyLength, int* offset, LoginText* text) {
+    return scan_line(kEnableLines, reply, replyLength, offset, text);
+}
+
+int scan_disabled(char* reply, int replyLength, int* offset, LoginText* text) {
+    return scan_line(kDisableLines, reply, replyLength, offset, text);
 }
 
 } // namespace
@@ -57,11 +68,30 @@ char* BuildLoginRequest(const LoginChange& change, uint32_t* length) {
 }
 
 int ScanEnableLoginReply(char* reply, int replyLength, int* offset, LoginText& text) {
-    return scan_line(kEnableLines, reply, replyLength, offset, text);
+    return scan_enabled(reply, replyLength, offset, &text);
 }
 
 int ScanDisableLoginReply(char* reply, int replyLength, int* offset, LoginText& text) {
-    return scan_line(kDisableLines, reply, replyLength, offset, text);
+    return scan_disabled(reply, replyLength, offset, &text);
+}
+
+int ChangeLogin(const LoginChange& change, LoginTextCallback callback, void* context,
+                ErrorText* errorText, const LogContext* log) {
+    const Caller caller(errorText, log);
+    if (callback == nullptr) {
+        return kInvalid;
+    }
+    if (change.volumeName != nullptr) {
+        const int rc = check_volume_name(change.volumeName, log);
+        if (rc != kOk) {
+            return rc;
+        }
+    }
+    uint32_t length = 0;
+    HeapText request(BuildLoginRequest(change, &length));
+    return run_list(change.enable ? kEnableLines : kDisableLines,
+                    change.enable ? scan_enabled : scan_disabled, std::move(request), length,
+                    caller, callback, context);
 }
 
 } // namespace zrp

@@ -1,8 +1,13 @@
 // Whether users may log in to the server.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstddef>
 #include <cstdint>
+
+#include "../log/log_context.h"
+#include "../volume_name.h"
+#include "../xml_reader.h"
 
 namespace zrp {
 
@@ -28,5 +33,13 @@ using LoginText = char[kLoginTextSize];
 // a reply to another request.
 int ScanEnableLoginReply(char* reply, int replyLength, int* offset, LoginText& text);
 int ScanDisableLoginReply(char* reply, int replyLength, int* offset, LoginText& text);
+
+// Called for each line. Returns 0 to go on, anything else to stop.
+using LoginTextCallback = int (*)(void* context, const LoginText& text);
+
+// Makes the change and passes the lines of the answer to the callback. Returns kNameTooLong,
+// without an exchange, for a volume's name of more than kMaxVolumeName bytes.
+int ChangeLogin(const LoginChange& change, LoginTextCallback callback, void* context,
+                ErrorText* errorText, const LogContext* log);
 
 } // namespace zrp

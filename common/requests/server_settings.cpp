@@ -13,7 +13,7 @@
 namespace zrp {
 namespace {
 
-constexpr size_t kRequestRoom = 1024; // besides the value
+constexpr size_t kSettingRoom = 1024; // besides the value
 
 constexpr size_t kReadConfigRoom = 256;
 constexpr size_t kSetConfigRoom = 8448;
@@ -67,6 +67,16 @@ void read_value_attribute(const XmlElement& name, SettingText& value) {
     }
 }
 
+int run_config(ServerConfigMode mode, const char* name, const char* value, const Caller& caller,
+               ServerConfig* record) {
+    if (record == nullptr) {
+        return kInvalid;
+    }
+    uint32_t length = 0;
+    HeapText request(BuildServerConfigRequest(mode, kServerConfigVersion, name, value, &length));
+    return run_document(kConfig, std::move(request), length, caller, record);
+}
+
 } // namespace
 
 char* BuildSetRequest(uint32_t* length, int versionTag, int attributes, const char* name,
@@ -74,7 +84,7 @@ char* BuildSetRequest(uint32_t* length, int versionTag, int attributes, const ch
     if (name == nullptr && value != nullptr) {
         return refuse_request();
     }
-    XmlDocument document = StartDocument(kRequestRoom + (value == nullptr ? 0 : strlen(value)));
+    XmlDocument document = StartDocument(kSettingRoom + (value == nullptr ? 0 : strlen(value)));
     WriteHead(document, tag::zrpConsoleRequest, tag::set);
     WriteIntElement(document, tag::versionTag, versionTag);
     WriteIntElement(document, tag::attributes, attributes);
@@ -121,6 +131,15 @@ char* BuildServerConfigRequest(int mode, int versionTag, const char* name, const
 
 int ScanServerConfigReply(char* reply, int replyLength, ServerConfig* record) {
     return scan_command(kConfig, reply, replyLength, record);
+}
+
+int GetServerConfig(ServerConfig* record, ErrorText* errorText, const LogContext* log) {
+    return run_config(kReadServerConfig, nullptr, nullptr, {errorText, log}, record);
+}
+
+int SetServerConfig(const char* name, const char* value, ServerConfig* record, ErrorText* errorText,
+                    const LogContext* log) {
+    return run_config(kSetServerConfig, name, value, {errorText, log}, record);
 }
 
 } // namespace zrp

@@ -1,11 +1,14 @@
 // Settings of the main daemon: their list, the value of one, setting one, and the daemon's
 // configuration as one record.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstddef>
 #include <cstdint>
 
 #include "../heap_text.h"
+#include "../log/log_context.h"
+#include "../xml_reader.h"
 
 namespace zrp {
 
@@ -72,5 +75,10 @@ char* BuildServerConfigRequest(int mode, int versionTag, const char* name, const
 // A longer text is cut. A setting below zrpOSLanguageID that the server did not send keeps its
 // value. Returns kOk, or kInvalid when another element is missing.
 int ScanServerConfigReply(char* reply, int replyLength, ServerConfig* record);
+
+// Both store the whole configuration, as it is afterwards, as the scanner does.
+int GetServerConfig(ServerConfig* record, ErrorText* errorText, const LogContext* log);
+int SetServerConfig(const char* name, const char* value, ServerConfig* record, ErrorText* errorText,
+                    const LogContext* log);
 
 } // namespace zrp

@@ -3,14 +3,16 @@
 #include <utility>
 
 #include "common/engine/command.h"
+#include "common/exchange_state.h"
 #include "common/result.h"
 #include "common/tags.h"
+#include "common/thread_limits.h"
 #include "common/xml_writer.h"
 
 namespace zrp {
 namespace {
 
-constexpr size_t kRequestRoom = 256;
+constexpr size_t kStatisticsRoom = 256;
 
 constexpr ReplyList kStatistics = {{tag::serverStatistics}, tag::parm, {}, kNotFound};
 
@@ -47,10 +49,29 @@ constexpr ReplyField kCounterFields[] = {
 
 constexpr Command kCounters = {tag::serverStatistics, nullptr, {}, kCounterFields};
 
+// Compatibility: a statistic that cannot be read ends the list, which is no failure. The daemon's
+// state says that the list was cut.
+int visit_statistics(const Reply& reply, StatisticsCallback callback, void* context) {
+    int offset = 0;
+    int rc = kOk;
+    while (rc == kOk) {
+        Statistic found = {};
+        rc = ScanServerStatisticsReply(reply.text.get(), reply.length, &offset, &found.element,
+                                       &found.length);
+        if (rc != kOk) {
+            rc = end_of_list(kStatistics, reply.text.get(), reply.length, offset, rc);
+            NoteReplyResult(DaemonId::kMain, rc, nullptr);
+            return failure_of(rc, kOk);
+        }
+        rc = callback(context, found.element, found.length);
+    }
+    return rc;
+}
+
 } // namespace
 
 char* BuildServerStatisticsRequest(int version, uint32_t* length) {
-    XmlDocument document = StartDocument(kRequestRoom);
+    XmlDocument document = StartDocument(kStatisticsRoom);
     WriteOpenGroup(document, tag::zrpConsoleRequest);
     WriteOpenGroup(document, tag::serverStatistics);
     WriteIntElement(document, tag::versionTag, version);
@@ -85,17 +106,21 @@ int QueryServerStatistics(int version, StatisticsCallback callback, const Reques
     if (rc != kOk) {
         return rc;
     }
-    return visit_records<Statistic>(
-        WalkEnd::kAtAnyFailure,
-        [&](int* offset, Statistic* found) {
-            return ScanServerStatisticsReply(reply.text.get(), reply.length, offset,
-                                             &found->element, &found->length);
-        },
-        [&](const Statistic& found) { return callback(context, found.element, found.length); });
+    return visit_statistics(reply, callback, context);
 }
 
 int ScanServerCountersReply(char* reply, int replyLength, ServerCounters* record) {
     return scan_command(kCounters, reply, replyLength, record);
+}
+
+int GetServerCounters(ServerCounters* record, ErrorText* errorText, const LogContext* log) {
+    const Caller caller(errorText, log);
+    if (record == nullptr) {
+        return kInvalid;
+    }
+    uint32_t length = 0;
+    HeapText request(BuildServerStatisticsRequest(kServerStatisticsVersion, &length));
+    return run_document(kCounters, std::move(request), length, caller, record);
 }
 
 } // namespace zrp

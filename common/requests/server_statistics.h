@@ -1,9 +1,12 @@
 // Server statistics: the main daemon's counters, as a list of named values and as one record.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstdint>
 
+#include "../log/log_context.h"
 #include "../request_hooks.h"
+#include "../xml_reader.h"
 
 namespace zrp {
 
@@ -23,9 +26,11 @@ char* BuildServerStatisticsRequest(int version, uint32_t* length);
 int ScanServerStatisticsReply(char* reply, int replyLength, int* offset, char** element,
                               int* elementLength);
 
-// Asks the default peer and passes every statistic to the callback. hooks may be null. Returns kOk
-// after the whole list, kNoMemory, the transport's code, the server's error, or what the callback
-// returned to stop.
+// Asks the default peer and passes every statistic to the callback, for the General screen: the
+// list ends at the first statistic that cannot be read, and a reply without a list or with one that
+// was cut is no failure (but shows in the daemon's state, exchange_state.h). hooks may be null.
+// Returns kOk after the list, kNoMemory, the transport's code, the server's error, or what the
+// callback returned to stop.
 int QueryServerStatistics(int version, StatisticsCallback callback, const RequestHooks* hooks,
                           void* context);
 
@@ -55,5 +60,7 @@ struct ServerCounters {
 // Reads the elements of a reply that have the members' names. A counter below logAllowed that the
 // server did not send keeps its value. Returns kOk, or kInvalid when another element is missing.
 int ScanServerCountersReply(char* reply, int replyLength, ServerCounters* record);
+
+int GetServerCounters(ServerCounters* record, ErrorText* errorText, const LogContext* log);
 
 } // namespace zrp

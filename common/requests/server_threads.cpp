@@ -5,6 +5,7 @@
 #include "common/engine/command.h"
 #include "common/result.h"
 #include "common/tags.h"
+#include "common/thread_limits.h"
 
 namespace zrp {
 namespace {
@@ -38,12 +39,18 @@ char* BuildThreadsRequest(uint32_t* length) {
 
 int ScanThreadsReply(char* reply, int replyLength, ThreadStatistics* record) {
     XmlElement threads;
-    if (record == nullptr || find_in_reply(reply, replyLength, tag::threads, &threads) != kOk) {
+    if (record == nullptr) {
         return kInvalid;
+    }
+    if (const int rc = find_in_reply(reply, replyLength, tag::threads, &threads); rc != kOk) {
+        return failure_of(rc, kInvalid);
     }
     for (const ReplyField& field : kFields) {
         XmlElement element;
         const int rc = find_inside(threads, field.tag, &element);
+        if (rc != kOk && rc != kNotFound) {
+            return rc;
+        }
         if (rc != kOk) {
             fprintf(stderr, "\n%s:Error- failed for %s, err = %d!\n", "ScanThreadsReply", field.tag,
                     rc);
@@ -57,6 +64,16 @@ int ScanThreadsReply(char* reply, int replyLength, ThreadStatistics* record) {
         }
     }
     return kOk;
+}
+
+int GetThreads(ThreadStatistics* record, ErrorText* errorText, const LogContext* log) {
+    const Caller caller(errorText, log);
+    if (record == nullptr) {
+        return kInvalid;
+    }
+    Reply reply;
+    const int rc = send_command(kThreads, {}, caller, &reply);
+    return rc == kOk ? ScanThreadsReply(reply.text.get(), reply.length, record) : rc;
 }
 
 } // namespace zrp

@@ -1,8 +1,12 @@
 // Threads of the main daemon: how many there are and how busy they are.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstddef>
 #include <cstdint>
+
+#include "../log/log_context.h"
+#include "../xml_reader.h"
 
 namespace zrp {
 
@@ -29,5 +33,7 @@ char* BuildThreadsRequest(uint32_t* length);
 // standard error and keeps its value. Returns kOk, or kInvalid for a reply without a `threads`
 // element.
 int ScanThreadsReply(char* reply, int replyLength, ThreadStatistics* record);
+
+int GetThreads(ThreadStatistics* record, ErrorText* errorText, const LogContext* log);
 
 } // namespace zrp

@@ -69,10 +69,9 @@ int RemoveShadowVolume(const char* volumeName, RemovedShadow* removed, ErrorText
 
 int RemoveShadowVolumeAt(const char* volumeName, const char* mountPoint, RemovedShadow* removed,
                          ErrorText* errorText, const LogContext* log) {
-    if (mountPoint == nullptr) {
-        return kInvalid;
-    }
-    return run_command(kRemove, {volumeName, mountPoint}, {errorText, log}, removed);
+    const Caller caller(errorText, log);
+    return mountPoint == nullptr ? int{kInvalid}
+                                 : run_command(kRemove, {volumeName, mountPoint}, caller, removed);
 }
 
 char* BuildRemoveShadowConfigurationRequest(const char* volumeName, const char* mountPoint,

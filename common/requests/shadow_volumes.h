@@ -6,6 +6,7 @@
 //    shadow is the server's own and may be longer: send it as a reply gave it.
 //  - mountPoint is the primary volume's. Where it may be null, the server goes by the name alone.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstdint>
 

@@ -4,10 +4,12 @@
 #include <utility>
 
 #include "common/bounded_copy.h"
+#include "common/engine/command.h"
 #include "common/engine/query.h"
 #include "common/engine/reply_list.h"
 #include "common/result.h"
 #include "common/tags.h"
+#include "common/thread_limits.h"
 #include "common/xml_reader.h"
 #include "common/xml_scan.h"
 #include "common/xml_writer.h"
@@ -15,7 +17,7 @@
 namespace zrp {
 namespace {
 
-constexpr size_t kRequestRoom = 512;
+constexpr size_t kControlRoom = 512;
 constexpr size_t kControlNameSize = 256; // with its terminator
 constexpr int kFilterTextSize = 4096;    // with its terminator
 
@@ -37,7 +39,7 @@ int send_control(const Query& query, XmlDocument document, Reply* reply) {
 }
 
 XmlDocument start_control_request() {
-    XmlDocument document = StartDocument(kRequestRoom);
+    XmlDocument document = StartDocument(kControlRoom);
     WriteHead(document, command::zrp2bks_request, command::exclusion_control);
     return document;
 }
@@ -90,7 +92,7 @@ XmlDocument build_mount_point_request(const char* volumeName) {
 }
 
 XmlDocument build_filter_switch(const char* name) {
-    XmlDocument document = StartDocument(kRequestRoom);
+    XmlDocument document = StartDocument(kControlRoom);
     WriteHead(document, command::zrp2bks_request, tag::filter);
     WriteEmptyElement(document, name);
     WriteTrailer(document, tag::filter, command::zrp2bks_request);
@@ -98,7 +100,7 @@ XmlDocument build_filter_switch(const char* name) {
 }
 
 XmlDocument build_filter_set(const char* name, uint32_t value) {
-    XmlDocument document = StartDocument(kRequestRoom);
+    XmlDocument document = StartDocument(kControlRoom);
     WriteHead(document, command::zrp2bks_request, tag::filter);
     WriteOpenGroup(document, tag::set);
     WriteOpenGroup(document, tag::parm);
@@ -132,16 +134,17 @@ void log_steps(const Query& query, int mark, int rc) {
     }
 }
 
-void visit_volumes(const XmlElement& exclusion, const char* listTag, int32_t kind,
-                   VolumeListCallback callback, void* userData) {
+int visit_volumes(const XmlElement& exclusion, const char* listTag, int32_t kind,
+                  VolumeListCallback callback, void* userData) {
     XmlElement list;
-    if (find_inside(exclusion, listTag, &list) != kOk || list.contentStart == nullptr) {
-        return;
+    int rc = find_optional(exclusion, listTag, &list);
+    if (rc != kOk || list.contentStart == nullptr) {
+        return rc;
     }
+    const auto length = static_cast<int>(list.contentLength);
     int offset = 0;
     XmlElement volume;
-    while (next_item(kVolumeNames, list.contentStart, static_cast<int>(list.contentLength), &offset,
-                     &volume) == kOk) {
+    while ((rc = next_item(kVolumeNames, list.contentStart, length, &offset, &volume)) == kOk) {
         char name[kControlNameSize];
         if (volume.contentLength >= sizeof name) {
             abort();
@@ -149,6 +152,8 @@ void visit_volumes(const XmlElement& exclusion, const char* listTag, int32_t kin
         copy_cut(name, volume.contentStart, volume.contentLength);
         callback(name, kind, userData);
     }
+    rc = end_of_list(kVolumeNames, list.contentStart, length, offset, rc);
+    return rc == kInvalid ? int{kNotFound} : rc;
 }
 
 void log_missing(const Query& query, const char* name, int rc) {
@@ -168,8 +173,8 @@ void visit_filter(const XmlElement& parm, FilterCallback callback, void* userDat
 }
 
 // A list that ends in something other than a filter is worth a line; trailing blanks are not.
-void visit_filters(const Query& query, const XmlElement& list, FilterCallback callback,
-                   void* userData) {
+int visit_filters(const Query& query, const XmlElement& list, FilterCallback callback,
+                  void* userData) {
     char* const start = list.contentStart;
     const auto length = static_cast<int>(list.contentLength);
     int offset = 0;
@@ -178,10 +183,22 @@ void visit_filters(const Query& query, const XmlElement& list, FilterCallback ca
         const int rc = next_item(kFilters, start, length, &offset, &parm);
         if (rc != kOk) {
             log_missing(query, tag::parm, rc);
-            return;
+            return failure_of(rc, kOk);
         }
         visit_filter(parm, callback, userData);
     }
+    return kOk;
+}
+
+// What a reply without a whole list is: one that says of no filter, or one that was cut.
+int check_without_list(const Reply& reply) {
+    constexpr ReplyList kAny = {};
+    const int rc = check_list(kAny, reply);
+    const char* start = reply.text.get();
+    const char* opening = nullptr;
+    const bool isCut = rc != kOk || find_opening(control::list, start, start + reply.length,
+                                                 &opening) != kNotFound;
+    return isCut ? failure_of(rc, kNotFound) : int{kOk};
 }
 
 // Sends a change of the filter; nobody looks at the reply.
@@ -220,12 +237,12 @@ int IPCBKSControlList(VolumeListCallback callback, void* userData, const LogCont
         return rc;
     }
     if ((wanted & kExcludedVolumes) != 0) {
-        visit_volumes(exclusion, control::zrpexcluded, kExcludedVolumes, callback, userData);
+        rc = visit_volumes(exclusion, control::zrpexcluded, kExcludedVolumes, callback, userData);
     }
-    if ((wanted & kIncludedVolumes) != 0) {
-        visit_volumes(exclusion, control::zrpincluded, kIncludedVolumes, callback, userData);
+    if (rc == kOk && (wanted & kIncludedVolumes) != 0) {
+        rc = visit_volumes(exclusion, control::zrpincluded, kIncludedVolumes, callback, userData);
     }
-    return kOk;
+    return rc;
 }
 
 int IPCBKSControlAction(const LogContext* log, uint32_t action, const char* volumeName) {
@@ -279,10 +296,9 @@ int IPCBKSControlFilterList(FilterCallback callback, void* userData, const LogCo
     rc = find_in_reply(reply.text.get(), reply.length, control::list, &list);
     if (rc != kOk) {
         log_missing(query, control::list, rc);
-        return kOk;
+        return check_without_list(reply);
     }
-    visit_filters(query, list, callback, userData);
-    return kOk;
+    return visit_filters(query, list, callback, userData);
 }
 
 int IPCBKSControlFilterSet(const LogContext* log, const char* name, uint32_t value) {
@@ -296,6 +312,48 @@ int IPCBKSControlFilterReset(const LogContext* log) {
 
 int IPCBKSControlFilterOff(const LogContext* log) {
     return change_filter(silent_query(log), build_filter_switch(control::off));
+}
+
+char* BuildControlListRequest(int32_t which, uint32_t* length) {
+    const int32_t wanted = which == 0 ? kBothLists : which;
+    if ((wanted & kBothLists) == 0) {
+        return refuse_request();
+    }
+    XmlDocument document = build_list_request(wanted);
+    return FinishDocument(document, length);
+}
+
+char* BuildControlActionRequest(uint32_t action, const char* volumeName, uint32_t* length) {
+    if ((action & (kRemoveFromControl | kAddToControl)) == 0) {
+        return refuse_request();
+    }
+    XmlDocument document = build_action_request(action, volumeName);
+    return FinishDocument(document, length);
+}
+
+char* BuildMountPointRequest(const char* volumeName, uint32_t* length) {
+    XmlDocument document = build_mount_point_request(volumeName);
+    return FinishDocument(document, length);
+}
+
+char* BuildFilterListRequest(uint32_t* length) {
+    XmlDocument document = build_filter_switch(control::list);
+    return FinishDocument(document, length);
+}
+
+char* BuildFilterSetRequest(const char* name, uint32_t value, uint32_t* length) {
+    XmlDocument document = build_filter_set(name, value);
+    return FinishDocument(document, length);
+}
+
+char* BuildFilterResetRequest(uint32_t* length) {
+    XmlDocument document = build_filter_switch(control::reset);
+    return FinishDocument(document, length);
+}
+
+char* BuildFilterOffRequest(uint32_t* length) {
+    XmlDocument document = build_filter_switch(control::off);
+    return FinishDocument(document, length);
 }
 
 } // namespace zrp

@@ -8,6 +8,7 @@
 // request of 512 bytes; the transport's code; the server's error; kNotFound for a reply that lacks
 // what was asked for. Nothing is sent for a bad argument or name.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -40,8 +41,9 @@ using StorageMountPoint = char[kStorageMountPointSize];
 using VolumeListCallback = void (*)(const char* volumeName, int32_t kind, void* userData);
 
 // Passes each volume of the chosen lists to the callback, the excluded ones first. A list that the
-// reply lacks counts as empty. A name of 256 bytes or more ends the process, since no volume can
-// have one. Returns kInvalid for a null callback or a choice of neither list.
+// reply lacks counts as empty; one that was cut is kNotFound, after the volumes before. A name of
+// 256 bytes or more ends the process, since no volume can have one. Returns kInvalid for a null
+// callback or a choice of neither list.
 int IPCBKSControlList(VolumeListCallback callback, void* userData, const LogContext* log,
                       int32_t which);
 
@@ -59,13 +61,24 @@ int IPCBKSControlActionGetMountPoint(const LogContext* log, const char* volumeNa
 // during the call.
 using FilterCallback = void (*)(const char* name, const char* value, void* userData);
 
-// Passes each filter to the callback. Returns kOk for every reply that reports no error, also one
-// without a list. A filter without a name or value, or with one of 4096 bytes or more, is skipped.
+// Passes each filter to the callback. Returns kOk also for a reply without a list, and kNotFound
+// for one that was cut. What is no filter ends the list. A filter without a name or value, or with
+// one of 4096 bytes or more, is skipped.
 int IPCBKSControlFilterList(FilterCallback callback, void* userData, const LogContext* log);
 
 // These do not look at the reply.
 int IPCBKSControlFilterSet(const LogContext* log, const char* name, uint32_t value);
 int IPCBKSControlFilterReset(const LogContext* log); // all as they were when the daemon started
 int IPCBKSControlFilterOff(const LogContext* log);   // no event passes any more
+
+// The requests of these operations, for a program that reads the replies more strictly: they are
+// sent with kStorageDaemonRequest. The lists of the first are chosen as IPCBKSControlList has it.
+char* BuildControlListRequest(int32_t which, uint32_t* length);
+char* BuildControlActionRequest(uint32_t action, const char* volumeName, uint32_t* length);
+char* BuildMountPointRequest(const char* volumeName, uint32_t* length);
+char* BuildFilterListRequest(uint32_t* length);
+char* BuildFilterSetRequest(const char* name, uint32_t value, uint32_t* length);
+char* BuildFilterResetRequest(uint32_t* length);
+char* BuildFilterOffRequest(uint32_t* length);
 
 } // namespace zrp

@@ -2,11 +2,13 @@
 
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 #include "common/bounded_copy.h"
-#include "common/engine/reply_list.h"
+#include "common/engine/command.h"
 #include "common/result.h"
 #include "common/tags.h"
+#include "common/thread_limits.h"
 #include "common/xml_writer.h"
 
 namespace zrp {
@@ -61,20 +63,21 @@ constexpr ReplyField kChoice[] = {
 
 int read_words(const XmlElement& reply, DiagnosticChoice* record) {
     XmlElement parms;
-    if (find_inside(reply, diagnostic::parms, &parms) != kOk || parms.contentStart == nullptr) {
-        return kOk;
+    int rc = find_optional(reply, diagnostic::parms, &parms);
+    if (rc != kOk || parms.contentStart == nullptr) {
+        return rc == kOk ? rc : failure_of(rc, kInvalid);
     }
     constexpr ReplyList kWords = {{}, diagnostic::parm};
+    const auto length = static_cast<int>(parms.contentLength);
     int offset = 0;
     XmlElement parm;
-    while (next_item(kWords, parms.contentStart, static_cast<int>(parms.contentLength), &offset,
-                     &parm) == kOk) {
+    while ((rc = next_item(kWords, parms.contentStart, length, &offset, &parm)) == kOk) {
         if (record->wordCount == kMaxDiagnosticWords) {
             return kInvalid;
         }
         copy_cut(record->words[record->wordCount++], parm.contentStart, parm.contentLength);
     }
-    return kOk;
+    return end_of_list(kWords, parms.contentStart, length, offset, rc);
 }
 
 } // namespace
@@ -93,13 +96,16 @@ char* BuildZrp2bksParmsRequest(int level, int resetAll, const char* words, uint3
 }
 
 int ScanZrp2bksParmsReply(char* reply, int replyLength, DiagnosticChoice* record) {
-    XmlElement envelope;
-    if (record == nullptr ||
-        find_in_reply(reply, replyLength, diagnostic::zrp2bksDiagnosticReply, &envelope) != kOk) {
+    if (record == nullptr) {
         return kInvalid;
     }
+    XmlElement envelope;
+    int rc = find_in_reply(reply, replyLength, diagnostic::zrp2bksDiagnosticReply, &envelope);
+    if (rc != kOk) {
+        return failure_of(rc, kInvalid);
+    }
     DiagnosticChoice scanned = {};
-    int rc = read_fields(kChoice, envelope, &scanned);
+    rc = read_fields(kChoice, envelope, &scanned);
     if (rc == kOk) {
         rc = read_words(envelope, &scanned);
     }
@@ -115,6 +121,14 @@ char* BuildChangeLoggingLevelRequest(const char* options, uint32_t* length) {
     WriteTextElement(document, tag::options, options);
     WriteTrailer(document, command::change_logging_level, command::zrp2bks_request);
     return FinishDocument(document, length);
+}
+
+int SetStorageLogLevel(const char* options, ErrorText* errorText, const LogContext* log) {
+    const Caller caller(errorText, log);
+    uint32_t length = 0;
+    HeapText request(BuildChangeLoggingLevelRequest(options, &length));
+    Reply reply;
+    return send_document(std::move(request), length, caller, &reply, kStorageDaemon);
 }
 
 } // namespace zrp

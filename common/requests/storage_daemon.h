@@ -1,8 +1,12 @@
 // Storage daemon: its counters, chosen by words, and the level of its log.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstddef>
 #include <cstdint>
+
+#include "../log/log_context.h"
+#include "../xml_reader.h"
 
 namespace zrp {
 
@@ -32,5 +36,8 @@ int ScanZrp2bksParmsReply(char* reply, int replyLength, DiagnosticChoice* record
 // Changes the level of the daemon's log. options is a keyword as log files take it ("DEBUG",
 // "LEVELDEBUG"). The request is sent with kStorageDaemonRequest.
 char* BuildChangeLoggingLevelRequest(const char* options, uint32_t* length);
+
+// Sends it; of the reply, it looks only at a failure.
+int SetStorageLogLevel(const char* options, ErrorText* errorText, const LogContext* log);
 
 } // namespace zrp

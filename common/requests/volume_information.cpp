@@ -10,15 +10,17 @@
 #include "common/requests/volume_information_layouts.h"
 #include "common/result.h"
 #include "common/tags.h"
+#include "common/thread_limits.h"
+#include "common/xml_scan.h"
 #include "common/xml_writer.h"
 
 namespace zrp {
 namespace {
 
 // Enough for the longest name that is let through.
-constexpr size_t kRequestRoom = 1024;
+constexpr size_t kInformationRoom = 1024;
 
-constexpr ReplyList kVolumes = {
+constexpr ReplyList kVolumeItems = {
     {tag::zrpConsoleReply, tag::volumeInformation}, tag::volume, {}, kInvalid, kInvalid};
 
 struct FoundVersion {
@@ -28,14 +30,14 @@ struct FoundVersion {
 constexpr ReplyField kVersion = ZRP_FIELD(tag::versionTag, kDecimal, FoundVersion, version);
 
 // A name that holds a '<' in a CDATA section is found only once, so it is kept.
-bool read_name(const XmlElement& volume, VolumeName& text) {
+int read_name(const XmlElement& volume, VolumeName& text) {
     XmlElement name;
-    if (find_inside(volume, tag::name, &name) != kOk || name.contentStart == nullptr ||
-        name.contentLength >= kVolumeNameSize) {
-        return false;
+    const int rc = find_inside(volume, tag::name, &name);
+    if (rc != kOk || name.contentStart == nullptr || name.contentLength >= kVolumeNameSize) {
+        return failure_of(rc, kInvalid);
     }
     copy_cut(text, name.contentStart, name.contentLength);
-    return true;
+    return kOk;
 }
 
 int32_t number_at(const void* record, size_t offset) {
@@ -112,10 +114,10 @@ static_assert(longest_text() < kVolumeStatusTextSize);
 } // namespace
 
 char* BuildVolumeInformationRequest(const char* volumeName, uint32_t* length, int versionTag) {
-    if (volumeName == nullptr || strlen(volumeName) > kMaxAskedVolumeName) {
+    if (volumeName == nullptr || resolved_length(volumeName) > kMaxAskedVolumeName) {
         return refuse_request();
     }
-    XmlDocument document = StartDocument(kRequestRoom);
+    XmlDocument document = StartDocument(kInformationRoom);
     WriteHead(document, tag::zrpConsoleRequest, tag::volumeInformation);
     WriteOpenGroup(document, tag::volume);
     WriteReceivedName(document, tag::name, volumeName);
@@ -132,10 +134,13 @@ int ScanVolumeInformationReply(char* reply, int replyLength, int* offset, int* v
     }
     XmlElement volume;
     int next = *offset;
-    int rc = next_item(kVolumes, reply, replyLength, &next, &volume);
+    int rc = next_item(kVolumeItems, reply, replyLength, &next, &volume);
     FoundVersion found = {};
-    if (rc != kOk || read_field(kVersion, volume, &found) != kOk) {
-        return kInvalid;
+    if (rc == kOk) {
+        rc = read_field(kVersion, volume, &found);
+    }
+    if (rc != kOk) {
+        return failure_of(rc, kInvalid);
     }
     *versionTag = found.version;
     if (found.version > kMaxVolumeInformationVersion) {
@@ -143,8 +148,9 @@ int ScanVolumeInformationReply(char* reply, int replyLength, int* offset, int* v
     }
     const VolumeLayout* layout = find_volume_layout(found.version);
     VolumeName name = {};
-    if (layout == nullptr || !read_name(volume, name)) {
-        return kInvalid;
+    rc = layout == nullptr ? int{kInvalid} : read_name(volume, name);
+    if (rc != kOk) {
+        return rc;
     }
     VolumeRecord filled(calloc(1, layout->size));
     if (filled == nullptr) {
@@ -163,6 +169,7 @@ int ScanVolumeInformationReply(char* reply, int replyLength, int* offset, int* v
 
 int GetVolumeInformation(const char* volumeName, int* versionTag, VolumeRecord* record,
                          ErrorText* errorText, const LogContext* log) {
+    const Caller caller(errorText, log);
     if (versionTag == nullptr || record == nullptr) {
         return kInvalid;
     }
@@ -173,7 +180,7 @@ int GetVolumeInformation(const char* volumeName, int* versionTag, VolumeRecord* 
     uint32_t length = 0;
     HeapText request(BuildVolumeInformationRequest(volumeName, &length, *versionTag));
     Reply reply;
-    rc = send_document(std::move(request), length, {errorText, log}, &reply);
+    rc = send_document(std::move(request), length, caller, &reply);
     int offset = 0;
     return rc == kOk ? ScanVolumeInformationReply(reply.text.get(), reply.length, &offset,
                                                   versionTag, record)

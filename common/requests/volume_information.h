@@ -2,6 +2,7 @@
 //
 // A record's layout follows from the reply's versionTag, not from the version asked for.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -13,7 +14,8 @@
 namespace zrp {
 
 inline constexpr int kVolumeInformationVersion = 5; // what the monitor asks for
-inline constexpr size_t kMaxAskedVolumeName = 16;   // bytes of a name that can be asked for
+inline constexpr size_t kMaxAskedVolumeName = 16;   // bytes of a name that can be asked for,
+                                                    // counted as those of kMaxVolumeName
 
 // The request for one volume. The name may be one from a reply (xml_writer.h); a longer one than
 // kMaxAskedVolumeName is refused.

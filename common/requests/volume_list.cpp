@@ -16,9 +16,9 @@
 namespace zrp {
 namespace {
 
-constexpr size_t kRequestRoom = 256;
+constexpr size_t kListRoom = 256;
 
-constexpr ReplyList kVolumes = {{tag::listVolumes}, tag::volume, {}, kNotFound};
+constexpr ReplyList kListedVolumes = {{tag::listVolumes}, tag::volume, {}, kNotFound};
 
 // A volume is complete before any output changes.
 struct FoundVolume {
@@ -60,7 +60,7 @@ int fetch_page(int startIndex, const RequestHooks& hooks, Reply* reply, int* nex
 
 int visit_page(const Reply& reply, VolumeCallback callback, void* context) {
     return visit_records<ListedVolume>(
-        WalkEnd::kAtAnyFailure,
+        kListedVolumes, reply,
         [&](int* offset, ListedVolume* volume) {
             int32_t number = 0;
             const int rc = ScanListVolumesReply(reply.text.get(), reply.length, offset,
@@ -131,7 +131,7 @@ int append(void* context, const ListedVolume& volume) {
 } // namespace
 
 char* BuildListVolumesRequest(int startIndex, uint32_t* length) {
-    XmlDocument document = StartDocument(kRequestRoom);
+    XmlDocument document = StartDocument(kListRoom);
     WriteOpenGroup(document, tag::zrpConsoleRequest);
     WriteOpenGroup(document, tag::listVolumes);
     if (startIndex != 0) {
@@ -163,7 +163,7 @@ int ScanListedVolume(char* reply, int replyLength, int* offset, ListedName* name
         }
         return rc;
     };
-    return scan_next(kVolumes, reply, replyLength, offset, read);
+    return scan_next(kListedVolumes, reply, replyLength, offset, read);
 }
 
 int ScanListVolumesReply(char* reply, int replyLength, int* offset, ListedName* name,

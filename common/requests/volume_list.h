@@ -1,6 +1,7 @@
 // The server's volumes: the paged list, its request and the scanners of a page, and walks over all
 // pages.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -54,7 +55,9 @@ using VolumeCallback = int (*)(void* context, const ListedVolume& volume);
 
 // The walks below visit all volumes, mounted or not, page by page, and ask the default peer. hooks
 // may be null. Each returns kOk after the last volume, kNoMemory, the transport's code, the
-// server's error, what the callback returned to stop, or kRange for a list without an end.
+// server's error, kInvalid for a page that was cut or holds a volume that is malformed, kTooLong
+// for a name that does not fit, what the callback returned to stop, or kRange for a list without an
+// end. Of a page that was cut no volume is given.
 
 // Passes each volume to the callback as its page arrives: a failure may follow the first volumes.
 int GetVolumes(VolumeCallback callback, const RequestHooks* hooks, void* context);

@@ -34,7 +34,7 @@ constexpr ReplyField kModifyReply[] = {
 };
 constexpr Command kModify = {tag::modifyVolume, nullptr, kModifyRequest, kModifyReply};
 
-constexpr RequestField kPurgeRequest[] = {{tag::volumeName, RequestField::kText}};
+constexpr RequestField kPurgeRequest[] = {{tag::volumeName, RequestField::kVolumeName}};
 constexpr Command kPurge = {tag::purgeVolume, nullptr, kPurgeRequest, kVolumeName};
 
 constexpr Command kFlush = {tag::flushVolumes};
@@ -104,12 +104,21 @@ int ScanPurgeVolumeReply(char* reply, int replyLength, VolumeName& purged) {
     return scan_command(kPurge, reply, replyLength, &purged);
 }
 
+int PurgeVolume(const char* volumeName, VolumeName& purged, ErrorText* errorText,
+                const LogContext* log) {
+    return run_command(kPurge, {volumeName}, {errorText, log}, &purged);
+}
+
 char* BuildFlushVolumesRequest(uint32_t* length) {
     return build_command(kFlush, {}, length);
 }
 
 int ScanFlushVolumesReply(char* reply, int replyLength) {
     return scan_command(kFlush, reply, replyLength);
+}
+
+int FlushVolumes(ErrorText* errorText, const LogContext* log) {
+    return run_command(kFlush, {}, {errorText, log});
 }
 
 char* BuildVolumeTreeControlRequest(int versionTag, const char* volumeName, uint32_t controlFlags,

@@ -1,11 +1,11 @@
 // Making, changing, purging and removing volumes, writing them out, and the flags of their trees.
 //
-//  - A command has a builder, a scanner of its reply and, except for purge and flush, an operation
-//    that joins the two.
+//  - A command has a builder, a scanner of its reply, and an operation that joins the two.
 //  - A scanner returns kOk, or kInvalid when an element is missing. Texts are cut to their arrays.
 //  - An operation refuses a volume name of more than kMaxVolumeName bytes with kNameTooLong,
 //    without an exchange.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstdint>
 
@@ -52,10 +52,13 @@ int ModifyVolume(const char* volumeName, uint32_t grant, uint32_t revoke, Modifi
 // Purges the deleted files of a volume. The reply names the volume.
 char* BuildPurgeVolumeRequest(const char* volumeName, uint32_t* length);
 int ScanPurgeVolumeReply(char* reply, int replyLength, VolumeName& purged);
+int PurgeVolume(const char* volumeName, VolumeName& purged, ErrorText* errorText,
+                const LogContext* log);
 
 // Makes the server write out what it holds back for all volumes.
 char* BuildFlushVolumesRequest(uint32_t* length);
 int ScanFlushVolumesReply(char* reply, int replyLength);
+int FlushVolumes(ErrorText* errorText, const LogContext* log);
 
 inline constexpr int kVolumeTreeVersion = 1;
 

@@ -22,9 +22,6 @@ constexpr char kNumberSign = '=';
 // Words that a user types before the names.
 constexpr std::string_view kNoiseWords[] = {"VOLUME", "VOLUMES"};
 
-// The volume is mounted under the number that it has.
-constexpr int32_t kOwnNumber = -1;
-
 // More than the words around one volume's name, and its number.
 constexpr size_t kVolumeRoom = 80;
 
@@ -95,7 +92,7 @@ int next_volume(const char** text, VolumeWord* word, const LogContext* log) {
     if (name.size() > kMaxVolumeName) {
         return check_volume_name(found.data(), log);
     }
-    int32_t number = kOwnNumber;
+    int32_t number = kUnchangedNumber;
     if (name.size() < found.size() && read_number(found.substr(name.size() + 1), &number) != kOk) {
         return kInvalid;
     }
@@ -111,7 +108,7 @@ int count_volumes(const char* text, size_t* count, const LogContext* log) {
         return kInvalid;
     }
     *count = 0;
-    VolumeWord word;
+    VolumeWord word = {};
     int rc = kOk;
     while ((rc = next_volume(&text, &word, log)) == kOk) {
         ++*count;
@@ -123,15 +120,21 @@ int count_volumes(const char* text, size_t* count, const LogContext* log) {
 }
 
 // What a request says about each volume.
-using WriteVolume = void (*)(XmlDocument& document, const VolumeWord& word);
+using WriteVolume = void (*)(XmlDocument& document, const NamedVolume& volume);
 
-void write_mount(XmlDocument& document, const VolumeWord& word) {
-    WriteTextElement(document, tag::name, word.name);
-    WriteIntElement(document, tag::volumeNumber, word.number);
+void write_mount(XmlDocument& document, const NamedVolume& volume) {
+    WriteTextElement(document, tag::name, volume.name);
+    WriteIntElement(document, tag::volumeNumber, volume.number);
 }
 
-void write_dismount(XmlDocument& document, const VolumeWord& word) {
-    WriteTextElement(document, tag::name, word.name);
+void write_dismount(XmlDocument& document, const NamedVolume& volume) {
+    WriteTextElement(document, tag::name, volume.name);
+}
+
+void write_group(XmlDocument& document, WriteVolume writeVolume, const NamedVolume& volume) {
+    WriteOpenGroup(document, tag::volume);
+    writeVolume(document, volume);
+    WriteCloseGroup(document, tag::volume);
 }
 
 char* build_volumes(const char* command, const char* volumes, WriteVolume writeVolume,
@@ -142,29 +145,47 @@ char* build_volumes(const char* command, const char* volumes, WriteVolume writeV
     }
     XmlDocument document = StartDocument(request_room(1, strlen(volumes)) + count * kVolumeRoom);
     WriteHead(document, tag::zrpConsoleRequest, command);
-    VolumeWord word;
+    VolumeWord word = {};
     while (next_volume(&volumes, &word, nullptr) == kOk) {
-        WriteOpenGroup(document, tag::volume);
-        writeVolume(document, word);
-        WriteCloseGroup(document, tag::volume);
+        write_group(document, writeVolume, {word.name, word.number});
+    }
+    WriteTrailer(document, command, tag::zrpConsoleRequest);
+    return FinishDocument(document, length);
+}
+
+char* build_named(const char* command, std::span<const NamedVolume> volumes,
+                  WriteVolume writeVolume, uint32_t* length) {
+    size_t namesLength = 0;
+    for (const NamedVolume& volume : volumes) {
+        namesLength += volume.name != nullptr ? strlen(volume.name) : 0;
+    }
+    if (volumes.empty()) {
+        return refuse_request();
+    }
+    XmlDocument document =
+        StartDocument(request_room(1, namesLength) + volumes.size() * kVolumeRoom);
+    WriteHead(document, tag::zrpConsoleRequest, command);
+    for (const NamedVolume& volume : volumes) {
+        write_group(document, writeVolume, volume);
     }
     WriteTrailer(document, command, tag::zrpConsoleRequest);
     return FinishDocument(document, length);
 }
 
 bool has_numbers(const char* volumes) {
-    VolumeWord word;
+    VolumeWord word = {};
     while (next_volume(&volumes, &word, nullptr) == kOk) {
-        if (word.number != kOwnNumber) {
+        if (word.number != kUnchangedNumber) {
             return true;
         }
     }
     return false;
 }
 
-// Builds and sends the request, and passes every volume of the reply to the callback.
+// Sends the request, and passes every volume of the reply to the callback. There must be some.
 template <typename Volume>
 int run_volumes(const char* volumes, char* (*build)(const char* volumes, uint32_t* length),
+                const ReplyList& list,
                 int (*scan)(char* reply, int replyLength, int* offset, Volume* volume),
                 int (*callback)(void* context, const Volume& volume), void* context,
                 const Caller& caller) {
@@ -178,19 +199,28 @@ int run_volumes(const char* volumes, char* (*build)(const char* volumes, uint32_
     }
     uint32_t length = 0;
     HeapText request(build(volumes, &length));
-    Reply reply;
-    rc = send_document(std::move(request), length, caller, &reply);
-    if (rc != kOk) {
-        return rc;
-    }
     int named = 0;
-    rc = visit_records<Volume>(
-        WalkEnd::kAtTheEnd,
-        [&](int* offset, Volume* volume) {
-            return scan(reply.text.get(), reply.length, offset, volume);
-        },
-        [&](const Volume& volume) { return callback(context, volume); }, &named);
+    rc = run_list(list, scan, std::move(request), length, caller, callback, context, &named);
     return rc == kOk && named == 0 ? int{kInvalid} : rc;
+}
+
+int scan_mounted_by_all(char* reply, int replyLength, int* offset, VolumeName* name) {
+    return scan_record(kMountedByAll, reply, replyLength, offset, name);
+}
+
+int scan_dismounted_by_all(char* reply, int replyLength, int* offset, VolumeName* name) {
+    return scan_record(kDismountedByAll, reply, replyLength, offset, name);
+}
+
+int run_all(const Command& command, const ReplyList& list,
+            int (*scan)(char* reply, int replyLength, int* offset, VolumeName* name),
+            VolumeNameCallback callback, void* context, const Caller& caller) {
+    if (callback == nullptr) {
+        return kInvalid;
+    }
+    uint32_t length = 0;
+    HeapText request(build_command(command, {}, &length));
+    return run_list(list, scan, std::move(request), length, caller, callback, context);
 }
 
 } // namespace
@@ -200,7 +230,13 @@ char* BuildMountAllRequest(uint32_t* length) {
 }
 
 int ScanMountAllReply(char* reply, int replyLength, int* offset, VolumeName& name) {
-    return scan_record(kMountedByAll, reply, replyLength, offset, &name);
+    return scan_mounted_by_all(reply, replyLength, offset, &name);
+}
+
+int MountAllVolumes(VolumeNameCallback callback, void* context, ErrorText* errorText,
+                    const LogContext* log) {
+    return run_all(kMountAll, kMountedByAll, scan_mounted_by_all, callback, context,
+                   {errorText, log});
 }
 
 char* BuildDismountAllRequest(uint32_t* length) {
@@ -208,11 +244,21 @@ char* BuildDismountAllRequest(uint32_t* length) {
 }
 
 int ScanDismountAllReply(char* reply, int replyLength, int* offset, VolumeName& name) {
-    return scan_record(kDismountedByAll, reply, replyLength, offset, &name);
+    return scan_dismounted_by_all(reply, replyLength, offset, &name);
+}
+
+int DismountAllVolumes(VolumeNameCallback callback, void* context, ErrorText* errorText,
+                       const LogContext* log) {
+    return run_all(kDismountAll, kDismountedByAll, scan_dismounted_by_all, callback, context,
+                   {errorText, log});
 }
 
 char* BuildMountVolumesRequest(const char* volumes, uint32_t* length) {
     return build_volumes(tag::mountVolumes, volumes, write_mount, length);
+}
+
+char* BuildMountNamedVolumesRequest(std::span<const NamedVolume> volumes, uint32_t* length) {
+    return build_named(tag::mountVolumes, volumes, write_mount, length);
 }
 
 int ScanMountVolumesReply(char* reply, int replyLength, int* offset, MountedVolume* volume) {
@@ -221,8 +267,8 @@ int ScanMountVolumesReply(char* reply, int replyLength, int* offset, MountedVolu
 
 int MountVolumes(const char* volumes, MountCallback callback, void* context, ErrorText* errorText,
                  const LogContext* log) {
-    return run_volumes(volumes, BuildMountVolumesRequest, ScanMountVolumesReply, callback, context,
-                       {errorText, log});
+    return run_volumes(volumes, BuildMountVolumesRequest, kMounted, ScanMountVolumesReply, callback,
+                       context, {errorText, log});
 }
 
 char* BuildDismountVolumesRequest(const char* volumes, uint32_t* length) {
@@ -232,14 +278,18 @@ char* BuildDismountVolumesRequest(const char* volumes, uint32_t* length) {
     return build_volumes(tag::dismountVolumes, volumes, write_dismount, length);
 }
 
+char* BuildDismountNamedVolumesRequest(std::span<const NamedVolume> volumes, uint32_t* length) {
+    return build_named(tag::dismountVolumes, volumes, write_dismount, length);
+}
+
 int ScanDismountVolumesReply(char* reply, int replyLength, int* offset, DismountedVolume* volume) {
     return scan_record(kDismounted, reply, replyLength, offset, volume);
 }
 
 int DismountVolumes(const char* volumes, DismountCallback callback, void* context,
                     ErrorText* errorText, const LogContext* log) {
-    return run_volumes(volumes, BuildDismountVolumesRequest, ScanDismountVolumesReply, callback,
-                       context, {errorText, log});
+    return run_volumes(volumes, BuildDismountVolumesRequest, kDismounted, ScanDismountVolumesReply,
+                       callback, context, {errorText, log});
 }
 
 } // namespace zrp

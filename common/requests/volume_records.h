@@ -4,6 +4,7 @@
 // shadowMountPoint does so too, or is null when the volume has no shadow. poolName, volumeGUID and
 // enabledAttributes are empty while mountPointType is 0.
 #pragma once
+#include "../cplusplus.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -118,6 +118,32 @@ TEST_F(Demo, WithATerminalTheMonitorRunsOnIt) {
     EXPECT_TRUE(all_have_ended(live.processes));
 }
 
+TEST_F(Demo, TheShellRunsCommandsOfStandardInput) {
+    ChildProcess demo(
+        {.arguments = {"sh", "-c",
+                       "echo 'zrpctl mount BACKUP --yes --json; exit 7' | \"$0\" --shell",
+                       ZRPDEMO_PROGRAM},
+         .standardInput = harness::kNull,
+         .standardOutput = harness::kPipe});
+    const std::string printed = demo.read_all(kDemoPatience);
+    EXPECT_EQ(demo.wait(), (ExitStatus{7, 0}));
+    EXPECT_NE(printed.find("\"name\":\"BACKUP\",\"mounted\":true"), std::string::npos) << printed;
+}
+
+TEST_F(Demo, TheShellWorksOnATerminal) {
+    harness::Terminal terminal({.child = {.arguments = {ZRPDEMO_PROGRAM, "--shell"}}});
+    ASSERT_TRUE(terminal.wait_for("zrp$")) << terminal.text();
+    terminal.type("zrpctl remove HOME\r");
+    ASSERT_TRUE(terminal.wait_for("Remove volume HOME")) << terminal.text();
+    terminal.type("\x03");
+    ASSERT_TRUE(terminal.wait_for("interrupted")) << terminal.text();
+    ASSERT_TRUE(terminal.wait_for_rest()) << terminal.text();
+    terminal.type("echo status $?\r");
+    EXPECT_TRUE(terminal.wait_for("status 130")) << terminal.text();
+    terminal.type("exit\r");
+    EXPECT_EQ(terminal.wait_for_exit(), ExitStatus{}) << terminal.text();
+}
+
 TEST_F(Demo, CtrlCEndsItCleanly) {
     Live live;
     ASSERT_TRUE(live.isUp) << live.terminal.text();

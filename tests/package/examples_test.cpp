@@ -93,7 +93,7 @@ TEST(Examples, ReportThatNoDaemonAnswers) {
     ZRP_NEEDS_NAMESPACES();
     const Outcome outcome = run({example("list_volumes")});
     EXPECT_EQ(outcome.status, kFailure);
-    EXPECT_EQ(outcome.output, "list_volumes: no daemon listens, code 111\n");
+    EXPECT_EQ(outcome.output, "list_volumes: connection refused, code 111\n");
 }
 
 TEST(Examples, DistinguishABrokenReplyFromAnEmptyList) {
@@ -107,13 +107,23 @@ TEST(Examples, DistinguishABrokenReplyFromAnEmptyList) {
     const SimulatedServer server(
         {"--fault", "truncated:listVolumes", "--fault", "truncated:diagnostics"});
     ASSERT_TRUE(server.ready());
-    for (const char* name : {"list_volumes", "watch_counter"}) {
-        const Outcome outcome = run({example(name), "ipcListener requests"});
+    const std::string malformed = "argument or reply not understood, code 22\n";
+    const struct {
+        std::vector<std::string> command;
+        std::string output;
+    } cases[] = {
+        {{example("list_volumes")}, "list_volumes: " + malformed},
+        {{example("free_space")}, malformed},
+        {{example("watch_counter"), "ipcListener requests"}, "watch_counter: " + malformed},
+    };
+    for (const auto& [command, output] : cases) {
+        const Outcome outcome = run(command);
         EXPECT_EQ(outcome.status, kFailure);
-        EXPECT_EQ(outcome.output,
-                  std::string(name) +
-                      ": an argument or the reply is malformed or incomplete, code 22\n");
+        EXPECT_EQ(outcome.output, output);
     }
+    const Outcome outcome = run({example("try_volume"), "NEW", "/srv/new"});
+    EXPECT_EQ(outcome.status, kFailure);
+    EXPECT_EQ(outcome.output, "created\nremoved\nnot listed: " + malformed);
 }
 
 TEST(Examples, NameTheVolumeWithoutInformation) {
@@ -136,19 +146,37 @@ TEST(Examples, PrintTheFreeSpace) {
 }
 
 TEST(Examples, PrintTheirUsage) {
-    const std::string usage = "usage: watch_counter NAME [SECONDS [COUNT]]\n";
-    for (const std::vector<std::string>& arguments : {std::vector<std::string>{},
-                                                      {"a", "soon"},
-                                                      {"a", "-1"},
-                                                      {"a", "1", "2x"},
-                                                      {"a", "1", "2", "3"}}) {
-        std::vector<std::string> command = {example("watch_counter")};
-        command.insert(command.end(), arguments.begin(), arguments.end());
-        const Outcome outcome = run(command);
-        EXPECT_EQ(outcome.status, kUsage);
-        EXPECT_EQ(outcome.output, usage);
+    const struct {
+        std::string name;
+        std::string arguments;
+        std::vector<std::vector<std::string>> wrong;
+    } examples[] = {
+        {"list_volumes", "", {{"x"}, {""}}},
+        {"free_space", "", {{"x"}, {""}}},
+        {"try_volume",
+         " NAME DIRECTORY",
+         {{}, {"NEW"}, {"NEW", ""}, {"", "/srv/new"}, {"NEW", "/srv/new", "x"}}},
+        {"watch_counter",
+         " NAME [SECONDS [COUNT]]",
+         {{},
+          {""},
+          {"a", "soon"},
+          {"a", ""},
+          {"a", "-1"},
+          {"a", "99999999999"},
+          {"a", "1", "2x"},
+          {"a", "1", "0"},
+          {"a", "1", "2", "3"}}},
+    };
+    for (const auto& [name, arguments, wrong] : examples) {
+        for (const std::vector<std::string>& words : wrong) {
+            std::vector<std::string> command = {example(name)};
+            command.insert(command.end(), words.begin(), words.end());
+            const Outcome outcome = run(command);
+            EXPECT_EQ(outcome.status, kUsage);
+            EXPECT_EQ(outcome.output, "usage: " + name + arguments + "\n");
+        }
     }
-    EXPECT_EQ(run({example("try_volume"), "NEW"}).output, "usage: try_volume NAME DIRECTORY\n");
 }
 
 TEST(Examples, LinkWithEitherLibrary) {
@@ -226,7 +254,7 @@ TEST(Examples, ReportWhyAVolumeIsRefused) {
     EXPECT_EQ(outcome.status, kFailure);
     EXPECT_EQ(outcome.output, "not created: 17 volume exists: SYS\n");
     EXPECT_EQ(run({example("try_volume"), "SIXTEEN_LETTERS_", "/srv/new"}).output,
-              "not created: the volume name is too long, code -702\n");
+              "not created: volume name too long, code -702\n");
 }
 
 } // namespace

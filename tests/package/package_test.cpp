@@ -155,6 +155,25 @@ TEST(Package, EachHeaderCompilesAlone) {
     }
 }
 
+TEST(Package, ACFileGetsOneClearErrorForAnyHeader) {
+    const fs::path source = kInstalled / "one_error.c";
+    for (const std::string& header : headers_below(kHeaders)) {
+        SCOPED_TRACE(header);
+        std::ofstream(source) << "#include <zrp/" << header << ">\n"
+                              << "static zrp::Result result = zrp::kOk;\n";
+        const Outcome outcome =
+            run({ZRP_COMPILER, "-x", "c", "-fsyntax-only", "-I", kPrefix / "include", source});
+        EXPECT_NE(outcome.status, (harness::ExitStatus{0, 0}));
+        static const std::regex kError("(^|\n)[^\n]*error: [^\n]*");
+        const auto first =
+            std::sregex_iterator(outcome.output.begin(), outcome.output.end(), kError);
+        ASSERT_EQ(std::distance(first, std::sregex_iterator()), 1) << outcome.output;
+        EXPECT_NE(first->str().find("zrpclient is a C++20 library: compile this file as C++"),
+                  std::string::npos)
+            << outcome.output;
+    }
+}
+
 TEST(Package, TheSharedLibraryIsVersioned) {
     const std::string version = ZRP_VERSION;
     const std::string interface = version.substr(0, version.rfind('.'));
@@ -172,6 +191,16 @@ TEST(Package, HoldsTheManPagesOfWhatItInstalls) {
     EXPECT_TRUE(fs::exists(pages / "man8/zrptop.8"));
     EXPECT_FALSE(fs::exists(pages / "man1/zrpsim.1"));
     EXPECT_TRUE(fs::exists(kPrefix / "sbin/zrptop"));
+    EXPECT_TRUE(fs::exists(pages / "man8/zrp-exporter.8"));
+    EXPECT_TRUE(fs::exists(kPrefix / "bin/zrp-exporter"));
+    EXPECT_TRUE(fs::exists(kPrefix / "share/zrptop/prometheus/alerts.yml"));
+    EXPECT_TRUE(fs::exists(kPrefix / "bin/zrpctl"));
+    EXPECT_TRUE(fs::exists(kPrefix / "share/zrpctl/zrpctl.schema.json"));
+    EXPECT_TRUE(fs::exists(pages / "man1/zrpctl.1"));
+    // Where the shells of the distribution look.
+    EXPECT_TRUE(fs::exists(kPrefix / "share/bash-completion/completions/zrpctl"));
+    EXPECT_TRUE(fs::exists(kPrefix / "share/zsh/vendor-completions/_zrpctl"));
+    EXPECT_TRUE(fs::exists(kPrefix / "share/fish/vendor_completions.d/zrpctl.fish"));
 }
 
 } // namespace

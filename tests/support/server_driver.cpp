@@ -28,7 +28,7 @@ Record scan_whole(std::string_view input, int (*scan)(char*, int, Record*)) {
     return record;
 }
 
-void drive_records(std::string_view input) {
+void drive_server_records(std::string_view input) {
     scan_whole(input, ScanServerCountersReply);
     scan_whole(input, ScanServerConnInfoReply);
     const ServerConfig config = scan_whole(input, ScanServerConfigReply);
@@ -76,7 +76,7 @@ void drive_lists(std::string_view input) {
 // The scanner of thread statistics is left out: it writes to standard error for each field that a
 // damaged reply lacks.
 void drive_server_replies(std::string_view input) {
-    drive_records(input);
+    drive_server_records(input);
     drive_lists(input);
 }
 

@@ -206,7 +206,8 @@ TEST_P(ServerFault, LeavesTheOldValuesUntilTheNextPassSucceeds) {
     const harness::Snapshot before = terminal.screen().snapshot();
     const auto patience = isHuge ? kHugeReplyPatience : harness::kPatience;
     ASSERT_TRUE(terminal.wait_until([&] { return peer.connections() >= 5; }, patience));
-    EXPECT_EQ(terminal.screen().snapshot(), before) << "after a whole pass that failed";
+    EXPECT_EQ(but_status_row(terminal.screen().snapshot()), but_status_row(before))
+        << "after a whole pass that failed";
     EXPECT_TRUE(terminal.wait_for_text(6, kListColumn, "figure: 222", patience)) << terminal.text();
     EXPECT_TRUE(terminal.wait_for_text(kStripTextRow, kUpTimeColumn, "1 Minute 17 Seconds "));
     expect_clean_end(terminal);

@@ -16,6 +16,7 @@ int main(int argc, char** argv) {
     const int width = argc > 2 ? atoi(argv[2]) : 40;
     install_signal_handlers();
     initscr();
+    claim_terminal();
     cbreak();
     noecho();
     keypad(stdscr, TRUE);
@@ -40,7 +41,7 @@ int main(int argc, char** argv) {
     destroy_win(window);
     print_at(stdscr, 20, 0, "destroyed");
     refresh_window(stdscr);
-    read_key(stdscr);
+    read_key();
     endwin();
     return rc == 0 ? EXIT_SUCCESS : 3;
 }

@@ -42,6 +42,30 @@ bool change_interval(Terminal& terminal, const ScriptedPeer& peer, const std::st
            terminal.wait_for_rest();
 }
 
+TEST(Pass, ThatChangesNothingWritesNothing) {
+    ZRP_NEEDS_ROOT();
+    ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
+    Terminal terminal(monitor());
+    ASSERT_TRUE(terminal.wait_until([&] { return shows_figures(terminal); }));
+    ASSERT_TRUE(terminal.wait_for_rest());
+    const size_t written = terminal.raw_output().size();
+    const size_t before = peer.connections();
+    ASSERT_TRUE(terminal.wait_until([&] { return peer.connections() >= before + 4; }));
+    EXPECT_EQ(terminal.raw_output().substr(written), "");
+    expect_clean_end(terminal);
+}
+
+TEST(Pass, ThatIsHeldUpShowsWhatItHasDrawn) {
+    ZRP_NEEDS_ROOT();
+    std::vector<PeerScript> scripts = answers({kFigures, kFigures, statistics(up_time("8"))});
+    scripts.push_back({read_request(), hang()});
+    const ScriptedPeer peer(kMainDaemonSocket, scripts);
+    Terminal terminal(monitor());
+    EXPECT_TRUE(terminal.wait_for_text(kStripTextRow, kUpTimeColumn, "8 Seconds"))
+        << terminal.text();
+    expect_clean_end(terminal);
+}
+
 TEST(Interval, StaysWithinOneAndSixtySeconds) {
     ZRP_NEEDS_ROOT();
     ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));

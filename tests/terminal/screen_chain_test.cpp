@@ -1,7 +1,6 @@
 // Moving from screen to screen, through the dialogs and past them.
 
-#include <fstream>
-
+#include "tests/terminal/exit_key.h"
 #include "tests/terminal/monitor_fixture.h"
 #include "tests/terminal/trace_folder.h"
 
@@ -233,43 +232,23 @@ TEST_P(InDialog, TypingFastWhileTheStripIsRedrawnLeavesNoWrongCell) {
 INSTANTIATE_TEST_SUITE_P(Dialogs, InDialog, testing::ValuesIn(kDialogs),
                          [](const auto& screen) { return std::string(screen.param.name); });
 
-// No usual keyboard has the exit key that ncurses knows. Here a terminal with one is defined.
-class ExitKey : public testing::Test {
-protected:
-    static constexpr const char* kBytes = "\x1b[57~";
-
-    void SetUp() override {
-        const std::filesystem::path source = folder.path / "source";
-        std::ofstream(source) << "zrptop-exit|xterm with an exit key,\n"
-                                 "\tkext=\\E[57~, use=xterm-256color,\n";
-        harness::ChildProcess compiler({.arguments = {"tic", "-x", "-o", folder.path, source}});
-        ASSERT_EQ(compiler.wait(), ExitStatus{});
-    }
-
-    TerminalOptions options() {
-        TerminalOptions all = monitor_in({"TERMINFO=" + folder.path.string()});
-        all.term = "zrptop-exit";
-        return all;
-    }
-
-    TraceFolder folder;
-};
-
-TEST_F(ExitKey, EndsTheProgram) {
+TEST(ExitKey, EndsTheProgram) {
     ZRP_NEEDS_ROOT();
-    MonitorFixture fixture(options());
+    const TraceFolder folder;
+    MonitorFixture fixture(monitor_with_exit_key(folder));
     ASSERT_TRUE(fixture.begin());
-    fixture.terminal.type(kBytes);
+    fixture.terminal.type(kExitKeyBytes);
     expect_ended_cleanly(fixture.terminal);
 }
 
-TEST_F(ExitKey, EndsTheProgramInADialog) {
+TEST(ExitKey, EndsTheProgramInADialog) {
     ZRP_NEEDS_ROOT();
+    const TraceFolder folder;
     for (const ScreenCase& dialog : kDialogs) {
-        MonitorFixture fixture(options());
+        MonitorFixture fixture(monitor_with_exit_key(folder));
         ASSERT_TRUE(fixture.begin());
         ASSERT_TRUE(fixture.open_dialog(dialog));
-        fixture.terminal.type(kBytes);
+        fixture.terminal.type(kExitKeyBytes);
         expect_ended_cleanly(fixture.terminal);
     }
 }

@@ -1,5 +1,7 @@
 #include "tests/terminal/session.h"
 
+#include <algorithm>
+
 namespace zrp {
 
 TerminalOptions monitor(int rows, int columns, const std::vector<std::string>& arguments) {
@@ -43,6 +45,12 @@ std::vector<PeerScript> answers(const std::vector<std::string>& replies) {
         scripts.push_back({read_request(), send_bytes(reply(text))});
     }
     return scripts;
+}
+
+harness::Snapshot but_status_row(harness::Snapshot snapshot) {
+    const auto first = snapshot.cells.begin() + (snapshot.rows - 2) * snapshot.columns;
+    std::fill(first, first + snapshot.columns, harness::Cell{});
+    return snapshot;
 }
 
 void expect_ended_cleanly(Terminal& terminal) {

@@ -59,6 +59,9 @@ std::string statistics(const std::string& parms);
 // A pass on the General screen asks twice.
 std::vector<PeerScript> answers(const std::vector<std::string>& replies);
 
+// The screen but for the row that tells what does not answer, which has tests of its own.
+harness::Snapshot but_status_row(harness::Snapshot snapshot);
+
 // Presses F12 and expects the monitor to end with status 0 and the terminal restored.
 void expect_clean_end(Terminal& terminal);
 

@@ -64,6 +64,10 @@ public:
         expect_line("ok");
     }
 
+    harness::ChildProcess& process() {
+        return process_;
+    }
+
 private:
     [[nodiscard]] harness::ChildOptions options(const std::vector<std::string>& arguments) const {
         harness::ChildOptions options;

@@ -1,7 +1,9 @@
 // Start-up: root, options, terminal size, menu, windows and colours.
 
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <sys/stat.h>
 
 #include "tests/support/expected_screens.h"
 #include "tests/terminal/session.h"
@@ -106,6 +108,7 @@ class Size : public testing::TestWithParam<std::pair<int, int>> {};
 TEST_P(Size, PlacesMenuStripAndMainWindow) {
     ZRP_NEEDS_ROOT();
     const auto [rows, columns] = GetParam();
+    const ScriptedPeer peer(kMainDaemonSocket, answers({statistics(up_time("9"))}));
     Terminal terminal(monitor(rows, columns));
     ASSERT_TRUE(wait_for_windows(terminal)) << terminal.text();
     EXPECT_EQ(terminal.row(0), kExpectedMenu[0]);
@@ -196,6 +199,63 @@ TEST(Trace, IsSilentlyOmittedIfItCannotBeOpened) {
     Terminal terminal(traced_monitor(folder));
     ASSERT_TRUE(wait_for_windows(terminal)) << terminal.text();
     expect_clean_end(terminal);
+}
+
+// What may stand in the place of the trace, and that the program must neither wait for nor change.
+struct PlantedCase {
+    const char* name;
+    void (*plant)(const fs::path& trace, const fs::path& victim);
+};
+
+class PlantedTrace : public testing::TestWithParam<PlantedCase> {};
+
+TEST_P(PlantedTrace, IsLeftAloneAndTheProgramRunsWithoutATrace) {
+    ZRP_NEEDS_ROOT();
+    const TraceFolder folder;
+    const fs::path victim = folder.path / "victim";
+    std::ofstream(victim) << "precious";
+    GetParam().plant(folder.path / "zrptop.log", victim);
+    Terminal terminal(traced_monitor(folder));
+    ASSERT_TRUE(wait_for_windows(terminal)) << terminal.text();
+    expect_clean_end(terminal);
+    std::string contents;
+    std::getline(std::ifstream(victim), contents);
+    EXPECT_EQ(contents, "precious");
+    EXPECT_FALSE(fs::exists(folder.path / "new"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, PlantedTrace,
+    testing::Values(
+        PlantedCase{"Link", [](const fs::path& trace,
+                               const fs::path& victim) { fs::create_symlink(victim, trace); }},
+        PlantedCase{"LinkToNothing",
+                    [](const fs::path& trace, const fs::path& victim) {
+                        fs::create_symlink(victim.parent_path() / "new", trace);
+                    }},
+        PlantedCase{"HardLink",
+                    [](const fs::path& trace, const fs::path& victim) {
+                        fs::create_hard_link(victim, trace);
+                    }},
+        PlantedCase{"FifoWithoutAReader",
+                    [](const fs::path& trace, const fs::path& /*victim*/) {
+                        ASSERT_EQ(mkfifo(trace.c_str(), 0600), 0);
+                    }},
+        PlantedCase{"Folder", [](const fs::path& trace,
+                                 const fs::path& /*victim*/) { fs::create_directory(trace); }}),
+    [](const auto& planted) { return std::string(planted.param.name); });
+
+TEST(Trace, IsNotWrittenToAFifo) {
+    ZRP_NEEDS_ROOT();
+    const TraceFolder folder;
+    const fs::path trace = folder.path / "zrptop.log";
+    ASSERT_EQ(mkfifo(trace.c_str(), 0600), 0);
+    const harness::Descriptor reader(open(trace.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    Terminal terminal(traced_monitor(folder));
+    ASSERT_TRUE(wait_for_windows(terminal)) << terminal.text();
+    expect_clean_end(terminal);
+    char byte = 0;
+    EXPECT_EQ(read(reader.get(), &byte, 1), 0) << "nothing, and no writer any more";
 }
 
 TEST(Trace, NamesEachKeyByItsCode) {

@@ -52,4 +52,13 @@ inline TerminalOptions traced_monitor(const TraceFolder& folder, int rows = 25, 
     return options;
 }
 
+// The same in a session of its own, without a controlling terminal: the kernel sends it nothing
+// when the terminal goes away. The parent that waits for it has one.
+inline TerminalOptions without_controlling_terminal(const TraceFolder& folder) {
+    TerminalOptions options = traced_monitor(folder);
+    auto& arguments = options.child.arguments;
+    arguments.insert(arguments.begin(), {"env", "--ignore-signal=HUP", "setsid", "--wait"});
+    return options;
+}
+
 } // namespace zrp

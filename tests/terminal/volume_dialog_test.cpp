@@ -143,12 +143,79 @@ TEST(VolumeDialog, VolumeNumbersOutsideTheTableAreIgnored) {
     EXPECT_EQ(entry(fixture, 0, 1), "");
 }
 
+// Only the last column of a wide terminal shows that much of a name.
 TEST(VolumeDialog, ANameTooLongForTheTableIsCutBetweenCharacters) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({volume_list(listed(0, std::string(62, 'x') + "\u00fcyz"))});
+    VolumeFixture fixture({volume_list(listed(0, "SYS") + listed(1, "DATA") +
+                                       listed(2, std::string(62, 'x') + "\u00fcyz"))},
+                          25, 130);
     ASSERT_TRUE(fixture.open_dialog());
-    EXPECT_EQ(fixture.terminal.screen().text_at(kFirstListRow, kListColumns[0], 70),
-              "0. " + std::string(62, 'x') + "     ");
+    EXPECT_EQ(fixture.terminal.screen().text_at(kFirstListRow, kListColumns[2], 70),
+              "2. " + std::string(62, 'x') + "     ");
+}
+
+TEST(VolumeDialog, ANameIsCutToItsColumnWithABlankBeforeTheNextOne) {
+    ZRP_NEEDS_ROOT();
+    const std::string name(63, 'x');
+    VolumeFixture fixture({volume_list(listed(0, name) + listed(10, name) + listed(200, name))});
+    ASSERT_TRUE(fixture.open_dialog());
+    EXPECT_EQ(fixture.terminal.screen().text_at(kFirstListRow, kListColumns[0], 76),
+              "0. " + std::string(20, 'x') + " 10. " + std::string(20, 'x') + " 200. " +
+                  std::string(22, 'x'));
+    EXPECT_EQ(fixture.terminal.cell(kFirstListRow, kFrameColumn).text, kVertical);
+}
+
+TEST(VolumeDialog, ANameIsCutByTheCellsThatItTakes) {
+    ZRP_NEEDS_ROOT();
+    std::string name;
+    for (int i = 0; i < 20; i++) {
+        name += "\u6f22"; // of two cells
+    }
+    VolumeFixture fixture({volume_list(listed(0, name) + listed(1, "x" + name))});
+    ASSERT_TRUE(fixture.open_dialog());
+    EXPECT_EQ(fixture.terminal.cell(kFirstListRow, kListColumns[0] + 21).text, "\u6f22");
+    EXPECT_EQ(fixture.terminal.cell(kFirstListRow, kListColumns[0] + 23).text, " ");
+    EXPECT_EQ(fixture.terminal.cell(kFirstListRow, kListColumns[1]).text, "1");
+    EXPECT_EQ(fixture.terminal.cell(kFirstListRow, kListColumns[1] + 22).text, "\u6f22");
+    EXPECT_EQ(fixture.terminal.cell(kFirstListRow, kListColumns[1] + 24).text, " ");
+}
+
+TEST(VolumeDialog, ThePromptBeginsWithAnEmptyFieldAfterARefusedNumber) {
+    ZRP_NEEDS_ROOT();
+    VolumeFixture fixture({volume_list(listed(7, "SEVEN"))});
+    ASSERT_TRUE(fixture.open_dialog());
+    fixture.terminal.type("300");
+    ASSERT_TRUE(fixture.terminal.wait_for_text(kPromptRow, kInputColumn, "300 "));
+    fixture.terminal.type("\r");
+    EXPECT_TRUE(fixture.terminal.wait_for_text(
+        kPromptRow, kInputColumn,
+        std::string(static_cast<size_t>(kFrameColumn - kInputColumn), ' ')))
+        << fixture.terminal.text();
+}
+
+TEST(VolumeDialog, ThePromptBlanksTheEntriesOfALaterPageInItsRow) {
+    ZRP_NEEDS_ROOT();
+    VolumeFixture fixture({volume_list(listed_volumes(100))});
+    ASSERT_TRUE(fixture.open_dialog());
+    fixture.terminal.type("+\r");
+    ASSERT_TRUE(wait_for_entry(fixture, 10, 2, "56. V56")) << fixture.terminal.text();
+    EXPECT_TRUE(fixture.terminal.wait_for_text(kPromptRow, kPromptColumn,
+                                               std::string(kVolumePrompt) + std::string(20, ' ')))
+        << fixture.terminal.text();
+}
+
+// On the smallest terminal the prompt leaves room for six characters.
+TEST(VolumeDialog, ThePromptBeginsWithAnEmptyFieldOnANarrowTerminal) {
+    ZRP_NEEDS_ROOT();
+    VolumeFixture fixture({volume_list(listed(7, "SEVEN"))}, 25, 40);
+    ASSERT_TRUE(wait_for_windows(fixture.terminal));
+    fixture.terminal.press(Key::kF3);
+    const std::string start = std::string(kVolumePrompt).substr(0, 30);
+    EXPECT_TRUE(fixture.terminal.wait_for_text(kPromptRow, kPromptColumn, start + "      "))
+        << fixture.terminal.text();
+    fixture.terminal.type("123456789");
+    EXPECT_TRUE(fixture.terminal.wait_for_text(kPromptRow, kPromptColumn, start + "456789"))
+        << fixture.terminal.text();
 }
 
 TEST(VolumeDialog, ControlCharactersOfANameDoNotReachTheTerminal) {
@@ -201,7 +268,7 @@ TEST(VolumeDialog, MinusOnTheTopPageChangesNothing) {
     ZRP_NEEDS_ROOT();
     VolumeFixture fixture({volume_list(listed_volumes(40))});
     ASSERT_TRUE(fixture.open_dialog());
-    fixture.terminal.type("-\r9999\r");
+    fixture.terminal.type("-\r9999");
     ASSERT_TRUE(fixture.terminal.wait_for_text(kPromptRow, kInputColumn, "9999"));
     EXPECT_EQ(entry(fixture, 0, 0), "0. V0");
     EXPECT_EQ(entry(fixture, 9, 0), ""); // a redrawn page would continue here
@@ -397,7 +464,8 @@ TEST_P(VolumeListFault, OpensNoDialogAndTheNextAttemptDoes) {
     ASSERT_TRUE(fixture.terminal.wait_until(
         [&] { return fixture.daemon->requests("listVolumes").size() == 1; }));
     ASSERT_TRUE(fixture.terminal.wait_for_rest());
-    EXPECT_EQ(fixture.terminal.screen().snapshot(), before) << fixture.terminal.text();
+    EXPECT_EQ(but_status_row(fixture.terminal.screen().snapshot()), but_status_row(before))
+        << fixture.terminal.text();
     fixture.terminal.press(Key::kF3);
     EXPECT_TRUE(fixture.terminal.wait_for_text(kPromptRow, kPromptColumn, kVolumePrompt));
 }

@@ -259,7 +259,8 @@ TEST_P(VolumeFault, LeavesTheOldValuesUntilTheNextPassSucceeds) {
     const harness::Snapshot before = fixture.terminal.screen().snapshot();
     fixture.daemon->answer_raw("volumeInformation", {GetParam().bytes});
     ASSERT_TRUE(wait_for_updates(fixture, 2)); // the first is processed
-    EXPECT_EQ(fixture.terminal.screen().snapshot(), before) << fixture.terminal.text();
+    EXPECT_EQ(but_status_row(fixture.terminal.screen().snapshot()), but_status_row(before))
+        << fixture.terminal.text();
     fixture.daemon->answer("volumeInformation", {volume_information(kNewFacts)});
     EXPECT_TRUE(wait_for_value(fixture, kFilesRow, "999")) << fixture.terminal.text();
     expect_clean_end(fixture.terminal);

@@ -1,7 +1,8 @@
 #include <cerrno>
 #include <cstring>
+#include <stdexcept>
 #include <string>
-#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -22,10 +23,10 @@ TEST(ClientAnswer, IsDescribedInTheServersWords) {
 }
 
 TEST(ClientAnswer, IsDescribedByItsCodeWithoutWords) {
-    EXPECT_EQ(Describe(client::Answer<>{ECONNREFUSED, {}, {}}), "no daemon listens, code 111");
+    EXPECT_EQ(Describe(client::Answer<>{ECONNREFUSED, {}, {}}), "connection refused, code 111");
     EXPECT_EQ(Describe(client::Answer<int>{kNameTooLong, {}, 0}),
-              "the volume name is too long, code -702");
-    EXPECT_EQ(Describe(client::Answer<>{4711, {}, {}}), "code 4711");
+              "volume name too long, code -702");
+    EXPECT_EQ(Describe(client::Answer<>{4711, {}, {}}), "error reported by the server, code 4711");
 }
 
 TEST(ClientSession, NamesTheDaemonWhileItLives) {
@@ -45,6 +46,19 @@ TEST(ClientSession, NamesTheDaemonWhileItLives) {
 TEST(ClientSession, RefusesAnEmptyName) {
     const client::Session session("");
     EXPECT_EQ(session.Code(), kInvalid);
+}
+
+// An operation of the library with one item.
+int give_one(int (*callback)(void* context, const int& item), void* context, ErrorText*,
+             const LogContext*) {
+    return callback(context, 7);
+}
+
+TEST(ClientCallbacks, WhatTheyThrowReachesTheProgram) {
+    const auto fail = [](int item) -> int { throw std::runtime_error(std::to_string(item)); };
+    EXPECT_THROW((void)client::detail::RunForItems<int>(give_one, fail), std::runtime_error);
+    const auto values = client::detail::RunForRecords<int>(give_one);
+    EXPECT_EQ(values.value, std::vector<int>{7});
 }
 
 TEST(ClientTexts, AreReadableWithoutEntities) {

@@ -33,6 +33,20 @@ std::string settings_of(const char* settings) {
                : text.substr(at + before.size(), text.find("</volume>") - at - before.size());
 }
 
+TEST(BuildOneClusterVolumeRequest, TakesSettingsAsTheyAre) {
+    const ClusterVolumeSettings all = {"A, B", 7, "/a \"b\", c", "/SHADOW;PATH=", "S 1"};
+    const ClusterVolumeSettings none = {"DATA"};
+    uint32_t length = 0;
+    EXPECT_EQ(built(BuildOneClusterVolumeRequest(all, &length), length),
+              resource_request("<volume><volumeName>A, B</volumeName><volumeNumber>7</volumeNumber>"
+                               "<shadow>/SHADOW;PATH=</shadow><mountPoint>/a \"b\", c</mountPoint>"
+                               "<options>SHADOWVOLUME=S 1</options></volume>"));
+    EXPECT_EQ(built(BuildOneClusterVolumeRequest(none, &length), length),
+              resource_request("<volume><volumeName>DATA</volumeName><volumeNumber>-1"
+                               "</volumeNumber></volume>"));
+    EXPECT_EQ(BuildOneClusterVolumeRequest({}, &length), nullptr);
+}
+
 TEST(BuildClusterBindRequest, NamesServerAddressAndFlag) {
     uint32_t length = 0;
     EXPECT_EQ(built(BuildClusterBindRequest("V1", "10.0.0.1", 1, &length), length),

@@ -105,6 +105,20 @@ TEST_F(CheckVolumeName, FifteenCharactersAreTakenAndSixteenAreNot) {
     EXPECT_EQ(check_volume_name(nullptr, log), kInvalid);
 }
 
+TEST_F(CheckVolumeName, AReferenceCountsAsTheBytesThatItStandsFor) {
+    EXPECT_EQ(check_volume_name("AT&amp;T_VOLUME_01", log), kOk); // 14
+    EXPECT_EQ(check_volume_name("&amp;&lt;&gt;&quot;&apos;FGHIJKLMNO", log), kOk);
+    EXPECT_EQ(check_volume_name("&#65;&#x42;CDEFGHIJKLMNO", log), kOk);
+    EXPECT_EQ(check_volume_name("&#228;&#8364;&#x1F600;DEFGHI", log), kOk); // 2, 3 and 4 bytes
+    EXPECT_EQ(contents(), "");
+    EXPECT_EQ(check_volume_name("&amp;BCDEFGHIJKLMNOP", log), kNameTooLong);
+    EXPECT_EQ(check_volume_name("&#228;&#8364;&#x1F600;DEFGHIJ", log), kNameTooLong);
+    // What is no reference counts as it is.
+    EXPECT_EQ(check_volume_name("&nbsp;GHIJKLMNO", log), kOk);
+    EXPECT_EQ(check_volume_name("&nbsp;GHIJKLMNOP", log), kNameTooLong);
+    EXPECT_EQ(check_volume_name("&#1;EFGHIJKLMNOP", log), kNameTooLong);
+}
+
 TEST(FindCommand, LooksInsideTheEnvelope) {
     struct Row {
         std::string text;

@@ -1,5 +1,5 @@
 // The groups that the Diagnostics screen shows, as tables.
-#include "screens/diag_groups.h"
+#include "common/requests/diag_groups.h"
 
 #include <cstring>
 #include <string>

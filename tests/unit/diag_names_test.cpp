@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include "screens/diag_groups.h"
-#include "screens/diag_keys.h"
+#include "common/requests/diag_groups.h"
+#include "common/requests/diag_keys.h"
 
 namespace zrp {
 namespace {

@@ -2,9 +2,12 @@
 
 #include <cstring>
 #include <fstream>
+#include <future>
 #include <memory>
 #include <string>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 #include "common/heap_text.h"
@@ -195,6 +198,33 @@ TEST_F(IpcContext, ClosingWaitsForTheExchangeInFlight) {
     EXPECT_EQ(context.inFlight, 0U);
     asking.join();
     EXPECT_EQ(code, kOk);
+}
+
+TEST_F(IpcContext, AChildDoesNotWaitForAnExchangeOfItsParent) {
+    std::promise<void> childHasEnded;
+    const auto answer_in_the_end = [&](const std::string&) {
+        childHasEnded.get_future().wait();
+        return reply("<r/>");
+    };
+    ScriptedPeer peer(kName, {{read_request(), reply_to(answer_in_the_end)},
+                              {read_request(), send_bytes(reply("<r/>"))}});
+    ASSERT_EQ(IPCServContextOpen(context, kName, nullptr, nullptr, 0), kOk);
+    std::thread asking([&] { EXPECT_EQ(ask(context).code, kOk); });
+    ASSERT_TRUE(peer.wait_for_connections(1));
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(10);
+        const bool isIdle = context.inFlight == 0;
+        const bool works = ask(context).code == kOk;
+        IPCServContextClose(context);
+        _exit(isIdle && works ? 0 : 1);
+    }
+    int status = 0;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(context.inFlight, 1U);
+    childHasEnded.set_value();
+    asking.join();
 }
 
 TEST_F(IpcContext, ManyThreadsMayUseAContextAtOnce) {

@@ -1,4 +1,8 @@
+#include <algorithm>
+#include <csignal>
+#include <functional>
 #include <linux/capability.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 
 #include "common/result.h"
@@ -185,29 +189,201 @@ TEST_F(LogFile, WithoutRootALogIsNotOpenedASecondTime) {
     });
 }
 
-TEST_F(LogFile, ADefaultModeThatCannotOpenTheFileAgainDropsMessages) {
+TEST_F(LogFile, ADefaultModeThatCannotOpenTheFileAgainKeepsTheRunningLog) {
     for (const int code : {0, 9}) {
         ASSERT_EQ(operations().LogOpen(path.c_str()), 0);
         operations().LogInfo("before");
         const ptrdiff_t before = open_descriptors();
-        std::filesystem::remove(path);
+        const std::string moved = folder + "/moved";
+        std::filesystem::rename(path, moved);
         std::filesystem::create_directory(path);
         testing::internal::CaptureStderr();
         EXPECT_EQ(operations().SetLogMode(code), 0);
         EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
         EXPECT_EQ(log.mode, code);
-        EXPECT_EQ(log.fileOpen, 0);
-        EXPECT_EQ(log.stream, nullptr);
-        EXPECT_EQ(open_descriptors(), before - 1);
-        std::filesystem::remove(path);
-        operations().LogInfo("dropped");
-        EXPECT_FALSE(std::filesystem::exists(path));
-        EXPECT_EQ(operations().SetLogMode(code), 0);
+        EXPECT_EQ(log.fileOpen, 1);
+        EXPECT_EQ(open_descriptors(), before);
         operations().LogInfo("after");
-        EXPECT_EQ(contents(), "[i TIME] after\n");
+        EXPECT_EQ(mask_times(bytes_of(moved)), "[i TIME] before\n[i TIME] after\n");
+        std::filesystem::remove(path);
+        EXPECT_EQ(operations().SetLogMode(code), 0);
+        operations().LogInfo("again");
+        EXPECT_EQ(contents(), "[i TIME] again\n");
         operations().LogClose();
         std::filesystem::remove(path);
     }
+}
+
+TEST_F(LogFile, ALinkAtItsPathIsNotFollowed) {
+    const std::string target = folder + "/target";
+    std::ofstream(target) << "text\n";
+    chmod(target.c_str(), 0640);
+    for (const bool isSymbolic : {true, false}) {
+        ASSERT_EQ((isSymbolic ? symlink : link)(target.c_str(), path.c_str()), 0);
+        EXPECT_EQ(complaint_of_opening(path.c_str(), kNotFound), "f_open(" + path + ") == NULL\n");
+        EXPECT_EQ(mode_of(target), 0640U);
+        EXPECT_EQ(std::filesystem::file_size(target), 5U);
+        std::filesystem::remove(path);
+    }
+    const std::string missing = folder + "/missing";
+    ASSERT_EQ(symlink(missing.c_str(), path.c_str()), 0);
+    complaint_of_opening(path.c_str(), kNotFound);
+    EXPECT_FALSE(std::filesystem::exists(missing));
+}
+
+TEST_F(LogFile, ALinkOfAFolderOnTheWayIsFollowed) {
+    const std::string link = folder + "/link";
+    ASSERT_EQ(symlink(folder.c_str(), link.c_str()), 0);
+    EXPECT_EQ(operations().LogOpen((link + "/log").c_str()), 0);
+    operations().LogInfo("x");
+    EXPECT_EQ(contents(), "[i TIME] x\n");
+}
+
+TEST_F(LogFile, WhatIsNoRegularFileKeepsItsMode) {
+    const std::string pipe = folder + "/pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0640), 0);
+    EXPECT_EQ(operations().LogOpen(pipe.c_str()), 0);
+    EXPECT_EQ(mode_of(pipe), 0640U);
+}
+
+TEST_F(LogFile, APipeThatNobodyReadsDropsMessages) {
+    const std::string pipe = folder + "/pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    ASSERT_EQ(operations().LogOpen(pipe.c_str()), 0);
+    const std::string half(500, 'x');
+    for (int i = 0; i < 200; i++) {
+        operations().LogInfo("%s", half.c_str());
+    }
+    std::string text(1 << 17, '\0');
+    text.resize(static_cast<size_t>(read(fileno(log.stream), text.data(), text.size())));
+    EXPECT_EQ(text.find("\n[i "), text.find('\n')) << "no message is cut in a pipe";
+    operations().LogInfo("after");
+    char after[64] = "";
+    EXPECT_GT(read(fileno(log.stream), after, sizeof after - 1), 0);
+    EXPECT_EQ(mask_times(after), "[i TIME] after\n");
+}
+
+TEST_F(LogFile, ADescriptorThatOthersClosedAndUsedIsNotTouched) {
+    const std::string other = folder + "/other";
+    for (const bool isClosedOnly : {false, true}) {
+        std::filesystem::remove(path);
+        ASSERT_EQ(operations().LogOpen(path.c_str()), 0);
+        operations().LogInfo("before");
+        const int number = fileno(log.stream);
+        close(number);
+        if (!isClosedOnly) {
+            ASSERT_EQ(open(other.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600), number);
+            ASSERT_EQ(write(number, "text", 4), 4);
+        }
+        operations().LogInfo("dropped");
+        EXPECT_EQ(log.stream, nullptr);
+        EXPECT_EQ(log.fileOpen, 0);
+        operations().LogFlush();
+        operations().SetLogMode(kLogModeReset);
+        EXPECT_EQ(operations().LogSize(), 0);
+        operations().LogClose();
+        if (!isClosedOnly) {
+            EXPECT_EQ(bytes_of(other), "text");
+            EXPECT_EQ(lseek(number, 0, SEEK_CUR), 4);
+            close(number);
+        }
+        EXPECT_EQ(operations().LogOpen(nullptr), 0);
+        operations().LogInfo("again");
+        EXPECT_EQ(contents(), "[i TIME] before\n[i TIME] again\n");
+        operations().LogClose();
+    }
+}
+
+// Each operation finds out by itself that the descriptor is not the log's any more.
+TEST_F(LogFile, NoOperationTouchesADescriptorThatOthersUse) {
+    const std::string other = folder + "/other";
+    std::ofstream(other) << "text";
+    const LogOperations& table = operations();
+    const std::function<void()> uses[] = {[&] { table.LogInfo("x"); },
+                                          [&] { table.LogLDump("x", 1); },
+                                          [&] { table.LogBDump("x", 1); },
+                                          [&] { table.LogClose(); },
+                                          [&] { table.LogFlush(); },
+                                          [&] { table.SetLogMode(kLogModeReset); },
+                                          [&] { EXPECT_EQ(table.LogSize(), 0); },
+                                          [&] { table.LogShutdown(); }};
+    for (const auto& use : uses) {
+        InitLogContext(nullptr, kLogEverything);
+        std::filesystem::remove(path);
+        ASSERT_EQ(operations().LogOpen(path.c_str()), 0);
+        const int number = fileno(log.stream);
+        const int used = open(other.c_str(), O_RDWR | O_CLOEXEC);
+        ASSERT_EQ(dup2(used, number), number);
+        close(used);
+        use();
+        EXPECT_EQ(bytes_of(other), "text");
+        EXPECT_EQ(lseek(number, 0, SEEK_CUR), 0);
+        EXPECT_EQ(close(number), 0) << "the log closed it";
+    }
+}
+
+void limit_file_size(rlim_t bytes) {
+    rlimit limit = {};
+    EXPECT_EQ(getrlimit(RLIMIT_FSIZE, &limit), 0);
+    limit.rlim_cur = std::min(bytes, limit.rlim_max);
+    EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+}
+
+TEST_F(LogFile, AfterAFullDiskAtAnyByteTheNextEntryBeginsOnANewLine) {
+    IN_CHILD("", [&] {
+        signal(SIGXFSZ, SIG_IGN);
+        const std::string cut = "[i TIME] cut\n";
+        const auto size = static_cast<size_t>(kStampSize) + 4;
+        for (size_t room = 0; room <= size; room++) {
+            SCOPED_TRACE(room);
+            std::filesystem::remove(path);
+            EXPECT_EQ(operations().LogOpen(path.c_str()), 0);
+            operations().LogInfo("1");
+            const auto before = static_cast<size_t>(operations().LogSize());
+            limit_file_size(before + room);
+            operations().LogInfo("cut");
+            EXPECT_EQ(operations().LogSize(), before + room);
+            operations().LogInfo("no room at all");
+            limit_file_size(RLIM_INFINITY);
+            operations().LogInfo("2");
+            operations().LogInfo("3");
+            const std::string text = contents();
+            EXPECT_TRUE(text.starts_with("[i TIME] 1\n")) << text;
+            EXPECT_TRUE(text.ends_with("\n[i TIME] 2\n[i TIME] 3\n")) << text;
+            EXPECT_EQ(text.find("\n\n"), text.npos) << text;
+            EXPECT_LE(std::ranges::count(text, '\n'), 4) << text;
+            operations().LogClose();
+        }
+        return true;
+    });
+}
+
+TEST_F(LogFile, AfterALongEntryThatWasCutTheNextBeginsOnANewLine) {
+    IN_CHILD("", [&] {
+        signal(SIGXFSZ, SIG_IGN);
+        EXPECT_EQ(operations().LogOpen(path.c_str()), 0);
+        limit_file_size(10000);
+        operations().LogInfo("%s", std::string(50000, 'x').c_str());
+        limit_file_size(RLIM_INFINITY);
+        operations().LogInfo("2");
+        const std::string text = contents();
+        EXPECT_TRUE(text.ends_with("xxx\n[i TIME] 2\n")) << text.size();
+        return true;
+    });
+}
+
+TEST_F(LogFile, AResetForgetsTheEntryThatWasCut) {
+    IN_CHILD("", [&] {
+        signal(SIGXFSZ, SIG_IGN);
+        EXPECT_EQ(operations().LogOpen(path.c_str()), 0);
+        limit_file_size(5);
+        operations().LogInfo("cut");
+        limit_file_size(RLIM_INFINITY);
+        operations().SetLogMode(kLogModeReset);
+        operations().LogInfo("2");
+        EXPECT_EQ(contents(), "[i TIME] 2\n");
+        return true;
+    });
 }
 
 TEST_F(LogFile, EveryModeCodeReturnsZeroAndOnlySomeAreRecorded) {

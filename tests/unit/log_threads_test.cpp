@@ -107,5 +107,74 @@ TEST_F(LogThreads, ModesFilesAndLifeCyclesMayChangeWhileOthersWrite) {
     });
 }
 
+// Log until the time is over, in a thread that may be cancelled.
+void* write_for_ever(void* /*unused*/) {
+    for (;;) {
+        write_entries(0);
+    }
+}
+
+TEST_F(LogThreads, AThreadMayBeCancelledWhileItLogs) {
+    IN_CHILD("", [&] {
+        alarm(20); // a hanging child ends
+        InitLogContext(path.c_str(), kLogEverything);
+        for (int i = 0; i < 50; i++) {
+            pthread_t thread = {};
+            EXPECT_EQ(pthread_create(&thread, nullptr, write_for_ever, nullptr), 0);
+            while (operations().LogSize() == 0) {
+            }
+            EXPECT_EQ(pthread_cancel(thread), 0);
+            EXPECT_EQ(pthread_join(thread, nullptr), 0);
+            operations().SetLogMode(kLogModeReset);
+        }
+        operations().LogPlain("after");
+        EXPECT_EQ(contents(), "[- TIME] after\n");
+        return true;
+    });
+}
+
+TEST_F(LogThreads, AChildMayBeForkedWhileOthersLog) {
+    IN_CHILD("", [&] {
+        alarm(20); // a hanging child ends
+        InitLogContext(path.c_str(), kLogEverything);
+        std::atomic<bool> done = false;
+        std::vector<std::jthread> writers;
+        for (int i = 0; i < 2; i++) {
+            writers.emplace_back([&done] {
+                while (!done) {
+                    GetLogContext()->operations.LogErrorTag("parent", "%d", 1);
+                }
+            });
+        }
+        constexpr int kChildren = 100;
+        for (int i = 0; i < kChildren; i++) {
+            const pid_t child = fork();
+            if (child == 0) {
+                alarm(5);
+                operations().LogErrorTag("child", "%d", i);
+                operations().LogClose();
+                operations().LogInfo("dropped");
+                _exit(0);
+            }
+            int status = 0;
+            waitpid(child, &status, 0);
+            EXPECT_EQ(status, 0) << "child " << i;
+        }
+        done = true;
+        writers.clear();
+        constexpr size_t kPrefixSize = sizeof("[! 2024-05-06 07:08:09]");
+        std::istringstream lines(bytes_of(path));
+        int children = 0;
+        for (std::string line; std::getline(lines, line);) {
+            const std::string text = line.substr(std::min(line.size(), kPrefixSize));
+            const bool isNext = text == "child: " + std::to_string(children);
+            children += isNext ? 1 : 0;
+            EXPECT_TRUE(isNext || text == "parent: 1") << line;
+        }
+        EXPECT_EQ(children, kChildren);
+        return true;
+    });
+}
+
 } // namespace
 } // namespace zrp

@@ -205,6 +205,22 @@ TEST_F(LogWriters, ABinaryDumpOfANegativeLengthHoldsNoByte) {
     EXPECT_EQ(contents(), "[* TIME] \n<bdump len=\"-3\">\n[00000000]  \n</bdump>\n");
 }
 
+TEST_F(LogWriters, TheTextOfErrnoIsThatOfTheCallersErrno) {
+    // The time zone is read in the first entry, which fails and sets errno.
+    setenv("TZ", "/no/such/zone", 1);
+    const LogOperations& log = operations();
+    errno = ERANGE;
+    log.LogError("%m");
+    log.LogInfoTag("tag", "%m");
+    log.LogDump("%m");
+    log.LogPlain("%m");
+    unsetenv("TZ");
+    tzset();
+    const std::string text = strerror(ERANGE);
+    EXPECT_EQ(contents(), "[! TIME] " + text + "\n[i TIME] tag: " + text + "\n[* TIME] <dump>\n" +
+                              text + "\n</dump>\n[- TIME] " + text + "\n");
+}
+
 TEST_F(LogWriters, NoOperationChangesErrno) {
     errno = ERANGE;
     write_one_of_each();

@@ -6,6 +6,7 @@
 #include "common/requests/server_login.h"
 #include "common/requests/server_settings.h"
 #include "common/requests/server_statistics.h"
+#include "common/requests/server_threads.h"
 #include "common/requests/shadow_volumes.h"
 #include "common/requests/storage_control.h"
 #include "common/requests/storage_daemon.h"
@@ -170,6 +171,42 @@ TEST(NullArguments, AreRefusedByEveryScanner) {
     }
 }
 
+// The sample with more than a megabyte of small elements at the start of what its last list path
+// holds.
+std::string made_long(std::string text, size_t depth) {
+    size_t at = 0;
+    for (size_t i = 0; i < depth; i++) {
+        at = text.find('>', at) + 1;
+    }
+    std::string padding;
+    while (padding.size() < size_t{5} << 18) {
+        padding += "<x/>";
+    }
+    return text.insert(at, padding);
+}
+
+TEST(Scanners, OfALongReplyCanBeBrokenOff) {
+    for (const Scanner& row : kScanners) {
+        SCOPED_TRACE(row.name);
+        const std::string sample = sample_text(row.sample);
+        for (size_t depth = 0; depth < 3; depth++) {
+            const std::string text = made_long(sample, depth);
+            if (text.ends_with("<x/>")) {
+                continue; // the scanner does not get so far
+            }
+            const ExactBlock whole(text);
+            EXPECT_EQ(row.scan(whole.begin(), whole.length(), -1), kOk);
+            const ExactBlock reply(text);
+            IPCServInterrupt();
+            EXPECT_EQ(row.scan(reply.begin(), reply.length(), -1), ECANCELED) << depth;
+            const ExactBlock small(sample);
+            EXPECT_EQ(row.scan(small.begin(), small.length(), -1), kOk);
+            IPCServInit("reset");
+            IPCServTerm();
+        }
+    }
+}
+
 // The scanner has no result code to refuse with.
 TEST(NullArguments, AStartIndexMayBeLeftOut) {
     const std::string text = "<startIndex>5</startIndex>";
@@ -184,92 +221,165 @@ TEST(NullArguments, AStartIndexMayBeLeftOut) {
 
 struct Operation {
     const char* name;
-    int (*run)(const LogContext* log);
+    int (*run)(ErrorText* errorText, const LogContext* log);
 };
 
 const Operation kOperations[] = {
     {"MountVolumes callback",
-     [](const LogContext* log) { return MountVolumes("DATA", nullptr, nullptr, nullptr, log); }},
+     [](ErrorText* errorText, const LogContext* log) {
+         return MountVolumes("DATA", nullptr, nullptr, errorText, log);
+     }},
     {"DismountVolumes callback",
-     [](const LogContext* log) { return DismountVolumes("DATA", nullptr, nullptr, nullptr, log); }},
+     [](ErrorText* errorText, const LogContext* log) {
+         return DismountVolumes("DATA", nullptr, nullptr, errorText, log);
+     }},
     {"ModifyVolume record",
-     [](const LogContext* log) { return ModifyVolume("DATA", 0, 0, nullptr, nullptr, log); }},
+     [](ErrorText* errorText, const LogContext* log) {
+         return ModifyVolume("DATA", 0, 0, nullptr, errorText, log);
+     }},
     {"GetVolumeInformation version",
-     [](const LogContext* log) {
+     [](ErrorText* errorText, const LogContext* log) {
          VolumeRecord record;
-         return GetVolumeInformation("DATA", nullptr, &record, nullptr, log);
+         return GetVolumeInformation("DATA", nullptr, &record, errorText, log);
      }},
     {"GetVolumeInformation record",
-     [](const LogContext* log) {
+     [](ErrorText* errorText, const LogContext* log) {
          int version = kVolumeInformationVersion;
-         return GetVolumeInformation("DATA", &version, nullptr, nullptr, log);
+         return GetVolumeInformation("DATA", &version, nullptr, errorText, log);
      }},
     {"RemoveShadowVolume record",
-     [](const LogContext* log) { return RemoveShadowVolume("DATA", nullptr, nullptr, log); }},
+     [](ErrorText* errorText, const LogContext* log) {
+         return RemoveShadowVolume("DATA", nullptr, errorText, log);
+     }},
     {"RemoveShadowVolumeAt record",
-     [](const LogContext* log) {
-         return RemoveShadowVolumeAt("DATA", "/m", nullptr, nullptr, log);
+     [](ErrorText* errorText, const LogContext* log) {
+         return RemoveShadowVolumeAt("DATA", "/m", nullptr, errorText, log);
      }},
     {"GetServerConnInfo record",
-     [](const LogContext* log) { return GetServerConnInfo(nullptr, nullptr, log); }},
+     [](ErrorText* errorText, const LogContext* log) {
+         return GetServerConnInfo(nullptr, errorText, log);
+     }},
     {"ListOpenFilesByConnection callback",
-     [](const LogContext* log) {
+     [](ErrorText* errorText, const LogContext* log) {
          OpenFilesPage page;
-         return ListOpenFilesByConnection(nullptr, 0, 0, nullptr, nullptr, &page, nullptr, log);
+         return ListOpenFilesByConnection(nullptr, 0, 0, nullptr, nullptr, &page, errorText, log);
      }},
     {"ListOpenFilesByConnection page",
-     [](const LogContext* log) {
+     [](ErrorText* errorText, const LogContext* log) {
          const auto goOn = [](void*, const OpenFilesConnection&) { return 0; };
-         return ListOpenFilesByConnection(nullptr, 0, 0, goOn, nullptr, nullptr, nullptr, log);
+         return ListOpenFilesByConnection(nullptr, 0, 0, goOn, nullptr, nullptr, errorText, log);
      }},
     {"ListAllOpenFilesByConnection callback",
-     [](const LogContext* log) {
-         return ListAllOpenFilesByConnection(nullptr, nullptr, nullptr, nullptr, log);
+     [](ErrorText* errorText, const LogContext* log) {
+         return ListAllOpenFilesByConnection(nullptr, nullptr, nullptr, errorText, log);
      }},
     {"ListFileLocksByFile callback",
-     [](const LogContext* log) {
+     [](ErrorText* errorText, const LogContext* log) {
          int32_t count = 0;
-         return ListFileLocksByFile("DATA:a", nullptr, nullptr, &count, nullptr, log);
+         return ListFileLocksByFile("DATA:a", nullptr, nullptr, &count, errorText, log);
      }},
     {"ListFileLocksByFile count",
-     [](const LogContext* log) {
+     [](ErrorText* errorText, const LogContext* log) {
          const auto goOn = [](void*, const FileLock&) { return 0; };
-         return ListFileLocksByFile("DATA:a", goOn, nullptr, nullptr, nullptr, log);
+         return ListFileLocksByFile("DATA:a", goOn, nullptr, nullptr, errorText, log);
+     }},
+    {"MountAllVolumes callback",
+     [](ErrorText* errorText, const LogContext* log) {
+         return MountAllVolumes(nullptr, nullptr, errorText, log);
+     }},
+    {"DismountAllVolumes callback",
+     [](ErrorText* errorText, const LogContext* log) {
+         return DismountAllVolumes(nullptr, nullptr, errorText, log);
+     }},
+    {"ChangeLogin callback",
+     [](ErrorText* errorText, const LogContext* log) {
+         return ChangeLogin({}, nullptr, nullptr, errorText, log);
+     }},
+    {"GetServerConfig record",
+     [](ErrorText* errorText, const LogContext* log) {
+         return GetServerConfig(nullptr, errorText, log);
+     }},
+    {"SetServerConfig name",
+     [](ErrorText* errorText, const LogContext* log) {
+         ServerConfig config;
+         return SetServerConfig(nullptr, "1", &config, errorText, log);
+     }},
+    {"SetServerConfig record",
+     [](ErrorText* errorText, const LogContext* log) {
+         return SetServerConfig("a", "1", nullptr, errorText, log);
+     }},
+    {"GetServerCounters record",
+     [](ErrorText* errorText, const LogContext* log) {
+         return GetServerCounters(nullptr, errorText, log);
+     }},
+    {"GetThreads record",
+     [](ErrorText* errorText, const LogContext* log) {
+         return GetThreads(nullptr, errorText, log);
+     }},
+    {"BindAddress server",
+     [](ErrorText* errorText, const LogContext* log) {
+         return BindAddress(nullptr, "10.0.0.1", errorText, log);
+     }},
+    {"MountClusterVolumes callback",
+     [](ErrorText* errorText, const LogContext* log) {
+         const ClusterVolume volumes[] = {{"DATA"}};
+         return MountClusterVolumes(volumes, nullptr, nullptr, errorText, log);
+     }},
+    {"MountClusterVolumes volumes",
+     [](ErrorText* errorText, const LogContext* log) {
+         const auto goOn = [](void*, const ClusterVolumeResult&) { return 0; };
+         return MountClusterVolumes({}, goOn, nullptr, errorText, log);
+     }},
+    {"PurgeVolume name",
+     [](ErrorText* errorText, const LogContext* log) {
+         VolumeName name;
+         return PurgeVolume(nullptr, name, errorText, log);
+     }},
+    {"SetStorageLogLevel options",
+     [](ErrorText* errorText, const LogContext* log) {
+         return SetStorageLogLevel(nullptr, errorText, log);
      }},
     {"GetVolumes callback",
-     [](const LogContext*) { return GetVolumes(nullptr, nullptr, nullptr); }},
+     [](ErrorText*, const LogContext*) { return GetVolumes(nullptr, nullptr, nullptr); }},
     {"GetVolumeArray callback",
-     [](const LogContext*) { return GetVolumeArray(nullptr, nullptr, nullptr); }},
+     [](ErrorText*, const LogContext*) { return GetVolumeArray(nullptr, nullptr, nullptr); }},
     {"GetValidVolumes callback",
-     [](const LogContext*) { return GetValidVolumes(nullptr, nullptr, nullptr); }},
+     [](ErrorText*, const LogContext*) { return GetValidVolumes(nullptr, nullptr, nullptr); }},
     {"GetConnectionInformation version",
-     [](const LogContext*) {
+     [](ErrorText*, const LogContext*) {
          ConnectionInformationPtr record;
          return GetConnectionInformation(1, nullptr, &record);
      }},
     {"GetConnectionInformation record",
-     [](const LogContext*) {
+     [](ErrorText*, const LogContext*) {
          int version = kConnectionInformationVersion;
          return GetConnectionInformation(1, &version, nullptr);
      }},
     {"QueryConnections entries",
-     [](const LogContext*) {
+     [](ErrorText*, const LogContext*) {
          int count = 0;
          return QueryConnections(0, {}, &count);
      }},
     {"QueryConnections count",
-     [](const LogContext*) {
+     [](ErrorText*, const LogContext*) {
          ConnectionEntry entry;
          return QueryConnections(0, {&entry, 1}, nullptr);
      }},
     {"QueryServerStatistics callback",
-     [](const LogContext*) { return QueryServerStatistics(1, nullptr, nullptr, nullptr); }},
-    {"QuerySettings reply", [](const LogContext*) { return QuerySettings(nullptr, nullptr); }},
+     [](ErrorText*, const LogContext*) {
+         return QueryServerStatistics(1, nullptr, nullptr, nullptr);
+     }},
+    {"QuerySettings reply",
+     [](ErrorText*, const LogContext*) { return QuerySettings(nullptr, nullptr); }},
     {"IPCBKSControlList callback",
-     [](const LogContext* log) { return IPCBKSControlList(nullptr, nullptr, log, 0); }},
+     [](ErrorText*, const LogContext* log) { return IPCBKSControlList(nullptr, nullptr, log, 0); }},
     {"IPCBKSControlFilterList callback",
-     [](const LogContext* log) { return IPCBKSControlFilterList(nullptr, nullptr, log); }},
+     [](ErrorText*, const LogContext* log) {
+         return IPCBKSControlFilterList(nullptr, nullptr, log);
+     }},
 };
+
+constexpr size_t kOperationsWithWords = 26;
 
 using NullArgument = CatalogueTest;
 
@@ -277,9 +387,20 @@ TEST_F(NullArgument, IsRefusedByEveryOperationBeforeAnythingIsSent) {
     ScriptedPeer storage(kStorageDaemonSocket, {{read_request()}});
     for (const auto& row : kOperations) {
         SCOPED_TRACE(row.name);
-        expect_not_sent([&](const LogContext* to) { return row.run(to); }, kInvalid);
+        expect_not_sent([&](const LogContext* to) { return row.run(nullptr, to); }, kInvalid);
     }
     EXPECT_EQ(storage.connections(), 0U);
+}
+
+// Those that take no buffer for the server's words leave it alone.
+TEST_F(NullArgument, LeavesNoWordsOfAnEarlierCall) {
+    size_t emptied = 0;
+    for (const auto& row : kOperations) {
+        ErrorText errorText = "words";
+        row.run(&errorText, nullptr);
+        emptied += errorText[0] == '\0' ? 1 : 0;
+    }
+    EXPECT_EQ(emptied, kOperationsWithWords);
 }
 
 TEST(NullArguments, AreRefusedByTheWrapperOfDiagnostics) {

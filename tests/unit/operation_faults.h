@@ -108,7 +108,7 @@ protected:
             ErrorText errorText = "untouched";
             const int code = fault.isSpoilt ? spoilt.code : fault.code;
             EXPECT_EQ(operation(&errorText, log), code);
-            EXPECT_STREQ(errorText, fault.errorText == nullptr ? "untouched" : fault.errorText);
+            EXPECT_STREQ(errorText, fault.errorText == nullptr ? "" : fault.errorText);
             EXPECT_EQ(contents(), fault.isSpoilt               ? spoilt.log
                                   : fault.errorText != nullptr ? ""
                                                                : exchange_line(code));

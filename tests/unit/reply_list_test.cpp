@@ -1,5 +1,7 @@
 #include "common/engine/reply_list.h"
 
+#include <cstdlib>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -144,47 +146,83 @@ TEST(ScanNext, AFailedReadLeavesTheOffset) {
     EXPECT_EQ(offset, 0);
 }
 
-// A walk over numbers 1 to 3, then the code.
-int visit(WalkEnd end, int code, int stopAt, int* count, std::vector<int>* seen) {
-    int next = 1;
-    return visit_records<int>(
-        end,
-        [&](int*, int* record) {
-            *record = next;
-            return next++ <= 3 ? int{kOk} : code;
+// A walk over one-digit items; any other item is malformed, and "long" too long.
+struct Visits {
+    std::vector<int> seen;
+    int count = 77;
+    int rc = 0;
+};
+
+Visits visit(std::string_view text, int stopAt = 0) {
+    char* copy = static_cast<char*>(malloc(text.size()));
+    memcpy(copy, text.data(), text.size());
+    const Reply reply = {HeapText(copy), static_cast<int32_t>(text.size())};
+    Visits visits;
+    visits.rc = visit_records<int>(
+        kList, reply,
+        [&](int* offset, int* record) {
+            return scan_next(kList, copy, reply.length, offset, [&](const XmlElement& item) {
+                const std::string_view content(item.contentStart, item.contentLength);
+                *record = content.empty() ? 0 : content.front() - '0';
+                return content.size() == 1 ? int{kOk} : content == "long" ? kTooLong : kInvalid;
+            });
         },
         [&](int record) {
-            seen->push_back(record);
+            visits.seen.push_back(record);
             return record == stopAt ? 99 : int{kOk};
         },
-        count);
+        &visits.count);
+    return visits;
 }
 
-TEST(VisitRecords, EndsAsToldByTheScanner) {
-    struct Row {
-        WalkEnd end;
+using Seen = std::vector<int>;
+
+constexpr std::string_view kThree =
+    "<reply><list><item>1</item><item>2</item><item>3</item></list></reply>";
+
+TEST(VisitRecords, GivesEveryItem) {
+    const Visits visits = visit(kThree);
+    EXPECT_EQ(visits.rc, kOk);
+    EXPECT_EQ(visits.seen, (Seen{1, 2, 3}));
+    EXPECT_EQ(visits.count, 3);
+    EXPECT_EQ(visit("<reply><list></list></reply>").rc, kOk);
+    EXPECT_EQ(visit("<reply><list/></reply>").rc, kOk);
+}
+
+TEST(VisitRecords, OfAListThatWasCutNothingIsGiven) {
+    for (size_t size = 1; size < kThree.size(); size++) {
+        const Visits visits = visit(kThree.substr(0, size));
+        EXPECT_EQ(visits.rc, kInvalid) << size;
+        EXPECT_EQ(visits.seen, Seen{}) << size;
+    }
+    for (const std::string_view text :
+         {"", "garbage", "<reply/>", "<reply></reply>", "<list><item>1</item></list>",
+          "<reply><list><item>1</item></reply>", "<reply><list><item>1</item></list>"}) {
+        EXPECT_EQ(visit(text).rc, kInvalid) << text;
+        EXPECT_EQ(visit(text).seen, Seen{}) << text;
+    }
+}
+
+TEST(VisitRecords, AnItemThatCannotBeReadIsAFailure) {
+    constexpr struct {
+        const char* item;
         int code;
-        int expected;
+    } kRows[] = {
+        {"<item>two</item>", kInvalid}, {"<item/>", kInvalid},           {"<item>2", kInvalid},
+        {"<item >", kInvalid},          {"<item>long</item>", kTooLong}, {"<items>2</items>", kOk},
     };
-    const Row rows[] = {
-        {WalkEnd::kAtTheEnd, kRange, kOk},        {WalkEnd::kAtTheEnd, kInvalid, kInvalid},
-        {WalkEnd::kAtAnyFailure, kRange, kOk},    {WalkEnd::kAtAnyFailure, kInvalid, kOk},
-        {WalkEnd::kAtAnyFailure, kNotFound, kOk},
-    };
-    for (const Row& row : rows) {
-        std::vector<int> seen;
-        int count = 77;
-        EXPECT_EQ(visit(row.end, row.code, 0, &count, &seen), row.expected);
-        EXPECT_EQ(count, 3);
-        EXPECT_EQ(seen, (std::vector<int>{1, 2, 3}));
-        EXPECT_EQ(visit(row.end, row.code, 0, nullptr, &seen), row.expected);
+    for (const auto& row : kRows) {
+        const Visits visits =
+            visit(std::string("<reply><list><item>1</item>") + row.item + "</list></reply>");
+        EXPECT_EQ(visits.rc, row.code) << row.item;
+        EXPECT_EQ(visits.seen, Seen{1}) << row.item;
     }
 }
 
 TEST(VisitRecords, TheCallbackStopsTheWalk) {
-    std::vector<int> seen;
-    EXPECT_EQ(visit(WalkEnd::kAtAnyFailure, kRange, 2, nullptr, &seen), 99);
-    EXPECT_EQ(seen, (std::vector<int>{1, 2}));
+    const Visits visits = visit(kThree, 2);
+    EXPECT_EQ(visits.rc, 99);
+    EXPECT_EQ(visits.seen, (Seen{1, 2}));
 }
 
 } // namespace

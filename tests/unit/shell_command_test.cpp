@@ -91,6 +91,34 @@ TEST(ShellCommand, AcceptsAnyAmountOfOutputAndGivesNoInput) {
     EXPECT_EQ(run_shell_command("test -z \"$(cat)\""), 0);
 }
 
+TEST(ShellCommand, HasNothingOfTheEnvironmentOfTheUser) {
+    const Folder folder;
+    const std::string out = folder / "environment";
+    setenv("ZRP_OF_THE_USER", "1", 1);
+    const int status = run_shell_command(("exec /usr/bin/env > " + out).c_str());
+    unsetenv("ZRP_OF_THE_USER");
+    ASSERT_EQ(status, 0);
+    std::string seen = contents(out);
+    const std::string ownOfTheShell = "PWD=" + std::filesystem::current_path().string() + "\n";
+    const size_t at = seen.find(ownOfTheShell);
+    if (at != std::string::npos) {
+        seen.erase(at, ownOfTheShell.size());
+    }
+    EXPECT_EQ(seen, "PATH=/usr/sbin:/usr/bin:/sbin:/bin\nLC_ALL=C\n");
+}
+
+TEST(ShellCommand, FindsNoProgramOfTheUser) {
+    const Folder folder;
+    const std::string program = folder / "uname";
+    std::ofstream(program) << "#!/bin/sh\nexit 9\n";
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    const std::string path = getenv("PATH");
+    setenv("PATH", (folder / "").c_str(), 1);
+    const int status = run_shell_command("uname");
+    setenv("PATH", path.c_str(), 1);
+    EXPECT_EQ(status, 0);
+}
+
 TEST(ShellCommand, HasNoTerminal) {
     EXPECT_NE(run_shell_command("exec 3</dev/tty"), 0);
 }

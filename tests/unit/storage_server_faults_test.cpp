@@ -50,7 +50,7 @@ constexpr Operation kOperations[] = {
      {kOk},
      {kNotFound, kListMarks},
      {kNotFound, kListMarks},
-     {kOk}, // a name that is not closed ends the list
+     {kNotFound}, // a name that is not closed breaks it off
      {kSimulatedCode, kRefusedMarks}},
     // The server includes the volume already: a refusal is known by its first half, and no more of
     // a reply is looked at.
@@ -77,8 +77,8 @@ constexpr Operation kOperations[] = {
      [](const LogContext* log) { return IPCBKSControlFilterList(take_filter, nullptr, log); },
      true,
      {kOk},
-     {kOk, kNoFilters},
-     {kOk, kNoFilters},
+     {kNotFound, kNoFilters},
+     {kNotFound, kNoFilters},
      {kOk}, // the filter is passed over
      {kSimulatedCode, kRefusedFilters}},
     // Nobody looks at the replies of these.

@@ -1,28 +1,33 @@
 // IPCServInterrupt at every step at which an exchange can wait.
-#include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstddef>
-#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <functional>
 #include <future>
-#include <poll.h>
 #include <pthread.h>
-#include <sys/socket.h>
-#include <sys/un.h>
+#include <string>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
+#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "common/exchange_limits.h"
 #include "common/heap_text.h"
 #include "common/result.h"
 #include "common/transport.h"
 #include "tests/support/scripted_peer.h"
+#include "tests/unit/full_peer.h"
 
 namespace zrp {
 namespace {
 
 using namespace std::chrono_literals;
-using harness::Descriptor;
 
 int ask(const std::string& text = "<request/>") {
     uint64_t length = 0;
@@ -33,53 +38,6 @@ int ask(const std::string& text = "<request/>") {
     EXPECT_TRUE(rc == kOk || reply == nullptr);
     return rc;
 }
-
-sockaddr_un address_of(const std::string& name, socklen_t* length) {
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    name.copy(&address.sun_path[1], sizeof address.sun_path - 1);
-    *length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
-    return address;
-}
-
-// A daemon that accepts no connection and whose backlog is full.
-class FullPeer {
-public:
-    FullPeer() : listener_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        socklen_t length = 0;
-        const sockaddr_un address = address_of(kMainDaemonSocket, &length);
-        const auto* raw = reinterpret_cast<const sockaddr*>(&address);
-        EXPECT_EQ(bind(listener_.get(), raw, length), 0);
-        EXPECT_EQ(listen(listener_.get(), 0), 0);
-        for (Descriptor& waiting : waiting_) {
-            waiting.reset(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-            full_ = connect(waiting.get(), raw, length) != 0 && errno == EAGAIN;
-        }
-    }
-
-    [[nodiscard]] bool full() const {
-        return full_;
-    }
-
-    void accept_all() {
-        while (accept_one()) {
-        }
-    }
-
-private:
-    bool accept_one() {
-        pollfd watched = {listener_.get(), POLLIN, 0};
-        if (poll(&watched, 1, 0) != 1) {
-            return false;
-        }
-        const Descriptor accepted(accept(listener_.get(), nullptr, nullptr));
-        return true;
-    }
-
-    Descriptor listener_;
-    std::array<Descriptor, 4> waiting_;
-    bool full_ = false;
-};
 
 class Interrupt : public testing::Test {
 protected:
@@ -141,6 +99,59 @@ TEST_F(Interrupt, EndsAnExchangeWithATimeout) {
     IPCServInterrupt();
     ASSERT_EQ(exchange.wait_for(5s), std::future_status::ready);
     EXPECT_EQ(exchange.get(), ECANCELED);
+}
+
+// How often this thread has waited.
+long waits() {
+    rusage usage = {};
+    getrusage(RUSAGE_THREAD, &usage);
+    return usage.ru_nvcsw;
+}
+
+TEST_F(Interrupt, IsNotLookedForOftenInAWaitThatLasts) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{read_request(), hang()}});
+    const ExchangeLimitsGuard limits({.exchangeMs = 1500});
+    const long before = waits();
+    EXPECT_EQ(ask(), ETIMEDOUT);
+    EXPECT_LT(waits() - before, 10) << "a look every 50 ms is 30";
+}
+
+TEST_F(Interrupt, IsNotLookedForAtEachByteOfABodyThatDrips) {
+    PeerScript script = {read_request(), send_bytes(reply_header(5000))};
+    for (const PeerStep& step : send_in_pieces(std::string(1000, 'd'), 1)) {
+        script.push_back(step);
+    }
+    script.push_back(hang());
+    const ScriptedPeer peer(kMainDaemonSocket, {script});
+    const ExchangeLimitsGuard limits({.exchangeMs = 1500});
+    const long before = waits();
+    EXPECT_EQ(ask(), ETIMEDOUT);
+    EXPECT_LT(waits() - before, 250) << "a wait for each byte is some 600";
+}
+
+// Puts a file in the place of each timer of this process.
+void replace_timers(int file) {
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code error;
+        if (std::filesystem::read_symlink(entry, error) == "anon_inode:[timerfd]") {
+            dup2(file, std::stoi(entry.path().filename()));
+        }
+    }
+}
+
+TEST_F(Interrupt, LeavesAFileThatHasTheNumberOfItsDescriptorAlone) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{read_request(), hang()}});
+    const int file = memfd_create("file", MFD_CLOEXEC);
+    auto exchange = std::async(std::launch::async, ask, "<request/>");
+    EXPECT_EQ(exchange.wait_for(300ms), std::future_status::timeout);
+    replace_timers(file);
+    IPCServInterrupt();
+    ASSERT_EQ(exchange.wait_for(5s), std::future_status::ready);
+    EXPECT_EQ(exchange.get(), ECANCELED);
+    struct stat state = {};
+    EXPECT_EQ(fstat(file, &state), 0);
+    EXPECT_EQ(state.st_size, 0);
+    close(file);
 }
 
 TEST_F(Interrupt, EndsEveryExchangeInFlight) {
@@ -253,6 +264,96 @@ TEST_F(Interrupt, ASignalDuringConnectIsNotAFailure) {
     }
     EXPECT_EQ(rc.get(), kShortHeader);
     exchange.join();
+}
+
+// Ends with the status of a check that runs in a child.
+void expect_in_child(const std::function<bool()>& check) {
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(10);
+        _exit(check() ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(Interrupt, AProgramMayCloseAllItsDescriptors) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{read_request(), send_bytes(reply("x"))}});
+    EXPECT_EQ(ask(), kOk);
+    expect_in_child([] {
+        closefrom(STDERR_FILENO + 1);
+        const int file = memfd_create("file", MFD_CLOEXEC);
+        while (dup(file) < 32) { // whatever number the library had, it is the file's now
+        }
+        const bool works = ask() == kOk;
+        IPCServInterrupt();
+        const bool isInterrupted = ask() == ECANCELED;
+        IPCServInit(kMainDaemonSocket);
+        struct stat state = {};
+        return works && isInterrupted && ask() == kOk && fstat(file, &state) == 0 &&
+               state.st_size == 0;
+    });
+}
+
+TEST_F(Interrupt, NoDescriptorStaysOpenBetweenTwoExchanges) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{read_request(), send_bytes(reply("x"))}});
+    expect_in_child([&] {
+        closefrom(STDERR_FILENO + 1);
+        const bool works = ask() == kOk;
+        IPCServInterrupt();
+        IPCServInit(kMainDaemonSocket);
+        return works && open("/dev/null", O_RDONLY | O_CLOEXEC) == STDERR_FILENO + 1;
+    });
+}
+
+TEST_F(Interrupt, OfTheParentDoesNotReachTheChild) {
+    ScriptedPeer peer(kMainDaemonSocket,
+                      {{read_request(), send_bytes(reply("x"))},
+                       {read_request(), pause_for(300ms), send_bytes(reply("x"))}});
+    EXPECT_EQ(ask(), kOk);
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(10);
+        _exit(ask());
+    }
+    EXPECT_TRUE(peer.wait_for_connections(2));
+    IPCServInterrupt();
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(Interrupt, OfTheChildDoesNotReachTheParent) {
+    ScriptedPeer peer(kMainDaemonSocket,
+                      {{read_request(), send_bytes(reply("x"))},
+                       {read_request(), pause_for(300ms), send_bytes(reply("x"))}});
+    EXPECT_EQ(ask(), kOk);
+    auto exchange = std::async(std::launch::async, ask, "<request/>");
+    ASSERT_TRUE(peer.wait_for_connections(2));
+    expect_in_child([] {
+        IPCServInterrupt();
+        return ask() == ECANCELED;
+    });
+    EXPECT_EQ(exchange.get(), kOk);
+}
+
+TEST_F(Interrupt, OfTheParentIsOverInALaterChild) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{read_request(), send_bytes(reply("x"))}});
+    IPCServInterrupt();
+    expect_in_child([] { return ask() == kOk; });
+    EXPECT_EQ(ask(), ECANCELED);
+}
+
+TEST_F(Interrupt, IsNotLostWhenTheNextInitFollowsAtOnce) {
+    ScriptedPeer peer(kMainDaemonSocket, {{read_request(), hang()}});
+    IPCServTerm(); // so that the next init does not wait for the exchange
+    auto exchange = std::async(std::launch::async, ask, "<request/>");
+    ASSERT_TRUE(peer.wait_for_connections(1));
+    IPCServInterrupt();
+    IPCServInit(kMainDaemonSocket);
+    ASSERT_EQ(exchange.wait_for(harness::kPatience), std::future_status::ready);
+    EXPECT_EQ(exchange.get(), ECANCELED);
 }
 
 } // namespace

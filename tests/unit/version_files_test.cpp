@@ -3,10 +3,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <optional>
 #include <string>
 #include <sys/wait.h>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -14,6 +16,7 @@
 #include "common/result.h"
 #include "tests/support/needs.h"
 #include "tests/support/private_folder.h"
+#include "tools/harness/deadline.h"
 
 namespace zrp {
 namespace {
@@ -83,6 +86,35 @@ TEST_F(VersionFiles, ALongVersionIsCutToTheBuffer) {
 
 TEST_F(VersionFiles, AFileNameTooLongForACommandIsInvalid) {
     EXPECT_EQ(probeVersionString(std::string(9000, 'f').c_str(), 10, "VeRsIoN = ", text), kInvalid);
+}
+
+TEST_F(VersionFiles, AFileIsSearchedAgainOnlyAfterAChange) {
+    VersionSearch search;
+    auto look = [&] {
+        return probe_changed_file(&search, kTool, version_markers().component, text);
+    };
+    opt->write("tool", "VeRsIoN = 1\n");
+    const harness::Deadline deadline(harness::kPatience);
+    while (!search.isKnown && !deadline.passed()) {
+        ASSERT_EQ(look(), kOk);
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    // A search removes the file of its output first.
+    opt->write("velmora/zrpserv/sbin/v_e_r_s_i_o_n.txt", "");
+    EXPECT_EQ(look(), kOk);
+    EXPECT_STREQ(text, "1\n");
+    EXPECT_TRUE(std::filesystem::exists("/opt/velmora/zrpserv/sbin/v_e_r_s_i_o_n.txt"));
+
+    opt->write("tool", "VeRsIoN = 2\n");
+    EXPECT_EQ(look(), kOk);
+    EXPECT_STREQ(text, "2\n");
+    EXPECT_FALSE(std::filesystem::exists("/opt/velmora/zrpserv/sbin/v_e_r_s_i_o_n.txt"));
+
+    std::filesystem::remove(kTool);
+    EXPECT_EQ(WEXITSTATUS(look()), 1);
+    opt->write("tool", "VeRsIoN = 3\n");
+    EXPECT_EQ(look(), kOk);
+    EXPECT_STREQ(text, "3\n");
 }
 
 TEST_F(VersionFiles, LeaveNoTemporaryFileBehind) {

@@ -135,6 +135,12 @@ TEST(BuildVolumeInformationRequest, ANameOf16CharactersFitsAndOneOf17DoesNot) {
     EXPECT_EQ(request("ABCDEFGHIJKLMNOPQ", 5), "null");
 }
 
+TEST(BuildVolumeInformationRequest, AReferenceInTheNameCountsAsOneCharacter) {
+    EXPECT_NE(request("AT&amp;T_VOLUME_01", 5).find("<name>AT&amp;T_VOLUME_01</name>"),
+              std::string::npos);
+    EXPECT_EQ(request("&amp;BCDEFGHIJKLMNOPQ", 5), "null");
+}
+
 template <typename Record>
 void expect_texts(const Record& record) {
     EXPECT_STREQ(record.name, "SYS");

@@ -3,6 +3,7 @@
 #include "common/requests/volume_information.h"
 #include "tests/support/failing_allocation.h"
 #include "tests/unit/catalogue_fixture.h"
+#include "tests/unit/failing_malloc.h"
 
 namespace zrp {
 namespace {
@@ -294,7 +295,7 @@ TEST_F(VolumeOperation, WithoutMemoryForTheReplyTheExchangeFails) {
     const std::string text =
         reply_with("createVolume", "<volumeName>" + std::string(4000, 'x') + "</volumeName>");
     ScriptedPeer peer(kMainDaemonSocket, answer_with({text}));
-    const FailingAllocation failing(text.size());
+    const FailingMalloc failing(text.size());
     EXPECT_EQ(run_create("DATA", nullptr, log), kNoMemory);
     EXPECT_EQ(contents(), "[! TIME] IPCServRequest rc=12\n");
 }

@@ -50,6 +50,49 @@ TEST(MountVolumesRequest, HasAGroupForEachVolume) {
               "</dismountVolumes></zrpConsoleRequest>");
 }
 
+TEST(MountNamedVolumesRequest, TakesNamesAsTheyAre) {
+    const NamedVolume volumes[] = {{"A&amp;B, C"}, {"VOLUME", 12}};
+    uint32_t length = 0;
+    char* document = BuildMountNamedVolumesRequest(volumes, &length);
+    EXPECT_EQ(built(document, length),
+              "<zrpConsoleRequest pid=\"PID\"><mountVolumes>\n"
+              "<volume><name>A&amp;B, C</name><volumeNumber>-1</volumeNumber></volume>"
+              "<volume><name>VOLUME</name><volumeNumber>12</volumeNumber></volume>\n"
+              "</mountVolumes></zrpConsoleRequest>");
+    document = BuildDismountNamedVolumesRequest(volumes, &length);
+    EXPECT_EQ(built(document, length),
+              "<zrpConsoleRequest pid=\"PID\"><dismountVolumes>\n"
+              "<volume><name>A&amp;B, C</name></volume><volume><name>VOLUME</name></volume>\n"
+              "</dismountVolumes></zrpConsoleRequest>");
+}
+
+TEST(MountNamedVolumesRequest, HasRoomForTheLongestNames) {
+    std::string name;
+    for (int i = 0; i < kMaxVolumeName; i++) {
+        name += "&amp;";
+    }
+    const std::vector<NamedVolume> volumes(300, {name.c_str(), INT32_MIN});
+    uint32_t length = 0;
+    for (const auto build : {BuildMountNamedVolumesRequest, BuildDismountNamedVolumesRequest}) {
+        const HeapText document(build(volumes, &length));
+        EXPECT_NE(document, nullptr);
+    }
+}
+
+TEST(MountNamedVolumesRequest, RefusesAnEmptyListAndNull) {
+    const NamedVolume nameless[] = {{nullptr}};
+    uint32_t length = 77;
+    for (const auto build : {BuildMountNamedVolumesRequest, BuildDismountNamedVolumesRequest}) {
+        for (const std::span<const NamedVolume> volumes :
+             {std::span<const NamedVolume>(), std::span<const NamedVolume>(nameless)}) {
+            errno = 0;
+            EXPECT_EQ(build(volumes, &length), nullptr);
+            EXPECT_EQ(errno, EINVAL);
+            EXPECT_EQ(length, 77U);
+        }
+    }
+}
+
 TEST(MountVolumesRequest, ALongListHasRoom) {
     std::string text;
     std::string children;

@@ -1,6 +1,8 @@
 #include <cerrno>
 #include <cstdarg>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -102,6 +104,44 @@ TEST_P(VolumeWalk, ReturnsTheErrorOfTheServer) {
     Visits visits;
     EXPECT_EQ(walk(&visits), -601);
     EXPECT_TRUE(visits.seen.empty());
+}
+
+PeerScript send_text(std::string_view text) {
+    return {read_request(), send_bytes(reply(text))};
+}
+
+TEST_P(VolumeWalk, APageThatWasCutIsAFailureWithoutVolumes) {
+    const std::string page = "<zrpConsoleReply><listVolumes>" + volume(0, "2") + volume(1, "2") +
+                             "</listVolumes><startIndex>2</startIndex></zrpConsoleReply>";
+    std::vector<PeerScript> scripts;
+    for (size_t size = 0; size < page.size(); size++) {
+        scripts.push_back(send_text(std::string_view(page).substr(0, size)));
+    }
+    scripts.push_back(send_text("garbage"));
+    scripts.push_back(send_text("<zrpConsoleReply></zrpConsoleReply>"));
+    const size_t count = scripts.size();
+    const ScriptedPeer peer(kMainDaemonSocket, std::move(scripts));
+    for (size_t i = 0; i < count; i++) {
+        Visits visits;
+        EXPECT_EQ(walk(&visits), kInvalid) << i;
+        EXPECT_TRUE(visits.seen.empty()) << i;
+    }
+}
+
+TEST_P(VolumeWalk, AVolumeThatCannotBeReadIsAFailure) {
+    const std::pair<std::string, int> rows[] = {
+        {"<volume></volume>", kInvalid},
+        {"<volume/>", kInvalid},
+        {"<volume><name>V1</name><status>2</status>", kInvalid},
+        {"<volume><name>V1</name><volumeNumber>1</volumeNumber></volume>", kInvalid},
+        {"<volume><name>" + std::string(kListedNameSize, 'V') + "</name></volume>", kTooLong},
+    };
+    for (const auto& [item, code] : rows) {
+        const ScriptedPeer peer(kMainDaemonSocket, {answer(volume(0, "2") + item)});
+        Visits visits;
+        EXPECT_EQ(walk(&visits), code) << item;
+        EXPECT_LE(visits.seen.size(), 1U) << item;
+    }
 }
 
 std::vector<std::string>& dumped() {

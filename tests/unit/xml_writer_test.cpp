@@ -235,6 +235,24 @@ TEST(Sendable, MarkupAndControlCharactersEndTheDocument) {
     }
 }
 
+TEST(TypedValueWriters, ATypeThatWouldBreakTheDocumentEndsIt) {
+    for (const char* type : {"a\"b", "\"", "<", "R&D", "\x01", static_cast<const char*>(nullptr)}) {
+        XmlDocument documents[2];
+        for (XmlDocument& document : documents) {
+            document = StartDocument(256);
+        }
+        EXPECT_EQ(WriteParmString(documents[0], "N", type, "v"), 0);
+        EXPECT_EQ(WriteParmTypedUInt(documents[1], "N", type, 1), 0);
+        for (XmlDocument& document : documents) {
+            uint32_t length = 77;
+            errno = 0;
+            EXPECT_EQ(FinishDocument(document, &length), nullptr);
+            EXPECT_EQ(errno, EINVAL);
+        }
+    }
+    EXPECT_EQ(written(WriteParmString, "N", "a&amp;'b'", "v"), parm("a&amp;'b'", "v"));
+}
+
 TEST(Sendable, WhatDoesNotFitIsAMatterOfMemory) {
     XmlDocument document = StartDocument(12);
     WriteTextElement(document, tag::name, "abcdefgh");

@@ -24,7 +24,8 @@ constexpr std::string_view kStatistics =
     "</zrpConsoleRequest>";
 constexpr std::string_view kStorageVersion =
     "<zrp2bks_request><versionTag>\n</versionTag></zrp2bks_request>";
-constexpr int32_t kShortWaitMs = 200;
+constexpr int32_t kShortWaitMs = 200; // for what never comes
+constexpr int32_t kLongWaitMs = 30000;
 
 ChildOptions simulator(std::vector<std::string> arguments) {
     ChildOptions options;
@@ -57,11 +58,12 @@ struct Exchange {
     std::string reply;
 };
 
-Exchange exchange(const char* socket, uint32_t number, std::string_view request) {
+Exchange exchange(const char* socket, uint32_t number, std::string_view request,
+                  int32_t timeoutMs = kLongWaitMs) {
     Exchange result{};
     char* reply = nullptr;
     result.code = IPCServRequestTimeout(socket, number, request.size(), request.data(),
-                                        &result.length, &reply, kShortWaitMs);
+                                        &result.length, &reply, timeoutMs);
     const HeapText guard(reply);
     if (reply != nullptr) {
         result.reply.assign(reply, result.length);
@@ -69,8 +71,8 @@ Exchange exchange(const char* socket, uint32_t number, std::string_view request)
     return result;
 }
 
-Exchange ask_statistics() {
-    return exchange(kMainDaemonSocket, kMainDaemonRequest, kStatistics);
+Exchange ask_statistics(int32_t timeoutMs = kLongWaitMs) {
+    return exchange(kMainDaemonSocket, kMainDaemonRequest, kStatistics, timeoutMs);
 }
 
 // Does not read the reply.
@@ -167,7 +169,8 @@ class SimulatorFault : public testing::TestWithParam<FaultRow> {};
 
 TEST_P(SimulatorFault, HasItsCodeInTheTransport) {
     ChildProcess child = started({"--fault", GetParam().fault});
-    const Exchange result = ask_statistics();
+    const bool isMute = std::string_view(GetParam().fault) == "hang";
+    const Exchange result = ask_statistics(isMute ? kShortWaitMs : kLongWaitMs);
     EXPECT_EQ(result.code, GetParam().code);
     EXPECT_EQ(is_whole(result.reply), GetParam().whole) << result.reply;
 }
@@ -215,6 +218,27 @@ TEST(Simulator, TheClockIsStoppedAndStartedWhileItRuns) {
     EXPECT_NE(pinned.reply.find("<value type=\"diffSeconds\">59<"), std::string::npos);
     EXPECT_EQ(ask_statistics().reply, pinned.reply);
     EXPECT_EQ(answer_to(child, "clock run"), "ok");
+}
+
+TEST(Simulator, FillsAVolumeAndDisablesLoginsWhenTold) {
+    constexpr std::string_view kVolume =
+        "<zrpConsoleRequest><volumeInformation><volume><name>DATA</name><versionTag>5</versionTag>"
+        "</volume></volumeInformation></zrpConsoleRequest>";
+    ChildProcess child = started({"--control"});
+    const auto free_clusters = [&] {
+        return exchange(kMainDaemonSocket, kMainDaemonRequest, kVolume).reply;
+    };
+    EXPECT_EQ(free_clusters().find("<freeClusters>0</freeClusters>"), std::string::npos);
+    EXPECT_EQ(answer_to(child, "fill DATA 100"), "ok");
+    EXPECT_NE(free_clusters().find("<freeClusters>0</freeClusters>"), std::string::npos);
+    EXPECT_EQ(answer_to(child, "login off"), "ok");
+    EXPECT_NE(ask_statistics().reply.find("<logAllowed>0</logAllowed>"), std::string::npos);
+    EXPECT_EQ(answer_to(child, "login on"), "ok");
+    EXPECT_NE(ask_statistics().reply.find("<logAllowed>1</logAllowed>"), std::string::npos);
+    EXPECT_EQ(answer_to(child, "fill NONE 5"), "error: no volume \"NONE\"");
+    EXPECT_EQ(answer_to(child, "fill DATA 101"),
+              "error: fill takes a volume and how many percent of it are used");
+    EXPECT_EQ(answer_to(child, "login maybe"), "error: login takes \"on\" or \"off\"");
 }
 
 TEST(Simulator, AWrongCommandGetsAnError) {

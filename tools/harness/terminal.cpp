@@ -12,6 +12,9 @@
 namespace zrp::harness {
 namespace {
 
+// A process that the program has left behind may keep the terminal open.
+constexpr milliseconds kLastOutputPatience{2000};
+
 constexpr milliseconds kLook{20}; // between two checks of a condition while nothing is printed
 
 [[noreturn]] void fail(const char* what) {
@@ -182,7 +185,8 @@ std::optional<ExitStatus> Terminal::wait_for_exit(milliseconds patience) {
         },
         patience);
     if (status) {
-        poll_output(0); // what it printed last
+        // The kernel hands over what the program printed last a moment after its end.
+        wait_until([this] { return !open_; }, kLastOutputPatience);
     }
     return status;
 }

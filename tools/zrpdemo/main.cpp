@@ -12,6 +12,7 @@
 #include "tools/zrpdemo/pictures.h"
 #include "tools/zrpdemo/product.h"
 #include "tools/zrpdemo/server.h"
+#include "tools/zrpdemo/shell.h"
 #include "tools/zrpdemo/walk.h"
 
 namespace {
@@ -29,6 +30,7 @@ struct Options {
     std::vector<std::string> serverArguments;
     Size size;
     std::string pictures; // folder, or empty
+    bool shell = false;
 };
 
 // Reads a size such as "100x40". Returns an empty text, or what is wrong.
@@ -56,6 +58,10 @@ void declare(CLI::App& app, Options& options) {
         ->type_name("FOLDER")
         ->excludes(size)
         ->excludes(arguments);
+    app.add_flag("--shell", options.shell,
+                 "Open a shell in which zrpctl and zrptop use the simulated server; without a "
+                 "terminal, run the commands of standard input")
+        ->excludes("--pictures");
 }
 
 // If a standard stream is closed, a descriptor that is opened later would take its place.
@@ -94,6 +100,9 @@ harness::ExitStatus show_as_text(const Options& options) {
 }
 
 harness::ExitStatus show(const Options& options, const std::string& noProduct) {
+    if (options.shell) {
+        return demo::run_shell({options.monitor, ZRPCTL_PROGRAM});
+    }
     if (!options.pictures.empty()) {
         return demo::draw_pictures({options.monitor, options.pictures, noProduct});
     }

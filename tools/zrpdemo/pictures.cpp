@@ -1,7 +1,6 @@
 #include "tools/zrpdemo/pictures.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <fstream>
 #include <stdexcept>
 #include <system_error>
@@ -14,11 +13,6 @@ namespace zrp::demo {
 namespace {
 
 constexpr std::string_view kNeedsProduct = "version"; // the scene
-
-std::string path_with_fixed_platform() {
-    const char* path = std::getenv("PATH");
-    return std::string("PATH=") + kFixedPlatformFolder + ":" + (path == nullptr ? "" : path);
-}
 
 void write_picture(const std::filesystem::path& path, const std::string& svg) {
     std::ofstream file(path, std::ios::binary);
@@ -37,8 +31,10 @@ std::vector<std::string> picture_server_arguments() {
 
 harness::ExitStatus draw_pictures(const PictureOptions& options) {
     std::filesystem::create_directories(options.folder);
-    harness::TerminalOptions monitor = walk_terminal(options.monitor);
-    monitor.child.environment.push_back(path_with_fixed_platform());
+    if (options.noProduct.empty()) {
+        fix_platform();
+    }
+    const harness::TerminalOptions monitor = walk_terminal(options.monitor);
     const auto status = run_walk(monitor, [&](const Scene& scene, const harness::Snapshot& shown) {
         if (options.noProduct.empty() || scene.name != kNeedsProduct) {
             write_picture(options.folder / (std::string(scene.name) + ".svg"),

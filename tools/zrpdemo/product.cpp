@@ -1,6 +1,9 @@
 #include "tools/zrpdemo/product.h"
 
+#include <cerrno>
 #include <exception>
+#include <sys/mount.h>
+#include <system_error>
 
 #include "tools/harness/private_files.h"
 
@@ -18,7 +21,7 @@ const Folder kFolders[] = {
      {
          {"velmora/zrpserv/sbin/zrpshell", "VeRsIoN = 2026-03-30_14:22:37_x86_64build118-.512\n"},
          {"velmora/zrpserv/sbin/zrpcon", "VeRsIoN = 2026-03-30_14:23:02_x86_64build118-.256\n"},
-         {"velmora/fixed_platform/uname", "#!/bin/sh\necho x86_64\n", true},
+         {"velmora/fixed_uname", "#!/bin/sh\necho x86_64\n", true},
      }},
     {"/etc",
      {
@@ -37,6 +40,13 @@ std::string install_product() {
         return failure.what();
     }
     return "";
+}
+
+void fix_platform() {
+    constexpr const char* kRealProgram = "/usr/bin/uname";
+    if (mount("/opt/velmora/fixed_uname", kRealProgram, nullptr, MS_BIND, nullptr) != 0) {
+        throw std::system_error(errno, std::generic_category(), kRealProgram);
+    }
 }
 
 } // namespace zrp::demo

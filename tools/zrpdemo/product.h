@@ -10,9 +10,9 @@ namespace zrp::demo {
 // empty text.
 std::string install_product();
 
-// The folder of a "uname" that prints the same platform on every machine; that of the real one for
-// "-i" differs between systems. Pictures must be the same wherever they are drawn: put this folder
-// first in PATH for them.
-inline constexpr const char* kFixedPlatformFolder = "/opt/velmora/fixed_platform";
+// Puts a "uname" in the place of the real one, for this process and its later children only, that
+// prints the same platform on every machine: pictures must be the same wherever they are drawn.
+// Comes after install_product. Throws std::system_error.
+void fix_platform();
 
 } // namespace zrp::demo

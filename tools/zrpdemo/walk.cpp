@@ -35,39 +35,6 @@ bool shows_up_time(const TerminalScreen& screen) {
     return strip.starts_with(kStripLabel) && strip.find_first_of("0123456789") != std::string::npos;
 }
 
-// Every pass of the refresh thread begins in the strip and leaves the cursor there until it draws
-// elsewhere. Once the scene's text is on the screen, a cursor in the strip therefore means that the
-// pass that drew the text is over. The text of a dialog is its prompt, which is drawn last.
-bool is_complete(const Scene& scene, const TerminalScreen& screen) {
-    return screen.cursor().row == kStripRow && shows_up_time(screen) &&
-           screen.find_row(scene.text, kMainRow) >= 0;
-}
-
-// Looks at the screen after every byte of the monitor's output: the cursor may be in the strip so
-// briefly that its arrival and departure are read at once.
-class SceneWatcher {
-public:
-    explicit SceneWatcher(const Terminal& terminal)
-        : terminal_(terminal), screen_(terminal.screen().rows(), terminal.screen().columns()) {}
-
-    // Feeds the output since the last call, up to the first byte that completes the scene.
-    bool sees(const Scene& scene) {
-        const std::string_view output = terminal_.raw_output();
-        while (seen_ < output.size()) {
-            screen_.feed(output.substr(seen_++, 1));
-            if (is_complete(scene, screen_)) {
-                return true;
-            }
-        }
-        return false;
-    }
-
-private:
-    const Terminal& terminal_;
-    TerminalScreen screen_;
-    size_t seen_ = 0;
-};
-
 [[noreturn]] void fail(Terminal& terminal, const std::string& what) {
     // The monitor may close its terminal a moment before it ends.
     const auto ended = terminal.child().wait(harness::milliseconds{500});
@@ -75,15 +42,16 @@ private:
                              "; its screen:\n" + terminal.text());
 }
 
-void go_to(const Scene& scene, Terminal& terminal, SceneWatcher& watcher) {
+bool shows(const Scene& scene, const TerminalScreen& screen) {
+    return shows_up_time(screen) && screen.find_row(scene.text, kMainRow) >= 0;
+}
+
+// A pass that draws a screen for the first time shows its labels before it asks for the values.
+void go_to(const Scene& scene, Terminal& terminal) {
     terminal.type(scene.keys);
-    bool isComplete = false;
-    const auto look = [&] {
-        isComplete = watcher.sees(scene);
-        return isComplete || !terminal.is_open();
-    };
-    terminal.wait_until(look, kScenePatience);
-    if (!isComplete) {
+    terminal.wait_until([&] { return shows(scene, terminal.screen()) || !terminal.is_open(); },
+                        kScenePatience);
+    if (!terminal.wait_for_rest() || !shows(scene, terminal.screen())) {
         fail(terminal, std::string("the scene \"") + scene.caption + "\" did not come up");
     }
 }
@@ -99,9 +67,8 @@ harness::TerminalOptions walk_terminal(const std::string& monitor) {
 
 harness::ExitStatus run_walk(const harness::TerminalOptions& monitor, const ShowScene& show) {
     Terminal terminal(monitor);
-    SceneWatcher watcher(terminal);
     for (const Scene& scene : kScenes) {
-        go_to(scene, terminal, watcher);
+        go_to(scene, terminal);
         show(scene, terminal.screen().snapshot());
     }
     terminal.press(Key::kF12);

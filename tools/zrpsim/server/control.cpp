@@ -49,6 +49,32 @@ std::string set_clock(Server& server, std::istringstream& words) {
     return {};
 }
 
+std::string fill_volume(Server& server, std::istringstream& words) {
+    std::string name;
+    std::string word;
+    words >> name >> word;
+    Volume* volume = find_volume(server.world, name);
+    const auto percent = whole_number<int>(word);
+    if (volume == nullptr) {
+        return "no volume \"" + name + "\"";
+    }
+    if (!percent || *percent < 0 || *percent > 100) {
+        return "fill takes a volume and how many percent of it are used";
+    }
+    volume->percentUsed = *percent;
+    return {};
+}
+
+std::string set_login(Server& server, std::istringstream& words) {
+    std::string word;
+    words >> word;
+    if (word != "on" && word != "off") {
+        return "login takes \"on\" or \"off\"";
+    }
+    server.world.loginEnabled = word == "on";
+    return {};
+}
+
 std::string quit(Server& server, std::istringstream&) {
     server.io.stop();
     return {};
@@ -62,6 +88,8 @@ struct ControlRow {
 constexpr std::array kControls = std::to_array<ControlRow>({
     {"fault", set_faults},
     {"clock", set_clock},
+    {"fill", fill_volume},
+    {"login", set_login},
     {"quit", quit},
 });
 

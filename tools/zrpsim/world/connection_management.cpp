@@ -20,10 +20,7 @@ size_t end_connections(World& world, Choice isMeant) {
         if (!isMeant(connection)) {
             return false;
         }
-        const Traffic traffic = traffic_of(world, connection);
-        world.closedTraffic.bytesRead += traffic.bytesRead;
-        world.closedTraffic.bytesWritten += traffic.bytesWritten;
-        world.closedTraffic.requests += traffic.requests;
+        add_traffic(world.closedTraffic, traffic_of(world, connection));
         return true;
     });
 }

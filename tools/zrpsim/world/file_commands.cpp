@@ -8,7 +8,7 @@
 namespace zrp::sim {
 namespace {
 
-constexpr int kConnectionsOfAPage = 50;
+constexpr int kFileConnectionsOfAPage = 50;
 
 // The connection's files on the volume, or all its files for no volume.
 std::vector<const OpenFile*> files_on(const Connection& connection, const Volume* volume) {
@@ -49,7 +49,7 @@ void append_iteration(std::string& out, int count, const Connection* next) {
 Outcome list_open_files(World& world, pugi::xml_node command, std::string& out) {
     Page page{};
     Volume* volume = nullptr;
-    Outcome outcome = read_page(command, kConnectionsOfAPage, page);
+    Outcome outcome = read_page(command, kFileConnectionsOfAPage, page);
     if (outcome.code == 0 && command.child("volumeName")) {
         outcome = named_volume(world, command, "volumeName", volume);
     }

@@ -8,53 +8,69 @@
 namespace zrp::sim {
 namespace {
 
+// What takes a walk through all connections: one walk serves the whole reply.
+struct Census {
+    Traffic traffic{};
+    uint64_t withoutLogin = 0;
+    uint64_t openFiles = 0;
+    uint64_t locks = 0;
+};
+
+Census census_of(const World& world) {
+    Census census{.traffic = world.closedTraffic};
+    for (const Connection& connection : world.connections) {
+        add_traffic(census.traffic, traffic_of(world, connection));
+        census.withoutLogin += logged_in(connection) ? 0 : 1;
+        census.openFiles += connection.files.size();
+        for (const OpenFile& file : connection.files) {
+            census.locks += file.locked ? 1 : 0;
+        }
+    }
+    return census;
+}
+
 struct StatisticRow {
     const char* name;
     const char* type;
-    uint64_t (*value)(const World& world);
+    uint64_t (*value)(const World& world, const Census& census);
 };
 
-uint64_t up_seconds(const World& world) {
-    return static_cast<uint64_t>(world.upTimeMs / 1000);
-}
-
-uint64_t packets(const World& world) {
-    return total_traffic(world).requests * 5 / 4;
-}
-
-uint64_t locks(const World& world) {
-    uint64_t count = 0;
-    for (const Connection& connection : world.connections) {
-        for (const OpenFile& file : connection.files) {
-            count += file.locked ? 1 : 0;
-        }
-    }
-    return count;
-}
-
-uint64_t licensed(const World& world) {
-    return world.connections.size() - count_not_logged_in(world);
+uint64_t packets(const Census& census) {
+    return census.traffic.requests * 5 / 4;
 }
 
 // As in the server's replies, the up time is among the others.
 constexpr std::array kStatistics = std::to_array<StatisticRow>({
-    {"packetsAccepted", "unsignedLong", packets},
-    {"packetsDumped", "unsignedLong", [](const World& w) { return packets(w) / 90001; }},
-    {"serverUpTime", "diffSeconds", up_seconds},
-    {"zrpRequests", "unsignedLong", [](const World& w) { return total_traffic(w).requests; }},
-    {"zrpDuplicateReplies", "unsignedLong", [](const World& w) { return packets(w) / 40009; }},
-    {"bytesRead", "unsignedLong", [](const World& w) { return total_traffic(w).bytesRead; }},
-    {"bytesWritten", "unsignedLong", [](const World& w) { return total_traffic(w).bytesWritten; }},
-    {"connectionSlotsInUse", "unsignedInt", [](const World& w) { return w.connections.size(); }},
-    {"peakConnectionSlots", "unsignedInt", [](const World& w) { return w.peakConnections; }},
-    {"notLoggedInCount", "unsignedInt", [](const World& w) { return count_not_logged_in(w); }},
-    {"numberOfOpenFiles", "unsignedInt", [](const World& w) { return count_open_files(w); }},
-    {"fileLockCount", "unsignedInt", locks},
-    {"numberOfMountedVolumes", "unsignedInt", [](const World& w) { return count_mounted(w); }},
-    {"volumeCount", "unsignedInt", [](const World& w) { return w.volumes.size(); }},
-    {"licensedConnectionCount", "unsignedInt", licensed},
-    {"maximumConnectionSlots", "unsignedInt", [](const World&) { return kConnectionSlots; }},
-    {"logAllowed", "boolean", [](const World& w) { return uint64_t{w.loginEnabled}; }},
+    {"packetsAccepted", "unsignedLong", [](const World&, const Census& c) { return packets(c); }},
+    {"packetsDumped", "unsignedLong",
+     [](const World&, const Census& c) { return packets(c) / 90001; }},
+    {"serverUpTime", "diffSeconds",
+     [](const World& w, const Census&) { return static_cast<uint64_t>(w.upTimeMs / 1000); }},
+    {"zrpRequests", "unsignedLong",
+     [](const World&, const Census& c) { return c.traffic.requests; }},
+    {"zrpDuplicateReplies", "unsignedLong",
+     [](const World&, const Census& c) { return packets(c) / 40009; }},
+    {"bytesRead", "unsignedLong",
+     [](const World&, const Census& c) { return c.traffic.bytesRead; }},
+    {"bytesWritten", "unsignedLong",
+     [](const World&, const Census& c) { return c.traffic.bytesWritten; }},
+    {"connectionSlotsInUse", "unsignedInt",
+     [](const World& w, const Census&) { return w.connections.size(); }},
+    {"peakConnectionSlots", "unsignedInt",
+     [](const World& w, const Census&) { return w.peakConnections; }},
+    {"notLoggedInCount", "unsignedInt",
+     [](const World&, const Census& c) { return c.withoutLogin; }},
+    {"numberOfOpenFiles", "unsignedInt", [](const World&, const Census& c) { return c.openFiles; }},
+    {"fileLockCount", "unsignedInt", [](const World&, const Census& c) { return c.locks; }},
+    {"numberOfMountedVolumes", "unsignedInt",
+     [](const World& w, const Census&) { return count_mounted(w); }},
+    {"volumeCount", "unsignedInt", [](const World& w, const Census&) { return w.volumes.size(); }},
+    {"licensedConnectionCount", "unsignedInt",
+     [](const World& w, const Census& c) { return w.connections.size() - c.withoutLogin; }},
+    {"maximumConnectionSlots", "unsignedInt",
+     [](const World&, const Census&) { return kConnectionSlots; }},
+    {"logAllowed", "boolean",
+     [](const World& w, const Census&) { return uint64_t{w.loginEnabled}; }},
 });
 
 // Sends every figure twice: as a typed pair, for clients that list all, and as an element of its
@@ -65,9 +81,10 @@ Outcome server_statistics(World& world, pugi::xml_node command, std::string& out
         return {kBadRequest, "serverStatistics needs a versionTag"};
     }
     out += '\n';
+    const Census census = census_of(world);
     std::string elements;
     for (const StatisticRow& row : kStatistics) {
-        const std::string value = std::to_string(row.value(world));
+        const std::string value = std::to_string(row.value(world, census));
         typed_parm(out, row.name, row.type, value);
         text_element(elements, row.name, value);
     }

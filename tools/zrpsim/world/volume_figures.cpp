@@ -59,6 +59,9 @@ uint64_t sum_volume_figure(const World& world, std::string_view tag) {
 }
 
 uint64_t free_clusters(const World& world, const Volume& volume) {
+    if (volume.percentUsed >= 0) {
+        return volume.clusters - volume.clusters * static_cast<uint64_t>(volume.percentUsed) / 100;
+    }
     const uint64_t used = volume_figure(world, volume, "usedClusters");
     return volume.clusters - std::min(used, volume.clusters);
 }

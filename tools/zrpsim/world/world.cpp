@@ -76,13 +76,16 @@ Traffic traffic_of(const World& world, const Connection& connection) {
     return {bytesRead, bytesWritten, (bytesRead + bytesWritten) / 1500 + 12};
 }
 
+void add_traffic(Traffic& total, const Traffic& more) {
+    total.bytesRead += more.bytesRead;
+    total.bytesWritten += more.bytesWritten;
+    total.requests += more.requests;
+}
+
 Traffic total_traffic(const World& world) {
     Traffic total = world.closedTraffic;
     for (const Connection& connection : world.connections) {
-        const Traffic one = traffic_of(world, connection);
-        total.bytesRead += one.bytesRead;
-        total.bytesWritten += one.bytesWritten;
-        total.requests += one.requests;
+        add_traffic(total, traffic_of(world, connection));
     }
     return total;
 }

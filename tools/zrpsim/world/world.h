@@ -49,6 +49,7 @@ struct Volume {
     bool excluded;          // from the file service, by the storage daemon
     bool purged;            // nothing is left to purge
     uint32_t treeFlags;     // of the volume tree control
+    int percentUsed = -1;   // fixed by a control command; -1: as its figures say
 };
 
 struct OpenFile {
@@ -154,6 +155,7 @@ std::vector<Connection>::const_iterator connections_from(const World& world, int
 
 bool logged_in(const Connection& connection);
 Traffic traffic_of(const World& world, const Connection& connection);
+void add_traffic(Traffic& total, const Traffic& more);
 Traffic total_traffic(const World& world);
 size_t count_open_files(const World& world);
 size_t count_mounted(const World& world);

@@ -1,7 +1,10 @@
-// The sixteen groups of counters that the Diagnostics screen shows.
+// The sixteen groups of counters, as the Diagnostics screen shows them. Internal to the library.
 #pragma once
 
 #include <cstdint>
+#include <span>
+
+#pragma GCC visibility push(hidden)
 
 namespace zrp {
 
@@ -27,4 +30,9 @@ struct DiagGroup {
 // The group of that number, or null. There are groups 1 to 8 and 11 to 18.
 const DiagGroup* find_diag_group(int32_t type);
 
+// All of them, in the order of their numbers.
+std::span<const DiagGroup> diag_groups();
+
 } // namespace zrp
+
+#pragma GCC visibility pop

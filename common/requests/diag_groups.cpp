@@ -1,6 +1,6 @@
-#include "screens/diag_groups.h"
+#include "common/requests/diag_groups.h"
 
-#include "screens/diag_keys.h"
+#include "common/requests/diag_keys.h"
 
 namespace zrp {
 namespace {
@@ -167,6 +167,10 @@ const DiagGroup* find_diag_group(int32_t type) {
         }
     }
     return nullptr;
+}
+
+std::span<const DiagGroup> diag_groups() {
+    return kDiagGroups;
 }
 
 } // namespace zrp

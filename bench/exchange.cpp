@@ -1,0 +1,164 @@
+// An exchange of the library against a plain loop of the same system calls, with one daemon and on
+// one processor. Prints a row for each size of the reply: the time of both, their ratio and the
+// aim. Rounds of both alternate, and the medians are compared, so that a busy machine disturbs both
+// alike.
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <sched.h>
+#include <string>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+#include "common/transport.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr double kAim = 1.05;
+constexpr int kRounds = 60;
+constexpr char kRequest[] = "<zrpConsoleRequest><serverStatistics><versionTag>1</versionTag>"
+                            "</serverStatistics></zrpConsoleRequest>";
+
+struct Case {
+    const char* name;
+    uint32_t length; // of the reply
+    int exchanges;   // in a round
+};
+
+constexpr Case kCases[] = {{"200 B", 200, 400}, {"8 KiB", 8 << 10, 400}, {"1 MiB", 1 << 20, 20}};
+
+void use_one_processor() {
+    cpu_set_t processors;
+    sched_getaffinity(0, sizeof processors, &processors);
+    int last = CPU_SETSIZE - 1;
+    while (!CPU_ISSET(last, &processors)) {
+        last--;
+    }
+    CPU_ZERO(&processors);
+    CPU_SET(last, &processors);
+    sched_setaffinity(0, sizeof processors, &processors);
+}
+
+socklen_t set_address(sockaddr_un* address, const std::string& name) {
+    address->sun_family = AF_UNIX;
+    memcpy(address->sun_path + 1, name.data(), name.size());
+    return static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
+}
+
+bool read_all(int fd, char* data, size_t size) {
+    while (size > 0) {
+        const ssize_t count = recv(fd, data, size, 0);
+        if (count <= 0) {
+            return false;
+        }
+        data += count;
+        size -= static_cast<size_t>(count);
+    }
+    return true;
+}
+
+// Answers every request with so many bytes as its number says.
+[[noreturn]] void serve(int listener) {
+    std::vector<char> text(sizeof(zrp::ReplyHeader) + (1 << 20), 'x');
+    std::vector<char> request(sizeof kRequest);
+    for (;;) {
+        const int fd = accept(listener, nullptr, nullptr);
+        zrp::RequestHeader asked = {};
+        if (read_all(fd, reinterpret_cast<char*>(&asked), sizeof asked) &&
+            read_all(fd, request.data(), asked.length)) {
+            const zrp::ReplyHeader header = {zrp::kMagic, asked.requestNumber, 0};
+            send(fd, &header, sizeof header, MSG_NOSIGNAL);
+            send(fd, text.data(), header.length, MSG_NOSIGNAL);
+        }
+        close(fd);
+    }
+}
+
+bool plain_exchange(const std::string& name, uint32_t length) {
+    const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address = {};
+    const socklen_t size = set_address(&address, name);
+    const int on = 1;
+    setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    bool works = connect(fd, reinterpret_cast<const sockaddr*>(&address), size) == 0;
+    const zrp::RequestHeader header = {zrp::kMagic, length, sizeof kRequest - 1};
+    send(fd, &header, sizeof header, 0);
+    send(fd, kRequest, sizeof kRequest - 1, 0);
+    zrp::ReplyHeader reply = {};
+    works = works && recv(fd, &reply, sizeof reply, 0) == sizeof reply;
+    char* text = static_cast<char*>(malloc(reply.length));
+    works = works && read_all(fd, text, reply.length);
+    free(text);
+    close(fd);
+    return works;
+}
+
+bool library_exchange(const std::string& name, uint32_t length) {
+    uint64_t replyLength = 0;
+    char* text = nullptr;
+    const int rc = zrp::IPCServRequestEx(name.c_str(), length, sizeof kRequest - 1, kRequest,
+                                         &replyLength, &text);
+    free(text);
+    return rc == 0 && replyLength == length;
+}
+
+// Microseconds of one exchange.
+double time_of(bool (*exchange)(const std::string&, uint32_t), const std::string& name,
+               const Case& row) {
+    const auto start = Clock::now();
+    for (int i = 0; i < row.exchanges; i++) {
+        if (!exchange(name, row.length)) {
+            fprintf(stderr, "an exchange has failed\n");
+            exit(EXIT_FAILURE);
+        }
+    }
+    return std::chrono::duration<double, std::micro>(Clock::now() - start).count() / row.exchanges;
+}
+
+double median(std::vector<double>& times) {
+    std::sort(times.begin(), times.end());
+    return times[times.size() / 2];
+}
+
+} // namespace
+
+int main() {
+    use_one_processor();
+    const std::string name = "zrp-bench-" + std::to_string(getpid());
+    const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address = {};
+    const socklen_t size = set_address(&address, name);
+    if (bind(listener, reinterpret_cast<const sockaddr*>(&address), size) != 0 ||
+        listen(listener, SOMAXCONN) != 0) {
+        perror("listen");
+        return EXIT_FAILURE;
+    }
+    const pid_t server = fork();
+    if (server == 0) {
+        serve(listener);
+    }
+    printf("%-24s %10s %10s %7s %7s\n", "exchange", "library", "plain", "ratio", "aim");
+    for (const Case& row : kCases) {
+        std::vector<double> library;
+        std::vector<double> plain;
+        for (int round = 0; round < kRounds; round++) {
+            plain.push_back(time_of(plain_exchange, name, row));
+            library.push_back(time_of(library_exchange, name, row));
+        }
+        const double ours = median(library);
+        const double theirs = median(plain);
+        printf("%-24s %7.1f us %7.1f us %7.2f %7.2f\n", row.name, ours, theirs, ours / theirs,
+               kAim);
+    }
+    kill(server, SIGKILL);
+    waitpid(server, nullptr, 0);
+    return EXIT_SUCCESS;
+}

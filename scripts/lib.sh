@@ -4,6 +4,9 @@
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 
+# The folders whose code is installed.
+product=(app common core ctl exporter screens)
+
 # What the demo needs, and what the tests, the measurement of their coverage and the mutation check need
 # in addition.
 demo_packages=(cmake ninja-build g++ pkg-config libncurses-dev libvterm-dev libpugixml-dev

@@ -36,6 +36,12 @@ pid_t only_job(Terminal& terminal) {
     return jobs.size() == 1 ? jobs[0] : 0;
 }
 
+// Stopped in the middle of its drawing, it would print the rest when it is continued.
+void stop_at_rest(Terminal& terminal) {
+    EXPECT_TRUE(terminal.wait_for_rest()) << terminal.text();
+    kill(only_job(terminal), SIGSTOP);
+}
+
 bool wait_until_stopped(Terminal& terminal) {
     return terminal.wait_until([&] {
         const pid_t job = only_job(terminal);
@@ -67,7 +73,7 @@ TEST_P(BackgroundJob, StoppedFromOutsideEndsWithoutTheTerminal) {
     Terminal terminal(
         in_a_shell("\"$0\"; stty \"$MODES\"; printf stopped; read line; " + end_by(GetParam())));
     ASSERT_TRUE(terminal.wait_for("figure: 1")) << terminal.text();
-    kill(only_job(terminal), SIGSTOP);
+    stop_at_rest(terminal);
     ASSERT_TRUE(terminal.wait_for("stopped")) << terminal.text();
     expect_end_without_the_terminal(terminal);
 }
@@ -91,7 +97,7 @@ TEST_P(BackgroundJob, StoppedFromOutsideAndContinuedThereEndsWithoutTheTerminal)
                                  end_by(GetParam())));
     ASSERT_TRUE(terminal.wait_for("figure: 1")) << terminal.text();
     const pid_t job = only_job(terminal);
-    kill(job, SIGSTOP);
+    stop_at_rest(terminal);
     ASSERT_TRUE(terminal.wait_for("stopped")) << terminal.text();
     const long sleeps = main_thread_sleeps(job);
     terminal.type("\n");
@@ -123,7 +129,7 @@ TEST(Background, AJobStoppedFromOutsideIsRedrawnInTheForeground) {
     Terminal terminal(in_a_shell("\"$0\"; stty \"$MODES\"; printf stopped; read line; "
                                  "printf '\\033[2J'; fg >/dev/null"));
     ASSERT_TRUE(terminal.wait_for("figure: 1")) << terminal.text();
-    kill(only_job(terminal), SIGSTOP);
+    stop_at_rest(terminal);
     ASSERT_TRUE(terminal.wait_for("stopped")) << terminal.text();
     const size_t printed = terminal.raw_output().size();
     terminal.type("\n");

@@ -13,7 +13,7 @@ namespace {
 
 constexpr size_t kVolumesRoom = 8192;
 
-constexpr std::string_view kSeparators = " \t\r\n,;";
+constexpr std::string_view kAddressSeparators = " \t\r\n,;";
 
 struct Setting {
     std::string_view word; // with its equals sign
@@ -46,7 +46,7 @@ bool take_value(std::string_view& text, std::string_view* value) {
     if (quoted) {
         text.remove_prefix(1);
     }
-    const size_t end = quoted ? text.find('"') : text.find_first_of(kSeparators);
+    const size_t end = quoted ? text.find('"') : text.find_first_of(kAddressSeparators);
     if (quoted && end == std::string_view::npos) {
         return false;
     }
@@ -58,7 +58,7 @@ bool take_value(std::string_view& text, std::string_view* value) {
 bool read_settings(const char* settings, SettingValues& values) {
     std::string_view text(settings != nullptr ? settings : "");
     for (;;) {
-        const size_t start = text.find_first_not_of(kSeparators);
+        const size_t start = text.find_first_not_of(kAddressSeparators);
         if (start == std::string_view::npos) {
             return true;
         }
@@ -93,8 +93,8 @@ void write_settings(XmlDocument& document, const SettingValues& values) {
     }
 }
 
-void write_group(XmlDocument& document, const char* name, int32_t number,
-                 const SettingValues& values) {
+void write_resource(XmlDocument& document, const char* name, int32_t number,
+                    const SettingValues& values) {
     WriteOpenGroup(document, tag::volume);
     WriteTextElement(document, tag::volumeName, name);
     WriteIntElement(document, tag::volumeNumber, number);
@@ -109,7 +109,7 @@ void write_volume(XmlDocument& document, const ClusterVolume& volume) {
         document.refused = true;
         return;
     }
-    write_group(document, volume.volumeName, volume.volumeNumber, values);
+    write_resource(document, volume.volumeName, volume.volumeNumber, values);
 }
 
 constexpr ReplyField kVolumeFields[] = {
@@ -160,7 +160,7 @@ char* BuildOneClusterVolumeRequest(const ClusterVolumeSettings& volume, uint32_t
                                   view(volume.shadowVolume)};
     XmlDocument document = StartDocument(kVolumesRoom);
     WriteHead(document, tag::zrpConsoleRequest, tag::clusterResource);
-    write_group(document, volume.volumeName, volume.volumeNumber, values);
+    write_resource(document, volume.volumeName, volume.volumeNumber, values);
     WriteTrailer(document, tag::clusterResource, tag::zrpConsoleRequest);
     return FinishDocument(document, length);
 }

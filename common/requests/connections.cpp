@@ -16,13 +16,13 @@
 namespace zrp {
 namespace {
 
-constexpr size_t kInformationRoom = 512;
+constexpr size_t kConnectionRoom = 512;
 
-constexpr RequestField kListRequest[] = {
+constexpr RequestField kListConnectionsRequest[] = {
     {tag::startIndex, RequestField::kCount},
     {tag::maxItems, RequestField::kCount},
 };
-constexpr Command kList = {tag::listConnections, nullptr, kListRequest};
+constexpr Command kListConnections = {tag::listConnections, nullptr, kListConnectionsRequest};
 
 constexpr ReplyField kEntryFields[] = {
     ZRP_FIELD(tag::stationNumberTag, kDecimal, ConnectionEntry, stationNumber),
@@ -197,8 +197,8 @@ int read_entries(const Reply& reply, std::span<ConnectionEntry> entries, int* co
 }
 
 // Visits the connections from *index on, which becomes the index of the next page.
-int visit_page(int32_t* index, ConnectionCallback callback, const RequestHooks& hooks,
-               void* context) {
+int visit_connections(int32_t* index, ConnectionCallback callback, const RequestHooks& hooks,
+                      void* context) {
     uint32_t length = 0;
     HeapText request(BuildListConnectionsRequest(*index, kConnectionsOfAPage, &length));
     Reply reply;
@@ -232,7 +232,7 @@ int visit_page(int32_t* index, ConnectionCallback callback, const RequestHooks& 
 } // namespace
 
 char* BuildListConnectionsRequest(int startIndex, int maxItems, uint32_t* length) {
-    return build_command(kList, {startIndex, maxItems}, length);
+    return build_command(kListConnections, {startIndex, maxItems}, length);
 }
 
 int ScanListConnectionsReply(char* reply, int replyLength, int* offset, ConnectionEntry* entry) {
@@ -266,7 +266,8 @@ int GetConnections(ConnectionCallback callback, const RequestHooks* hooks, void*
     int32_t index = 0;
     int rc = kOk;
     do {
-        rc = visit_page(&index, callback, hooks != nullptr ? *hooks : RequestHooks{}, context);
+        rc = visit_connections(&index, callback, hooks != nullptr ? *hooks : RequestHooks{},
+                               context);
     } while (rc == kOk && index != kNoNextConnection);
     return rc;
 }
@@ -288,7 +289,7 @@ void FreeConnectionInformation::operator()(ConnectionInformation* record) const 
 }
 
 char* BuildConnectionInformationRequest(int station, int versionTag, uint32_t* length) {
-    XmlDocument document = StartDocument(kInformationRoom);
+    XmlDocument document = StartDocument(kConnectionRoom);
     WriteHead(document, tag::zrpConsoleRequest, tag::connectionInformationTag);
     WriteOpenGroup(document, tag::connectionTag);
     WriteIntElement(document, tag::versionTag, versionTag);

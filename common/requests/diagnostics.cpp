@@ -49,7 +49,7 @@ struct MessageHead {
 constexpr uint32_t kMessageExtra = 32; // bytes of a message beside its document's characters
 static_assert(sizeof(MessageHead) == 12);
 
-char* build(const Vocabulary& words, uint32_t* length, int level, int resetAll) {
+char* build_request(const Vocabulary& words, uint32_t* length, int level, int resetAll) {
     XmlDocument document = StartDocument(kDiagnosticsRoom);
     WriteHead(document, words.outer, words.command);
     WriteIntElement(document, words.level, level);
@@ -90,11 +90,11 @@ int scan_counter(const Vocabulary& words, char* reply, int replyLength, int* cur
 } // namespace
 
 char* BuildDiagnosticsRequest(uint32_t* length, int level, int resetAll) {
-    return build(kServerWords, length, level, resetAll);
+    return build_request(kServerWords, length, level, resetAll);
 }
 
 char* BuildZrp2bksDiagnosticRequest(uint32_t* length, int level, int resetAll) {
-    return build(kStorageWords, length, level, resetAll);
+    return build_request(kStorageWords, length, level, resetAll);
 }
 
 char* WrapDiagnosticRequest(const char* document, uint32_t length, uint32_t* messageLength) {

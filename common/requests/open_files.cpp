@@ -12,12 +12,12 @@ namespace {
 
 constexpr const char* kMore = "Yes";
 
-constexpr RequestField kListRequest[] = {
+constexpr RequestField kListFilesRequest[] = {
     {tag::volumeName, RequestField::kOptionalVolumeName},
     {tag::startIndex, RequestField::kCount},
     {tag::maxItems, RequestField::kCount},
 };
-constexpr Command kList = {tag::listOpenFilesByConnection, nullptr, kListRequest};
+constexpr Command kListFiles = {tag::listOpenFilesByConnection, nullptr, kListFilesRequest};
 
 constexpr ReplyField kConnection[] = {
     ZRP_FIELD(tag::stationNumberTag, kDecimal, OpenFilesConnection, stationNumber),
@@ -81,7 +81,7 @@ void log_reply_start(char* reply, int replyLength, const LogContext* log) {
 
 char* BuildListOpenFilesByConnectionRequest(const char* volumeName, int32_t startIndex,
                                             int32_t maxItems, uint32_t* length) {
-    return build_command(kList, {volumeName, startIndex, maxItems}, length);
+    return build_command(kListFiles, {volumeName, startIndex, maxItems}, length);
 }
 
 int ScanListOpenFilesByConnectionReply(char* reply, int replyLength, int* offset,
@@ -139,7 +139,7 @@ int ListOpenFilesByConnection(const char* volumeName, int32_t startIndex, int32_
         return kInvalid;
     }
     Reply reply;
-    int rc = send_command(kList, {volumeName, startIndex, maxItems}, caller, &reply);
+    int rc = send_command(kListFiles, {volumeName, startIndex, maxItems}, caller, &reply);
     if (rc == kOk) {
         rc = ScanOpenFilesPage(reply.text.get(), reply.length, page);
     }

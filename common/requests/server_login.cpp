@@ -18,7 +18,7 @@ constexpr ReplyField kLine = whole_text<LoginText>(tag::string);
 constexpr ReplyList kEnableLines = command_list(tag::enableLogin, tag::string, {});
 constexpr ReplyList kDisableLines = command_list(tag::disableLogin, tag::string, {});
 
-char* build(size_t room, const LoginChange& change, uint32_t* length) {
+char* build_login(size_t room, const LoginChange& change, uint32_t* length) {
     const char* command = change.enable ? tag::enableLogin : tag::disableLogin;
     XmlDocument document = StartDocument(room);
     WriteHead(document, tag::zrpConsoleRequest, command);
@@ -56,15 +56,15 @@ int scan_disabled(char* reply, int replyLength, int* offset, LoginText* text) {
 } // namespace
 
 char* BuildEnableLoginRequest(uint32_t* length) {
-    return build(kSwitchRoom, {.enable = true}, length);
+    return build_login(kSwitchRoom, {.enable = true}, length);
 }
 
 char* BuildDisableLoginRequest(uint32_t* length) {
-    return build(kSwitchRoom, {.enable = false}, length);
+    return build_login(kSwitchRoom, {.enable = false}, length);
 }
 
 char* BuildLoginRequest(const LoginChange& change, uint32_t* length) {
-    return build(kChangeRoom, change, length);
+    return build_login(kChangeRoom, change, length);
 }
 
 int ScanEnableLoginReply(char* reply, int replyLength, int* offset, LoginText& text) {

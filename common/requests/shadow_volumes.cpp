@@ -7,17 +7,18 @@
 namespace zrp {
 namespace {
 
-constexpr ReplyField kVolumeName[] = {whole_text<VolumeName>(tag::volumeName)};
+constexpr ReplyField kShadowName[] = {whole_text<VolumeName>(tag::volumeName)};
 
-constexpr RequestField kCreateRequest[] = {
+constexpr RequestField kCreateShadowRequest[] = {
     {tag::volumeName, RequestField::kVolumeName},
     {tag::path, RequestField::kText},
     {tag::mountPoint, RequestField::kText},
     {tag::attributes, RequestField::kSigned},
 };
-constexpr Command kCreate = {tag::shadow, tag::createVolume, kCreateRequest, kVolumeName};
+constexpr Command kCreateShadow = {tag::shadow, tag::createVolume, kCreateShadowRequest,
+                                   kShadowName};
 
-constexpr RequestField kRemoveRequest[] = {
+constexpr RequestField kRemoveShadowRequest[] = {
     {tag::volumeName, RequestField::kVolumeName},
     {tag::mountPoint, RequestField::kOptionalText},
 };
@@ -25,7 +26,8 @@ constexpr ReplyField kRemoveReply[] = {
     ZRP_FIELD(tag::volumeName, kText, RemovedShadow, volumeName),
     ZRP_FIELD(tag::shadowVolName, kText, RemovedShadow, shadowVolName),
 };
-constexpr Command kRemove = {tag::shadow, tag::removeVolume, kRemoveRequest, kRemoveReply};
+constexpr Command kRemoveShadow = {tag::shadow, tag::removeVolume, kRemoveShadowRequest,
+                                   kRemoveReply};
 
 constexpr RequestField kConfigurationRequest[] = {
     {tag::volumeName, RequestField::kVolumeName},
@@ -33,45 +35,46 @@ constexpr RequestField kConfigurationRequest[] = {
     {tag::shadowVolName, RequestField::kText},
 };
 constexpr Command kConfiguration = {tag::shadow, tag::removeConf, kConfigurationRequest,
-                                    kVolumeName};
+                                    kShadowName};
 
 } // namespace
 
 char* BuildCreateShadowVolumeRequest(const char* volumeName, const char* path,
                                      const char* mountPoint, int32_t attributes, uint32_t* length) {
-    return build_command(kCreate, {volumeName, path, mountPoint, attributes}, length);
+    return build_command(kCreateShadow, {volumeName, path, mountPoint, attributes}, length);
 }
 
 int ScanCreateShadowVolumeReply(char* reply, int replyLength, VolumeName& created) {
-    return scan_command(kCreate, reply, replyLength, &created);
+    return scan_command(kCreateShadow, reply, replyLength, &created);
 }
 
 int CreateShadowVolume(const char* volumeName, const char* path, const char* mountPoint,
                        int32_t attributes, VolumeName& created, ErrorText* errorText,
                        const LogContext* log) {
-    return run_command(kCreate, {volumeName, path, mountPoint, attributes}, {errorText, log},
+    return run_command(kCreateShadow, {volumeName, path, mountPoint, attributes}, {errorText, log},
                        &created);
 }
 
 char* BuildRemoveShadowVolumeRequest(const char* volumeName, const char* mountPoint,
                                      uint32_t* length) {
-    return build_command(kRemove, {volumeName, mountPoint}, length);
+    return build_command(kRemoveShadow, {volumeName, mountPoint}, length);
 }
 
 int ScanRemoveShadowVolumeReply(char* reply, int replyLength, RemovedShadow* removed) {
-    return scan_command(kRemove, reply, replyLength, removed);
+    return scan_command(kRemoveShadow, reply, replyLength, removed);
 }
 
 int RemoveShadowVolume(const char* volumeName, RemovedShadow* removed, ErrorText* errorText,
                        const LogContext* log) {
-    return run_command(kRemove, {volumeName, nullptr}, {errorText, log}, removed);
+    return run_command(kRemoveShadow, {volumeName, nullptr}, {errorText, log}, removed);
 }
 
 int RemoveShadowVolumeAt(const char* volumeName, const char* mountPoint, RemovedShadow* removed,
                          ErrorText* errorText, const LogContext* log) {
     const Caller caller(errorText, log);
-    return mountPoint == nullptr ? int{kInvalid}
-                                 : run_command(kRemove, {volumeName, mountPoint}, caller, removed);
+    return mountPoint == nullptr
+               ? int{kInvalid}
+               : run_command(kRemoveShadow, {volumeName, mountPoint}, caller, removed);
 }
 
 char* BuildRemoveShadowConfigurationRequest(const char* volumeName, const char* mountPoint,

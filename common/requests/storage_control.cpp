@@ -134,8 +134,8 @@ void log_steps(const Query& query, int mark, int rc) {
     }
 }
 
-int visit_volumes(const XmlElement& exclusion, const char* listTag, int32_t kind,
-                  VolumeListCallback callback, void* userData) {
+int visit_names(const XmlElement& exclusion, const char* listTag, int32_t kind,
+                VolumeListCallback callback, void* userData) {
     XmlElement list;
     int rc = find_optional(exclusion, listTag, &list);
     if (rc != kOk || list.contentStart == nullptr) {
@@ -237,10 +237,10 @@ int IPCBKSControlList(VolumeListCallback callback, void* userData, const LogCont
         return rc;
     }
     if ((wanted & kExcludedVolumes) != 0) {
-        rc = visit_volumes(exclusion, control::zrpexcluded, kExcludedVolumes, callback, userData);
+        rc = visit_names(exclusion, control::zrpexcluded, kExcludedVolumes, callback, userData);
     }
     if (rc == kOk && (wanted & kIncludedVolumes) != 0) {
-        rc = visit_volumes(exclusion, control::zrpincluded, kIncludedVolumes, callback, userData);
+        rc = visit_names(exclusion, control::zrpincluded, kIncludedVolumes, callback, userData);
     }
     return rc;
 }

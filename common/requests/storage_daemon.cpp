@@ -16,13 +16,13 @@ namespace {
 
 constexpr size_t kParmsRoom = 8192;
 constexpr size_t kLevelSlack = 255; // room around the text, its terminator included
-constexpr std::string_view kSeparators = " \t\r\n,;";
+constexpr std::string_view kWordSeparators = " \t\r\n,;";
 
 // The next word of the text, which is cut after it; empty when none is left.
 std::string_view take_word(std::string_view& text) {
-    const size_t start = text.find_first_not_of(kSeparators);
+    const size_t start = text.find_first_not_of(kWordSeparators);
     text.remove_prefix(start == std::string_view::npos ? text.size() : start);
-    const std::string_view word = text.substr(0, text.find_first_of(kSeparators));
+    const std::string_view word = text.substr(0, text.find_first_of(kWordSeparators));
     text.remove_prefix(word.size());
     return word;
 }

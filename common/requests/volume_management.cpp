@@ -7,7 +7,7 @@
 namespace zrp {
 namespace {
 
-constexpr ReplyField kVolumeName[] = {whole_text<VolumeName>(tag::volumeName)};
+constexpr ReplyField kNamedVolume[] = {whole_text<VolumeName>(tag::volumeName)};
 
 constexpr RequestField kCreateRequest[] = {
     {tag::volumeName, RequestField::kVolumeName},
@@ -15,13 +15,13 @@ constexpr RequestField kCreateRequest[] = {
     {tag::attributes, RequestField::kSigned},
     {tag::volumeNumber, RequestField::kSigned},
 };
-constexpr Command kCreate = {tag::createVolume, nullptr, kCreateRequest, kVolumeName};
+constexpr Command kCreate = {tag::createVolume, nullptr, kCreateRequest, kNamedVolume};
 
 constexpr RequestField kRemoveRequest[] = {
     {tag::volumeName, RequestField::kVolumeName},
     {tag::options, RequestField::kOptionalText},
 };
-constexpr Command kRemove = {tag::removeVolume, nullptr, kRemoveRequest, kVolumeName};
+constexpr Command kRemove = {tag::removeVolume, nullptr, kRemoveRequest, kNamedVolume};
 
 constexpr RequestField kModifyRequest[] = {
     {tag::volumeName, RequestField::kVolumeName},
@@ -35,7 +35,7 @@ constexpr ReplyField kModifyReply[] = {
 constexpr Command kModify = {tag::modifyVolume, nullptr, kModifyRequest, kModifyReply};
 
 constexpr RequestField kPurgeRequest[] = {{tag::volumeName, RequestField::kVolumeName}};
-constexpr Command kPurge = {tag::purgeVolume, nullptr, kPurgeRequest, kVolumeName};
+constexpr Command kPurge = {tag::purgeVolume, nullptr, kPurgeRequest, kNamedVolume};
 
 constexpr Command kFlush = {tag::flushVolumes};
 

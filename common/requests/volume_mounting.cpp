@@ -16,7 +16,7 @@
 namespace zrp {
 namespace {
 
-constexpr std::string_view kSeparators = " \t\r\n,;:";
+constexpr std::string_view kNameSeparators = " \t\r\n,;:";
 constexpr char kNumberSign = '=';
 
 // Words that a user types before the names.
@@ -62,8 +62,8 @@ bool is_noise(std::string_view word) {
 // The next word that is not noise; empty at the end of the text.
 std::string_view next_word(std::string_view text) {
     for (;;) {
-        text.remove_prefix(std::min(text.find_first_not_of(kSeparators), text.size()));
-        const std::string_view word = text.substr(0, text.find_first_of(kSeparators));
+        text.remove_prefix(std::min(text.find_first_not_of(kNameSeparators), text.size()));
+        const std::string_view word = text.substr(0, text.find_first_of(kNameSeparators));
         if (!is_noise(word)) {
             return word;
         }
@@ -131,7 +131,7 @@ void write_dismount(XmlDocument& document, const NamedVolume& volume) {
     WriteTextElement(document, tag::name, volume.name);
 }
 
-void write_group(XmlDocument& document, WriteVolume writeVolume, const NamedVolume& volume) {
+void write_volumes(XmlDocument& document, WriteVolume writeVolume, const NamedVolume& volume) {
     WriteOpenGroup(document, tag::volume);
     writeVolume(document, volume);
     WriteCloseGroup(document, tag::volume);
@@ -147,7 +147,7 @@ char* build_volumes(const char* command, const char* volumes, WriteVolume writeV
     WriteHead(document, tag::zrpConsoleRequest, command);
     VolumeWord word = {};
     while (next_volume(&volumes, &word, nullptr) == kOk) {
-        write_group(document, writeVolume, {word.name, word.number});
+        write_volumes(document, writeVolume, {word.name, word.number});
     }
     WriteTrailer(document, command, tag::zrpConsoleRequest);
     return FinishDocument(document, length);
@@ -166,7 +166,7 @@ char* build_named(const char* command, std::span<const NamedVolume> volumes,
         StartDocument(request_room(1, namesLength) + volumes.size() * kVolumeRoom);
     WriteHead(document, tag::zrpConsoleRequest, command);
     for (const NamedVolume& volume : volumes) {
-        write_group(document, writeVolume, volume);
+        write_volumes(document, writeVolume, volume);
     }
     WriteTrailer(document, command, tag::zrpConsoleRequest);
     return FinishDocument(document, length);

@@ -63,7 +63,7 @@ void log_shutdown() {
 }
 
 // Constant-initialised: any thread may read the table without a lock, even before main().
-constinit LogContext context = {
+constinit LogContext processContext = {
     .operations =
         {
             .LogDebug = log_entry<Entry::kDebug>,
@@ -134,11 +134,11 @@ void LogLock::restore_errno() const {
 }
 
 LogContext* LogLock::operator->() const {
-    return &context;
+    return &processContext;
 }
 
 LogContext& LogLock::operator*() const {
-    return context;
+    return processContext;
 }
 
 void set_log_level(int level) {
@@ -149,7 +149,7 @@ void set_log_level(int level) {
 LogContext* InitLogContext(const char* path, int level) {
     LogLock log;
     if (log->initialised != 0) {
-        return &context;
+        return &processContext;
     }
     reset_context(*log, level);
     log->logName = allocate_text(kLogNameSize);
@@ -164,11 +164,11 @@ LogContext* InitLogContext(const char* path, int level) {
     } else if (path != nullptr) {
         open_log_file(*log, path);
     }
-    return &context;
+    return &processContext;
 }
 
 LogContext* GetLogContext() {
-    return &context;
+    return &processContext;
 }
 
 const char* LogLevelName(int level) {

@@ -19,7 +19,7 @@ constexpr int kAutomaticBase = 0;
 constexpr size_t kNumberWordSize = 80;
 
 // Names that occur only in the error reports of replies.
-constexpr std::string_view kResultOpening = "result value=";
+constexpr std::string_view kResultOpening = "<result value=";
 constexpr std::string_view kDescriptionTag = "description";
 constexpr std::string_view kWriteResultTag = "writeResult";
 constexpr std::string_view kErrorTag = "error";
@@ -62,12 +62,14 @@ int find_content(char* reply, int32_t length, std::string_view tag, std::string_
     return kOk;
 }
 
-// Returns the first place of the text in [position, end), or null.
+// Returns the first place of the text, which is not empty, in [position, end), or null. The ranges
+// of attributes are too short for memmem() to pay.
 const char* find_text(std::string_view text, const char* position, const char* end) {
-    return position < end
-               ? static_cast<const char*>(memmem(position, static_cast<size_t>(end - position),
-                                                 text.data(), text.size()))
-               : nullptr;
+    const char* at = next_byte(position, end, text.front());
+    while (at != nullptr && !starts_with(at, end, text)) {
+        at = next_byte(at + 1, end, text.front());
+    }
+    return at;
 }
 
 // Finds the first byte of the attribute's value. Returns kOk, kNotFound when the attribute is not
@@ -103,8 +105,8 @@ void set_value(XmlAttribute* attribute, const char* start, const char* end) {
     attribute->valueLength = static_cast<uint32_t>(end - start);
 }
 
-// The value of the first `<result value="...">`. An opening is recognised by the text between a '<'
-// and the first double quote after it; after any other quote the search goes on at the next '>'.
+// The value of the first `<result value="...">`. An opening is recognised by the text before a
+// double quote; after any other quote the search goes on at the next '>'.
 struct ResultValue {
     int code = kNotFound; // kOk; kNotFound; or that of a search which was broken off
     const char* start = nullptr;
@@ -112,21 +114,15 @@ struct ResultValue {
 };
 
 ResultValue find_result_value(const char* reply, const char* end) {
-    const char* markup = nullptr;
-    const char* searched = reply; // markup is the last '<' before it
-    const char* quote = next_byte(reply, end, '"');
+    constexpr auto kOpeningSize = static_cast<ptrdiff_t>(kResultOpening.size());
     Lookout lookout(reply);
+    const char* quote = next_byte(reply, end, '"');
     while (quote != nullptr) {
         if (const int rc = lookout.at(quote); rc != kOk) {
             return {.code = rc};
         }
-        if (const char* last = last_markup(searched, quote); last != nullptr) {
-            markup = last;
-        }
-        searched = quote;
-        if (markup != nullptr &&
-            std::string_view(markup + 1, static_cast<size_t>(quote - markup - 1)) ==
-                kResultOpening) {
+        if (quote - reply >= kOpeningSize &&
+            starts_with(quote - kOpeningSize, quote, kResultOpening)) {
             return {kOk, quote + 1, next_byte(quote + 1, end, '"')};
         }
         const char* close = next_byte(quote, end, '>');

@@ -46,9 +46,34 @@ inline bool ends_name(char c) {
     return c == '>' || c == '/' || is_blank(c);
 }
 
+template <typename Word>
+bool same_ends(const char* a, const char* b, size_t size) {
+    const auto word = [](const char* at) {
+        Word loaded;
+        memcpy(&loaded, at, sizeof loaded);
+        return loaded;
+    };
+    const size_t last = size - sizeof(Word);
+    return word(a) == word(b) && word(a + last) == word(b + last);
+}
+
+// As memcmp(), whose call costs more than the comparison of a name.
+inline bool same_bytes(const char* a, const char* b, size_t size) {
+    if (size > 2 * sizeof(uint64_t)) {
+        return memcmp(a, b, size) == 0;
+    }
+    if (size >= sizeof(uint64_t)) {
+        return same_ends<uint64_t>(a, b, size);
+    }
+    if (size >= sizeof(uint32_t)) {
+        return same_ends<uint32_t>(a, b, size);
+    }
+    return size == 0 || (*a == *b && a[size - 1] == b[size - 1] && a[size / 2] == b[size / 2]);
+}
+
 inline bool starts_with(const char* position, const char* end, std::string_view text) {
     return static_cast<size_t>(end - position) >= text.size() &&
-           memcmp(position, text.data(), text.size()) == 0;
+           same_bytes(position, text.data(), text.size());
 }
 
 inline const char* skip_blanks(const char* position, const char* end) {
@@ -91,6 +116,26 @@ inline bool begins_reference(const char* position, const char* end) {
 
 // The bytes of a text as they are when its references are resolved.
 size_t resolved_length(std::string_view text);
+
+inline constexpr size_t kMaxPlainChildren = 32;
+
+struct PlainChild {
+    const char* tag;
+    size_t tagLength;
+    char* content;
+    size_t contentLength;
+};
+
+struct PlainChildren {
+    size_t count;
+    PlainChild list[kMaxPlainChildren];
+};
+
+// Lists the elements of a content in which there is nothing else but text: each has a name alone,
+// and text alone inside. Returns false for any other content, and for one with more elements.
+//
+// In such a content FindElement finds the first child of the name.
+bool list_plain_children(char* start, char* end, PlainChildren* children);
 
 // Finds the '<' of the first opening tag of that name, whether the element is whole or not. Returns
 // kOk, kNotFound, or the code of a walk that was broken off.

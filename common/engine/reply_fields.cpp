@@ -1,5 +1,6 @@
 #include "common/engine/reply_fields.h"
 
+#include <algorithm>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
@@ -28,6 +29,35 @@ float to_fraction(std::string_view text) {
     return static_cast<float>(strtod_l(number, nullptr, plain));
 }
 
+// The children of an item, for all fields of a table. The table has no tag twice, and mostly the
+// children's order.
+struct ListedChildren {
+    PlainChildren children;
+    size_t next = 0; // the fields read so far were the children before it, one by one
+};
+
+bool is_named(const PlainChild& child, std::string_view tag) {
+    return child.tagLength == tag.size() && same_bytes(child.tag, tag.data(), tag.size());
+}
+
+const PlainChild* find_child(ListedChildren& listed, std::string_view tag) {
+    const PlainChildren& children = listed.children;
+    if (listed.next < children.count && is_named(children.list[listed.next], tag)) {
+        return &children.list[listed.next++];
+    }
+    listed.next = children.count;
+    const PlainChild* const end = children.list + children.count;
+    const PlainChild* child = std::find_if(
+        children.list, end, [&](const PlainChild& each) { return is_named(each, tag); });
+    return child != end ? child : nullptr;
+}
+
+int read_listed(ListedChildren& listed, const ReplyField& field, void* record) {
+    const PlainChild* child = find_child(listed, field.tag);
+    return child != nullptr ? store_field(field, {child->content, child->contentLength}, record)
+                            : int{kInvalid};
+}
+
 } // namespace
 
 int find_in_reply(char* reply, int length, const char* tag, XmlElement* element) {
@@ -54,9 +84,8 @@ int find_optional(const XmlElement& outer, const char* tag, XmlElement* element)
     return search == kNotFound ? kOk : failure_of(search, kNotFound);
 }
 
-void store_field(const ReplyField& field, const XmlElement& element, void* record) {
+int store_field(const ReplyField& field, std::string_view text, void* record) {
     char* member = static_cast<char*>(record) + field.offset;
-    const std::string_view text(element.contentStart, element.contentLength);
     switch (field.kind) {
     case FieldKind::kDecimal:
         store(member, static_cast<uint32_t>(leading_decimal(text)));
@@ -73,10 +102,16 @@ void store_field(const ReplyField& field, const XmlElement& element, void* recor
     case FieldKind::kFraction:
         store(member, to_fraction(text));
         break;
+    case FieldKind::kWholeText:
+        if (text.size() >= field.size) {
+            return kTooLong;
+        }
+        [[fallthrough]];
     case FieldKind::kText:
         copy_cut(member, field.size, text.data(), text.size());
         break;
     }
+    return kOk;
 }
 
 int read_field(const ReplyField& field, const XmlElement& outer, void* record) {
@@ -85,13 +120,17 @@ int read_field(const ReplyField& field, const XmlElement& outer, void* record) {
     if (rc != kOk || element.contentStart == nullptr) {
         return failure_of(rc, kInvalid);
     }
-    store_field(field, element, record);
-    return kOk;
+    return store_field(field, {element.contentStart, element.contentLength}, record);
 }
 
 int read_fields(std::span<const ReplyField> fields, const XmlElement& outer, void* record) {
+    ListedChildren listed;
+    const bool isPlain =
+        fields.size() > 1 && outer.contentStart != nullptr &&
+        list_plain_children(outer.contentStart, outer.contentEnd + 1, &listed.children);
     for (const ReplyField& field : fields) {
-        const int rc = read_field(field, outer, record);
+        const int rc =
+            isPlain ? read_listed(listed, field, record) : read_field(field, outer, record);
         if (rc != kOk && (rc != kInvalid || !field.isOptional)) {
             return rc;
         }

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string_view>
 #include <type_traits>
 
 #include "../xml_reader.h"
@@ -32,6 +33,7 @@ enum class FieldKind : uint8_t {
     kNumber64,  // uint64_t, automatic base
     kFraction,  // float, with a decimal point whatever the locale says
     kText,      // char[N]: NUL-terminated, cut to the array without splitting a UTF-8 sequence
+    kWholeText, // char[N]: NUL-terminated, and kTooLong where it would be cut
 };
 
 // One row of a table: element name, conversion, place in the record.
@@ -61,15 +63,16 @@ constexpr ReplyField whole_text(const char* tag) {
     return {tag, 0, sizeof(Text), FieldKind::kText};
 }
 
-// Stores the content of a found element in the field's member.
-void store_field(const ReplyField& field, const XmlElement& element, void* record);
+// Stores the content of an element in the field's member. Returns kOk, or kTooLong; the member is then
+// untouched.
+int store_field(const ReplyField& field, std::string_view text, void* record);
 
 // Reads one field from the element of its name inside the outer element. Returns kOk, or kInvalid
-// when the element is missing or self-closing; the member is then untouched.
+// when the element is missing or self-closing, or kTooLong; the member is then untouched.
 int read_field(const ReplyField& field, const XmlElement& outer, void* record);
 
-// Reads all rows in order and stops at the first that is missing and not optional. Returns kOk or
-// kInvalid.
+// Reads all rows in order and stops at the first that is missing and not optional. No row has the tag
+// of another one. Returns kOk, kInvalid or kTooLong.
 int read_fields(std::span<const ReplyField> fields, const XmlElement& outer, void* record);
 
 } // namespace zrp

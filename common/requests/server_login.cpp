@@ -40,8 +40,7 @@ char* build_login(size_t room, const LoginChange& change, uint32_t* length) {
 
 int scan_line(const ReplyList& lines, char* reply, int replyLength, int* offset, LoginText* text) {
     return scan_next(lines, reply, replyLength, offset, [&](const XmlElement& line) {
-        store_field(kLine, line, text);
-        return int{kOk};
+        return store_field(kLine, {line.contentStart, line.contentLength}, text);
     });
 }
 

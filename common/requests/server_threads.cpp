@@ -60,7 +60,7 @@ int ScanThreadsReply(char* reply, int replyLength, ThreadStatistics* record) {
                     field.tag);
             fflush(stderr);
         } else {
-            store_field(field, element, record);
+            (void)store_field(field, {element.contentStart, element.contentLength}, record);
         }
     }
     return kOk;

@@ -27,6 +27,7 @@ struct FoundVolume {
     int64_t volumeNumber;
 };
 
+constexpr ReplyField kName = ZRP_FIELD(tag::name, kWholeText, FoundVolume, name);
 constexpr ReplyField kStatus = ZRP_FIELD(tag::status, kNumber32, FoundVolume, status);
 constexpr ReplyField kNumber = ZRP_FIELD(tag::volumeNumber, kDecimal64, FoundVolume, volumeNumber);
 
@@ -144,20 +145,19 @@ char* BuildListVolumesRequest(int startIndex, uint32_t* length) {
 
 int ScanListedVolume(char* reply, int replyLength, int* offset, ListedName* name, uint32_t* status,
                      int64_t* volumeNumber) {
+    ReplyField wanted[3];
+    size_t count = 0;
+    const auto want = [&](const ReplyField& field, bool isWanted) {
+        if (isWanted) {
+            wanted[count++] = field;
+        }
+    };
+    want(kName, name != nullptr);
+    want(kStatus, status != nullptr);
+    want(kNumber, volumeNumber != nullptr);
     const auto read = [&](const XmlElement& volume) {
         FoundVolume found;
-        int rc = kOk;
-        if (name != nullptr) {
-            rc = GetTagString(tag::name, volume.contentStart,
-                              static_cast<int32_t>(volume.contentLength), sizeof found.name,
-                              found.name);
-        }
-        if (rc == kOk && status != nullptr) {
-            rc = read_field(kStatus, volume, &found);
-        }
-        if (rc == kOk && volumeNumber != nullptr) {
-            rc = read_field(kNumber, volume, &found);
-        }
+        const int rc = read_fields({wanted, count}, volume, &found);
         if (rc == kOk) {
             hand_over(found, name, status, volumeNumber);
         }

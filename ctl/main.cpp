@@ -44,7 +44,7 @@ int run(std::span<const char* const> line) {
         report(failure, wants_json(line));
         return exit_status(failure.kind);
     } catch (const std::bad_alloc&) {
-        report({Kind::kOutput, "out of memory"}, false);
+        report({Kind::kOutput, "out of memory"}, wants_json(line));
         return exit_status(Kind::kOutput);
     }
 }

@@ -3,6 +3,7 @@
 #include "common/tags.h"
 #include "ctl/acts.h"
 #include "ctl/lookups.h"
+#include "ctl/volume_list.h"
 
 namespace zrp::ctl {
 namespace {
@@ -17,7 +18,7 @@ constexpr Field kRemoved[] = {
     {tag::shadowVolName, Field::kText},
 };
 
-std::string path_of_shadow(const Session& session, const std::string& volume) {
+std::optional<std::string> path_of_shadow(const Session& session, const std::string& volume) {
     return volume_detail(session, volume, tag::shadow);
 }
 
@@ -48,8 +49,8 @@ Outcome remove_shadow(Session& session, const Arguments& arguments) {
         }),
         [&] { return "Remove the shadow of volume " + volume; },
         [&] {
-            return find_state(volume_states(session), volume) != nullptr &&
-                   path_of_shadow(session, volume).empty();
+            return find_volume(list_volumes(session), volume) != nullptr &&
+                   path_of_shadow(session, volume) == "";
         });
 }
 

@@ -22,6 +22,19 @@ using harness::ChildOptions;
 using harness::ChildProcess;
 using harness::ExitStatus;
 
+#if defined(__has_feature)
+#define ZRP_HAS_FEATURE(name) __has_feature(name)
+#else
+#define ZRP_HAS_FEATURE(name) 0
+#endif
+
+// The sanitizer takes more than any limit.
+#if defined(__SANITIZE_ADDRESS__) || ZRP_HAS_FEATURE(address_sanitizer)
+#define ZRP_NEEDS_PLAIN_MEMORY() GTEST_SKIP() << "the sanitizer needs more"
+#else
+#define ZRP_NEEDS_PLAIN_MEMORY() static_assert(true, "takes the semicolon")
+#endif
+
 ChildOptions piped(std::vector<std::string> words) {
     ChildOptions options;
     options.arguments = std::move(words);
@@ -171,17 +184,45 @@ TEST(Output, VerboseShowsBothDocumentsOnStandardError) {
     EXPECT_NE(verbose.errors.find("< server daemon:\n<zrpConsoleReply>"), std::string::npos);
 }
 
+// In a user namespace of its own, where the server's user has no number.
+TEST(Status, WarnsOfADaemonThatIsNotRoots) {
+    if (shell("unshare --user true 2>/dev/null").status != 0) {
+        GTEST_SKIP() << "needs user namespaces";
+    }
+    const SimulatedServer server;
+    ASSERT_TRUE(server.ready());
+    const Ran plain = shell("unshare --user \"$Z\" status 2>&1 >/dev/null");
+    EXPECT_EQ(plain.status, 0);
+    EXPECT_EQ(plain.output,
+              "zrpctl: warning: the server daemon runs as user 65534, not as root\n"
+              "zrpctl: warning: the storage daemon runs as user 65534, not as root\n"
+              "zrpctl: warning: the management daemon runs as user 65534, not as root\n");
+    const Ran json = shell("unshare --user \"$Z\" status --json 2>/dev/null");
+    EXPECT_EQ(json.json()["status"]["daemons"][1]["userId"], 65534);
+}
+
+TEST(Output, ASystemWithoutThreadsIsAFailure) {
+    const SimulatedServer server;
+    ASSERT_TRUE(server.ready());
+    // Stacks larger than any address space.
+    const Ran ran = shell("ulimit -s 200000000000; \"$Z\" status --json 2>/dev/null");
+    EXPECT_EQ(ran.status, 6);
+    EXPECT_EQ(ran.json()["error"]["kind"], "output");
+}
+
+TEST(Output, NotEnoughMemoryForAReplyIsAFailure) {
+    ZRP_NEEDS_PLAIN_MEMORY();
+    const ScriptedPeer peer(kMainDaemonSocket, {answering(reply(std::string(100 << 20, 'x')))});
+    const Ran ran = shell("ulimit -v 65536; \"$Z\" volumes --json 2>/dev/null");
+    EXPECT_EQ(ran.status, 6);
+    EXPECT_EQ(ran.json()["error"]["message"], "out of memory");
+}
+
 constexpr int kManyConnections = 20'000;
 constexpr const char* kManyText = "20000";
 
 TEST(Size, TwentyThousandConnectionsFitIntoSixtyFourMebibytes) {
-#ifdef __SANITIZE_ADDRESS__
-    GTEST_SKIP() << "the sanitizer needs more";
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-    GTEST_SKIP() << "the sanitizer needs more";
-#endif
-#endif
+    ZRP_NEEDS_PLAIN_MEMORY();
     const SimulatedServer server({"--connections", kManyText});
     ASSERT_TRUE(server.ready());
     for (const char* form : {"--json", "--no-heading"}) {

@@ -264,6 +264,19 @@ TEST(Replies, AFullPageOfConnectionsIsFollowedByAnother) {
     EXPECT_NE(peer.requests().at(1).find("<startIndex>201</startIndex>"), std::string::npos);
 }
 
+TEST(Replies, AnUnknownStatisticIsRefusedBesideTheOthers) {
+    const std::string list = console("serverStatistics", parm("a", "int", "1"));
+    const Ran some = run_with({list}, {"statistics", "nope", "a", "--json"});
+    EXPECT_EQ(some.status, 1);
+    EXPECT_EQ(some.output,
+              "{\"statistics\":[{\"name\":\"a\",\"value\":1}],\"error\":{\"kind\":\"refused\","
+              "\"code\":2,\"message\":\"no such statistic: nope\",\"daemon\":\"server\"}}\n");
+    const Ran none = run_with({list}, {"statistics", "nope"});
+    EXPECT_EQ(none.status, 1);
+    EXPECT_EQ(none.output, "");
+    EXPECT_EQ(none.errors, "zrpctl: no such statistic: nope (server daemon, code 2)\n");
+}
+
 TEST(Replies, VersionsShowWhatCame) {
     const std::string version = "<zrpConsoleReply><versionTag>v1</versionTag></zrpConsoleReply>";
     const ScriptedPeer main(kMainDaemonSocket, {answering(reply(version))});

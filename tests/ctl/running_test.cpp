@@ -122,6 +122,26 @@ TEST(Ending, AReaderThatClosesThePipeEndsItSilently) {
     EXPECT_EQ(read(child.errors().get(), &byte, 1), 0);
 }
 
+TEST(Ending, APipeIsAnEndAlsoWhereTheSignalWasIgnored) {
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    close(ends[0]);
+    const harness::Descriptor writer(ends[1]);
+    ChildOptions options;
+    options.arguments = {"/bin/sh", "-c", "trap '' PIPE; exec \"$0\" --help", ZRPCTL_PROGRAM};
+    options.standardOutput = writer.get();
+    ChildProcess child(options);
+    EXPECT_EQ(child.wait(), (ExitStatus{0, SIGPIPE}));
+}
+
+TEST(Ending, CtrlCEndsAWait) {
+    ScriptedPeer peer(kMainDaemonSocket, {{read_request(), send_bytes(reply("<cut>"))}});
+    ChildProcess child(piped({"wait", "server", "--json"}));
+    ASSERT_TRUE(peer.wait_for_finished(2));
+    child.send_signal(SIGINT);
+    EXPECT_EQ(child.wait(), (ExitStatus{130, 0}));
+}
+
 TEST(Output, ADiskThatIsFullIsAFailure) {
     const harness::Descriptor full(open("/dev/full", O_WRONLY | O_CLOEXEC));
     ChildOptions options = piped({"--version"});

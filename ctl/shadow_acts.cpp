@@ -92,9 +92,9 @@ constexpr Command kCommands[] = {
     {"shadow create", kGroup, "Give a volume a shadow", Effect::kChanges, kCreateArguments,
      "zrpctl shadow create DATA /srv/data-shadow", create_shadow},
     {"shadow remove", kGroup, "Take the shadow from a volume", Effect::kChanges, kRemoveArguments,
-     "zrpctl shadow remove DATA --if-needed", remove_shadow},
+     "zrpctl shadow remove PROJECTS", remove_shadow},
     {"shadow forget", kGroup, "Remove the configuration of a shadow", Effect::kChanges,
-     kForgetArguments, "zrpctl shadow forget DATA DATA_S", forget_shadow},
+     kForgetArguments, "zrpctl shadow forget PROJECTS PROJECTS_S", forget_shadow},
 };
 
 } // namespace

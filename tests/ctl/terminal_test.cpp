@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 
 #include "common/transport.h"
+#include "ctl/command.h"
+#include "tests/ctl/command_cases.h"
 #include "tests/ctl/run_zrpctl.h"
 #include "tests/support/scripted_peer.h"
 #include "tests/support/simulated_server.h"
@@ -74,6 +76,36 @@ TEST(OnATerminal, ObjectsOfAWatchClearNothing) {
     ASSERT_TRUE(terminal.wait_for_exit());
     EXPECT_FALSE(contains(terminal.raw_output(), kClear));
 }
+
+class Example : public testing::TestWithParam<const ctl::Command*> {};
+
+// As the help prints it, by a person who says yes.
+TEST_P(Example, Works) {
+    const SimulatedServer server({"--clock", "100000"});
+    ASSERT_TRUE(server.ready());
+    const std::string program = ZRPCTL_PROGRAM;
+    const std::string path = program.substr(0, program.rfind('/')) + ":/usr/bin:/bin";
+    harness::Terminal terminal({.rows = 60,
+                                .columns = 200,
+                                .child = {.arguments = {"/bin/sh", "-c", GetParam()->example},
+                                          .environment = {"PATH=" + path}}});
+    if (GetParam()->effect == ctl::Effect::kChanges) {
+        ASSERT_TRUE(terminal.wait_for("? [y/N] ")) << terminal.text();
+        terminal.type("y\r");
+    }
+    EXPECT_EQ(terminal.wait_for_exit(), harness::ExitStatus{}) << terminal.text();
+}
+
+std::vector<const ctl::Command*> all_commands() {
+    std::vector<const ctl::Command*> all;
+    for (const ctl::Command& command : ctl::commands()) {
+        all.push_back(&command);
+    }
+    return all;
+}
+
+INSTANTIATE_TEST_SUITE_P(Ctl, Example, testing::ValuesIn(all_commands()),
+                         [](const auto& info) { return test_name(info.param->name); });
 
 constexpr const char* kDocument = CTL_TESTS "/threads.xml";
 

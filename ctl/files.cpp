@@ -117,7 +117,7 @@ constexpr Command kCommands[] = {
     {"files", kGroup, "List the open files by connection", Effect::kLooks, kFilesArguments,
      "zrpctl files --volume DATA", show_files},
     {"locks", kGroup, "List the locks of a file", Effect::kLooks, kLocksArguments,
-     "zrpctl locks DATA:example.txt", show_locks},
+     "zrpctl locks DATABASE:mail/inbox.db", show_locks},
 };
 
 } // namespace

@@ -186,8 +186,11 @@ TEST_F(Acts, WithoutATerminalNothingIsSent) {
 }
 
 // The same question on a terminal.
-int answer(const std::string& keys, const std::string& asked) {
-    harness::Terminal terminal({.child = {.arguments = {ZRPCTL_PROGRAM, "remove", "DATA"}}});
+int answer(const std::string& keys, const std::string& asked,
+           const Strings& words = {"remove", "DATA"}) {
+    Strings line = words;
+    line.insert(line.begin(), ZRPCTL_PROGRAM);
+    harness::Terminal terminal({.columns = 200, .child = {.arguments = line}});
     EXPECT_TRUE(terminal.wait_for(asked)) << terminal.text();
     terminal.type(keys);
     return terminal.wait_for_exit().value_or(harness::ExitStatus{-1, 0}).shell_status();
@@ -200,6 +203,34 @@ TEST_F(Acts, APersonIsAskedWithWhatHangsOnIt) {
     EXPECT_EQ(volume("DATA")["name"], "DATA");
     EXPECT_EQ(answer("yes\r", "? [y/N]"), 0);
     EXPECT_EQ(status_of({"volume", "DATA"}), 1);
+}
+
+struct Asked {
+    Strings words;
+    const char* question;
+};
+
+const Asked kAsked[] = {
+    {{"dismount", "DATA"}, "Dismount volume DATA (2 open files)?"},
+    {{"dismount", "--all"}, "Dismount all volumes (75 open files)?"},
+    {{"exclude", "DATA", "--dismount"}, "Exclude volume DATA (2 open files)?"},
+    {{"clear", "4"}, "Clear connection 4 (jschulz.users.hq.acme, 4 open files)?"},
+    {{"clear", "4", "5"}, "Clear 2 connections?"},
+    {{"clear", "--all", "--except", "4"}, "Clear all connections but 1 (50 connections)?"},
+    {{"clear", "--not-logged-in"}, "Clear the connections without a login (7 connections)?"},
+    {{"broadcast", "hello"}, "Send the message to everybody (50 connections)?"},
+    {{"unlock", "4"}, "Give up all locks of connection 4 (jschulz.users.hq.acme, 4 open files)?"},
+    {{"login", "disable", "--volume", "DATA", "--read-only"},
+     "Disable logins and make volume DATA read only?"},
+    {{"diagnostics", "storage", "--reset"}, "Reset all counters of the storage daemon?"},
+    {{"send", CTL_TESTS "/threads.xml"}, "Send 58 bytes to the server daemon?"},
+};
+
+TEST_F(Acts, TheQuestionSaysWhatHangsOnIt) {
+    for (const auto& [words, question] : kAsked) {
+        EXPECT_EQ(answer("\r", std::string(question) + " [y/N] ", words), 2) << question;
+    }
+    EXPECT_EQ(volume("DATA")["mounted"], true);
 }
 
 // A socket where the system log listens.

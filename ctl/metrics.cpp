@@ -33,7 +33,7 @@ constexpr std::array kDiskErrors = {ENOSPC, EDQUOT, EFBIG, EIO};
 // Before the server is asked.
 void check_folder(const std::string& path) {
     const size_t slash = path.rfind('/');
-    const std::string folder = slash == path.npos ? "." : path.substr(0, slash + 1);
+    const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
     if (access(folder.c_str(), W_OK | X_OK) != 0) {
         fail_file(path, errno);
     }

@@ -205,6 +205,16 @@ TEST_F(Acts, APersonIsAskedWithWhatHangsOnIt) {
     EXPECT_EQ(status_of({"volume", "DATA"}), 1);
 }
 
+TEST_F(Acts, ThinkingTakesNoTime) {
+    harness::Terminal terminal(
+        {.child = {.arguments = {ZRPCTL_PROGRAM, "remove", "DATA", "--timeout", "1"}}});
+    ASSERT_TRUE(terminal.wait_for("? [y/N] ")) << terminal.text();
+    const auto enough = std::chrono::steady_clock::now() + std::chrono::milliseconds(1100);
+    ASSERT_TRUE(terminal.wait_until([&] { return std::chrono::steady_clock::now() > enough; }));
+    terminal.type("y\r");
+    EXPECT_EQ(terminal.wait_for_exit(), harness::ExitStatus{}) << terminal.text();
+}
+
 struct Asked {
     Strings words;
     const char* question;

@@ -97,6 +97,19 @@ TEST(Watch, ShowsDifferencesASecond) {
     EXPECT_FALSE(item().contains("rate")) << "the counter went backwards";
 }
 
+TEST(Watch, HasTheTimeLimitForEachRound) {
+    const SimulatedServer server;
+    ASSERT_TRUE(server.ready());
+    ChildProcess child(piped({"versions", "--json", "--watch=0.5", "--timeout", "1"}));
+    for (int round = 0; round < 4; round++) {
+        const auto line = child.read_line();
+        ASSERT_TRUE(line && line->starts_with("{\"versions\"")) << line.value_or("");
+        EXPECT_EQ(line->find("error"), line->npos) << *line;
+    }
+    child.send_signal(SIGINT);
+    EXPECT_EQ(child.wait(), (ExitStatus{0, 0}));
+}
+
 TEST(Watch, RefusesARateWithoutRounds) {
     EXPECT_EQ(run_zrpctl({"statistics", "--rate"}).status, 2);
 }

@@ -80,7 +80,7 @@ constexpr Argument kArguments[] = {
 
 constexpr Command kCommands[] = {
     {"metrics", "Server", "Show all figures in the text format of Prometheus", Effect::kLooks,
-     kArguments, "zrpctl metrics --textfile /tmp/zrp.prom", show_metrics},
+     kArguments, "zrpctl metrics | grep zrp_up", show_metrics},
 };
 
 } // namespace

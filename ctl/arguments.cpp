@@ -180,12 +180,22 @@ void check_options(const Command& command, const Options& options) {
         if (word.starts_with('-')) {
             fail_word(word);
         }
-        const std::string nearest = nearest_command(before + word);
-        fail_usage("unknown command \"" + before + word + '"' +
-                   (nearest.empty() ? "" : "; did you mean \"" + nearest + "\"?"));
+        fail_usage(unknown_command(before + word));
     }
     fail_usage(before.empty() ? "a command is missing; try zrpctl --help"
                               : before + "needs one more word; try zrpctl --help");
+}
+
+// Of an option with nothing after "=", which CLI11 takes for an option without a value.
+void check_values(std::span<const char* const> line) {
+    for (const std::string_view word : line) {
+        if (word == "--") {
+            return;
+        }
+        if (word.starts_with("--") && word.find('=') == word.size() - 1) {
+            fail_usage(std::string(word.substr(0, word.size() - 1)) + " is empty");
+        }
+    }
 }
 
 } // namespace
@@ -203,6 +213,7 @@ bool wants_json(std::span<const char* const> line) {
 }
 
 Invocation read_command_line(std::span<const char* const> line) {
+    check_values(line);
     CLI::App root;
     TypedOptions typed;
     add_common_options(root, typed);

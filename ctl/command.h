@@ -26,7 +26,7 @@ enum class ArgumentKind : uint8_t {
     kAttribute,   // a word of a volume's state that a request may change
     kText,        // not empty
     kPath,        // not empty
-    kFile,        // of this machine, or "-"
+    kFile,        // of this machine
 };
 
 enum class Count : uint8_t { kOptional, kOne, kSome, kAny }; // kSome is one or more
@@ -102,6 +102,7 @@ std::span<const Command> status_commands();
 std::span<const Command> volume_commands();
 std::span<const Command> connection_commands();
 std::span<const Command> statistics_commands();
+std::span<const Command> metrics_commands();
 std::span<const Command> diagnostics_commands();
 std::span<const Command> settings_commands();
 std::span<const Command> files_commands();

@@ -9,11 +9,10 @@ namespace {
 using Family = std::span<const Command> (*)();
 
 constexpr Family kFamilies[] = {
-    status_commands,     statistics_commands,  volume_commands,      connection_commands,
-    files_commands,      settings_commands,    diagnostics_commands, storage_commands,
-    wait_commands,       volume_act_commands,  shadow_commands,      connection_act_commands,
-    server_act_commands, storage_act_commands,
-    send_commands, // one in each line, to be read as a list
+    status_commands,         statistics_commands, metrics_commands,     volume_commands,
+    connection_commands,     files_commands,      settings_commands,    diagnostics_commands,
+    storage_commands,        wait_commands,       volume_act_commands,  shadow_commands,
+    connection_act_commands, server_act_commands, storage_act_commands, send_commands,
 };
 
 std::vector<Command> join_families() {

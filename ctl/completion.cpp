@@ -12,8 +12,8 @@
 #include "ctl/attributes.h"
 #include "ctl/command.h"
 #include "ctl/failure.h"
-#include "ctl/lookups.h"
 #include "ctl/text.h"
+#include "ctl/volume_list.h"
 
 namespace zrp::ctl {
 namespace {
@@ -24,7 +24,7 @@ using Words = std::vector<std::string>;
 
 Words volume_names(const Session& session) {
     Words names;
-    for (const VolumeState& volume : volume_states(session)) {
+    for (const VolumeEntry& volume : list_volumes(session)) {
         names.push_back(volume.name);
     }
     return names;

@@ -66,6 +66,13 @@ std::string clear_question(const Session& session, const Arguments& arguments,
                      connection_note(session, stations.front());
 }
 
+// What --all and --not-logged-in name is never gone.
+bool are_gone(const Session& session, const std::vector<int32_t>& stations) {
+    return !stations.empty() &&
+           std::none_of(stations.begin(), stations.end(),
+                        [&](int32_t station) { return is_connected(session, station); });
+}
+
 constexpr Field kCount[] = {
     {tag::stationNumberCount, Field::kNumber, nullptr, nullptr, false},
 };
@@ -75,9 +82,11 @@ Outcome clear(Session& session, const Arguments& arguments) {
     need_one_of(arguments, kTargets);
     check_needs(arguments, kExcept, kAll);
     const std::vector<int32_t> stations = stations_of(arguments, kStation);
-    return carry_out({kServer, tag::clearConnection, nullptr, kCount, "connections cleared"},
-                     session, clear_request(arguments, stations),
-                     [&] { return clear_question(session, arguments, stations); });
+    return carry_out(
+        {kServer, tag::clearConnection, nullptr, kCount, "connections cleared"}, session,
+        clear_request(arguments, stations),
+        [&] { return clear_question(session, arguments, stations); },
+        [&] { return are_gone(session, stations); });
 }
 
 Outcome broadcast(Session& session, const Arguments& arguments) {

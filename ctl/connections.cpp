@@ -17,17 +17,44 @@ namespace {
 
 constexpr const char* kNotLoggedIn = "NOT LOGGED IN";
 
-constexpr Field kListed[] = {
-    {tag::stationNumberTag, Field::kNumber, "number"},
-    {tag::name, Field::kText},
-    {tag::loginTime, Field::kText},
-    {tag::zrpRequests, Field::kNumber},
-    {tag::bytesRead, Field::kNumber},
-    {tag::bytesWritten, Field::kNumber},
-    {tag::licensedState, Field::kText},
-    {tag::encrypted, Field::kText},
-    {tag::mfa, Field::kText},
+struct ConnectionField {
+    Field field;
+    bool isListed; // also one of those of the list
 };
+
+constexpr ConnectionField kFields[] = {
+    {{tag::stationNumberTag, Field::kNumber, "number"}, true},
+    {{tag::name, Field::kText}, true},
+    {{tag::loginTime, Field::kText}, true},
+    {{tag::loginEpoch, Field::kTime}, false},
+    {{tag::networkAddress, Field::kText}, false},
+    {{tag::zrpRequests, Field::kNumber}, true},
+    {{tag::bytesRead, Field::kNumber}, true},
+    {{tag::bytesWritten, Field::kNumber}, true},
+    {{tag::licensedState, Field::kText}, true},
+    {{tag::encrypted, Field::kText}, true},
+    {{tag::mfa, Field::kText}, true},
+    {{tag::status, Field::kMask}, false},
+    {{tag::privileges, Field::kMask}, false},
+    {{tag::authenticationMethod, Field::kNumber}, false},
+    {{tag::connectionType, Field::kNumber}, false},
+};
+
+template <bool kAll>
+constexpr auto choose_fields() {
+    constexpr auto kIsChosen = [](const ConnectionField& one) { return kAll || one.isListed; };
+    std::array<Field, std::count_if(std::begin(kFields), std::end(kFields), kIsChosen)> chosen = {};
+    size_t count = 0;
+    for (const ConnectionField& one : kFields) {
+        if (kIsChosen(one)) {
+            chosen.at(count++) = one.field;
+        }
+    }
+    return chosen;
+}
+
+constexpr auto kListed = choose_fields<false>();
+constexpr auto kDetails = choose_fields<true>();
 constexpr size_t kListedNumber = 0;
 constexpr size_t kListedName = 1;
 
@@ -90,14 +117,14 @@ constexpr auto kSortWords = [] {
 }();
 
 size_t column_of(const char* key) {
-    const auto* const at =
-        std::find_if(std::begin(kListed), std::end(kListed),
-                     [&](const Field& field) { return strcasecmp(key_of(field), key) == 0; });
-    return static_cast<size_t>(at - std::begin(kListed));
+    const auto* const at = std::find_if(kListed.begin(), kListed.end(), [&](const Field& field) {
+        return strcasecmp(key_of(field), key) == 0;
+    });
+    return static_cast<size_t>(at - kListed.begin());
 }
 
 bool is_less(const Item& a, const Item& b, size_t column) {
-    if (kListed[column].kind == Field::kText) {
+    if (kListed.at(column).kind == Field::kText) {
         return strcasecmp(a[column]->c_str(), b[column]->c_str()) < 0;
     }
     return read_unsigned(*a[column]).value_or(0) < read_unsigned(*b[column]).value_or(0);
@@ -123,32 +150,12 @@ Outcome show_connections(Session& session, const Arguments& arguments) {
         items.resize(std::min(items.size(), static_cast<size_t>(arguments.number("--limit"))));
     }
     Outcome outcome(session.options().json);
-    outcome.start_list("connections");
-    outcome.start_table(columns_of(kListed));
+    start_items(outcome, "connections", kListed);
     for (const Item& item : items) {
-        outcome.append(item_json(kListed, item));
-        outcome.add_row(item_row(kListed, item));
+        add_item(outcome, kListed, item);
     }
     return outcome;
 }
-
-constexpr Field kDetails[] = {
-    {tag::stationNumberTag, Field::kNumber, "number"},
-    {tag::name, Field::kText},
-    {tag::loginTime, Field::kText},
-    {tag::loginEpoch, Field::kTime},
-    {tag::networkAddress, Field::kText},
-    {tag::zrpRequests, Field::kNumber},
-    {tag::bytesRead, Field::kNumber},
-    {tag::bytesWritten, Field::kNumber},
-    {tag::licensedState, Field::kText},
-    {tag::encrypted, Field::kText},
-    {tag::mfa, Field::kText},
-    {tag::status, Field::kMask},
-    {tag::privileges, Field::kMask},
-    {tag::authenticationMethod, Field::kNumber},
-    {tag::connectionType, Field::kNumber},
-};
 
 // A list of names inside a connection, which may not come.
 struct NamesRow {

@@ -169,6 +169,19 @@ Row item_row(std::span<const Field> fields, const Item& item) {
     return row;
 }
 
+void start_items(Outcome& outcome, const char* key, std::span<const Field> fields) {
+    outcome.start_list(key);
+    outcome.start_table(columns_of(fields));
+}
+
+void add_item(Outcome& outcome, std::span<const Field> fields, const Item& item) {
+    if (outcome.json()) {
+        outcome.append(item_json(fields, item));
+    } else {
+        outcome.add_row(item_row(fields, item));
+    }
+}
+
 void start_properties(Outcome& outcome) {
     outcome.start_table({{"NAME"}, {"VALUE"}});
 }

@@ -3,8 +3,7 @@
 //     constexpr Field kFields[] = {{tag::volumeNumber, Field::kNumber, "number"},
 //                                  {tag::name, Field::kText}};
 //     const Item item = read_item(kFields, node, kServer);
-//     outcome.append(item_json(kFields, item));
-//     outcome.add_row(item_row(kFields, item));
+//     add_item(outcome, kFields, item);
 #pragma once
 
 #include <optional>
@@ -56,6 +55,10 @@ Item read_item(std::span<const Field> fields, Node node, const Daemon& daemon);
 
 Json item_json(std::span<const Field> fields, const Item& item);
 Row item_row(std::span<const Field> fields, const Item& item);
+
+// A list: a member of the object, or a table.
+void start_items(Outcome& outcome, const char* key, std::span<const Field> fields);
+void add_item(Outcome& outcome, std::span<const Field> fields, const Item& item);
 
 // A single thing: a table of names and values.
 void start_properties(Outcome& outcome);

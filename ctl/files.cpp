@@ -97,12 +97,9 @@ Outcome show_locks(Session& session, const Arguments& arguments) {
     const Node list = command_of(answer, kServer, tag::listFileLocksByFile);
     (void)read_item(kLockCount, list, kServer); // a reply without a count is cut
     Outcome outcome(session.options().json);
-    outcome.start_list("locks");
-    outcome.start_table(columns_of(kLocks));
+    start_items(outcome, "locks", kLocks);
     for (const Node node : list.children(tag::connectionTag)) {
-        const Item item = read_item(kLocks, node, kServer);
-        outcome.append(item_json(kLocks, item));
-        outcome.add_row(item_row(kLocks, item));
+        add_item(outcome, kLocks, read_item(kLocks, node, kServer));
     }
     return outcome;
 }
@@ -120,7 +117,7 @@ constexpr Command kCommands[] = {
     {"files", kGroup, "List the open files by connection", Effect::kLooks, kFilesArguments,
      "zrpctl files --volume DATA", show_files},
     {"locks", kGroup, "List the locks of a file", Effect::kLooks, kLocksArguments,
-     "zrpctl locks DATA:example.txt", show_locks},
+     "zrpctl locks DATABASE:mail/inbox.db", show_locks},
 };
 
 } // namespace

@@ -34,8 +34,11 @@ timespec as_timespec(milliseconds time) {
 
 } // namespace
 
-void install_handlers(bool isRepeating) {
+void let_a_closed_pipe_end_it() {
     std::signal(SIGPIPE, SIG_DFL);
+}
+
+void install_handlers(bool isRepeating) {
     catch_signal(SIGINT);
     if (isRepeating) {
         catch_signal(SIGTERM);

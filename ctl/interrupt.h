@@ -5,9 +5,11 @@
 
 namespace zrp::ctl {
 
-// Ctrl-C and SIGTERM while the program repeats a command; only Ctrl-C otherwise. A reader that
-// closes the pipe ends the program even if its parent ignores that signal.
+// Ctrl-C and SIGTERM while the program repeats a command; only Ctrl-C otherwise.
 void install_handlers(bool isRepeating);
+
+// A reader that closes the pipe ends the program even if its parent ignores that signal.
+void let_a_closed_pipe_end_it();
 
 bool was_interrupted();
 

@@ -8,7 +8,7 @@
 #include "common/requests/open_files.h"
 #include "common/requests/storage_control.h"
 #include "common/requests/volume_information.h"
-#include "common/requests/volume_list.h"
+#include "common/result.h"
 #include "common/tags.h"
 #include "ctl/fields.h"
 #include "ctl/pages.h"
@@ -44,44 +44,22 @@ Value unless_refused(Find find, Value nothing = {}) {
     }
 }
 
+Answer ask_about(const Session& session, int32_t station) {
+    return session.ask(kServer, request([&](uint32_t* length) {
+                           return BuildConnectionInformationRequest(
+                               station, kConnectionInformationVersion, length);
+                       }));
+}
+
 bool is_same_name(const std::string& a, const std::string& b) {
     return strcasecmp(a.c_str(), b.c_str()) == 0;
 }
 
 } // namespace
 
-std::vector<VolumeState> volume_states(const Session& session) {
-    std::vector<VolumeState> volumes;
-    walk_pages(
-        kServer, tag::listVolumes,
-        [&](int32_t index) {
-            return session.ask(kServer, request([&](uint32_t* length) {
-                                   return BuildListVolumesRequest(index, length);
-                               }));
-        },
-        [&](Node list, int64_t index) {
-            for (const Node volume : list.children(tag::volume)) {
-                const auto status = read_mask(text_inside(volume, tag::status).value_or(""));
-                volumes.push_back({text_inside(volume, tag::name).value_or(""),
-                                   number_inside(volume, tag::volumeNumber, kServer),
-                                   (status.value_or(0) & kVolumeMounted) != 0});
-            }
-            return next_page(list, index, kServer);
-        });
-    return volumes;
-}
-
-const VolumeState* find_state(const std::vector<VolumeState>& volumes, const std::string& name) {
-    for (const VolumeState& volume : volumes) {
-        if (is_same_name(volume.name, name)) {
-            return &volume;
-        }
-    }
-    return nullptr;
-}
-
-std::string volume_detail(const Session& session, const std::string& name, const char* tag) {
-    return unless_refused<std::string>([&] {
+std::optional<std::string> volume_detail(const Session& session, const std::string& name,
+                                         const char* tag) {
+    return unless_refused<std::optional<std::string>>([&]() -> std::optional<std::string> {
         const std::string escaped = client::Escaped(name);
         const Answer answer =
             session.ask(kServer, request([&](uint32_t* length) {
@@ -141,16 +119,25 @@ std::optional<int64_t> connection_count(const Session& session, const char* tag)
 
 std::string connection_note(const Session& session, int32_t station) {
     return unless_refused<std::string>([&] {
-        const Answer answer = session.ask(kServer, request([&](uint32_t* length) {
-                                              return BuildConnectionInformationRequest(
-                                                  station, kConnectionInformationVersion, length);
-                                          }));
+        const Answer answer = ask_about(session, station);
         const Node connection =
             command_of(answer, kServer, tag::connectionInformationTag).child(tag::connectionTag);
         const int64_t files =
             number_inside(connection.child(tag::openFiles), tag::openFilesCount, kServer);
         return " (" + text_of(connection.child(tag::name)) + ", " + files_text(files, false) + ')';
     });
+}
+
+bool is_connected(const Session& session, int32_t station) {
+    try {
+        (void)command_of(ask_about(session, station), kServer, tag::connectionInformationTag);
+        return true;
+    } catch (const Failure& failure) {
+        if (failure.kind != Kind::kRefused || failure.code != kNotFound) {
+            throw;
+        }
+        return false;
+    }
 }
 
 bool is_bound(const Session& session, const std::string& server, const std::string& address) {

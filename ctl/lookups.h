@@ -4,26 +4,15 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "ctl/session.h"
 
 namespace zrp::ctl {
 
-struct VolumeState {
-    std::string name;
-    int64_t number = 0;
-    bool isMounted = false;
-};
-
-std::vector<VolumeState> volume_states(const Session& session);
-
-// The volume of that name in any case; null without one.
-const VolumeState* find_state(const std::vector<VolumeState>& volumes, const std::string& name);
-
-// The text of an element of the server's information on a volume; empty if it did not come or the
-// server knows no such volume.
-std::string volume_detail(const Session& session, const std::string& name, const char* tag);
+// The text of an element of the server's information on a volume, empty if it did not come; nothing
+// if the server refuses, as it does when it knows no such volume.
+std::optional<std::string> volume_detail(const Session& session, const std::string& name,
+                                         const char* tag);
 
 // " (12 open files)" of a volume, or of all for an empty name; "more than 12" if there are further
 // pages. Empty if the server does not say.
@@ -37,6 +26,9 @@ std::optional<int64_t> connection_count(const Session& session, const char* tag)
 
 // " (ALICE, 3 open files)" of a connection; empty if the server does not say.
 std::string connection_note(const Session& session, int32_t station);
+
+// Whether the server knows the connection.
+bool is_connected(const Session& session, int32_t station);
 
 // Whether the server lists the address of a virtual server.
 bool is_bound(const Session& session, const std::string& server, const std::string& address);

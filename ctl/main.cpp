@@ -44,7 +44,7 @@ int run(std::span<const char* const> line) {
         report(failure, wants_json(line));
         return exit_status(failure.kind);
     } catch (const std::bad_alloc&) {
-        report({Kind::kOutput, "out of memory"}, false);
+        report({Kind::kOutput, "out of memory"}, wants_json(line));
         return exit_status(Kind::kOutput);
     }
 }
@@ -53,6 +53,7 @@ int run(std::span<const char* const> line) {
 } // namespace zrp::ctl
 
 int main(int argc, char** argv) {
+    zrp::ctl::let_a_closed_pipe_end_it();
     zrp::ctl::reserve_streams();
     zrp::ctl::prepare_widths();
     return zrp::ctl::run({argv + 1, static_cast<size_t>(argc > 0 ? argc - 1 : 0)});

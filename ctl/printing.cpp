@@ -134,7 +134,7 @@ void write_output(std::string_view text) {
 
 void report(const Failure& failure, bool json) {
     print_note("zrpctl: " + visible(sentence(failure)));
-    if (json && failure.kind != Kind::kOutput) {
+    if (json) {
         (void)write_all(STDOUT_FILENO, json_line({{"error", json_text(json_error(failure))}}));
     }
 }
@@ -149,6 +149,14 @@ void print_note(std::string_view text) {
 
 void print_question(std::string_view text) {
     (void)write_all(STDERR_FILENO, text);
+}
+
+std::string shown_document(const std::string& document) {
+    if (isatty(STDOUT_FILENO) == 0) {
+        return document;
+    }
+    const std::string text = visible_lines(document);
+    return text.ends_with('\n') ? text : text + '\n';
 }
 
 std::string size_words(uint64_t bytes) {

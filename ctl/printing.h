@@ -29,6 +29,9 @@ void print_note(std::string_view text);
 // The same without a line end, before what a person types.
 void print_question(std::string_view text);
 
+// A document for standard output: as it is in a pipe, visible and with a line end on a terminal.
+std::string shown_document(const std::string& document);
+
 // Sizes and times for people.
 std::string size_words(uint64_t bytes);       // "1.50 GB"
 std::string local_time(int64_t epoch);        // with the offset from UTC; empty beyond the calendar

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <new>
+#include <system_error>
 #include <unistd.h>
 
 #include "ctl/failure.h"
@@ -20,8 +21,20 @@ constexpr const char* kClear = "\x1b[H\x1b[2J";
 Outcome dry_run_outcome(const DryRun& dry, bool json) {
     Outcome outcome(json);
     outcome.set("request", {{"daemon", dry.daemon}, {"document", dry.document}});
-    outcome.add_text(dry.document + (dry.document.ends_with('\n') ? "" : "\n"));
+    const std::string text = shown_document(dry.document);
+    outcome.add_text(text.ends_with('\n') ? text : text + '\n');
     return outcome;
+}
+
+// What the system lacks is a failure like any other, so that an act leaves its line in the log.
+Outcome run(const Invocation& invocation, Session& session) {
+    try {
+        return invocation.command->run(session, invocation.arguments);
+    } catch (const std::bad_alloc&) {
+        throw Failure{Kind::kOutput, "out of memory"};
+    } catch (const std::system_error&) {
+        throw Failure{Kind::kOutput, "the system gives no thread"};
+    }
 }
 
 Outcome carry_out(const Invocation& invocation, Session& session) {
@@ -31,7 +44,7 @@ Outcome carry_out(const Invocation& invocation, Session& session) {
         }
     };
     try {
-        Outcome outcome = invocation.command->run(session, invocation.arguments);
+        Outcome outcome = run(invocation, session);
         log(outcome.failure);
         return outcome;
     } catch (const Failure& failure) {
@@ -76,6 +89,11 @@ int run_once(const Invocation& invocation, bool clears) {
     }
 }
 
+// What the next round would only repeat.
+bool is_lasting(int status) {
+    return status == exit_status(Kind::kUsage) || status == exit_status(Kind::kOutput);
+}
+
 } // namespace
 
 int run_command(const Invocation& invocation) {
@@ -84,11 +102,10 @@ int run_command(const Invocation& invocation) {
         return run_once(invocation, false);
     }
     const bool clears = !options.json && isatty(STDOUT_FILENO) != 0;
-    const int outputFailure = exit_status(Kind::kOutput);
     for (;;) {
         const Clock::time_point next = Clock::now() + *options.watch;
         const int status = run_once(invocation, clears);
-        if (was_interrupted() || status == outputFailure) {
+        if (was_interrupted() || is_lasting(status)) {
             return status;
         }
         try {

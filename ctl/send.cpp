@@ -12,7 +12,7 @@
 #include "common/tags.h"
 #include "ctl/acts.h"
 #include "ctl/interrupt.h"
-#include "ctl/text.h"
+#include "ctl/printing.h"
 
 namespace zrp::ctl {
 namespace {
@@ -125,7 +125,7 @@ Outcome send_document(Session& session, const Arguments& arguments) {
     (void)session.change(daemon, request_of(document, daemon), &reply);
     Outcome outcome(session.options().json);
     outcome.set("reply", reply);
-    outcome.add_text(isatty(STDOUT_FILENO) != 0 ? visible_lines(reply) + '\n' : reply);
+    outcome.add_text(shown_document(reply));
     return outcome;
 }
 

@@ -7,6 +7,7 @@
 #include "ctl/lookups.h"
 #include "ctl/numbers.h"
 #include "ctl/text.h"
+#include "ctl/volume_list.h"
 
 namespace zrp::ctl {
 namespace {
@@ -144,21 +145,12 @@ constexpr Field kClusterVolume[] = {
 };
 constexpr size_t kFailureCode = 2;
 
-bool is_mounted(const Session& session, const std::string& name) {
-    const std::vector<VolumeState> volumes = volume_states(session);
-    const VolumeState* volume = find_state(volumes, name);
-    return volume != nullptr && volume->isMounted;
-}
-
 Outcome show_cluster_volume(const Session& session, const std::string& name, const Item& item) {
     Outcome outcome(session.options().json);
-    Json volumes = Json::array();
-    volumes.push_back(item_json(kClusterVolume, item));
-    outcome.set("volumes", volumes);
-    outcome.start_table(columns_of(kClusterVolume));
-    outcome.add_row(item_row(kClusterVolume, item));
+    start_items(outcome, "volumes", kClusterVolume);
+    add_item(outcome, kClusterVolume, item);
     const int64_t code = read_number(*item[kFailureCode]).value_or(0);
-    if (code != 0 && !(session.options().ifNeeded && is_mounted(session, name))) {
+    if (code != 0 && !(session.options().ifNeeded && is_volume_mounted(session, name))) {
         outcome.failure = Failure{Kind::kRefused, "not mounted: " + name, kServer.name, code};
     }
     return outcome;

@@ -3,6 +3,7 @@
 #include "common/tags.h"
 #include "ctl/acts.h"
 #include "ctl/lookups.h"
+#include "ctl/volume_list.h"
 
 namespace zrp::ctl {
 namespace {
@@ -17,7 +18,7 @@ constexpr Field kRemoved[] = {
     {tag::shadowVolName, Field::kText},
 };
 
-std::string path_of_shadow(const Session& session, const std::string& volume) {
+std::optional<std::string> path_of_shadow(const Session& session, const std::string& volume) {
     return volume_detail(session, volume, tag::shadow);
 }
 
@@ -48,8 +49,8 @@ Outcome remove_shadow(Session& session, const Arguments& arguments) {
         }),
         [&] { return "Remove the shadow of volume " + volume; },
         [&] {
-            return find_state(volume_states(session), volume) != nullptr &&
-                   path_of_shadow(session, volume).empty();
+            return find_volume(list_volumes(session), volume) != nullptr &&
+                   path_of_shadow(session, volume) == "";
         });
 }
 
@@ -91,9 +92,9 @@ constexpr Command kCommands[] = {
     {"shadow create", kGroup, "Give a volume a shadow", Effect::kChanges, kCreateArguments,
      "zrpctl shadow create DATA /srv/data-shadow", create_shadow},
     {"shadow remove", kGroup, "Take the shadow from a volume", Effect::kChanges, kRemoveArguments,
-     "zrpctl shadow remove DATA --if-needed", remove_shadow},
+     "zrpctl shadow remove PROJECTS", remove_shadow},
     {"shadow forget", kGroup, "Remove the configuration of a shadow", Effect::kChanges,
-     kForgetArguments, "zrpctl shadow forget DATA DATA_S", forget_shadow},
+     kForgetArguments, "zrpctl shadow forget PROJECTS PROJECTS_S", forget_shadow},
 };
 
 } // namespace

@@ -9,6 +9,7 @@
 #include "ctl/json.h"
 #include "ctl/named_values.h"
 #include "ctl/probe.h"
+#include "ctl/suggestion.h"
 #include "ctl/text.h"
 
 namespace zrp::ctl {
@@ -143,7 +144,7 @@ Outcome show_help(Session& session, const Arguments& arguments) {
     }
     const Command* command = find_command(name);
     if (!name.empty() && command == nullptr) {
-        throw Failure{Kind::kUsage, "COMMAND \"" + name + "\" is unknown"};
+        throw Failure{Kind::kUsage, unknown_command(name)};
     }
     const std::string text = name.empty() ? general_help() : command_help(*command);
     Outcome outcome(session.options().json);

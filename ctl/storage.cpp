@@ -25,12 +25,9 @@ Outcome show_filters(Session& session, const Arguments&) {
         fail_reply("the reply has no list of filters");
     }
     Outcome outcome(session.options().json);
-    outcome.start_list("filters");
-    outcome.start_table(columns_of(kFilter));
+    start_items(outcome, "filters", kFilter);
     for (const Node node : list.children(tag::parm)) {
-        const Item item = read_item(kFilter, node, kStorage);
-        outcome.append(item_json(kFilter, item));
-        outcome.add_row(item_row(kFilter, item));
+        add_item(outcome, kFilter, read_item(kFilter, node, kStorage));
     }
     return outcome;
 }
@@ -118,12 +115,9 @@ Outcome show_servers(Session& session, const Arguments&) {
         throw Failure{Kind::kReply, "the reply has no list of servers", kServer.name};
     }
     Outcome outcome(session.options().json);
-    outcome.start_list("servers");
-    outcome.start_table(columns_of(kVirtualServer));
+    start_items(outcome, "servers", kVirtualServer);
     for (const Node node : list.children(tag::server)) {
-        const Item item = read_item(kVirtualServer, node, kServer);
-        outcome.append(item_json(kVirtualServer, item));
-        outcome.add_row(item_row(kVirtualServer, item));
+        add_item(outcome, kVirtualServer, read_item(kVirtualServer, node, kServer));
     }
     return outcome;
 }

@@ -4,6 +4,7 @@
 #include "common/tags.h"
 #include "ctl/acts.h"
 #include "ctl/lookups.h"
+#include "ctl/volume_list.h"
 
 namespace zrp::ctl {
 namespace {
@@ -35,9 +36,9 @@ bool is_so(const Session& session, const Control& kind, const std::string& name,
     if (!is_in_list(session, name, kind.list)) {
         return false;
     }
-    const std::vector<VolumeState> volumes = volume_states(session);
-    const VolumeState* volume = find_state(volumes, name);
-    return !withMount || (volume != nullptr && volume->isMounted == kind.mounts);
+    const std::vector<VolumeEntry> volumes = list_volumes(session);
+    const VolumeEntry* volume = find_volume(volumes, name);
+    return !withMount || (volume != nullptr && is_mounted(*volume) == kind.mounts);
 }
 
 Outcome control(const Control& kind, Session& session, const Arguments& arguments) {

@@ -26,8 +26,7 @@ size_t distance(std::string_view a, std::string_view b) {
     return row.back();
 }
 
-} // namespace
-
+// Empty when none is near.
 std::string nearest_command(std::string_view typed) {
     constexpr size_t kFar = 4;
     std::string nearest;
@@ -40,6 +39,14 @@ std::string nearest_command(std::string_view typed) {
         }
     }
     return nearest;
+}
+
+} // namespace
+
+std::string unknown_command(std::string_view typed) {
+    const std::string nearest = nearest_command(typed);
+    return "unknown command \"" + std::string(typed) + '"' +
+           (nearest.empty() ? "" : "; did you mean \"" + nearest + "\"?");
 }
 
 } // namespace zrp::ctl

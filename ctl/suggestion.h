@@ -6,7 +6,7 @@
 
 namespace zrp::ctl {
 
-// Empty when none is near.
-std::string nearest_command(std::string_view typed);
+// "unknown command "volumez"; did you mean "volumes"?", or without the question when none is near.
+std::string unknown_command(std::string_view typed);
 
 } // namespace zrp::ctl

@@ -8,6 +8,7 @@
 #include "ctl/acts.h"
 #include "ctl/lookups.h"
 #include "ctl/numbers.h"
+#include "ctl/volume_list.h"
 
 namespace zrp::ctl {
 namespace {
@@ -71,11 +72,9 @@ std::vector<Item> read_volumes(const Answer& answer, const char* tag,
 Outcome show_volumes(const Session& session, std::span<const Field> fields,
                      const std::vector<Item>& items) {
     Outcome outcome(session.options().json);
-    outcome.start_list("volumes");
-    outcome.start_table(columns_of(fields));
+    start_items(outcome, "volumes", fields);
     for (const Item& item : items) {
-        outcome.append(item_json(fields, item));
-        outcome.add_row(item_row(fields, item));
+        add_item(outcome, fields, item);
     }
     return outcome;
 }
@@ -106,10 +105,10 @@ std::string mount_question(const Mounting& kind, const Session& session,
 }
 
 // Whether a volume that was refused already is as it was to become.
-bool is_so(const Mounting& kind, const std::vector<VolumeState>& volumes, const std::string& name,
+bool is_so(const Mounting& kind, const std::vector<VolumeEntry>& volumes, const std::string& name,
            int32_t number) {
-    const VolumeState* volume = find_state(volumes, name);
-    return volume != nullptr && volume->isMounted == kind.mounts &&
+    const VolumeEntry* volume = find_volume(volumes, name);
+    return volume != nullptr && is_mounted(*volume) == kind.mounts &&
            (number == kUnchangedNumber || volume->number == number);
 }
 
@@ -117,7 +116,7 @@ bool is_so(const Mounting& kind, const std::vector<VolumeState>& volumes, const 
 void add_refusals(const Mounting& kind, const Session& session, const std::vector<Item>& items,
                   int32_t number, Outcome& outcome) {
     std::vector<std::string> refused;
-    std::optional<std::vector<VolumeState>> volumes;
+    std::optional<std::vector<VolumeEntry>> volumes;
     int64_t code = 0;
     for (const Item& item : items) {
         const int64_t itsCode = read_number(*item.back()).value_or(0);
@@ -125,7 +124,7 @@ void add_refusals(const Mounting& kind, const Session& session, const std::vecto
             continue;
         }
         if (session.options().ifNeeded && !volumes) {
-            volumes = volume_states(session);
+            volumes = list_volumes(session);
         }
         if (!volumes || !is_so(kind, *volumes, *item.front(), number)) {
             code = refused.empty() ? itsCode : code;
@@ -229,7 +228,7 @@ Outcome remove(Session& session, const Arguments& arguments) {
             return BuildRemoveVolumeRequest(name.c_str(), text_or_null(options), length);
         }),
         [&] { return "Remove volume " + typed + open_files_note(session, typed); },
-        [&] { return find_state(volume_states(session), typed) == nullptr; });
+        [&] { return find_volume(list_volumes(session), typed) == nullptr; });
 }
 
 constexpr Field kModified[] = {

@@ -24,4 +24,7 @@ const VolumeEntry* find_volume(const std::vector<VolumeEntry>& volumes, std::str
 
 bool is_mounted(const VolumeEntry& volume);
 
+// Whether the server has a volume of that name and it is mounted. Throws a Failure.
+bool is_volume_mounted(const Session& session, std::string_view name);
+
 } // namespace zrp::ctl

@@ -50,12 +50,10 @@ Outcome show_volumes(Session& session, const Arguments& arguments) {
     const bool mountedOnly = arguments.has("--mounted");
     const std::vector<Item> volumes = list_items(session);
     Outcome outcome(session.options().json);
-    outcome.start_list("volumes");
-    outcome.start_table(columns_of(kListed));
+    start_items(outcome, "volumes", kListed);
     for (const Item& volume : volumes) {
         if (!mountedOnly || is_mounted(entry_of(volume))) {
-            outcome.append(item_json(kListed, volume));
-            outcome.add_row(item_row(kListed, volume));
+            add_item(outcome, kListed, volume);
         }
     }
     return outcome;
@@ -145,6 +143,8 @@ struct SizeRow {
 constexpr SizeRow kSizes[] = {
     {"totalBytes", tag::clustersPerVolume},
     {"freeBytes", tag::freeClusters},
+    {"purgeableBytes", tag::purgeableBlocks},
+    {"notYetPurgeableBytes", tag::notYetPurgeableBlocks},
 };
 
 void add_sizes(Node volume, Json& object, Outcome& outcome) {
@@ -229,6 +229,12 @@ const VolumeEntry* find_volume(const std::vector<VolumeEntry>& volumes, std::str
 
 bool is_mounted(const VolumeEntry& volume) {
     return (volume.status & kVolumeMounted) != 0;
+}
+
+bool is_volume_mounted(const Session& session, std::string_view name) {
+    const std::vector<VolumeEntry> volumes = list_volumes(session);
+    const VolumeEntry* volume = find_volume(volumes, name);
+    return volume != nullptr && is_mounted(*volume);
 }
 
 std::span<const Command> volume_commands() {

@@ -76,12 +76,9 @@ constexpr const char* kStates[] = {kMounted, kGone};
 Outcome wait_volume(Session& session, const Arguments& arguments) {
     const std::string& name = arguments.text("NAME");
     const bool wanted = strcasecmp(arguments.text("STATE").c_str(), kMounted) == 0;
-    return wait_until(session, "volume " + name + " is " + (wanted ? kMounted : kGone),
-                      [&](const Session& asking) {
-                          const std::vector<VolumeEntry> volumes = list_volumes(asking);
-                          const VolumeEntry* volume = find_volume(volumes, name);
-                          return (volume != nullptr && is_mounted(*volume)) == wanted;
-                      });
+    return wait_until(
+        session, "volume " + name + " is " + (wanted ? kMounted : kGone),
+        [&](const Session& asking) { return is_volume_mounted(asking, name) == wanted; });
 }
 
 constexpr const char* kGroup = "Waiting";

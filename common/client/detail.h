@@ -138,7 +138,8 @@ struct List {
 // Whether an element of that name begins in the text, be it whole or not.
 inline bool HasElement(std::string_view text, std::string_view name) {
     constexpr size_t kNone = std::string_view::npos;
-    const std::string opening = "<" + std::string(name);
+    std::string opening = "<"; // g++ 12 warns of a sum that begins with a literal
+    opening += name;
     for (size_t at = text.find(opening); at != kNone; at = text.find(opening, at + 1)) {
         const std::string_view next = text.substr(at + opening.size(), 1);
         if (next.find_first_of(" \t\r\n/>") != kNone) {

@@ -9,52 +9,16 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/ctl/run_zrpctl.h"
+#include "tests/ctl/act_test.h"
 #include "tests/support/needs.h"
-#include "tests/support/simulated_server.h"
 #include "tools/harness/descriptor.h"
-#include "tools/harness/keys.h"
 #include "tools/harness/private_files.h"
 #include "tools/harness/terminal.h"
 
 namespace zrp {
 namespace {
 
-using Strings = std::vector<std::string>;
-
-class Acts : public testing::Test {
-protected:
-    void SetUp() override {
-        ASSERT_TRUE(server_.ready());
-    }
-
-    // The answer of a command that succeeds.
-    static nlohmann::ordered_json done(Strings words) {
-        words.insert(words.end(), {"--json", "--yes"});
-        const Ran ran = run_zrpctl(words);
-        EXPECT_EQ(ran.status, 0) << ran.errors;
-        return ran.json();
-    }
-
-    // The status of one that does not.
-    static int status_of(Strings words) {
-        words.emplace_back("--yes");
-        const Ran ran = run_zrpctl(words);
-        EXPECT_NE(ran.errors, "");
-        return ran.status;
-    }
-
-    static nlohmann::ordered_json volume(const std::string& name) {
-        return done({"volume", name})["volume"];
-    }
-
-    static size_t connection_count() {
-        return done({"connections"})["connections"].size();
-    }
-
-private:
-    SimulatedServer server_{{"--clock", "100000"}};
-};
+class Acts : public ActTest {};
 
 TEST_F(Acts, DismountAndMountAreSeen) {
     EXPECT_EQ(done({"dismount", "DATA", "HOME"})["volumes"].size(), 2U);
@@ -88,19 +52,6 @@ TEST_F(Acts, AVolumeIsCreatedModifiedAndRemoved) {
     EXPECT_EQ(words.find("hidden"), std::string::npos) << words;
     (void)done({"remove", "A&B"});
     EXPECT_EQ(status_of({"volume", "A&B"}), 1);
-}
-
-TEST_F(Acts, IfNeededTakesOnlyWhatIsSo) {
-    (void)done({"create", "NEW", "/srv/new"});
-    EXPECT_EQ(done({"create", "NEW", "/srv/new", "--if-needed"})["done"], true);
-    EXPECT_EQ(status_of({"create", "NEW", "/srv/other", "--if-needed"}), 1);
-    EXPECT_EQ(status_of({"create", "NEW", "/srv/new"}), 1);
-    EXPECT_EQ(status_of({"mount", "NEW"}), 1);
-    (void)done({"mount", "NEW", "--if-needed"});
-    (void)done({"remove", "NEW"});
-    (void)done({"remove", "NEW", "--if-needed"});
-    EXPECT_EQ(status_of({"mount", "NEW", "--if-needed"}), 1);
-    EXPECT_EQ(status_of({"dismount", "NEW", "--if-needed"}), 1);
 }
 
 TEST_F(Acts, AShadowIsSeen) {
@@ -188,6 +139,15 @@ TEST_F(Acts, WrongLinesAreUsageErrors) {
         {"clear", "4", "--all"},
         {"clear", "4", "--except", "5"},
         {"broadcast", "hello", "--to", ""},
+        {"broadcast", "hello", "--to="},
+        {"broadcast", "hello", "--to"},
+        {"broadcast", "hello", "--to", "4", "--to", ""},
+        {"broadcast", "hello", "--to", "4,5"},
+        {"broadcast", "hello", "--to", "4 5"},
+        {"clear", ""},
+        {"clear", "--all", "--except", ""},
+        {"clear", "--all", "--except="},
+        {"mount", "--all="},
         {"broadcast", ""},
         {"set", "FIRST_WATCHDOG_PACKET", ""},
         {"set", "FIRST_WATCHDOG_PACKET", "a\x01"},
@@ -197,6 +157,21 @@ TEST_F(Acts, WrongLinesAreUsageErrors) {
         {"send", "/does/not/exist"},
         {"send", "/dev/null"},
         {"diagnostics", "server", "3", "--reset"},
+        {"diagnostics", "server", "--reset", "--watch"},
+        {"diagnostics", "server", "11"},
+        {"diagnostics", "storage", "3"},
+        {"diagnostics", "server", "0"},
+        {"diagnostics", "server", "nope"},
+        {"connections", "--user", "a", "--user", "b"},
+        {"files", "--volume", "SIXTEEN_BYTES_XX"},
+        {"login", "disable", "--volume", ""},
+        {"create", "NEW", ""},
+        {"filter", "set", "events", "0x100000000"},
+        {"filter", "set", "events", "0x"},
+        {"tree", "DATA", "-1"},
+        {"volumes", "--watch", "--json", "--yes", "extra"},
+        {"mount", "DATA", "--watch"},
+        {"help", "volumez"},
     };
     for (const Strings& line : lines) {
         EXPECT_EQ(status_of(line), 2) << line.front() << ' ' << line.back();
@@ -211,8 +186,11 @@ TEST_F(Acts, WithoutATerminalNothingIsSent) {
 }
 
 // The same question on a terminal.
-int answer(const std::string& keys, const std::string& asked) {
-    harness::Terminal terminal({.child = {.arguments = {ZRPCTL_PROGRAM, "remove", "DATA"}}});
+int answer(const std::string& keys, const std::string& asked,
+           const Strings& words = {"remove", "DATA"}) {
+    Strings line = words;
+    line.insert(line.begin(), ZRPCTL_PROGRAM);
+    harness::Terminal terminal({.columns = 200, .child = {.arguments = line}});
     EXPECT_TRUE(terminal.wait_for(asked)) << terminal.text();
     terminal.type(keys);
     return terminal.wait_for_exit().value_or(harness::ExitStatus{-1, 0}).shell_status();
@@ -225,6 +203,44 @@ TEST_F(Acts, APersonIsAskedWithWhatHangsOnIt) {
     EXPECT_EQ(volume("DATA")["name"], "DATA");
     EXPECT_EQ(answer("yes\r", "? [y/N]"), 0);
     EXPECT_EQ(status_of({"volume", "DATA"}), 1);
+}
+
+TEST_F(Acts, ThinkingTakesNoTime) {
+    harness::Terminal terminal(
+        {.child = {.arguments = {ZRPCTL_PROGRAM, "remove", "DATA", "--timeout", "1"}}});
+    ASSERT_TRUE(terminal.wait_for("? [y/N] ")) << terminal.text();
+    const auto enough = std::chrono::steady_clock::now() + std::chrono::milliseconds(1100);
+    ASSERT_TRUE(terminal.wait_until([&] { return std::chrono::steady_clock::now() > enough; }));
+    terminal.type("y\r");
+    EXPECT_EQ(terminal.wait_for_exit(), harness::ExitStatus{}) << terminal.text();
+}
+
+struct Asked {
+    Strings words;
+    const char* question;
+};
+
+const Asked kAsked[] = {
+    {{"dismount", "DATA"}, "Dismount volume DATA (2 open files)?"},
+    {{"dismount", "--all"}, "Dismount all volumes (75 open files)?"},
+    {{"exclude", "DATA", "--dismount"}, "Exclude volume DATA (2 open files)?"},
+    {{"clear", "4"}, "Clear connection 4 (jschulz.users.hq.acme, 4 open files)?"},
+    {{"clear", "4", "5"}, "Clear 2 connections?"},
+    {{"clear", "--all", "--except", "4"}, "Clear all connections but 1 (50 connections)?"},
+    {{"clear", "--not-logged-in"}, "Clear the connections without a login (7 connections)?"},
+    {{"broadcast", "hello"}, "Send the message to everybody (50 connections)?"},
+    {{"unlock", "4"}, "Give up all locks of connection 4 (jschulz.users.hq.acme, 4 open files)?"},
+    {{"login", "disable", "--volume", "DATA", "--read-only"},
+     "Disable logins and make volume DATA read only?"},
+    {{"diagnostics", "storage", "--reset"}, "Reset all counters of the storage daemon?"},
+    {{"send", CTL_TESTS "/threads.xml"}, "Send 58 bytes to the server daemon?"},
+};
+
+TEST_F(Acts, TheQuestionSaysWhatHangsOnIt) {
+    for (const auto& [words, question] : kAsked) {
+        EXPECT_EQ(answer("\r", std::string(question) + " [y/N] ", words), 2) << question;
+    }
+    EXPECT_EQ(volume("DATA")["mounted"], true);
 }
 
 // A socket where the system log listens.
@@ -268,23 +284,17 @@ TEST_F(Acts, EachLeavesALineInTheSystemLog) {
     EXPECT_EQ(status_of({"create", "DATA", "/srv/a b", "--number", "9"}), 1);
     EXPECT_EQ(log.lines(), Strings{"root (uid 0): create DATA \"/srv/a b\" --number 9: "
                                    "volume exists: DATA (server daemon, code 17)"});
+    EXPECT_EQ(status_of({"mount", "DATA", "NOPE", "A B"}), 1);
+    EXPECT_EQ(log.lines(), Strings{"root (uid 0): mount DATA NOPE \"A B\": not mounted: NOPE, A B "
+                                   "(server daemon, code 2)"});
+    (void)done({"diagnostics", "storage", "--reset"});
+    EXPECT_EQ(log.lines(), Strings{"root (uid 0): diagnostics storage --reset: done"});
     (void)done({"mount", "DATA", "--dry-run"});
     (void)done({"volumes"});
+    (void)done({"diagnostics", "storage", "13"});
+    EXPECT_EQ(run_zrpctl({"remove", "DATA"}).status, 2);
     EXPECT_EQ(status_of({"mount"}), 2);
     EXPECT_EQ(log.lines(), Strings());
-}
-
-// What the monitor shows after a change.
-TEST_F(Acts, TheMonitorShowsTheChange) {
-    ZRP_NEEDS_ROOT();
-    (void)done({"mount", "BACKUP"});
-    (void)done({"dismount", "HOME"});
-    harness::Terminal monitor(
-        {.rows = 60, .columns = 100, .child = {.arguments = {ZRPTOP_PROGRAM}}});
-    ASSERT_TRUE(monitor.wait_for("Server Up Time")) << monitor.text();
-    monitor.press(harness::Key::kF3);
-    EXPECT_TRUE(monitor.wait_for("12. BACKUP")) << monitor.text();
-    EXPECT_EQ(monitor.text().find("2. HOME"), std::string::npos) << monitor.text();
 }
 
 } // namespace

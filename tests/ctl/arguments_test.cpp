@@ -100,6 +100,13 @@ TEST(CommandLine, SuggestsTheNearestCommand) {
               "bytesWritten");
 }
 
+TEST(CommandLine, HelpSuggestsTheNearestCommandToo) {
+    const Ran ran = run_zrpctl({"help", "cluster", "server"});
+    EXPECT_EQ(ran.status, 2);
+    EXPECT_EQ(ran.errors,
+              "zrpctl: unknown command \"cluster server\"; did you mean \"cluster servers\"?\n");
+}
+
 TEST(CommandLine, ACommandThatWatchesOnlyLooks) {
     EXPECT_EQ(complaint({"statistics", "--watch", "--rate"}), "");
 }

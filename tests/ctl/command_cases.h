@@ -15,6 +15,7 @@ struct CommandCase {
     bool isPartial = false;               // shows what other daemons said beside a failure
     bool waits = false;                   // any failure is one to wait out
     std::vector<std::string> before = {}; // a command that makes it possible
+    bool reportsAll = false;              // any failure is a part of its answer
 };
 
 inline const std::vector<CommandCase>& command_cases() {
@@ -23,6 +24,7 @@ inline const std::vector<CommandCase>& command_cases() {
         {"status", {"status"}, "zrpserv", "serverStatistics", true},
         {"versions", {"versions"}, "zrp2bks", "versionTag", true},
         {"statistics", {"statistics"}, "zrpserv", "serverStatistics"},
+        {"metrics", {"metrics"}, "zrpserv", "serverStatistics", false, false, {}, true},
         {"volumes", {"volumes"}, "zrpserv", "listVolumes"},
         {"volume", {"volume", "DATA"}, "zrpserv", "volumeInformation"},
         {"connections", {"connections"}, "zrpserv", "listConnections"},

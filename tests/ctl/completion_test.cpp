@@ -91,6 +91,12 @@ void expect_completed(std::vector<std::string> shell, const std::string& setUp) 
     EXPECT_TRUE(terminal.wait_for("zrpctl dismount BACKUP")) << terminal.text();
     terminal.type("--dry-r\t");
     EXPECT_TRUE(terminal.wait_for("zrpctl dismount BACKUP --dry-run")) << terminal.text();
+    constexpr const char* kEraseLine = "\x15";
+    terminal.type(std::string(kEraseLine) + "zrpctl wait v\t");
+    EXPECT_TRUE(terminal.wait_for("zrpctl wait volume")) << terminal.text();
+    terminal.type(std::string(kEraseLine) + "zrpctl metrics --textfile " SHELL_FILES
+                                            "/zrpctl.ba\t");
+    EXPECT_TRUE(terminal.wait_for(SHELL_FILES "/zrpctl.bash")) << terminal.text();
 }
 
 TEST(Completion, WorksInBash) {

@@ -1,6 +1,9 @@
 // What zrpctl makes of replies: complete, incomplete, hostile.
 #include <csignal>
+#include <cstddef>
 #include <string>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -261,6 +264,19 @@ TEST(Replies, AFullPageOfConnectionsIsFollowedByAnother) {
     EXPECT_NE(peer.requests().at(1).find("<startIndex>201</startIndex>"), std::string::npos);
 }
 
+TEST(Replies, AnUnknownStatisticIsRefusedBesideTheOthers) {
+    const std::string list = console("serverStatistics", parm("a", "int", "1"));
+    const Ran some = run_with({list}, {"statistics", "nope", "a", "--json"});
+    EXPECT_EQ(some.status, 1);
+    EXPECT_EQ(some.output,
+              "{\"statistics\":[{\"name\":\"a\",\"value\":1}],\"error\":{\"kind\":\"refused\","
+              "\"code\":2,\"message\":\"no such statistic: nope\",\"daemon\":\"server\"}}\n");
+    const Ran none = run_with({list}, {"statistics", "nope"});
+    EXPECT_EQ(none.status, 1);
+    EXPECT_EQ(none.output, "");
+    EXPECT_EQ(none.errors, "zrpctl: no such statistic: nope (server daemon, code 2)\n");
+}
+
 TEST(Replies, VersionsShowWhatCame) {
     const std::string version = "<zrpConsoleReply><versionTag>v1</versionTag></zrpConsoleReply>";
     const ScriptedPeer main(kMainDaemonSocket, {answering(reply(version))});
@@ -295,11 +311,19 @@ TEST(Requests, ACharacterThatNoRequestMayHoldIsAnErrorOfTheLine) {
               "zrpctl: NAME \"A\xef\xbf\xbd\" holds a character that no request may hold\n");
 }
 
+// A byte now and then, for longer than any limit of these tests.
+PeerScript dripping(const std::string& bytes) {
+    PeerScript script = send_in_pieces(bytes, 1, harness::milliseconds{20});
+    script.insert(script.begin(), read_request());
+    return script;
+}
+
 TEST(TimeLimit, HoldsAgainstEveryWayToBeSlow) {
     const PeerScript slow[] = {
         {hang()},
         {read_request(), hang()},
         {read_request(), send_bytes(reply_header(100)), hang()},
+        dripping(reply(console("listVolumes", ""))),
     };
     for (const PeerScript& script : slow) {
         const ScriptedPeer peer(kMainDaemonSocket, {script});
@@ -307,6 +331,28 @@ TEST(TimeLimit, HoldsAgainstEveryWayToBeSlow) {
         EXPECT_EQ(ran.status, 4);
         EXPECT_EQ(ran.errors, "zrpctl: no answer within 0.05 s (server daemon)\n");
     }
+}
+
+TEST(TimeLimit, HoldsAgainstADaemonThatDoesNotRead) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{hang()}});
+    const Ran ran = run_zrpctl({"send", "-", "--yes", "--timeout", "0.2"},
+                               {.environment = {}, .input = std::string(8 << 20, ' ')});
+    EXPECT_EQ(ran.status, 4) << ran.errors;
+}
+
+TEST(TimeLimit, HoldsWhenNobodyAccepts) {
+    const harness::Descriptor listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address = {AF_UNIX, ""};
+    const std::string name = kMainDaemonSocket;
+    name.copy(address.sun_path + 1, name.size());
+    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
+    ASSERT_EQ(bind(listener.get(), reinterpret_cast<sockaddr*>(&address), length), 0);
+    ASSERT_EQ(listen(listener.get(), 0), 0);
+    const harness::Descriptor waiting(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    ASSERT_EQ(connect(waiting.get(), reinterpret_cast<sockaddr*>(&address), length), 0);
+    const Ran ran = run_zrpctl({"volumes", "--timeout", "0.2"});
+    EXPECT_EQ(ran.status, 4) << ran.errors;
+    EXPECT_EQ(ran.errors, "zrpctl: no answer within 0.2 s (server daemon)\n");
 }
 
 TEST(TimeLimit, HoldsForAllPagesTogether) {

@@ -22,6 +22,19 @@ using harness::ChildOptions;
 using harness::ChildProcess;
 using harness::ExitStatus;
 
+#if defined(__has_feature)
+#define ZRP_HAS_FEATURE(name) __has_feature(name)
+#else
+#define ZRP_HAS_FEATURE(name) 0
+#endif
+
+// The sanitizer takes more than any limit.
+#if defined(__SANITIZE_ADDRESS__) || ZRP_HAS_FEATURE(address_sanitizer)
+#define ZRP_NEEDS_PLAIN_MEMORY() GTEST_SKIP() << "the sanitizer needs more"
+#else
+#define ZRP_NEEDS_PLAIN_MEMORY() static_assert(true, "takes the semicolon")
+#endif
+
 ChildOptions piped(std::vector<std::string> words) {
     ChildOptions options;
     options.arguments = std::move(words);
@@ -84,6 +97,19 @@ TEST(Watch, ShowsDifferencesASecond) {
     EXPECT_FALSE(item().contains("rate")) << "the counter went backwards";
 }
 
+TEST(Watch, HasTheTimeLimitForEachRound) {
+    const SimulatedServer server;
+    ASSERT_TRUE(server.ready());
+    ChildProcess child(piped({"versions", "--json", "--watch=0.5", "--timeout", "1"}));
+    for (int round = 0; round < 4; round++) {
+        const auto line = child.read_line();
+        ASSERT_TRUE(line && line->starts_with("{\"versions\"")) << line.value_or("");
+        EXPECT_EQ(line->find("error"), line->npos) << *line;
+    }
+    child.send_signal(SIGINT);
+    EXPECT_EQ(child.wait(), (ExitStatus{0, 0}));
+}
+
 TEST(Watch, RefusesARateWithoutRounds) {
     EXPECT_EQ(run_zrpctl({"statistics", "--rate"}).status, 2);
 }
@@ -107,6 +133,26 @@ TEST(Ending, AReaderThatClosesThePipeEndsItSilently) {
     EXPECT_EQ(child.wait(), (ExitStatus{0, SIGPIPE}));
     char byte = 0;
     EXPECT_EQ(read(child.errors().get(), &byte, 1), 0);
+}
+
+TEST(Ending, APipeIsAnEndAlsoWhereTheSignalWasIgnored) {
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    close(ends[0]);
+    const harness::Descriptor writer(ends[1]);
+    ChildOptions options;
+    options.arguments = {"/bin/sh", "-c", "trap '' PIPE; exec \"$0\" --help", ZRPCTL_PROGRAM};
+    options.standardOutput = writer.get();
+    ChildProcess child(options);
+    EXPECT_EQ(child.wait(), (ExitStatus{0, SIGPIPE}));
+}
+
+TEST(Ending, CtrlCEndsAWait) {
+    ScriptedPeer peer(kMainDaemonSocket, {{read_request(), send_bytes(reply("<cut>"))}});
+    ChildProcess child(piped({"wait", "server", "--json"}));
+    ASSERT_TRUE(peer.wait_for_finished(2));
+    child.send_signal(SIGINT);
+    EXPECT_EQ(child.wait(), (ExitStatus{130, 0}));
 }
 
 TEST(Output, ADiskThatIsFullIsAFailure) {
@@ -171,22 +217,53 @@ TEST(Output, VerboseShowsBothDocumentsOnStandardError) {
     EXPECT_NE(verbose.errors.find("< server daemon:\n<zrpConsoleReply>"), std::string::npos);
 }
 
+// In a user namespace of its own, where the server's user has no number.
+TEST(Status, WarnsOfADaemonThatIsNotRoots) {
+    if (shell("unshare --user true 2>/dev/null").status != 0) {
+        GTEST_SKIP() << "needs user namespaces";
+    }
+    const SimulatedServer server;
+    ASSERT_TRUE(server.ready());
+    const Ran plain = shell("unshare --user \"$Z\" status 2>&1 >/dev/null");
+    EXPECT_EQ(plain.status, 0);
+    EXPECT_EQ(plain.output,
+              "zrpctl: warning: the server daemon runs as user 65534, not as root\n"
+              "zrpctl: warning: the storage daemon runs as user 65534, not as root\n"
+              "zrpctl: warning: the management daemon runs as user 65534, not as root\n");
+    const Ran json = shell("unshare --user \"$Z\" status --json 2>/dev/null");
+    EXPECT_EQ(json.json()["status"]["daemons"][1]["userId"], 65534);
+}
+
+TEST(Output, ASystemWithoutThreadsIsAFailure) {
+    const SimulatedServer server;
+    ASSERT_TRUE(server.ready());
+    // Stacks larger than any address space.
+    const Ran ran = shell("ulimit -s 200000000000; \"$Z\" status --json 2>/dev/null");
+    EXPECT_EQ(ran.status, 6);
+    EXPECT_EQ(ran.json()["error"]["kind"], "output");
+}
+
+TEST(Output, NotEnoughMemoryForAReplyIsAFailure) {
+    ZRP_NEEDS_PLAIN_MEMORY();
+    const ScriptedPeer peer(kMainDaemonSocket, {answering(reply(std::string(100 << 20, 'x')))});
+    const Ran ran = shell("ulimit -v 65536; \"$Z\" volumes --json 2>/dev/null");
+    EXPECT_EQ(ran.status, 6);
+    EXPECT_EQ(ran.json()["error"]["message"], "out of memory");
+}
+
 constexpr int kManyConnections = 20'000;
 constexpr const char* kManyText = "20000";
 
 TEST(Size, TwentyThousandConnectionsFitIntoSixtyFourMebibytes) {
-#ifdef __SANITIZE_ADDRESS__
-    GTEST_SKIP() << "the sanitizer needs more";
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-    GTEST_SKIP() << "the sanitizer needs more";
-#endif
-#endif
+    ZRP_NEEDS_PLAIN_MEMORY();
     const SimulatedServer server({"--connections", kManyText});
     ASSERT_TRUE(server.ready());
     for (const char* form : {"--json", "--no-heading"}) {
+        const auto start = std::chrono::steady_clock::now();
         const Ran ran = shell(std::string("ulimit -v 65536; \"$Z\" connections ") + form);
         EXPECT_EQ(ran.status, 0);
+        // A tenth of that is enough for an optimised program on a machine at rest.
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
         size_t count = 0;
         const std::string mark = *form == '-' && form[2] == 'j' ? "{\"number\"" : "\n";
         for (size_t at = ran.output.find(mark); at != std::string::npos;

@@ -1,8 +1,8 @@
 // Steps of sixteen bytes through a reply, to the few '<' that can matter to a search. Internal to
 // the library.
 //
-// Where the compiler has no vectors, or with ZRP_PLAIN_STEPS, the steps go from one '<' to the
-// next: a search then sees more of them, and takes the same ones.
+// The last bytes of a range, and all of it where the compiler has no vectors, are searched from one
+// '<' to the next: a search then sees more of them, and takes the same ones.
 #pragma once
 
 #include <algorithm>
@@ -11,6 +11,9 @@
 #include <cstdint>
 #include <cstring>
 #include <string_view>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 #include "result.h"
 #include "thread_limits.h"
@@ -20,7 +23,7 @@
 
 namespace zrp {
 
-#if defined(__GNUC__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ && !defined(ZRP_PLAIN_STEPS)
+#if defined(__GNUC__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
 #define ZRP_BLOCK_STEPS 1
 
 inline constexpr ptrdiff_t kBlockSize = 16;
@@ -37,9 +40,18 @@ inline Block block_of(char c) {
     return Block{} + static_cast<signed char>(c);
 }
 
-// The place of the first byte that is not 0, of which there is one.
-inline ptrdiff_t first_hit(uint64_t low, uint64_t high) {
-    return (low != 0 ? std::countr_zero(low) : 64 + std::countr_zero(high)) / 8;
+// A bit for each byte that is all ones, the first byte's the lowest.
+inline uint32_t bits_of(Block block) {
+#ifdef __SSE2__
+    return static_cast<uint32_t>(_mm_movemask_epi8(std::bit_cast<__m128i>(block)));
+#else
+    uint64_t words[2];
+    memcpy(words, &block, sizeof words);
+    const auto bits = [](uint64_t word) {
+        return static_cast<uint32_t>(((word & 0x0101010101010101) * 0x0102040810204080) >> 56);
+    };
+    return bits(words[0]) | bits(words[1]) << 8;
+#endif
 }
 
 #endif
@@ -119,10 +131,8 @@ next_hit_of_blocks(const Filter& filter, const char** position, const char* end)
     const ptrdiff_t size = std::min<ptrdiff_t>(end - *position, kLookDistance + span);
     for (ptrdiff_t left = size; left >= span; left -= kBlockSize, *position += kBlockSize) {
         const Block hits = filter.hits(*position);
-        uint64_t words[2];
-        memcpy(words, &hits, sizeof words);
-        if ((words[0] | words[1]) != 0) {
-            return *position + first_hit(words[0], words[1]);
+        if (const uint32_t bits = bits_of(hits); bits != 0) {
+            return *position + std::countr_zero(bits);
         }
     }
     return nullptr;

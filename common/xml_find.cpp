@@ -87,22 +87,28 @@ bool is_inside_name(const char* content, const char* markup) {
     return false;
 }
 
-// Goes on with the count to a place that is inside no name. Compatibility: every closing tag lowers
-// the depth, whatever its name, and a self-closing tag with attributes raises it.
+// Counts the tag of a '<' that is inside no name. Compatibility: every closing tag lowers the
+// depth, whatever its name, and a self-closing tag with attributes raises it.
+int count_tag(std::string_view tag, const char* markup, const char* end, Depth* depth) {
+    depth->place = markup + 1;
+    if (starts_with(markup, end, "</")) {
+        depth->open--;
+        depth->place++;
+        depth->place += starts_with(depth->place, end, tag) ? tag.size() : 0;
+        return kOk;
+    }
+    const int rc = walk_name(&depth->place, end);
+    depth->open += depth->place < end && *depth->place == '/' ? 0 : 1;
+    return rc;
+}
+
+// Goes on with the count to a place that is inside no name.
 int count_depth(std::string_view tag, const char* place, const char* end, Depth* depth) {
     Lookout lookout(depth->place);
     int rc = kOk;
     const char* markup = nullptr;
     while (rc == kOk && (markup = next_markup(depth->place, place)) != nullptr) {
-        depth->place = markup + 1;
-        if (starts_with(markup, end, "</")) {
-            depth->open--;
-            depth->place++;
-            depth->place += starts_with(depth->place, end, tag) ? tag.size() : 0;
-        } else {
-            rc = walk_name(&depth->place, end);
-            depth->open += depth->place < end && *depth->place == '/' ? 0 : 1;
-        }
+        rc = count_tag(tag, markup, end, depth);
         rc = rc == kOk ? lookout.at(markup) : rc;
     }
     return rc;

@@ -9,9 +9,9 @@
 namespace zrp {
 namespace {
 
-constexpr int kOctal = 8;
-constexpr int kDecimal = 10;
-constexpr int kHexadecimal = 16;
+constexpr int kOctalBase = 8;
+constexpr int kDecimalBase = 10;
+constexpr int kHexadecimalBase = 16;
 constexpr size_t kHexadecimalPrefix = 2; // "0x"
 
 // Removes white space and the sign; returns whether the sign is a minus.
@@ -29,9 +29,9 @@ bool take_sign(std::string_view* text) {
 int take_base(std::string_view* text) {
     if (text->starts_with("0x") || text->starts_with("0X")) {
         text->remove_prefix(kHexadecimalPrefix);
-        return kHexadecimal;
+        return kHexadecimalBase;
     }
-    return text->starts_with('0') ? kOctal : kDecimal;
+    return text->starts_with('0') ? kOctalBase : kDecimalBase;
 }
 
 // Returns false when the number needs more than 64 bits. Without digits the value is untouched.
@@ -46,7 +46,7 @@ int64_t leading_decimal(std::string_view text) {
     using Limits = std::numeric_limits<int64_t>;
     const bool negative = take_sign(&text);
     uint64_t magnitude = 0;
-    const bool fits = take_digits(text, kDecimal, &magnitude);
+    const bool fits = take_digits(text, kDecimalBase, &magnitude);
     if (!fits || magnitude > static_cast<uint64_t>(Limits::max())) {
         return negative ? Limits::min() : Limits::max();
     }

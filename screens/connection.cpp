@@ -31,9 +31,9 @@ constexpr DialogPrompt kNumberPrompt = {
 constexpr const char* kNotLoggedIn = "NOT LOGGED IN"; // the name of a station without a user
 
 constexpr int kTitleValueColumn = 18;
-constexpr int kValueColumn = 26;
+constexpr int kConnectionColumn = 26;
 
-enum Row : int {
+enum ConnectionRow : int {
     kLoginTimeRow = 2,
     kNetworkAddressRow,
     kBytesReadRow,
@@ -41,7 +41,7 @@ enum Row : int {
     kOpenFilesRow,
 };
 
-constexpr Label kLabels[] = {
+constexpr Label kConnectionLabels[] = {
     {kLoginTimeRow, "     Login time:"}, {kNetworkAddressRow, "Network address:"},
     {kBytesReadRow, "     bytes Read:"}, {kBytesWrittenRow, "  bytes Written:"},
     {kOpenFilesRow, "     Open files:"},
@@ -133,11 +133,11 @@ void select_connection(WINDOW* window, int* fkeyHit, int* fkey) {
 
 void draw_details(WINDOW* window, const ConnectionInformation& information,
                   const ConnectionEntry& entry) {
-    print_at(window, kLoginTimeRow, kValueColumn, "%s", information.entry.loginTime);
-    print_at(window, kNetworkAddressRow, kValueColumn, "%s", information.networkAddress);
-    print_at(window, kBytesReadRow, kValueColumn, "%" PRIu64, entry.bytesRead);
-    print_at(window, kBytesWrittenRow, kValueColumn, "%" PRIu64, entry.bytesWritten);
-    print_at(window, kOpenFilesRow, kValueColumn, "%" PRIu32, information.openFilesCount);
+    print_at(window, kLoginTimeRow, kConnectionColumn, "%s", information.entry.loginTime);
+    print_at(window, kNetworkAddressRow, kConnectionColumn, "%s", information.networkAddress);
+    print_at(window, kBytesReadRow, kConnectionColumn, "%" PRIu64, entry.bytesRead);
+    print_at(window, kBytesWrittenRow, kConnectionColumn, "%" PRIu64, entry.bytesWritten);
+    print_at(window, kOpenFilesRow, kConnectionColumn, "%" PRIu32, information.openFilesCount);
 }
 
 } // namespace
@@ -175,7 +175,7 @@ int SelectConnectionNumber(int* fkeyHit, int* fkey) {
 }
 
 int drawConnectionLabels(WINDOW* window) {
-    return draw_labels(window, "Connection:", kLabels);
+    return draw_labels(window, "Connection:", kConnectionLabels);
 }
 
 int updateConnectionWindow(WINDOW* window) {

@@ -22,9 +22,9 @@ namespace {
 
 constexpr const char* kTraceTag = "updateVolumeWindow";
 
-constexpr int kValueColumn = kLabelColumn + 21;
+constexpr int kVolumeColumn = kLabelColumn + 21;
 
-enum Row : int {
+enum VolumeRow : int {
     kStatusRow = 2,
     kMountPointRow,
     kShadowRow,
@@ -34,7 +34,7 @@ enum Row : int {
     kTrusteesRow,
 };
 
-constexpr Label kLabels[] = {
+constexpr Label kVolumeLabels[] = {
     {kStatusRow, "            Status:"},   {kMountPointRow, "       Mount point:"},
     {kShadowRow, "Shadow Mount point:"},   {kCapacityRow, "          Capacity:"},
     {kFilesRow, "      Cached files:"},    {kFoldersRow, "    Cached folders:"},
@@ -51,14 +51,14 @@ void draw_state(WINDOW* window, int version, const void* block) {
     const auto& record = *static_cast<const Record*>(block);
     char status[kVolumeStatusTextSize];
     formatVolumeStatus(record.status, status);
-    print_at(window, kStatusRow, kValueColumn, "%s", status);
-    print_at(window, kMountPointRow, kValueColumn, "%s", record.mountPoint);
+    print_at(window, kStatusRow, kVolumeColumn, "%s", status);
+    print_at(window, kMountPointRow, kVolumeColumn, "%s", record.mountPoint);
     const bool hasShadow = version == kShadowVersion && record.shadowMountPoint != nullptr;
-    print_at(window, kShadowRow, kValueColumn, "%s", hasShadow ? record.shadowMountPoint : "n/a");
+    print_at(window, kShadowRow, kVolumeColumn, "%s", hasShadow ? record.shadowMountPoint : "n/a");
 }
 
-void draw_count(WINDOW* window, Row row, uint64_t count) {
-    print_at(window, row, kValueColumn, "%lu", static_cast<unsigned long>(count));
+void draw_count(WINDOW* window, VolumeRow row, uint64_t count) {
+    print_at(window, row, kVolumeColumn, "%lu", static_cast<unsigned long>(count));
 }
 
 template <typename Record>
@@ -68,7 +68,7 @@ void draw_volume(WINDOW* window, int version, const void* block) {
     SizeText capacity;
     cvtSizeToString(record.clustersPerVolume, uint64_t{record.sectorPerCluster} * record.sectorSize,
                     capacity);
-    print_at(window, kCapacityRow, kValueColumn, "%s", capacity);
+    print_at(window, kCapacityRow, kVolumeColumn, "%s", capacity);
     draw_count(window, kFilesRow, record.dcCacheFiles);
     draw_count(window, kFoldersRow, record.dcCachedSubdirs);
     draw_count(window, kTrusteesRow, record.dcTrusteeCount);
@@ -147,7 +147,7 @@ int scan_volume(const Reply& reply, int* version, VolumeRecord* record) {
 int drawVolumeLabels(WINDOW* window) {
     char title[sizeof "Volume: " + kVolumeListNameSize];
     snprintf(title, sizeof title, "Volume: %s", selected_volume_name());
-    return draw_labels(window, title, kLabels);
+    return draw_labels(window, title, kVolumeLabels);
 }
 
 int updateVolumeWindow(WINDOW* window) {

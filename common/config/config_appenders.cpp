@@ -16,7 +16,7 @@ constexpr size_t kValuePlace = 2; // in all forms but the pair
 
 using Words = std::span<const char* const>;
 
-bool is_blank(const char* word) {
+bool is_blank_word(const char* word) {
     return word[strspn(word, kConfigWhiteSpace)] == '\0';
 }
 
@@ -28,7 +28,7 @@ bool are_valid(Words words) {
         if (words[i] == nullptr || strchr(words[i], '\n') != nullptr) {
             return false;
         }
-        const bool isBlank = is_blank(words[i]);
+        const bool isBlank = is_blank_word(words[i]);
         if (isBlank ? i <= kValuePlace : mustBeBlank) {
             return false;
         }

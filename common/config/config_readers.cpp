@@ -56,13 +56,13 @@ bool is_server_name_line(const ConfigWords& words) {
 // What happens to the words between lines: the two kinds of entry lines differ in it.
 enum class BetweenLines { kKeepWords, kClearWords };
 
-struct Entry {
+struct ConfigEntry {
     ConfigLine line;
     ConfigWords words;
 };
 
 int find_entry(const char* path, const char* keyword, unsigned index, BetweenLines betweenLines,
-               Entry& entry) {
+               ConfigEntry& entry) {
     const OpenFile file = open_config(path);
     if (!file) {
         return kNotFound;
@@ -177,7 +177,7 @@ int GetVolumeEntry(const char* path, unsigned index, ConfigWord& name, ConfigWor
     if (path == nullptr) {
         return kInvalid;
     }
-    Entry entry = {};
+    ConfigEntry entry = {};
     const int rc = find_entry(path, kVolumeKey, index, BetweenLines::kKeepWords, entry);
     if (rc != kOk) {
         return rc;
@@ -198,7 +198,7 @@ int GetShadowVolumeEntry(const char* path, unsigned index, ConfigWord& name, Con
     if (path == nullptr) {
         return kInvalid;
     }
-    Entry entry = {};
+    ConfigEntry entry = {};
     const int rc = find_entry(path, kShadowVolumeKey, index, BetweenLines::kClearWords, entry);
     if (rc != kOk) {
         return rc;

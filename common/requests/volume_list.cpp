@@ -27,7 +27,7 @@ struct FoundVolume {
     int64_t volumeNumber;
 };
 
-constexpr ReplyField kName = ZRP_FIELD(tag::name, kWholeText, FoundVolume, name);
+constexpr ReplyField kListedName = ZRP_FIELD(tag::name, kWholeText, FoundVolume, name);
 constexpr ReplyField kStatus = ZRP_FIELD(tag::status, kNumber32, FoundVolume, status);
 constexpr ReplyField kNumber = ZRP_FIELD(tag::volumeNumber, kDecimal64, FoundVolume, volumeNumber);
 
@@ -152,7 +152,7 @@ int ScanListedVolume(char* reply, int replyLength, int* offset, ListedName* name
             wanted[count++] = field;
         }
     };
-    want(kName, name != nullptr);
+    want(kListedName, name != nullptr);
     want(kStatus, status != nullptr);
     want(kNumber, volumeNumber != nullptr);
     const auto read = [&](const XmlElement& volume) {

@@ -101,7 +101,7 @@ constexpr std::array kServerCommands = std::to_array<CommandRow>({
     {"diagnostics", "diagLevel resetAll", diagnostics},
 });
 
-constexpr std::array kStorageCommands = std::to_array<CommandRow>({
+constexpr std::array kDiagnosticsCommands = std::to_array<CommandRow>({
     {"zrp2bksDiagnosticRequest", "level resetAll parms parm", storage_diagnostics},
 });
 
@@ -112,7 +112,7 @@ std::span<const CommandRow> diagnostics_commands() {
 }
 
 std::span<const CommandRow> storage_diagnostics_commands() {
-    return kStorageCommands;
+    return kDiagnosticsCommands;
 }
 
 } // namespace zrp::sim

@@ -50,7 +50,7 @@ void append_volumes(const World& world, bool excluded, const char* tag, std::str
     close_element(out, tag);
 }
 
-Outcome list_volumes(World& world, pugi::xml_node request, std::string& out) {
+Outcome list_storage_volumes(World& world, pugi::xml_node request, std::string& out) {
     const bool all = static_cast<bool>(request.child("all"));
     const bool excluded = all || request.child("zrpexcluded");
     const bool included = all || request.child("zrpincluded");
@@ -118,7 +118,7 @@ Outcome mount_point(World& world, pugi::xml_node request, std::string& out) {
 }
 
 constexpr std::array kExclusion = std::to_array<ActionRow>({
-    {"listVolumes", list_volumes},
+    {"listVolumes", list_storage_volumes},
     {"removeVolume", exclude},
     {"createVolume", include},
     {"get_volume_mount_point", mount_point},

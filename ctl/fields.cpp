@@ -9,11 +9,12 @@
 #include "ctl/failure.h"
 #include "ctl/numbers.h"
 #include "ctl/printing.h"
+#include "ctl/text.h"
 
 namespace zrp::ctl {
 namespace {
 
-constexpr const char* kMounted = "mounted";
+constexpr const char* kMountedKey = "mounted";
 constexpr const char* kStatusKey = "status";
 
 // A number of the kind, or nothing.
@@ -43,7 +44,7 @@ std::string trimmed(const std::string& text) {
 }
 
 void add_status(Json& object, uint32_t status) {
-    object[kMounted] = (status & kVolumeMounted) != 0;
+    object[kMountedKey] = (status & kVolumeMounted) != 0;
     object[kStatusKey] = status_words(status);
 }
 
@@ -55,14 +56,6 @@ void add_time(Json& object, const char* key, const Json& epoch) {
     }
 }
 
-std::string joined(const std::vector<std::string>& words) {
-    std::string text;
-    for (const std::string& word : words) {
-        text += (text.empty() ? "" : ", ") + word;
-    }
-    return text;
-}
-
 std::string mask_text(uint64_t mask) {
     char text[32];
     std::snprintf(text, sizeof text, "0x%llx", static_cast<unsigned long long>(mask));
@@ -71,10 +64,6 @@ std::string mask_text(uint64_t mask) {
 
 bool is_numeric(Field::Kind kind) {
     return kind == Field::kNumber || kind == Field::kFraction;
-}
-
-[[noreturn]] void fail_item(const std::string& message, const Daemon& daemon) {
-    throw Failure{Kind::kReply, message, daemon.name};
 }
 
 } // namespace
@@ -140,11 +129,11 @@ Item read_item(std::span<const Field> fields, Node node, const Daemon& daemon) {
             text.reset();
         }
         if (!text && field.isNeeded) {
-            fail_item(std::string("an item of the reply is incomplete: it has no ") + field.tag,
-                      daemon);
+            fail_reply(std::string("an item of the reply is incomplete: it has no ") + field.tag,
+                       daemon);
         }
         if (text && !is_value(field.kind, *text)) {
-            fail_item(std::string("a value of the reply is malformed: ") + field.tag, daemon);
+            fail_reply(std::string("a value of the reply is malformed: ") + field.tag, daemon);
         }
         item.push_back(std::move(text));
     }

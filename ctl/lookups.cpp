@@ -26,7 +26,7 @@ std::string files_text(int64_t count, bool hasMore) {
 int64_t number_inside(Node node, const char* tag, const Daemon& daemon) {
     const auto number = read_number(text_inside(node, tag).value_or(""));
     if (!number) {
-        throw Failure{Kind::kReply, "an item of the reply is incomplete", daemon.name};
+        fail_reply("an item of the reply is incomplete", daemon);
     }
     return *number;
 }

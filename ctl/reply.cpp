@@ -20,10 +20,10 @@ constexpr const char* kWriteResult = "writeResult";
 constexpr const char* kError = "error";
 
 // Their elements called "name" belong to their items.
-constexpr std::array kLists = {tag::openFiles, tag::securityEquals};
+constexpr std::array kNameLists = {tag::openFiles, tag::securityEquals};
 
 bool is_list(Node node) {
-    for (const char* list : kLists) {
+    for (const char* list : kNameLists) {
         if (strcmp(node.name(), list) == 0) {
             return true;
         }

@@ -24,7 +24,7 @@ std::string ask_value(const Session& session, const std::string& name) {
     const Answer answer = session.ask(kServer, setting_request(client::Escaped(name).c_str()));
     const auto value = text_inside(command_of(answer, kServer, tag::set), tag::string);
     if (!value) {
-        throw Failure{Kind::kReply, "the reply holds no value of " + name, kServer.name};
+        fail_reply("the reply holds no value of " + name, kServer);
     }
     return *value;
 }
@@ -33,7 +33,7 @@ std::string ask_value(const Session& session, const std::string& name) {
 Setting read_setting(const Session& session, Node node) {
     const std::string name = text_of(node);
     if (name.empty()) {
-        throw Failure{Kind::kReply, "a setting of the reply has no name", kServer.name};
+        fail_reply("a setting of the reply has no name", kServer);
     }
     const auto beside = node.attribute(tag::value);
     if (!beside) {
@@ -136,24 +136,24 @@ Outcome show_threads(Session& session, const Arguments&) {
     return show_record(session, "threads", kThreads, command_of(answer, kServer, tag::threads));
 }
 
-constexpr const char* kGroup = "Settings";
+constexpr const char* kSettingsGroup = "Settings";
 
-constexpr Argument kParameters[] = {
+constexpr Argument kParametersArguments[] = {
     {"NAME", ArgumentKind::kSetting, Count::kAny, "a setting; all without a name"},
 };
 
-constexpr Command kCommands[] = {
-    {"parameters", kGroup, "Show the settings of the server", Effect::kLooks, kParameters,
-     "zrpctl parameters", show_parameters},
+constexpr Command kSettingsCommands[] = {
+    {"parameters", kSettingsGroup, "Show the settings of the server", Effect::kLooks,
+     kParametersArguments, "zrpctl parameters", show_parameters},
     {"configuration",
-     kGroup,
+     kSettingsGroup,
      "Show the configuration of the server",
      Effect::kLooks,
      {},
      "zrpctl configuration",
      show_configuration},
     {"threads",
-     kGroup,
+     kSettingsGroup,
      "Show how busy the threads of the server are",
      Effect::kLooks,
      {},
@@ -164,7 +164,7 @@ constexpr Command kCommands[] = {
 } // namespace
 
 std::span<const Command> settings_commands() {
-    return kCommands;
+    return kSettingsCommands;
 }
 
 } // namespace zrp::ctl

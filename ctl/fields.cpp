@@ -102,7 +102,7 @@ void add_json(Json& object, const char* key, Field::Kind kind, const std::string
 }
 
 std::string cell_of(Field::Kind kind, const std::string& text) {
-    const std::string word = kind == Field::kText ? text : trimmed(text);
+    std::string word = kind == Field::kText ? text : trimmed(text);
     switch (kind) {
     case Field::kMask:
         return mask_text(read_mask(word).value_or(0));

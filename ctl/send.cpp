@@ -89,7 +89,7 @@ const Daemon& daemon_for(const Arguments& arguments, const std::string& document
         return kServer;
     }
     const std::string counters = std::string("<") + diagnostic::zrp2bksDiagnosticRequest;
-    return document.find(counters) == document.npos ? kStorage : kStorageCounters;
+    return document.find(counters) == std::string::npos ? kStorage : kStorageCounters;
 }
 
 Request request_of(const std::string& document, const Daemon& daemon) {

@@ -13,7 +13,7 @@ namespace zrp::ctl {
 namespace {
 
 constexpr const char* kValue = "VALUE";
-constexpr const char* kVolumeOption = "--volume";
+constexpr const char* kLoginVolume = "--volume";
 constexpr const char* kReadOnly = "--read-only";
 constexpr const char* kMessage = "--message";
 
@@ -34,16 +34,16 @@ Outcome show_login(const Session& session, Node command, const char* done) {
 }
 
 std::string login_question(const Arguments& arguments, bool enable) {
-    const std::string change = !arguments.has(kVolumeOption)
+    const std::string change = !arguments.has(kLoginVolume)
                                    ? ""
-                                   : " and make volume " + arguments.text(kVolumeOption) +
+                                   : " and make volume " + arguments.text(kLoginVolume) +
                                          (arguments.has(kReadOnly) ? " read only" : " writable");
     return std::string(enable ? "Enable" : "Disable") + " logins" + change;
 }
 
 Outcome change_login(Session& session, const Arguments& arguments, bool enable) {
-    check_needs(arguments, kReadOnly, kVolumeOption);
-    const std::optional<std::string> volume = optional_sendable(arguments, kVolumeOption);
+    check_needs(arguments, kReadOnly, kLoginVolume);
+    const std::optional<std::string> volume = optional_sendable(arguments, kLoginVolume);
     const std::optional<std::string> message = optional_sendable(arguments, kMessage);
     const LoginChange wanted = {enable, text_or_null(volume), arguments.has(kReadOnly),
                                 text_or_null(message)};
@@ -181,7 +181,7 @@ constexpr const char* kServerActsGroup = "Change the server";
 constexpr const char* kClusterGroup = "Change the cluster";
 
 constexpr Argument kLoginArguments[] = {
-    {kVolumeOption, ArgumentKind::kVolume, Count::kOptional, "make this volume writable as well"},
+    {kLoginVolume, ArgumentKind::kVolume, Count::kOptional, "make this volume writable as well"},
     {kReadOnly, ArgumentKind::kFlag, Count::kOptional, "make it read only instead"},
     {kMessage, ArgumentKind::kText, Count::kOptional, "for those who try to log in"},
 };

@@ -74,7 +74,7 @@ bool are_gone(const Session& session, const std::vector<int32_t>& stations) {
 }
 
 constexpr Field kStationCount[] = {
-    {tag::stationNumberCount, Field::kNumber, nullptr, nullptr, false},
+    {tag::stationNumberCount, Field::kNumber, false},
 };
 
 Outcome clear(Session& session, const Arguments& arguments) {
@@ -118,7 +118,7 @@ Outcome close_file(Session& session, const Arguments& arguments) {
 }
 
 constexpr Field kUnlocked[] = {
-    {tag::stationNumberTag, Field::kNumber, nullptr, nullptr, false},
+    {tag::stationNumberTag, Field::kNumber, false},
 };
 
 Outcome unlock(Session& session, const Arguments& arguments) {

@@ -23,7 +23,7 @@ struct ConnectionField {
 };
 
 constexpr ConnectionField kConnectionFields[] = {
-    {{tag::stationNumberTag, Field::kNumber, "number"}, true},
+    {{tag::stationNumberTag, Field::kNumber, true, "number"}, true},
     {{tag::name, Field::kText}, true},
     {{tag::loginTime, Field::kText}, true},
     {{tag::loginEpoch, Field::kTime}, false},
@@ -168,10 +168,8 @@ struct NamesRow {
 };
 
 constexpr NamesRow kConnectionNames[] = {
-    {tag::openFiles, {tag::openFilesCount, Field::kNumber, nullptr, nullptr, false}, "OPEN FILES"},
-    {tag::securityEquals,
-     {tag::secEqualsCount, Field::kNumber, nullptr, nullptr, false},
-     "SECURITY EQUALS"},
+    {tag::openFiles, {tag::openFilesCount, Field::kNumber, false}, "OPEN FILES"},
+    {tag::securityEquals, {tag::secEqualsCount, Field::kNumber, false}, "SECURITY EQUALS"},
 };
 
 void add_names(const NamesRow& row, Node connection, Json& object, Outcome& outcome) {

@@ -75,7 +75,7 @@ const char* key_of(const Field& field) {
 std::vector<Column> columns_of(std::span<const Field> fields) {
     std::vector<Column> columns;
     for (const Field& field : fields) {
-        std::string heading = field.heading != nullptr ? field.heading : key_of(field);
+        std::string heading = key_of(field);
         std::transform(heading.begin(), heading.end(), heading.begin(),
                        [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
         columns.push_back({heading, is_numeric(field.kind)});

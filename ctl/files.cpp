@@ -12,8 +12,8 @@ namespace zrp::ctl {
 namespace {
 
 constexpr Field kFileOwner[] = {
-    {tag::stationNumberTag, Field::kNumber, "number"},
-    {tag::userName, Field::kText, "name"},
+    {tag::stationNumberTag, Field::kNumber, true, "number"},
+    {tag::userName, Field::kText, true, "name"},
 };
 constexpr Field kFileCount[] = {{tag::openFilesCount, Field::kNumber}};
 
@@ -76,8 +76,8 @@ Outcome show_files(Session& session, const Arguments& arguments) {
 }
 
 constexpr Field kLocks[] = {
-    {tag::stationNumberTag, Field::kNumber, "number"},
-    {tag::userName, Field::kText, "name"},
+    {tag::stationNumberTag, Field::kNumber, true, "number"},
+    {tag::userName, Field::kText, true, "name"},
     {tag::taskNuber, Field::kNumber},
     {tag::accessRights, Field::kMask},
     {tag::zrpFileHandle, Field::kMask},

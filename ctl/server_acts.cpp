@@ -70,7 +70,7 @@ std::string set_question(const Arguments& arguments) {
 
 constexpr Field kSetting[] = {
     {tag::name, Field::kText},
-    {tag::string, Field::kText, "value"},
+    {tag::string, Field::kText, true, "value"},
 };
 
 Outcome set_parameter(Session& session, const Arguments& arguments) {
@@ -90,7 +90,7 @@ Outcome set_configuration(Session& session, const Arguments& arguments) {
     const std::string name = sendable(arguments, kName);
     const std::string value = sendable(arguments, kValue);
     const std::string& key = arguments.text(kName);
-    const Field changed[] = {{key.c_str(), Field::kText, "value", nullptr, false}};
+    const Field changed[] = {{key.c_str(), Field::kText, false, "value"}};
     Outcome outcome = carry_out({kServer, tag::serverConfig, nullptr, changed, "set"}, session,
                                 request_with(kValue,
                                              [&](uint32_t* length) {
@@ -104,8 +104,8 @@ Outcome set_configuration(Session& session, const Arguments& arguments) {
 }
 
 constexpr Field kBinding[] = {
-    {tag::zrpServerName, Field::kText, nullptr, nullptr, false},
-    {tag::networkAddress, Field::kText, nullptr, nullptr, false},
+    {tag::zrpServerName, Field::kText, false},
+    {tag::networkAddress, Field::kText, false},
 };
 
 Outcome change_binding(Session& session, const Arguments& arguments, bool bind) {
@@ -138,8 +138,8 @@ Outcome unbind(Session& session, const Arguments& arguments) {
 }
 
 constexpr Field kClusterVolume[] = {
-    {tag::volumeName, Field::kText, "name"},
-    {tag::volumeNumber, Field::kNumber, "number"},
+    {tag::volumeName, Field::kText, true, "name"},
+    {tag::volumeNumber, Field::kNumber, true, "number"},
     {tag::mountFailureCode, Field::kNumber},
 };
 constexpr size_t kFailureCode = 2;

@@ -88,11 +88,11 @@ constexpr Field kConfiguration[] = {
     {tag::zrpAllowUncryptedPasswords, Field::kNumber},
     {tag::zrpMixedModePath, Field::kNumber},
     {tag::zrpOSLanguageID, Field::kNumber},
-    {tag::zrpBoundaryCheck, Field::kNumber, nullptr, nullptr, false},
-    {tag::zrpFileCommit, Field::kNumber, nullptr, nullptr, false},
-    {tag::zrpLocalLoginInfo, Field::kNumber, nullptr, nullptr, false},
-    {tag::signingLevel, Field::kNumber, nullptr, nullptr, false},
-    {tag::maximumConnectionSlots, Field::kNumber, nullptr, nullptr, false},
+    {tag::zrpBoundaryCheck, Field::kNumber, false},
+    {tag::zrpFileCommit, Field::kNumber, false},
+    {tag::zrpLocalLoginInfo, Field::kNumber, false},
+    {tag::signingLevel, Field::kNumber, false},
+    {tag::maximumConnectionSlots, Field::kNumber, false},
 };
 
 // A single thing whose fields are all there is of it.
@@ -118,17 +118,17 @@ Outcome show_configuration(Session& session, const Arguments&) {
 // A server may lack some of them, but not the first.
 constexpr Field kThreads[] = {
     {tag::currAsynceDirThreads, Field::kNumber},
-    {tag::maxAsynceDirThreads, Field::kNumber, nullptr, nullptr, false},
-    {tag::peakAsynceDirThreads, Field::kNumber, nullptr, nullptr, false},
-    {tag::currQueuedeDirRequests, Field::kNumber, nullptr, nullptr, false},
-    {tag::peakQueuedeDirRequests, Field::kNumber, nullptr, nullptr, false},
-    {tag::activeSSGThreads, Field::kNumber, nullptr, nullptr, false},
-    {tag::addlSSGThreads, Field::kNumber, nullptr, nullptr, false},
-    {tag::totalZRPStreams, Field::kNumber, nullptr, nullptr, false},
-    {tag::averageSSGThreadLoad, Field::kFraction, nullptr, nullptr, false},
-    {tag::peakSSGThreads, Field::kNumber, nullptr, nullptr, false},
-    {tag::peakZRPStreams, Field::kNumber, nullptr, nullptr, false},
-    {tag::peakAverageSSGThreadLoad, Field::kFraction, nullptr, nullptr, false},
+    {tag::maxAsynceDirThreads, Field::kNumber, false},
+    {tag::peakAsynceDirThreads, Field::kNumber, false},
+    {tag::currQueuedeDirRequests, Field::kNumber, false},
+    {tag::peakQueuedeDirRequests, Field::kNumber, false},
+    {tag::activeSSGThreads, Field::kNumber, false},
+    {tag::addlSSGThreads, Field::kNumber, false},
+    {tag::totalZRPStreams, Field::kNumber, false},
+    {tag::averageSSGThreadLoad, Field::kFraction, false},
+    {tag::peakSSGThreads, Field::kNumber, false},
+    {tag::peakZRPStreams, Field::kNumber, false},
+    {tag::peakAverageSSGThreadLoad, Field::kFraction, false},
 };
 
 Outcome show_threads(Session& session, const Arguments&) {

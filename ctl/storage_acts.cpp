@@ -27,7 +27,7 @@ constexpr Control kInclude = {"Include", "volume included",   kAddToControl, "--
                               true,      control::zrpincluded};
 
 constexpr Field kControlledVolume[] = {
-    {tag::volumeName, Field::kText, nullptr, nullptr, false},
+    {tag::volumeName, Field::kText, false},
 };
 
 bool is_controlled(const Session& session, const Control& kind, const std::string& name,
@@ -66,7 +66,7 @@ Outcome include(Session& session, const Arguments& arguments) {
     return control(kInclude, session, arguments);
 }
 
-constexpr Field kFilterName[] = {{tag::name, Field::kText, nullptr, nullptr, false}};
+constexpr Field kFilterName[] = {{tag::name, Field::kText, false}};
 
 Outcome set_filter(Session& session, const Arguments& arguments) {
     const std::string name = sendable(arguments, kName);
@@ -90,7 +90,7 @@ Outcome turn_filters_off(Session& session, const Arguments& /*arguments*/) {
                      request(BuildFilterOffRequest), [] { return "Turn all filters off"; });
 }
 
-constexpr Field kLevel[] = {{tag::options, Field::kText, nullptr, nullptr, false}};
+constexpr Field kLevel[] = {{tag::options, Field::kText, false}};
 
 Outcome set_log_level(Session& session, const Arguments& arguments) {
     const std::string level = sendable(arguments, "WORD");

@@ -174,7 +174,7 @@ Outcome dismount(Session& session, const Arguments& arguments) {
 }
 
 constexpr Field kFlushed[] = {
-    {tag::volumeCount, Field::kNumber, nullptr, nullptr, false},
+    {tag::volumeCount, Field::kNumber, false},
 };
 
 Outcome flush(Session& session, const Arguments& /*arguments*/) {
@@ -246,8 +246,8 @@ Outcome modify(Session& session, const Arguments& arguments) {
 }
 
 constexpr Field kTreeFields[] = {
-    {tag::volumeName, Field::kText, nullptr, nullptr, false},
-    {control::controlFlags, Field::kMask, nullptr, nullptr, false},
+    {tag::volumeName, Field::kText, false},
+    {control::controlFlags, Field::kMask, false},
 };
 
 Outcome control_tree(Session& session, const Arguments& arguments) {

@@ -17,7 +17,7 @@ namespace zrp::ctl {
 namespace {
 
 constexpr Field kListedVolume[] = {
-    {tag::volumeNumber, Field::kNumber, "number"},
+    {tag::volumeNumber, Field::kNumber, true, "number"},
     {tag::name, Field::kText},
     {tag::status, Field::kStatus},
 };
@@ -75,7 +75,7 @@ struct DetailRow {
 
 constexpr DetailRow kVolumeDetails[] = {
     {{tag::versionTag, Field::kNumber}, kEveryLayout},
-    {{tag::volumeNumber, Field::kNumber, "number"}, kEveryLayout},
+    {{tag::volumeNumber, Field::kNumber, true, "number"}, kEveryLayout},
     {{tag::name, Field::kText}, kEveryLayout},
     {{tag::status, Field::kStatus}, kEveryLayout},
     {{tag::volumeType, Field::kNumber}, kFull},

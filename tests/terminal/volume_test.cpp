@@ -219,12 +219,12 @@ TEST(Volume, AnAnswerInVersion3HasNoFigures) {
 }
 
 // Faulty replies: the old values stay, and the next pass tries again.
-struct Fault {
+struct VolumeFaultCase {
     const char* name;
     std::string bytes;
 };
 
-std::ostream& operator<<(std::ostream& out, const Fault& fault) {
+std::ostream& operator<<(std::ostream& out, const VolumeFaultCase& fault) {
     return out << fault.name;
 }
 
@@ -249,7 +249,7 @@ std::string with_name(const std::string& name) {
     return reply(volume_information(facts));
 }
 
-class VolumeFault : public testing::TestWithParam<Fault> {};
+class VolumeFault : public testing::TestWithParam<VolumeFaultCase> {};
 
 TEST_P(VolumeFault, LeavesTheOldValuesUntilTheNextPassSucceeds) {
     ZRP_NEEDS_ROOT();
@@ -268,19 +268,21 @@ TEST_P(VolumeFault, LeavesTheOldValuesUntilTheNextPassSucceeds) {
 
 INSTANTIATE_TEST_SUITE_P(
     Kinds, VolumeFault,
-    testing::Values(Fault{"WrongMagic", reply_header(4, 0, 0x12345678) + "text"},
-                    Fault{"ShortHeader", reply_header(4).substr(0, 8)}, Fault{"NoReply", ""},
-                    Fault{"EarlyClose", reply_header(9000) + new_reply(5).substr(12, 300)},
-                    Fault{"ZeroLength", reply_header(0)},
-                    Fault{"ErrorStatus", reply(volume_information(kNewFacts), 5)},
-                    Fault{"ErrorElement", reply(server_error(-5) + volume_information(kNewFacts))},
-                    Fault{"WriteError", reply("<writeResult>" + volume_information(kNewFacts))},
-                    Fault{"Noise", reply(std::string("\x00\x1b[2J<\xff<<\"", 10))},
-                    Fault{"Version7", new_reply(7)}, Fault{"Version0", new_reply(0)},
-                    Fault{"VersionBelow0", new_reply(-1)},
-                    Fault{"NoMountPoint", without_mount_point(5)},
-                    Fault{"NoMountPointInVersion1", without_mount_point(1)},
-                    Fault{"NameOf32Characters", with_name(std::string(32, 'x'))}),
+    testing::Values(
+        VolumeFaultCase{"WrongMagic", reply_header(4, 0, 0x12345678) + "text"},
+        VolumeFaultCase{"ShortHeader", reply_header(4).substr(0, 8)},
+        VolumeFaultCase{"NoReply", ""},
+        VolumeFaultCase{"EarlyClose", reply_header(9000) + new_reply(5).substr(12, 300)},
+        VolumeFaultCase{"ZeroLength", reply_header(0)},
+        VolumeFaultCase{"ErrorStatus", reply(volume_information(kNewFacts), 5)},
+        VolumeFaultCase{"ErrorElement", reply(server_error(-5) + volume_information(kNewFacts))},
+        VolumeFaultCase{"WriteError", reply("<writeResult>" + volume_information(kNewFacts))},
+        VolumeFaultCase{"Noise", reply(std::string("\x00\x1b[2J<\xff<<\"", 10))},
+        VolumeFaultCase{"Version7", new_reply(7)}, VolumeFaultCase{"Version0", new_reply(0)},
+        VolumeFaultCase{"VersionBelow0", new_reply(-1)},
+        VolumeFaultCase{"NoMountPoint", without_mount_point(5)},
+        VolumeFaultCase{"NoMountPointInVersion1", without_mount_point(1)},
+        VolumeFaultCase{"NameOf32Characters", with_name(std::string(32, 'x'))}),
     [](const auto& fault) { return std::string(fault.param.name); });
 
 TEST(Volume, F3AndAChoiceRedrawTheWholeScreen) {
@@ -338,9 +340,9 @@ TEST(Volume, AWideTerminalShowsMoreOfAStatus) {
 }
 
 // On the simulated server, whose figures change.
-class SimulatedServer {
+class SimulatedVolumes {
 public:
-    explicit SimulatedServer(std::vector<std::string> arguments)
+    explicit SimulatedVolumes(std::vector<std::string> arguments)
         : child({.arguments = with_program(std::move(arguments)),
                  .standardOutput = harness::kPipe}) {}
 
@@ -364,7 +366,7 @@ bool open_dialog_of_simulation(Terminal& terminal) {
 
 TEST(Volume, ShowsAVolumeOfTheSimulatedServer) {
     ZRP_NEEDS_ROOT();
-    SimulatedServer server({});
+    SimulatedVolumes server({});
     Terminal terminal(monitor(40, 100));
     ASSERT_TRUE(open_dialog_of_simulation(terminal)) << terminal.text();
     terminal.type("0\r");
@@ -380,7 +382,7 @@ TEST(Volume, ShowsAVolumeOfTheSimulatedServer) {
 
 TEST(Volume, PagesThrough256Volumes) {
     ZRP_NEEDS_ROOT();
-    SimulatedServer server({"--volumes", "256"});
+    SimulatedVolumes server({"--volumes", "256"});
     Terminal terminal(monitor());
     ASSERT_TRUE(open_dialog_of_simulation(terminal)) << terminal.text();
     constexpr int kChangingTurns = 2;
@@ -404,7 +406,7 @@ TEST(Volume, PagesThrough256Volumes) {
 }
 
 // Expects the lines in this order, with others possibly between them.
-void expect_lines(const std::string& trace, const std::vector<std::string>& lines) {
+void expect_trace_lines(const std::string& trace, const std::vector<std::string>& lines) {
     size_t from = 0;
     for (const std::string& line : lines) {
         const size_t found = trace.find(line + "\n", from);
@@ -426,21 +428,22 @@ TEST(Volume, TracesTheDialogAndTheScreen) {
     ASSERT_TRUE(fixture.terminal.wait_until(
         [&] { return fixture.terminal.screen().find_row("Enter volume") == -1; }));
     expect_clean_end(fixture.terminal);
-    expect_lines(folder.trace(),
-                 {"SelectVolumeNumber: call do_list_volumes()",
-                  "do_list_volumes: BuildListVolumesRequest(0)",
-                  "do_list_volumes: startingIndex=-1 szReply=" + std::to_string(list.size()),
-                  "do_list_volumes: reply=\n\"" + list + "\"\n",
-                  "do_list_volumes: reply+offset=\n\"" + list + "\"\n",
-                  "do_list_volumes: ScanListVolumesReply() v=SYS stat=3 id=0",
-                  "do_list_volumes: ScanListVolumesReply() v=OFF stat=1 id=4",
-                  "do_list_volumes: v=OFF stat=1 id=4 NOT MOUNTED",
-                  "do_list_volumes: ScanListVolumesReply() rc=22", "do_list_volumes: volumeCount=1",
-                  "SelectVolumeNumber: wgetnstr() str=0", "SelectVolumeNumber: select SYS id=0",
-                  "updateVolumeWindow: call BuildVolumeInformationRequest",
-                  "updateVolumeWindow: call QueryZRPServer",
-                  "updateVolumeWindow: reply=\n\"" + volume_information({}) + "\"\n",
-                  "SelectVolumeNumber: fkey detected fkey=259"});
+    expect_trace_lines(folder.trace(),
+                       {"SelectVolumeNumber: call do_list_volumes()",
+                        "do_list_volumes: BuildListVolumesRequest(0)",
+                        "do_list_volumes: startingIndex=-1 szReply=" + std::to_string(list.size()),
+                        "do_list_volumes: reply=\n\"" + list + "\"\n",
+                        "do_list_volumes: reply+offset=\n\"" + list + "\"\n",
+                        "do_list_volumes: ScanListVolumesReply() v=SYS stat=3 id=0",
+                        "do_list_volumes: ScanListVolumesReply() v=OFF stat=1 id=4",
+                        "do_list_volumes: v=OFF stat=1 id=4 NOT MOUNTED",
+                        "do_list_volumes: ScanListVolumesReply() rc=22",
+                        "do_list_volumes: volumeCount=1", "SelectVolumeNumber: wgetnstr() str=0",
+                        "SelectVolumeNumber: select SYS id=0",
+                        "updateVolumeWindow: call BuildVolumeInformationRequest",
+                        "updateVolumeWindow: call QueryZRPServer",
+                        "updateVolumeWindow: reply=\n\"" + volume_information({}) + "\"\n",
+                        "SelectVolumeNumber: fkey detected fkey=259"});
 }
 
 TEST(Volume, TracesWhatFails) {
@@ -458,7 +461,7 @@ TEST(Volume, TracesWhatFails) {
     fixture.terminal.type("0\r");
     ASSERT_TRUE(wait_for_updates(fixture, 3));
     expect_clean_end(fixture.terminal);
-    expect_lines(
+    expect_trace_lines(
         folder.trace(),
         {"do_list_volumes: QueryZRPServer() rc=5", "SelectVolumeNumber: do_list_volumes() rc=5",
          "SelectVolumeNumber: do_list_volumes() volumeCount == 0",

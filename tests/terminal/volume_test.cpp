@@ -6,7 +6,7 @@
 namespace zrp {
 namespace {
 
-const std::string kList = volume_list(listed(0, "SYS") + listed(3, "DATA"));
+const std::string kTwoVolumes = volume_list(listed(0, "SYS") + listed(3, "DATA"));
 
 std::string value(const VolumeFixture& fixture, int row, int count) {
     return fixture.terminal.screen().text_at(row, kValueColumn, count);
@@ -25,7 +25,7 @@ bool wait_for_updates(VolumeFixture& fixture, size_t count) {
 
 TEST(Volume, DrawsTitleAndLabelsWithTheirColonsInOneColumn) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("3", {.name = "DATA"}));
     ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333"));
     const char* const rows[] = {
@@ -46,7 +46,7 @@ TEST(Volume, DrawsTitleAndLabelsWithTheirColonsInOneColumn) {
 
 TEST(Volume, DrawsTheValuesAfterTheLabels) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("0", {.status = "0x40000003", .shadow = "<shadow>/s</shadow>"}));
     ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333 ")) << fixture.terminal.text();
     EXPECT_EQ(value(fixture, kStatusRow, 24), "online mounted BKS      ");
@@ -59,7 +59,7 @@ TEST(Volume, DrawsTheValuesAfterTheLabels) {
 
 TEST(Volume, RequestsTheVolumeByNameInVersion5) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("3", {}));
     ASSERT_TRUE(wait_for_updates(fixture, 1));
     EXPECT_EQ(fixture.daemon->requests("volumeInformation").at(0),
@@ -78,7 +78,7 @@ class VolumeStatus : public testing::TestWithParam<StatusCase> {};
 
 TEST_P(VolumeStatus, ShowsItsWords) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("0", {.status = GetParam().status}));
     ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333"));
     EXPECT_EQ(value(fixture, kStatusRow, 40).substr(0, strlen(GetParam().words) + 3),
@@ -94,7 +94,7 @@ INSTANTIATE_TEST_SUITE_P(Bits, VolumeStatus,
 
 TEST(Volume, AStatusLongerThanTheRowIsCutAtTheFrame) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("0", {.status = "0xFFFFFFFF"}));
     ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333"));
     EXPECT_EQ(value(fixture, kStatusRow, 48),
@@ -123,7 +123,7 @@ TEST(Volume, AVolumeNameOf17CharactersIsSelectedButNeverRequested) {
 
 TEST(Volume, AShorterValueLeavesTheRestOfTheOldOne) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose(
         "0", {.mountPoint = "<mountPoint>/a/long/path</mountPoint>", .files = "12345"}));
     ASSERT_TRUE(wait_for_value(fixture, kFilesRow, "12345"));
@@ -138,7 +138,7 @@ TEST(Volume, AShorterValueLeavesTheRestOfTheOldOne) {
 
 TEST(Volume, AnEmptyValueLeavesTheOldOne) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("0", {}));
     ASSERT_TRUE(wait_for_value(fixture, kMountPointRow, "/mnt/sys"));
     fixture.daemon->answer(
@@ -150,7 +150,7 @@ TEST(Volume, AnEmptyValueLeavesTheOldOne) {
 
 TEST(Volume, TextsOfTheServerAreNotInterpreted) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose(
         "0", {.mountPoint = "<mountPoint>/%s%n/Gr\u00fc\u00dfe\x1b[2J</mountPoint>"}));
     EXPECT_TRUE(wait_for_value(fixture, kMountPointRow, "/%s%n/Gr\u00fc\u00dfe?[2J "))
@@ -159,7 +159,7 @@ TEST(Volume, TextsOfTheServerAreNotInterpreted) {
 
 TEST(Volume, TheLargestFiguresFit) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("0", {.clusters = "0x7FFFFFFFFFFFF",
                                      .files = "0xFFFFFFFFFFFFFFFF",
                                      .folders = "010",
@@ -173,7 +173,7 @@ TEST(Volume, TheLargestFiguresFit) {
 // In the layouts of other versions the figures are elsewhere, or missing.
 TEST(Volume, AnAnswerInVersion2ShowsItsShadowMountPoint) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("0", {.version = 2, .shadow = "<shadow>/mnt/shadow</shadow>"}));
     ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333 ")) << fixture.terminal.text();
     EXPECT_EQ(value(fixture, kShadowRow, 12), "/mnt/shadow ");
@@ -183,7 +183,7 @@ TEST(Volume, AnAnswerInVersion2ShowsItsShadowMountPoint) {
 
 TEST(Volume, AnAnswerInVersion2WithoutAShadowShowsNone) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("0", {.version = 2}));
     ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333 "));
     EXPECT_EQ(value(fixture, kShadowRow, 4), "n/a ");
@@ -193,7 +193,7 @@ class OtherVersion : public testing::TestWithParam<int> {};
 
 TEST_P(OtherVersion, ShowsTheSameFigures) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(
         fixture.choose("0", {.version = GetParam(), .shadow = "<shadow>/mnt/shadow</shadow>"}));
     ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333 ")) << fixture.terminal.text();
@@ -209,7 +209,7 @@ INSTANTIATE_TEST_SUITE_P(Answered, OtherVersion, testing::Values(1, 4, 6));
 
 TEST(Volume, AnAnswerInVersion3HasNoFigures) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("0", {.version = 3}));
     ASSERT_TRUE(wait_for_value(fixture, kShadowRow, "n/a")) << fixture.terminal.text();
     EXPECT_EQ(value(fixture, kMountPointRow, 9), "/mnt/sys ");
@@ -253,7 +253,7 @@ class VolumeFault : public testing::TestWithParam<VolumeFaultCase> {};
 
 TEST_P(VolumeFault, LeavesTheOldValuesUntilTheNextPassSucceeds) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("0", {}));
     ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333"));
     const harness::Snapshot before = fixture.terminal.screen().snapshot();
@@ -287,7 +287,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(Volume, F3AndAChoiceRedrawTheWholeScreen) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("0", {.files = "12345"}));
     ASSERT_TRUE(wait_for_value(fixture, kFilesRow, "12345"));
     fixture.terminal.press(Key::kF3);
@@ -302,7 +302,7 @@ TEST(Volume, F3AndAChoiceRedrawTheWholeScreen) {
 // The last number is kept even when the user then quits: no volume has it.
 TEST(Volume, ARefusedNumberStopsTheFiguresOfTheShownVolume) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("0", {}));
     ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333"));
     fixture.terminal.press(Key::kF3);
@@ -318,7 +318,7 @@ TEST(Volume, ARefusedNumberStopsTheFiguresOfTheShownVolume) {
 
 TEST(Volume, FitsTheSmallestTerminal) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList}, 25, 40);
+    VolumeFixture fixture({kTwoVolumes}, 25, 40);
     fixture.daemon->answer("volumeInformation", {volume_information({})});
     ASSERT_TRUE(wait_for_windows(fixture.terminal));
     fixture.terminal.press(Key::kF3);
@@ -331,7 +331,7 @@ TEST(Volume, FitsTheSmallestTerminal) {
 
 TEST(Volume, AWideTerminalShowsMoreOfAStatus) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList}, 40, 100);
+    VolumeFixture fixture({kTwoVolumes}, 40, 100);
     ASSERT_TRUE(fixture.choose("0", {.status = "0xFFFFFFFF"}));
     EXPECT_TRUE(
         wait_for_value(fixture, kStatusRow,
@@ -449,9 +449,9 @@ TEST(Volume, TracesTheDialogAndTheScreen) {
 TEST(Volume, TracesWhatFails) {
     ZRP_NEEDS_ROOT();
     const TraceFolder folder;
-    VolumeFixture fixture({kList}, traced_monitor(folder));
+    VolumeFixture fixture({kTwoVolumes}, traced_monitor(folder));
     fixture.daemon->answer_raw("listVolumes", {reply("", 5), reply(volume_list("")),
-                                               reply(server_error(9)), reply(kList)});
+                                               reply(server_error(9)), reply(kTwoVolumes)});
     ASSERT_TRUE(wait_for_windows(fixture.terminal));
     fixture.terminal.type("\x1bOR\x1bOR\x1bOR"); // F3 three times
     ASSERT_TRUE(fixture.terminal.wait_until(

@@ -1,5 +1,7 @@
 #include "ctl/acts.h"
 
+#include <algorithm>
+
 #include "common/client/session.h"
 #include "common/xml_writer.h"
 #include "ctl/attributes.h"
@@ -24,7 +26,7 @@ Outcome read_confirmation(const Act& act, const Session& session, const Answer& 
         command = command.child(act.group);
     }
     if (!command) {
-        throw Failure{Kind::kReply, "the reply is none to this request", act.daemon.name};
+        fail_reply("the reply is none to this request", act.daemon);
     }
     const Item item = read_item(act.named, command, act.daemon);
     Outcome outcome = confirmed(session, act.done + named_text(act.named, item));
@@ -58,14 +60,10 @@ uint32_t attributes_of(const Arguments& arguments, const char* name) {
 }
 
 void need_one_of(const Arguments& arguments, std::span<const char* const> names) {
-    std::string all;
-    size_t given = 0;
-    for (const char* name : names) {
-        all += (all.empty() ? "" : ", ") + std::string(name);
-        given += arguments.has(name) ? 1 : 0;
-    }
+    const auto given = std::count_if(names.begin(), names.end(),
+                                     [&](const char* name) { return arguments.has(name); });
     if (given != 1) {
-        throw Failure{Kind::kUsage, "exactly one of these is needed: " + all};
+        throw Failure{Kind::kUsage, "exactly one of these is needed: " + joined(names)};
     }
 }
 

@@ -14,6 +14,11 @@
 
 namespace zrp::ctl {
 
+// Arguments of several families.
+inline constexpr const char* kName = "NAME";
+inline constexpr Argument kVolumeArgument = {kName, ArgumentKind::kVolume, Count::kOne,
+                                             "the volume"};
+
 // A typed text in the form that a request may hold. Throws a Failure of kind kUsage that names the
 // argument.
 std::string sendable(const char* name, const std::string& typed);

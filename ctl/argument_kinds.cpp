@@ -12,6 +12,7 @@
 #include "ctl/attributes.h"
 #include "ctl/failure.h"
 #include "ctl/numbers.h"
+#include "ctl/text.h"
 
 namespace zrp::ctl {
 namespace {
@@ -66,14 +67,10 @@ std::string check_mask(const Argument&, const std::string& value) {
 }
 
 std::string check_word(const Argument& argument, const std::string& value) {
-    std::string words;
-    for (const char* word : argument.words) {
-        if (strcasecmp(word, value.c_str()) == 0) {
-            return "";
-        }
-        words += (words.empty() ? "" : ", ") + std::string(word);
-    }
-    return "is none of: " + words;
+    const bool isKnown =
+        std::any_of(argument.words.begin(), argument.words.end(),
+                    [&](const char* word) { return strcasecmp(word, value.c_str()) == 0; });
+    return isKnown ? "" : "is none of: " + joined(argument.words);
 }
 
 std::string check_attribute(const Argument&, const std::string& value) {
@@ -84,13 +81,13 @@ std::string check_flag(const Argument&, const std::string&) {
     return "";
 }
 
-struct KindRow {
+struct ArgumentKindRow {
     ArgumentKind kind;
     std::string (*check)(const Argument& argument, const std::string& value);
     const char* source;
 };
 
-constexpr KindRow kKinds[] = {
+constexpr ArgumentKindRow kArgumentKinds[] = {
     {ArgumentKind::kFlag, check_flag, ""},
     {ArgumentKind::kVolume, check_volume, "volumes"},
     {ArgumentKind::kAskedVolume, check_asked_volume, "volumes"},
@@ -105,15 +102,15 @@ constexpr KindRow kKinds[] = {
     {ArgumentKind::kFile, check_file, "files"},
 };
 
-const KindRow& row_of(ArgumentKind kind) {
-    return *std::find_if(std::begin(kKinds), std::end(kKinds),
-                         [&](const KindRow& row) { return row.kind == kind; });
+const ArgumentKindRow& argument_row(ArgumentKind kind) {
+    return *std::find_if(std::begin(kArgumentKinds), std::end(kArgumentKinds),
+                         [&](const ArgumentKindRow& row) { return row.kind == kind; });
 }
 
 } // namespace
 
 void check_argument(const Argument& argument, const std::string& value) {
-    const std::string wrong = row_of(argument.kind).check(argument, value);
+    const std::string wrong = argument_row(argument.kind).check(argument, value);
     if (!wrong.empty()) {
         const std::string shown = value.empty() ? "" : " \"" + value + "\"";
         throw Failure{Kind::kUsage, argument.name + shown + ' ' + wrong};
@@ -121,7 +118,7 @@ void check_argument(const Argument& argument, const std::string& value) {
 }
 
 const char* completion_source(ArgumentKind kind) {
-    return row_of(kind).source;
+    return argument_row(kind).source;
 }
 
 } // namespace zrp::ctl

@@ -83,10 +83,6 @@ bool is_many(Count count) {
     return count == Count::kSome || count == Count::kAny;
 }
 
-bool is_option(const Argument& argument) {
-    return std::string_view(argument.name).starts_with("--");
-}
-
 // CLI11 keeps the values as texts; one argument is one value, whatever it holds.
 CLI::Option* add_argument(CLI::App& app, const Argument& argument) {
     if (argument.kind == ArgumentKind::kFlag) {

@@ -5,6 +5,7 @@
 
 #include "common/requests/volume_list.h"
 #include "ctl/fields.h"
+#include "ctl/text.h"
 
 namespace zrp::ctl {
 namespace {
@@ -54,11 +55,7 @@ std::vector<std::string> attribute_words() {
 }
 
 std::string attribute_list() {
-    std::string list;
-    for (const std::string& word : attribute_words()) {
-        list += (list.empty() ? "" : ", ") + word;
-    }
-    return list;
+    return joined(attribute_words());
 }
 
 } // namespace zrp::ctl

@@ -39,6 +39,10 @@ struct Argument {
     std::span<const char* const> words = {}; // for kWord
 };
 
+inline bool is_option(const Argument& argument) {
+    return std::string_view(argument.name).starts_with("--");
+}
+
 // The values of one command line, checked against the row.
 class Arguments {
 public:

@@ -72,7 +72,7 @@ Words values_of(const Argument& argument) {
     return words.empty() ? live_names(completion_source(argument.kind)) : words;
 }
 
-bool is_option(std::string_view word) {
+bool is_typed_option(std::string_view word) {
     return word.size() > 1 && word.starts_with('-');
 }
 
@@ -113,7 +113,7 @@ void take_word(Line& line, const std::string& word) {
     if (line.open != nullptr || line.opensCommon) {
         line.open = nullptr;
         line.opensCommon = false;
-    } else if (is_option(word)) {
+    } else if (is_typed_option(word)) {
         const Argument* option = find_option(line.command, word);
         line.open = option != nullptr && takes_value(*option) ? option : nullptr;
         line.opensCommon = is_common_with_value(word);
@@ -148,7 +148,7 @@ Words option_words(const Line& line) {
     }
     if (line.command != nullptr) {
         for (const Argument& argument : line.command->arguments) {
-            if (is_option(argument.name)) {
+            if (is_option(argument)) {
                 words.emplace_back(argument.name);
             }
         }
@@ -161,7 +161,7 @@ const Argument* next_argument(const Line& line) {
     size_t left = line.values;
     for (const Argument& argument : line.command->arguments) {
         const bool isMany = argument.count == Count::kSome || argument.count == Count::kAny;
-        if (!is_option(argument.name) && (left-- == 0 || isMany)) {
+        if (!is_option(argument) && (left-- == 0 || isMany)) {
             return &argument;
         }
     }
@@ -175,7 +175,7 @@ Words candidates(const Line& line, const std::string& last) {
     if (line.open != nullptr) {
         return values_of(*line.open);
     }
-    if (is_option(last) || last == "-") {
+    if (is_typed_option(last) || last == "-") {
         return option_words(line);
     }
     Words words = command_words(line);

@@ -12,10 +12,10 @@ namespace zrp::ctl {
 namespace {
 
 constexpr const char* kStation = "N";
-constexpr const char* kAll = "--all";
+constexpr const char* kAllConnections = "--all";
 constexpr const char* kExcept = "--except";
-constexpr const char* kNotLoggedIn = "--not-logged-in";
-constexpr const char* kTo = "--to";
+constexpr const char* kNotLoggedInOption = "--not-logged-in";
+constexpr const char* kToStation = "--to";
 
 // Each number once.
 std::vector<int32_t> stations_of(const Arguments& arguments, const char* name) {
@@ -39,12 +39,12 @@ std::string count_note(const Session& session, const char* tag) {
 }
 
 Request clear_request(const Arguments& arguments, const std::vector<int32_t>& stations) {
-    if (arguments.has(kAll)) {
+    if (arguments.has(kAllConnections)) {
         return request([&](uint32_t* length) {
             return BuildClearAllConnectionsRequest(stations_of(arguments, kExcept), length);
         });
     }
-    if (arguments.has(kNotLoggedIn)) {
+    if (arguments.has(kNotLoggedInOption)) {
         return request(BuildClearNotLoggedInRequest);
     }
     return request([&](uint32_t* length) { return BuildClearConnectionRequest(stations, length); });
@@ -52,12 +52,12 @@ Request clear_request(const Arguments& arguments, const std::vector<int32_t>& st
 
 std::string clear_question(const Session& session, const Arguments& arguments,
                            const std::vector<int32_t>& stations) {
-    if (arguments.has(kAll)) {
+    if (arguments.has(kAllConnections)) {
         const size_t spared = stations_of(arguments, kExcept).size();
         return "Clear all connections" + (spared == 0 ? "" : " but " + std::to_string(spared)) +
                count_note(session, tag::connectionSlotsInUse);
     }
-    if (arguments.has(kNotLoggedIn)) {
+    if (arguments.has(kNotLoggedInOption)) {
         return "Clear the connections without a login" + count_note(session, tag::notLoggedInCount);
     }
     return stations.size() > 1
@@ -73,17 +73,17 @@ bool are_gone(const Session& session, const std::vector<int32_t>& stations) {
                         [&](int32_t station) { return is_connected(session, station); });
 }
 
-constexpr Field kCount[] = {
-    {tag::stationNumberCount, Field::kNumber, nullptr, nullptr, false},
+constexpr Field kStationCount[] = {
+    {tag::stationNumberCount, Field::kNumber, false},
 };
 
 Outcome clear(Session& session, const Arguments& arguments) {
-    constexpr const char* kTargets[] = {kStation, kAll, kNotLoggedIn};
+    constexpr const char* kTargets[] = {kStation, kAllConnections, kNotLoggedInOption};
     need_one_of(arguments, kTargets);
-    check_needs(arguments, kExcept, kAll);
+    check_needs(arguments, kExcept, kAllConnections);
     const std::vector<int32_t> stations = stations_of(arguments, kStation);
     return carry_out(
-        {kServer, tag::clearConnection, nullptr, kCount, "connections cleared"}, session,
+        {kServer, tag::clearConnection, nullptr, kStationCount, "connections cleared"}, session,
         clear_request(arguments, stations),
         [&] { return clear_question(session, arguments, stations); },
         [&] { return are_gone(session, stations); });
@@ -91,9 +91,9 @@ Outcome clear(Session& session, const Arguments& arguments) {
 
 Outcome broadcast(Session& session, const Arguments& arguments) {
     const std::string text = sendable(arguments, "TEXT");
-    const std::vector<int32_t> stations = stations_of(arguments, kTo);
-    return carry_out({kServer, tag::broadcastMessage, nullptr, kCount, "message sent"}, session,
-                     request([&](uint32_t* length) {
+    const std::vector<int32_t> stations = stations_of(arguments, kToStation);
+    return carry_out({kServer, tag::broadcastMessage, nullptr, kStationCount, "message sent"},
+                     session, request([&](uint32_t* length) {
                          return BuildBroadcastMessageRequest(text.c_str(), stations, length);
                      }),
                      [&] {
@@ -118,7 +118,7 @@ Outcome close_file(Session& session, const Arguments& arguments) {
 }
 
 constexpr Field kUnlocked[] = {
-    {tag::stationNumberTag, Field::kNumber, nullptr, nullptr, false},
+    {tag::stationNumberTag, Field::kNumber, false},
 };
 
 Outcome unlock(Session& session, const Arguments& arguments) {
@@ -134,17 +134,17 @@ Outcome unlock(Session& session, const Arguments& arguments) {
         });
 }
 
-constexpr const char* kGroup = "Change connections";
+constexpr const char* kConnectionActsGroup = "Change connections";
 
 constexpr Argument kClearArguments[] = {
     {kStation, ArgumentKind::kStation, Count::kAny, "the number of a connection"},
-    {kAll, ArgumentKind::kFlag, Count::kOptional, "all connections"},
+    {kAllConnections, ArgumentKind::kFlag, Count::kOptional, "all connections"},
     {kExcept, ArgumentKind::kStation, Count::kAny, "with --all: but this one"},
-    {kNotLoggedIn, ArgumentKind::kFlag, Count::kOptional, "those without a login"},
+    {kNotLoggedInOption, ArgumentKind::kFlag, Count::kOptional, "those without a login"},
 };
 constexpr Argument kBroadcastArguments[] = {
     {"TEXT", ArgumentKind::kText, Count::kOne, "the message"},
-    {kTo, ArgumentKind::kStation, Count::kAny, "to this connection instead of all"},
+    {kToStation, ArgumentKind::kStation, Count::kAny, "to this connection instead of all"},
 };
 constexpr Argument kCloseArguments[] = {
     {"FILE", ArgumentKind::kPath, Count::kOne, "the file, named as \"files\" shows it"},
@@ -153,21 +153,21 @@ constexpr Argument kUnlockArguments[] = {
     {kStation, ArgumentKind::kStation, Count::kOne, "the number of the connection"},
 };
 
-constexpr Command kCommands[] = {
-    {"clear", kGroup, "End connections", Effect::kChanges, kClearArguments, "zrpctl clear 4 5",
-     clear},
-    {"broadcast", kGroup, "Send a message to connections", Effect::kChanges, kBroadcastArguments,
-     "zrpctl broadcast \"Down at noon\" --to 4", broadcast},
-    {"close", kGroup, "Close a file on every connection", Effect::kChanges, kCloseArguments,
-     "zrpctl close DATA:reports/q1.ods", close_file},
-    {"unlock", kGroup, "Give up all locks of a connection", Effect::kChanges, kUnlockArguments,
-     "zrpctl unlock 4", unlock},
+constexpr Command kConnectionActs[] = {
+    {"clear", kConnectionActsGroup, "End connections", Effect::kChanges, kClearArguments,
+     "zrpctl clear 4 5", clear},
+    {"broadcast", kConnectionActsGroup, "Send a message to connections", Effect::kChanges,
+     kBroadcastArguments, "zrpctl broadcast \"Down at noon\" --to 4", broadcast},
+    {"close", kConnectionActsGroup, "Close a file on every connection", Effect::kChanges,
+     kCloseArguments, "zrpctl close DATA:reports/q1.ods", close_file},
+    {"unlock", kConnectionActsGroup, "Give up all locks of a connection", Effect::kChanges,
+     kUnlockArguments, "zrpctl unlock 4", unlock},
 };
 
 } // namespace
 
 std::span<const Command> connection_act_commands() {
-    return kCommands;
+    return kConnectionActs;
 }
 
 } // namespace zrp::ctl

@@ -15,15 +15,15 @@
 namespace zrp::ctl {
 namespace {
 
-constexpr const char* kNotLoggedIn = "NOT LOGGED IN";
+constexpr const char* kNotLoggedInName = "NOT LOGGED IN";
 
 struct ConnectionField {
     Field field;
     bool isListed; // also one of those of the list
 };
 
-constexpr ConnectionField kFields[] = {
-    {{tag::stationNumberTag, Field::kNumber, "number"}, true},
+constexpr ConnectionField kConnectionFields[] = {
+    {{tag::stationNumberTag, Field::kNumber, true, "number"}, true},
     {{tag::name, Field::kText}, true},
     {{tag::loginTime, Field::kText}, true},
     {{tag::loginEpoch, Field::kTime}, false},
@@ -40,12 +40,14 @@ constexpr ConnectionField kFields[] = {
     {{tag::connectionType, Field::kNumber}, false},
 };
 
-template <bool kAll>
+template <bool kWithAll>
 constexpr auto choose_fields() {
-    constexpr auto kIsChosen = [](const ConnectionField& one) { return kAll || one.isListed; };
-    std::array<Field, std::count_if(std::begin(kFields), std::end(kFields), kIsChosen)> chosen = {};
+    constexpr auto kIsChosen = [](const ConnectionField& one) { return kWithAll || one.isListed; };
+    std::array<Field,
+               std::count_if(std::begin(kConnectionFields), std::end(kConnectionFields), kIsChosen)>
+        chosen = {};
     size_t count = 0;
-    for (const ConnectionField& one : kFields) {
+    for (const ConnectionField& one : kConnectionFields) {
         if (kIsChosen(one)) {
             chosen.at(count++) = one.field;
         }
@@ -53,19 +55,20 @@ constexpr auto choose_fields() {
     return chosen;
 }
 
-constexpr auto kListed = choose_fields<false>();
-constexpr auto kDetails = choose_fields<true>();
-constexpr size_t kListedNumber = 0;
-constexpr size_t kListedName = 1;
+constexpr auto kListedConnection = choose_fields<false>();
+constexpr auto kConnectionDetails = choose_fields<true>();
+constexpr size_t kListedStation = 0;
+constexpr size_t kListedUser = 1;
 
 // The index of the page after one whose items are the last `count`.
-int64_t page_after(Node list, int64_t index, const std::vector<Item>& items, size_t count) {
+int64_t connections_page_after(Node list, int64_t index, const std::vector<Item>& items,
+                               size_t count) {
     const int64_t named = next_page(list, index, kServer);
     if (named != kLastPage || count < kConnectionsOfAPage) {
         return named;
     }
     // Not every server names the next page: it begins after the last station of a full one.
-    return read_number(*items.back()[kListedNumber]).value_or(kLastPage) + 1;
+    return read_number(*items.back()[kListedStation]).value_or(kLastPage) + 1;
 }
 
 std::vector<Item> list_connections(const Session& session) {
@@ -81,9 +84,9 @@ std::vector<Item> list_connections(const Session& session) {
         [&](Node list, int64_t index) {
             const size_t before = items.size();
             for (const Node node : list.children(tag::connectionTag)) {
-                items.push_back(read_item(kListed, node, kServer));
+                items.push_back(read_item(kListedConnection, node, kServer));
             }
-            return page_after(list, index, items, items.size() - before);
+            return connections_page_after(list, index, items, items.size() - before);
         });
     return items;
 }
@@ -93,8 +96,8 @@ bool contains_ignoring_case(const std::string& text, const std::string& wanted) 
 }
 
 bool is_wanted(const Item& item, const Arguments& arguments) {
-    const std::string& name = *item[kListedName];
-    return (!arguments.has("--logged-in") || name != kNotLoggedIn) &&
+    const std::string& name = *item[kListedUser];
+    return (!arguments.has("--logged-in") || name != kNotLoggedInName) &&
            (!arguments.has("--user") || contains_ignoring_case(name, arguments.text("--user")));
 }
 
@@ -117,14 +120,14 @@ constexpr auto kSortWords = [] {
 }();
 
 size_t column_of(const char* key) {
-    const auto* const at = std::find_if(kListed.begin(), kListed.end(), [&](const Field& field) {
-        return strcasecmp(key_of(field), key) == 0;
-    });
-    return static_cast<size_t>(at - kListed.begin());
+    const auto* const at =
+        std::find_if(kListedConnection.begin(), kListedConnection.end(),
+                     [&](const Field& field) { return strcasecmp(key_of(field), key) == 0; });
+    return static_cast<size_t>(at - kListedConnection.begin());
 }
 
 bool is_less(const Item& a, const Item& b, size_t column) {
-    if (kListed.at(column).kind == Field::kText) {
+    if (kListedConnection.at(column).kind == Field::kText) {
         return strcasecmp(a[column]->c_str(), b[column]->c_str()) < 0;
     }
     return read_unsigned(*a[column]).value_or(0) < read_unsigned(*b[column]).value_or(0);
@@ -150,9 +153,9 @@ Outcome show_connections(Session& session, const Arguments& arguments) {
         items.resize(std::min(items.size(), static_cast<size_t>(arguments.number("--limit"))));
     }
     Outcome outcome(session.options().json);
-    start_items(outcome, "connections", kListed);
+    start_items(outcome, "connections", kListedConnection);
     for (const Item& item : items) {
-        add_item(outcome, kListed, item);
+        add_item(outcome, kListedConnection, item);
     }
     return outcome;
 }
@@ -164,11 +167,9 @@ struct NamesRow {
     const char* heading;
 };
 
-constexpr NamesRow kNames[] = {
-    {tag::openFiles, {tag::openFilesCount, Field::kNumber, nullptr, nullptr, false}, "OPEN FILES"},
-    {tag::securityEquals,
-     {tag::secEqualsCount, Field::kNumber, nullptr, nullptr, false},
-     "SECURITY EQUALS"},
+constexpr NamesRow kConnectionNames[] = {
+    {tag::openFiles, {tag::openFilesCount, Field::kNumber, false}, "OPEN FILES"},
+    {tag::securityEquals, {tag::secEqualsCount, Field::kNumber, false}, "SECURITY EQUALS"},
 };
 
 void add_names(const NamesRow& row, Node connection, Json& object, Outcome& outcome) {
@@ -194,42 +195,42 @@ Outcome show_connection(Session& session, const Arguments& arguments) {
                     }));
     const Node connection =
         command_of(answer, kServer, tag::connectionInformationTag).child(tag::connectionTag);
-    const Item item = read_item(kDetails, connection, kServer);
+    const Item item = read_item(kConnectionDetails, connection, kServer);
     Outcome outcome(session.options().json);
-    Json object = item_json(kDetails, item);
+    Json object = item_json(kConnectionDetails, item);
     start_properties(outcome);
-    add_properties(outcome, kDetails, item);
-    for (const NamesRow& row : kNames) {
+    add_properties(outcome, kConnectionDetails, item);
+    for (const NamesRow& row : kConnectionNames) {
         add_names(row, connection, object, outcome);
     }
     outcome.set("connection", object);
     return outcome;
 }
 
-constexpr const char* kGroup = "Connections";
+constexpr const char* kConnectionGroup = "Connections";
 
-constexpr Argument kListArguments[] = {
+constexpr Argument kConnectionsArguments[] = {
     {"--logged-in", ArgumentKind::kFlag, Count::kOptional, "only those with a login"},
     {"--user", ArgumentKind::kText, Count::kOptional, "only names that hold the text, in any case"},
     {"--sort", ArgumentKind::kWord, Count::kOptional, "sort by a column, traffic from the most on",
      kSortWords},
     {"--limit", ArgumentKind::kNumber, Count::kOptional, "show so many at most"},
 };
-constexpr Argument kOneArguments[] = {
+constexpr Argument kConnectionArguments[] = {
     {"N", ArgumentKind::kStation, Count::kOne, "the number of the connection"},
 };
 
-constexpr Command kCommands[] = {
-    {"connections", kGroup, "List the connections", Effect::kLooks, kListArguments,
+constexpr Command kConnectionCommands[] = {
+    {"connections", kConnectionGroup, "List the connections", Effect::kLooks, kConnectionsArguments,
      "zrpctl connections --sort bytesRead --limit 5", show_connections},
-    {"connection", kGroup, "Show all that the server says of a connection", Effect::kLooks,
-     kOneArguments, "zrpctl connection 3", show_connection},
+    {"connection", kConnectionGroup, "Show all that the server says of a connection",
+     Effect::kLooks, kConnectionArguments, "zrpctl connection 3", show_connection},
 };
 
 } // namespace
 
 std::span<const Command> connection_commands() {
-    return kCommands;
+    return kConnectionCommands;
 }
 
 } // namespace zrp::ctl

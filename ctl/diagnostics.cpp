@@ -17,7 +17,7 @@ namespace zrp::ctl {
 namespace {
 
 // What differs between the daemons.
-struct Source {
+struct CounterSource {
     const Daemon* daemon;
     const char* command; // null if the counters are in the envelope itself
     const char* level;
@@ -25,15 +25,16 @@ struct Source {
     bool isStorage;
 };
 
-const Source kServerSource = {&kServer, tag::diagnostics, tag::diagLevel, tag::diagValue, false};
-const Source kStorageSource = {&kStorageCounters, nullptr, diagnostic::level,
-                               diagnostic::zrp2bksValue, true};
+const CounterSource kServerSource = {&kServer, tag::diagnostics, tag::diagLevel, tag::diagValue,
+                                     false};
+const CounterSource kStorageSource = {&kStorageCounters, nullptr, diagnostic::level,
+                                      diagnostic::zrp2bksValue, true};
 
-bool is_of(const DiagGroup& group, const Source& source) {
+bool is_of(const DiagGroup& group, const CounterSource& source) {
     return (group.type >= kFirstBksGroup) == source.isStorage;
 }
 
-Outcome list_groups(const Source& source, bool json) {
+Outcome list_groups(const CounterSource& source, bool json) {
     Outcome outcome(json);
     outcome.start_list("groups");
     outcome.start_table({{"NUMBER", true}, {"NAME"}});
@@ -46,7 +47,7 @@ Outcome list_groups(const Source& source, bool json) {
     return outcome;
 }
 
-const DiagGroup& find_group(const std::string& wanted, const Source& source) {
+const DiagGroup& find_group(const std::string& wanted, const CounterSource& source) {
     const std::optional<uint64_t> number = read_unsigned(wanted);
     for (const DiagGroup& group : diag_groups()) {
         const bool isMeant = number ? *number == static_cast<uint64_t>(group.type)
@@ -64,23 +65,23 @@ struct Counter {
     int64_t value;
 };
 
-Counter read_counter(Node node, const Source& source) {
+Counter read_counter(Node node, const CounterSource& source) {
     const auto value = read_number(node.attribute(tag::value).value());
     const std::string name = text_of(node);
     if (!value || name.empty()) {
-        throw Failure{Kind::kReply, "a counter of the reply is incomplete", source.daemon->name};
+        fail_reply("a counter of the reply is incomplete", *source.daemon);
     }
     return {name, *value};
 }
 
 // The counters are in the element of the level, or after it.
-std::vector<Counter> read_counters(const Answer& answer, const Source& source) {
+std::vector<Counter> read_counters(const Answer& answer, const CounterSource& source) {
     const Node list = source.command == nullptr
                           ? answer.envelope
                           : command_of(answer, *source.daemon, source.command);
     const Node level = find_inside(list, source.level);
     if (!level) {
-        throw Failure{Kind::kReply, "the reply has no list of counters", source.daemon->name};
+        fail_reply("the reply has no list of counters", *source.daemon);
     }
     std::vector<Counter> counters;
     for (const Node place : {level, level.parent()}) {
@@ -91,7 +92,7 @@ std::vector<Counter> read_counters(const Answer& answer, const Source& source) {
     return counters;
 }
 
-Request counters_request(const Source& source, const std::string& words, bool resets) {
+Request counters_request(const CounterSource& source, const std::string& words, bool resets) {
     const int resetAll = resets ? 1 : 0;
     if (!source.isStorage) {
         return request([&](uint32_t* length) {
@@ -131,7 +132,7 @@ bool is_in(const DiagGroup& group, const std::string& name) {
                        [&](const DiagRow& row) { return row.key != nullptr && name == row.key; });
 }
 
-Outcome reset_counters(Session& session, const Arguments& arguments, const Source& source) {
+Outcome reset_counters(Session& session, const Arguments& arguments, const CounterSource& source) {
     if (arguments.has("GROUP") || arguments.has("--words") || session.options().watch) {
         throw Failure{Kind::kUsage, "--reset resets all counters, once"};
     }
@@ -142,7 +143,7 @@ Outcome reset_counters(Session& session, const Arguments& arguments, const Sourc
     return confirmed(session, "counters reset");
 }
 
-Outcome show_counters(Session& session, const Arguments& arguments, const Source& source) {
+Outcome show_counters(Session& session, const Arguments& arguments, const CounterSource& source) {
     if (arguments.has("--reset")) {
         return reset_counters(session, arguments, source);
     }
@@ -171,15 +172,15 @@ Outcome show_counters(Session& session, const Arguments& arguments, const Source
     return outcome;
 }
 
-Outcome show_server(Session& session, const Arguments& arguments) {
+Outcome show_server_counters(Session& session, const Arguments& arguments) {
     return show_counters(session, arguments, kServerSource);
 }
 
-Outcome show_storage(Session& session, const Arguments& arguments) {
+Outcome show_storage_counters(Session& session, const Arguments& arguments) {
     return show_counters(session, arguments, kStorageSource);
 }
 
-constexpr Argument kArguments[] = {
+constexpr Argument kDiagnosticsArguments[] = {
     {"GROUP", ArgumentKind::kText, Count::kOptional,
      "a group by its number or title; the list of groups without one"},
     {"--words", ArgumentKind::kText, Count::kOptional,
@@ -187,19 +188,20 @@ constexpr Argument kArguments[] = {
     {"--reset", ArgumentKind::kFlag, Count::kOptional, "set all counters to 0"},
 };
 
-constexpr const char* kGroup = "Diagnostics";
+constexpr const char* kDiagnosticsGroup = "Diagnostics";
 
-constexpr Command kCommands[] = {
-    {"diagnostics server", kGroup, "Show the counters of the main daemon", Effect::kLooks,
-     kArguments, "zrpctl diagnostics server 1", show_server},
-    {"diagnostics storage", kGroup, "Show the counters of the storage daemon", Effect::kLooks,
-     kArguments, "zrpctl diagnostics storage --words requests", show_storage},
+constexpr Command kDiagnosticsCommands[] = {
+    {"diagnostics server", kDiagnosticsGroup, "Show the counters of the main daemon",
+     Effect::kLooks, kDiagnosticsArguments, "zrpctl diagnostics server 1", show_server_counters},
+    {"diagnostics storage", kDiagnosticsGroup, "Show the counters of the storage daemon",
+     Effect::kLooks, kDiagnosticsArguments, "zrpctl diagnostics storage --words requests",
+     show_storage_counters},
 };
 
 } // namespace
 
 std::span<const Command> diagnostics_commands() {
-    return kCommands;
+    return kDiagnosticsCommands;
 }
 
 } // namespace zrp::ctl

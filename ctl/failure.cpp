@@ -6,36 +6,36 @@
 namespace zrp::ctl {
 namespace {
 
-struct KindRow {
+struct FailureRow {
     Kind kind;
     int status;
     const char* name;
     const char* meaning;
 };
 
-constexpr std::array kKinds = {
-    KindRow{Kind::kRefused, 1, "refused",
-            "refused by the server, wholly or in part; an unknown statistic or setting too"},
-    KindRow{Kind::kUsage, 2, "usage",
-            "the command line is wrong, or a question was answered with no; nothing was sent"},
-    KindRow{Kind::kUnreachable, 3, "unreachable", "a daemon cannot be reached"},
-    KindRow{Kind::kTimeout, 4, "timeout", "the time limit is over"},
-    KindRow{Kind::kReply, 5, "reply",
-            "a reply is not understood: cut short, malformed or incomplete"},
-    KindRow{Kind::kOutput, 6, "output", "the output cannot be written, or there is no memory"},
-    KindRow{Kind::kInterrupted, 130, "interrupted", "ended by Ctrl-C"},
+constexpr std::array kFailures = {
+    FailureRow{Kind::kRefused, 1, "refused",
+               "refused by the server, wholly or in part; an unknown statistic or setting too"},
+    FailureRow{Kind::kUsage, 2, "usage",
+               "the command line is wrong, or a question was answered with no; nothing was sent"},
+    FailureRow{Kind::kUnreachable, 3, "unreachable", "a daemon cannot be reached"},
+    FailureRow{Kind::kTimeout, 4, "timeout", "the time limit is over"},
+    FailureRow{Kind::kReply, 5, "reply",
+               "a reply is not understood: cut short, malformed or incomplete"},
+    FailureRow{Kind::kOutput, 6, "output", "the output cannot be written, or there is no memory"},
+    FailureRow{Kind::kInterrupted, 130, "interrupted", "ended by Ctrl-C"},
 };
 
-const KindRow& row_of(Kind kind) {
-    return kKinds.at(static_cast<size_t>(kind));
+const FailureRow& failure_row(Kind kind) {
+    return kFailures.at(static_cast<size_t>(kind));
 }
 
-constexpr size_t kStatusCount = kKinds.size() + 1;
+constexpr size_t kStatusCount = kFailures.size() + 1;
 
 constexpr std::array<ExitStatus, kStatusCount> list_statuses() {
     std::array<ExitStatus, kStatusCount> all = {{{kSuccess, nullptr, "done"}}};
-    for (size_t i = 0; i < kKinds.size(); i++) {
-        all.at(i + 1) = {kKinds.at(i).status, kKinds.at(i).name, kKinds.at(i).meaning};
+    for (size_t i = 0; i < kFailures.size(); i++) {
+        all.at(i + 1) = {kFailures.at(i).status, kFailures.at(i).name, kFailures.at(i).meaning};
     }
     return all;
 }
@@ -57,11 +57,11 @@ std::span<const ExitStatus> exit_statuses() {
 }
 
 const char* name_of(Kind kind) {
-    return row_of(kind).name;
+    return failure_row(kind).name;
 }
 
 int exit_status(Kind kind) {
-    return row_of(kind).status;
+    return failure_row(kind).status;
 }
 
 bool is_worse(Kind a, Kind b) {

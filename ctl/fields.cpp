@@ -9,11 +9,12 @@
 #include "ctl/failure.h"
 #include "ctl/numbers.h"
 #include "ctl/printing.h"
+#include "ctl/text.h"
 
 namespace zrp::ctl {
 namespace {
 
-constexpr const char* kMounted = "mounted";
+constexpr const char* kMountedKey = "mounted";
 constexpr const char* kStatusKey = "status";
 
 // A number of the kind, or nothing.
@@ -43,7 +44,7 @@ std::string trimmed(const std::string& text) {
 }
 
 void add_status(Json& object, uint32_t status) {
-    object[kMounted] = (status & kVolumeMounted) != 0;
+    object[kMountedKey] = (status & kVolumeMounted) != 0;
     object[kStatusKey] = status_words(status);
 }
 
@@ -53,14 +54,6 @@ void add_time(Json& object, const char* key, const Json& epoch) {
     if (!utc.empty()) {
         object[std::string(key) + "Utc"] = utc;
     }
-}
-
-std::string joined(const std::vector<std::string>& words) {
-    std::string text;
-    for (const std::string& word : words) {
-        text += (text.empty() ? "" : ", ") + word;
-    }
-    return text;
 }
 
 std::string mask_text(uint64_t mask) {
@@ -73,10 +66,6 @@ bool is_numeric(Field::Kind kind) {
     return kind == Field::kNumber || kind == Field::kFraction;
 }
 
-[[noreturn]] void fail_item(const std::string& message, const Daemon& daemon) {
-    throw Failure{Kind::kReply, message, daemon.name};
-}
-
 } // namespace
 
 const char* key_of(const Field& field) {
@@ -86,7 +75,7 @@ const char* key_of(const Field& field) {
 std::vector<Column> columns_of(std::span<const Field> fields) {
     std::vector<Column> columns;
     for (const Field& field : fields) {
-        std::string heading = field.heading != nullptr ? field.heading : key_of(field);
+        std::string heading = key_of(field);
         std::transform(heading.begin(), heading.end(), heading.begin(),
                        [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
         columns.push_back({heading, is_numeric(field.kind)});
@@ -113,7 +102,7 @@ void add_json(Json& object, const char* key, Field::Kind kind, const std::string
 }
 
 std::string cell_of(Field::Kind kind, const std::string& text) {
-    const std::string word = kind == Field::kText ? text : trimmed(text);
+    std::string word = kind == Field::kText ? text : trimmed(text);
     switch (kind) {
     case Field::kMask:
         return mask_text(read_mask(word).value_or(0));
@@ -140,11 +129,11 @@ Item read_item(std::span<const Field> fields, Node node, const Daemon& daemon) {
             text.reset();
         }
         if (!text && field.isNeeded) {
-            fail_item(std::string("an item of the reply is incomplete: it has no ") + field.tag,
-                      daemon);
+            fail_reply(std::string("an item of the reply is incomplete: it has no ") + field.tag,
+                       daemon);
         }
         if (text && !is_value(field.kind, *text)) {
-            fail_item(std::string("a value of the reply is malformed: ") + field.tag, daemon);
+            fail_reply(std::string("a value of the reply is malformed: ") + field.tag, daemon);
         }
         item.push_back(std::move(text));
     }

@@ -1,6 +1,6 @@
 // The elements of an item as a table: what each holds, and how both kinds of output show it.
 //
-//     constexpr Field kFields[] = {{tag::volumeNumber, Field::kNumber, "number"},
+//     constexpr Field kFields[] = {{tag::volumeNumber, Field::kNumber, true, "number"},
 //                                  {tag::name, Field::kText}};
 //     const Item item = read_item(kFields, node, kServer);
 //     add_item(outcome, kFields, item);
@@ -30,9 +30,8 @@ struct Field {
     };
     const char* tag;
     Kind kind;
-    const char* key = nullptr;     // in JSON; null for the tag
-    const char* heading = nullptr; // null for the key in capitals
-    bool isNeeded = true;          // an item without it is incomplete
+    bool isNeeded = true;      // an item without it is incomplete
+    const char* key = nullptr; // in JSON and, in capitals, of the column; null for the tag
 };
 
 const char* key_of(const Field& field);

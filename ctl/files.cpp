@@ -11,25 +11,21 @@
 namespace zrp::ctl {
 namespace {
 
-constexpr Field kListed[] = {
-    {tag::stationNumberTag, Field::kNumber, "number"},
-    {tag::userName, Field::kText, "name"},
+constexpr Field kFileOwner[] = {
+    {tag::stationNumberTag, Field::kNumber, true, "number"},
+    {tag::userName, Field::kText, true, "name"},
 };
 constexpr Field kFileCount[] = {{tag::openFilesCount, Field::kNumber}};
 
-[[noreturn]] void fail_reply(const char* message) {
-    throw Failure{Kind::kReply, message, kServer.name};
-}
-
 void add_connection(Node node, Outcome& outcome) {
-    const Item item = read_item(kListed, node, kServer);
+    const Item item = read_item(kFileOwner, node, kServer);
     const Node list = node.child(tag::openFiles);
     const Item count = read_item(kFileCount, list, kServer);
-    Json object = item_json(kListed, item);
+    Json object = item_json(kFileOwner, item);
     object.update(item_json(kFileCount, count));
     object["files"] = Json::array();
     for (const Node file : list.children(tag::name)) {
-        Row row = item_row(kListed, item);
+        Row row = item_row(kFileOwner, item);
         row.push_back(text_of(file));
         object["files"].push_back(row.back());
         outcome.add_row(std::move(row));
@@ -38,18 +34,18 @@ void add_connection(Node node, Outcome& outcome) {
 }
 
 // A further page follows only when the server says so, and then it names where.
-int64_t page_after(Node list, int64_t index) {
+int64_t files_page_after(Node list, int64_t index) {
     const Node iteration = list.child(tag::iterationInfo);
     const auto more = text_inside(iteration, tag::moreFlag);
     if (!more) {
-        fail_reply("the reply does not say whether a page follows");
+        fail_reply("the reply does not say whether a page follows", kServer);
     }
     if (strcasecmp(more->c_str(), "Yes") != 0) {
         return kLastPage;
     }
     const int64_t next = next_page(list, index, kServer);
     if (next == kLastPage) {
-        fail_reply("the reply does not say where the next page begins");
+        fail_reply("the reply does not say where the next page begins", kServer);
     }
     return next;
 }
@@ -59,7 +55,7 @@ Outcome show_files(Session& session, const Arguments& arguments) {
     const std::string volume = isOne ? client::Escaped(arguments.text("--volume")) : "";
     Outcome outcome(session.options().json);
     outcome.start_list("files");
-    std::vector<Column> columns = columns_of(kListed);
+    std::vector<Column> columns = columns_of(kFileOwner);
     columns.push_back({"FILE"});
     outcome.start_table(columns);
     walk_pages(
@@ -74,14 +70,14 @@ Outcome show_files(Session& session, const Arguments& arguments) {
             for (const Node node : list.children(tag::connectionTag)) {
                 add_connection(node, outcome);
             }
-            return page_after(list, index);
+            return files_page_after(list, index);
         });
     return outcome;
 }
 
 constexpr Field kLocks[] = {
-    {tag::stationNumberTag, Field::kNumber, "number"},
-    {tag::userName, Field::kText, "name"},
+    {tag::stationNumberTag, Field::kNumber, true, "number"},
+    {tag::userName, Field::kText, true, "name"},
     {tag::taskNuber, Field::kNumber},
     {tag::accessRights, Field::kMask},
     {tag::zrpFileHandle, Field::kMask},
@@ -104,7 +100,7 @@ Outcome show_locks(Session& session, const Arguments& arguments) {
     return outcome;
 }
 
-constexpr const char* kGroup = "Files";
+constexpr const char* kFileGroup = "Files";
 
 constexpr Argument kFilesArguments[] = {
     {"--volume", ArgumentKind::kVolume, Count::kOptional, "only files on this volume"},
@@ -113,17 +109,17 @@ constexpr Argument kLocksArguments[] = {
     {"FILE", ArgumentKind::kText, Count::kOne, "a file as \"zrpctl files\" names it"},
 };
 
-constexpr Command kCommands[] = {
-    {"files", kGroup, "List the open files by connection", Effect::kLooks, kFilesArguments,
+constexpr Command kFileCommands[] = {
+    {"files", kFileGroup, "List the open files by connection", Effect::kLooks, kFilesArguments,
      "zrpctl files --volume DATA", show_files},
-    {"locks", kGroup, "List the locks of a file", Effect::kLooks, kLocksArguments,
+    {"locks", kFileGroup, "List the locks of a file", Effect::kLooks, kLocksArguments,
      "zrpctl locks DATABASE:mail/inbox.db", show_locks},
 };
 
 } // namespace
 
 std::span<const Command> files_commands() {
-    return kCommands;
+    return kFileCommands;
 }
 
 } // namespace zrp::ctl

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "ctl/failure.h"
+#include "ctl/text.h"
 
 namespace zrp::ctl {
 namespace {
@@ -45,16 +46,7 @@ const char* value_name(ArgumentKind kind) {
 }
 
 std::string shown(const Argument& argument) {
-    const bool isOption = std::string_view(argument.name).starts_with("--");
-    return std::string(argument.name) + (isOption ? value_name(argument.kind) : "");
-}
-
-std::string joined(std::span<const char* const> words) {
-    std::string text;
-    for (const char* word : words) {
-        text += (text.empty() ? "" : ", ") + std::string(word);
-    }
-    return text;
+    return std::string(argument.name) + (is_option(argument) ? value_name(argument.kind) : "");
 }
 
 void append_common_options(std::string& out) {

@@ -41,7 +41,7 @@ std::string json_line(const std::vector<std::pair<std::string, std::string>>& me
     std::string line = "{";
     for (const auto& [key, text] : members) {
         line += line.size() > 1 ? ",\"" : "\"";
-        line += key + "\":" + text;
+        line.append(key).append("\":").append(text);
     }
     return line + "}\n";
 }

@@ -1,5 +1,6 @@
 #include "ctl/lookups.h"
 
+#include <algorithm>
 #include <strings.h>
 
 #include "common/client/session.h"
@@ -26,7 +27,7 @@ std::string files_text(int64_t count, bool hasMore) {
 int64_t number_inside(Node node, const char* tag, const Daemon& daemon) {
     const auto number = read_number(text_inside(node, tag).value_or(""));
     if (!number) {
-        throw Failure{Kind::kReply, "an item of the reply is incomplete", daemon.name};
+        fail_reply("an item of the reply is incomplete", daemon);
     }
     return *number;
 }
@@ -144,25 +145,21 @@ bool is_bound(const Session& session, const std::string& server, const std::stri
     const Answer answer = session.ask(kServer, request(BuildListVirtualServersRequest));
     const Node list =
         command_of(answer, kServer, tag::listvirtualservers).child(tag::virtualservers);
-    for (const Node one : list.children(tag::server)) {
-        if (text_of(one.child(tag::name)) == server && text_of(one.child(tag::IP)) == address) {
-            return true;
-        }
-    }
-    return false;
+    const auto servers = list.children(tag::server);
+    return std::any_of(servers.begin(), servers.end(), [&](Node one) {
+        return text_of(one.child(tag::name)) == server && text_of(one.child(tag::IP)) == address;
+    });
 }
 
 bool is_in_list(const Session& session, const std::string& volume, const char* list) {
     const Answer answer = session.ask(kStorage, request([](uint32_t* length) {
                                           return BuildControlListRequest(kBothLists, length);
                                       }));
-    const Node names = command_of(answer, kStorage, command::exclusion_control).child(list);
-    for (const Node name : names.children(tag::volumeName)) {
-        if (is_same_name(text_of(name), volume)) {
-            return true;
-        }
-    }
-    return false;
+    const auto names = command_of(answer, kStorage, command::exclusion_control)
+                           .child(list)
+                           .children(tag::volumeName);
+    return std::any_of(names.begin(), names.end(),
+                       [&](Node name) { return is_same_name(text_of(name), volume); });
 }
 
 } // namespace zrp::ctl

@@ -22,7 +22,7 @@ constexpr const char* kTextfile = "--textfile";
 // What is wrong with the disk and not with the path.
 constexpr std::array kDiskErrors = {ENOSPC, EDQUOT, EFBIG, EIO};
 
-[[noreturn]] void fail_file(const std::string& path, int error) {
+[[noreturn]] void fail_textfile(const std::string& path, int error) {
     const bool isDisk =
         std::find(kDiskErrors.begin(), kDiskErrors.end(), error) != kDiskErrors.end();
     throw Failure{isDisk ? Kind::kOutput : Kind::kUsage,
@@ -35,7 +35,7 @@ void check_folder(const std::string& path) {
     const size_t slash = path.rfind('/');
     const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
     if (access(folder.c_str(), W_OK | X_OK) != 0) {
-        fail_file(path, errno);
+        fail_textfile(path, errno);
     }
 }
 
@@ -68,25 +68,25 @@ Outcome show_metrics(Session& session, const Arguments& arguments) {
     const std::string& path = arguments.text(kTextfile);
     check_folder(path);
     if (const int error = exporter::WriteTextfile(path, collect(session)); error != 0) {
-        fail_file(path, error);
+        fail_textfile(path, error);
     }
     outcome.set("done", true);
     return outcome;
 }
 
-constexpr Argument kArguments[] = {
+constexpr Argument kMetricsArguments[] = {
     {kTextfile, ArgumentKind::kFile, Count::kOptional, "replace this file instead of printing"},
 };
 
-constexpr Command kCommands[] = {
+constexpr Command kMetricsCommands[] = {
     {"metrics", "Server", "Show all figures in the text format of Prometheus", Effect::kLooks,
-     kArguments, "zrpctl metrics | grep zrp_up", show_metrics},
+     kMetricsArguments, "zrpctl metrics | grep zrp_up", show_metrics},
 };
 
 } // namespace
 
 std::span<const Command> metrics_commands() {
-    return kCommands;
+    return kMetricsCommands;
 }
 
 } // namespace zrp::ctl

@@ -30,7 +30,7 @@ Field::Kind kind_of(std::string_view type) {
 NamedValue read_one(Node parm, const Daemon& daemon) {
     const std::optional<std::string> name = text_inside(parm, tag::name);
     if (!name || name->empty()) {
-        throw Failure{Kind::kReply, "a value of the reply has no name", daemon.name};
+        fail_reply("a value of the reply has no name", daemon);
     }
     const Node value = parm.child(tag::value);
     NamedValue read = {*name, kind_of(value.attribute(tag::type).value()), {}};
@@ -39,7 +39,7 @@ NamedValue read_one(Node parm, const Daemon& daemon) {
         read.text = text;
     }
     if (read.text && !is_value(read.kind, *read.text)) {
-        throw Failure{Kind::kReply, "a value of the reply is malformed: " + *name, daemon.name};
+        fail_reply("a value of the reply is malformed: " + *name, daemon);
     }
     return read;
 }

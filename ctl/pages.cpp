@@ -26,14 +26,14 @@ int64_t next_page(Node command, int64_t index, const Daemon& daemon) {
     }
     const std::optional<int64_t> next = read_number(*text);
     if (!next) {
-        throw Failure{Kind::kReply, "the index of the next page is no number", daemon.name};
+        fail_reply("the index of the next page is no number", daemon);
     }
     return *next == kEndOfList ? kLastPage : check_page(*next, index, daemon);
 }
 
 int64_t check_page(int64_t next, int64_t index, const Daemon& daemon) {
     if (next != kLastPage && (next <= index || next > std::numeric_limits<int32_t>::max())) {
-        throw Failure{Kind::kReply, "a page of the list does not move on", daemon.name};
+        fail_reply("a page of the list does not move on", daemon);
     }
     return next;
 }

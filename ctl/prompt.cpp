@@ -14,7 +14,7 @@
 namespace zrp::ctl {
 namespace {
 
-constexpr const char* kYes[] = {"y", "yes"};
+constexpr const char* kYesWords[] = {"y", "yes"};
 
 // A line of a terminal; what was typed before the end of the input, without one.
 std::string read_line() {
@@ -40,7 +40,7 @@ std::string read_line() {
 }
 
 bool is_yes(const std::string& answer) {
-    return std::any_of(std::begin(kYes), std::end(kYes),
+    return std::any_of(std::begin(kYesWords), std::end(kYesWords),
                        [&](const char* yes) { return strcasecmp(yes, answer.c_str()) == 0; });
 }
 

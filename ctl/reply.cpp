@@ -1,5 +1,6 @@
 #include "ctl/reply.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <utility>
@@ -20,15 +21,11 @@ constexpr const char* kWriteResult = "writeResult";
 constexpr const char* kError = "error";
 
 // Their elements called "name" belong to their items.
-constexpr std::array kLists = {tag::openFiles, tag::securityEquals};
+constexpr std::array kNameLists = {tag::openFiles, tag::securityEquals};
 
 bool is_list(Node node) {
-    for (const char* list : kLists) {
-        if (strcmp(node.name(), list) == 0) {
-            return true;
-        }
-    }
-    return false;
+    return std::any_of(kNameLists.begin(), kNameLists.end(),
+                       [&](const char* list) { return strcmp(node.name(), list) == 0; });
 }
 
 // The next node of a document in the order of its text; null after the last.

@@ -27,7 +27,7 @@ Outcome dry_run_outcome(const DryRun& dry, bool json) {
 }
 
 // What the system lacks is a failure like any other, so that an act leaves its line in the log.
-Outcome run(const Invocation& invocation, Session& session) {
+Outcome run_act(const Invocation& invocation, Session& session) {
     try {
         return invocation.command->run(session, invocation.arguments);
     } catch (const std::bad_alloc&) {
@@ -37,14 +37,14 @@ Outcome run(const Invocation& invocation, Session& session) {
     }
 }
 
-Outcome carry_out(const Invocation& invocation, Session& session) {
+Outcome run_logged(const Invocation& invocation, Session& session) {
     const auto log = [&](const std::optional<Failure>& failure) {
         if (session.has_changed()) {
             log_act(*invocation.command, invocation.arguments, failure);
         }
     };
     try {
-        Outcome outcome = run(invocation, session);
+        Outcome outcome = run_act(invocation, session);
         log(outcome.failure);
         return outcome;
     } catch (const Failure& failure) {
@@ -73,7 +73,7 @@ int run_once(const Invocation& invocation, bool clears) {
         Session session(options);
         Outcome outcome(options.json);
         try {
-            outcome = carry_out(invocation, session);
+            outcome = run_logged(invocation, session);
         } catch (const DryRun& dry) {
             outcome = dry_run_outcome(dry, options.json);
         }

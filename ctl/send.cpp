@@ -17,19 +17,19 @@
 namespace zrp::ctl {
 namespace {
 
-constexpr const char* kFile = "FILE";
-constexpr const char* kTo = "--to";
+constexpr const char* kDocumentFile = "FILE";
+constexpr const char* kToDaemon = "--to";
 constexpr const char* kStandardInput = "-";
 constexpr size_t kMostBytes = 64 << 20;
 
-class File {
+class DocumentFile {
 public:
-    explicit File(const std::string& path)
+    explicit DocumentFile(const std::string& path)
         : isStandardInput_(path == kStandardInput),
           fd_(isStandardInput_ ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
-    ~File() {
+    DocumentFile(const DocumentFile&) = delete;
+    DocumentFile& operator=(const DocumentFile&) = delete;
+    ~DocumentFile() {
         if (!isStandardInput_ && fd_ >= 0) {
             close(fd_);
         }
@@ -44,12 +44,12 @@ private:
     int fd_;
 };
 
-[[noreturn]] void fail_file(const std::string& path, const std::string& why) {
-    throw Failure{Kind::kUsage, std::string(kFile) + " \"" + path + "\" " + why};
+[[noreturn]] void fail_document(const std::string& path, const std::string& why) {
+    throw Failure{Kind::kUsage, std::string(kDocumentFile) + " \"" + path + "\" " + why};
 }
 
 std::string read_file(const std::string& path) {
-    const File file(path);
+    const DocumentFile file(path);
     std::string text;
     char block[65536];
     for (;;) {
@@ -58,14 +58,14 @@ std::string read_file(const std::string& path) {
             throw Failure{Kind::kInterrupted, "interrupted"};
         }
         if (count < 0 && errno != EINTR) {
-            fail_file(path, std::string("cannot be read: ") + ResultText(errno));
+            fail_document(path, std::string("cannot be read: ") + ResultText(errno));
         }
         if (count == 0) {
             return text;
         }
         text.append(block, count < 0 ? 0 : static_cast<size_t>(count));
         if (text.size() > kMostBytes) {
-            fail_file(path, "is longer than a request may be");
+            fail_document(path, "is longer than a request may be");
         }
     }
 }
@@ -81,7 +81,7 @@ HeapText copy_of(const std::string& text) {
 
 // The storage daemon takes its two kinds of documents under different request numbers.
 const Daemon& daemon_for(const Arguments& arguments, const std::string& document) {
-    const std::string to = arguments.has(kTo) ? arguments.text(kTo) : kServer.name;
+    const std::string to = arguments.has(kToDaemon) ? arguments.text(kToDaemon) : kServer.name;
     if (strcasecmp(to.c_str(), kManagement.name) == 0) {
         return kManagement;
     }
@@ -89,7 +89,7 @@ const Daemon& daemon_for(const Arguments& arguments, const std::string& document
         return kServer;
     }
     const std::string counters = std::string("<") + diagnostic::zrp2bksDiagnosticRequest;
-    return document.find(counters) == document.npos ? kStorage : kStorageCounters;
+    return document.find(counters) == std::string::npos ? kStorage : kStorageCounters;
 }
 
 Request request_of(const std::string& document, const Daemon& daemon) {
@@ -109,12 +109,12 @@ Request request_of(const std::string& document, const Daemon& daemon) {
 }
 
 Outcome send_document(Session& session, const Arguments& arguments) {
-    const std::string& path = arguments.text(kFile);
+    const std::string& path = arguments.text(kDocumentFile);
     const Clock::time_point start = Clock::now();
     const std::string document = read_file(path);
     session.give_back(Clock::now() - start);
     if (document.empty()) {
-        fail_file(path, "is empty");
+        fail_document(path, "is empty");
     }
     const Daemon& daemon = daemon_for(arguments, document);
     confirm(session, [&] {
@@ -129,14 +129,15 @@ Outcome send_document(Session& session, const Arguments& arguments) {
     return outcome;
 }
 
-constexpr const char* kDaemons[] = {"server", "storage", "management"};
-constexpr Argument kArguments[] = {
-    {kFile, ArgumentKind::kFile, Count::kOne, "the document; \"-\" is standard input"},
-    {kTo, ArgumentKind::kWord, Count::kOptional, "the daemon, server unless told", kDaemons},
+constexpr const char* kDaemonWords[] = {"server", "storage", "management"};
+constexpr Argument kSendArguments[] = {
+    {kDocumentFile, ArgumentKind::kFile, Count::kOne, "the document; \"-\" is standard input"},
+    {kToDaemon, ArgumentKind::kWord, Count::kOptional, "the daemon, server unless told",
+     kDaemonWords},
 };
 
-constexpr Command kCommands[] = {
-    {"send", "Support", "Send a document and print the reply", Effect::kSends, kArguments,
+constexpr Command kSendCommands[] = {
+    {"send", "Support", "Send a document and print the reply", Effect::kSends, kSendArguments,
      "echo '<zrpConsoleRequest pid=\"1\"><threads/></zrpConsoleRequest>' | zrpctl send - --yes",
      send_document},
 };
@@ -144,7 +145,7 @@ constexpr Command kCommands[] = {
 } // namespace
 
 std::span<const Command> send_commands() {
-    return kCommands;
+    return kSendCommands;
 }
 
 } // namespace zrp::ctl

@@ -12,9 +12,8 @@
 namespace zrp::ctl {
 namespace {
 
-constexpr const char* kName = "NAME";
 constexpr const char* kValue = "VALUE";
-constexpr const char* kVolume = "--volume";
+constexpr const char* kLoginVolume = "--volume";
 constexpr const char* kReadOnly = "--read-only";
 constexpr const char* kMessage = "--message";
 
@@ -35,16 +34,16 @@ Outcome show_login(const Session& session, Node command, const char* done) {
 }
 
 std::string login_question(const Arguments& arguments, bool enable) {
-    const std::string change = !arguments.has(kVolume)
+    const std::string change = !arguments.has(kLoginVolume)
                                    ? ""
-                                   : " and make volume " + arguments.text(kVolume) +
+                                   : " and make volume " + arguments.text(kLoginVolume) +
                                          (arguments.has(kReadOnly) ? " read only" : " writable");
     return std::string(enable ? "Enable" : "Disable") + " logins" + change;
 }
 
 Outcome change_login(Session& session, const Arguments& arguments, bool enable) {
-    check_needs(arguments, kReadOnly, kVolume);
-    const std::optional<std::string> volume = optional_sendable(arguments, kVolume);
+    check_needs(arguments, kReadOnly, kLoginVolume);
+    const std::optional<std::string> volume = optional_sendable(arguments, kLoginVolume);
     const std::optional<std::string> message = optional_sendable(arguments, kMessage);
     const LoginChange wanted = {enable, text_or_null(volume), arguments.has(kReadOnly),
                                 text_or_null(message)};
@@ -71,7 +70,7 @@ std::string set_question(const Arguments& arguments) {
 
 constexpr Field kSetting[] = {
     {tag::name, Field::kText},
-    {tag::string, Field::kText, "value"},
+    {tag::string, Field::kText, true, "value"},
 };
 
 Outcome set_parameter(Session& session, const Arguments& arguments) {
@@ -91,7 +90,7 @@ Outcome set_configuration(Session& session, const Arguments& arguments) {
     const std::string name = sendable(arguments, kName);
     const std::string value = sendable(arguments, kValue);
     const std::string& key = arguments.text(kName);
-    const Field changed[] = {{key.c_str(), Field::kText, "value", nullptr, false}};
+    const Field changed[] = {{key.c_str(), Field::kText, false, "value"}};
     Outcome outcome = carry_out({kServer, tag::serverConfig, nullptr, changed, "set"}, session,
                                 request_with(kValue,
                                              [&](uint32_t* length) {
@@ -105,8 +104,8 @@ Outcome set_configuration(Session& session, const Arguments& arguments) {
 }
 
 constexpr Field kBinding[] = {
-    {tag::zrpServerName, Field::kText, nullptr, nullptr, false},
-    {tag::networkAddress, Field::kText, nullptr, nullptr, false},
+    {tag::zrpServerName, Field::kText, false},
+    {tag::networkAddress, Field::kText, false},
 };
 
 Outcome change_binding(Session& session, const Arguments& arguments, bool bind) {
@@ -139,8 +138,8 @@ Outcome unbind(Session& session, const Arguments& arguments) {
 }
 
 constexpr Field kClusterVolume[] = {
-    {tag::volumeName, Field::kText, "name"},
-    {tag::volumeNumber, Field::kNumber, "number"},
+    {tag::volumeName, Field::kText, true, "name"},
+    {tag::volumeNumber, Field::kNumber, true, "number"},
     {tag::mountFailureCode, Field::kNumber},
 };
 constexpr size_t kFailureCode = 2;
@@ -172,17 +171,17 @@ Outcome mount_cluster_volume(Session& session, const Arguments& arguments) {
                [&] { return "Mount cluster volume " + arguments.text(kName); });
     const Node volume = command_of(answer, kServer, tag::clusterResource).child(tag::volume);
     if (!volume) {
-        throw Failure{Kind::kReply, "the reply does not name the volume", kServer.name};
+        fail_reply("the reply does not name the volume", kServer);
     }
     return show_cluster_volume(session, arguments.text(kName),
                                read_item(kClusterVolume, volume, kServer));
 }
 
-constexpr const char* kGroup = "Change the server";
+constexpr const char* kServerActsGroup = "Change the server";
 constexpr const char* kClusterGroup = "Change the cluster";
 
 constexpr Argument kLoginArguments[] = {
-    {kVolume, ArgumentKind::kVolume, Count::kOptional, "make this volume writable as well"},
+    {kLoginVolume, ArgumentKind::kVolume, Count::kOptional, "make this volume writable as well"},
     {kReadOnly, ArgumentKind::kFlag, Count::kOptional, "make it read only instead"},
     {kMessage, ArgumentKind::kText, Count::kOptional, "for those who try to log in"},
 };
@@ -206,14 +205,14 @@ constexpr Argument kClusterVolumeArguments[] = {
     {"--shadow-volume", ArgumentKind::kText, Count::kOptional, "the name of its shadow volume"},
 };
 
-constexpr Command kCommands[] = {
-    {"login enable", kGroup, "Let users log in", Effect::kChanges, kLoginArguments,
+constexpr Command kServerActs[] = {
+    {"login enable", kServerActsGroup, "Let users log in", Effect::kChanges, kLoginArguments,
      "zrpctl login enable", enable_login},
-    {"login disable", kGroup, "Let nobody log in", Effect::kChanges, kLoginArguments,
+    {"login disable", kServerActsGroup, "Let nobody log in", Effect::kChanges, kLoginArguments,
      "zrpctl login disable --message \"Back at noon\"", disable_login},
-    {"set", kGroup, "Change a setting of the server", Effect::kChanges, kSetArguments,
+    {"set", kServerActsGroup, "Change a setting of the server", Effect::kChanges, kSetArguments,
      "zrpctl set FIRST_WATCHDOG_PACKET 1", set_parameter},
-    {"configuration set", kGroup, "Change the server's configuration", Effect::kChanges,
+    {"configuration set", kServerActsGroup, "Change the server's configuration", Effect::kChanges,
      kConfigurationArguments, "zrpctl configuration set signingLevel 2", set_configuration},
     {"cluster bind", kClusterGroup, "Bind an address to a virtual server", Effect::kChanges,
      kBindArguments, "zrpctl cluster bind VS1 10.0.0.7", bind},
@@ -227,7 +226,7 @@ constexpr Command kCommands[] = {
 } // namespace
 
 std::span<const Command> server_act_commands() {
-    return kCommands;
+    return kServerActs;
 }
 
 } // namespace zrp::ctl

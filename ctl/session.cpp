@@ -117,7 +117,7 @@ Answer Session::ask(const Daemon& daemon, const Request& request, std::string* r
     check_refusal(answer.document, daemon.name);
     answer.envelope = answer.document.tree->child(daemon.envelope);
     if (!answer.envelope) {
-        throw Failure{Kind::kReply, "the reply is none to this request", daemon.name};
+        fail_reply("the reply is none to this request", daemon);
     }
     return answer;
 }
@@ -133,9 +133,13 @@ Answer Session::change(const Daemon& daemon, const Request& request, std::string
 Node command_of(const Answer& answer, const Daemon& daemon, const char* tag) {
     const Node command = find_inside(answer.envelope, tag);
     if (!command) {
-        throw Failure{Kind::kReply, "the reply is none to this request", daemon.name};
+        fail_reply("the reply is none to this request", daemon);
     }
     return command;
+}
+
+void fail_reply(const std::string& message, const Daemon& daemon) {
+    throw Failure{Kind::kReply, message, daemon.name};
 }
 
 void fail_request(int error) {

@@ -106,6 +106,10 @@ private:
 // The element of a command in an answer. Throws a Failure without one.
 Node command_of(const Answer& answer, const Daemon& daemon, const char* tag);
 
+// Throws a Failure of kind kReply.
+[[noreturn]] void fail_reply(const std::string& message, const Daemon& daemon);
+
+// Throws the Failure for what a builder set errno to.
 [[noreturn]] void fail_request(int error);
 
 template <typename Build>

@@ -24,7 +24,7 @@ std::string ask_value(const Session& session, const std::string& name) {
     const Answer answer = session.ask(kServer, setting_request(client::Escaped(name).c_str()));
     const auto value = text_inside(command_of(answer, kServer, tag::set), tag::string);
     if (!value) {
-        throw Failure{Kind::kReply, "the reply holds no value of " + name, kServer.name};
+        fail_reply("the reply holds no value of " + name, kServer);
     }
     return *value;
 }
@@ -33,7 +33,7 @@ std::string ask_value(const Session& session, const std::string& name) {
 Setting read_setting(const Session& session, Node node) {
     const std::string name = text_of(node);
     if (name.empty()) {
-        throw Failure{Kind::kReply, "a setting of the reply has no name", kServer.name};
+        fail_reply("a setting of the reply has no name", kServer);
     }
     const auto beside = node.attribute(tag::value);
     if (!beside) {
@@ -88,11 +88,11 @@ constexpr Field kConfiguration[] = {
     {tag::zrpAllowUncryptedPasswords, Field::kNumber},
     {tag::zrpMixedModePath, Field::kNumber},
     {tag::zrpOSLanguageID, Field::kNumber},
-    {tag::zrpBoundaryCheck, Field::kNumber, nullptr, nullptr, false},
-    {tag::zrpFileCommit, Field::kNumber, nullptr, nullptr, false},
-    {tag::zrpLocalLoginInfo, Field::kNumber, nullptr, nullptr, false},
-    {tag::signingLevel, Field::kNumber, nullptr, nullptr, false},
-    {tag::maximumConnectionSlots, Field::kNumber, nullptr, nullptr, false},
+    {tag::zrpBoundaryCheck, Field::kNumber, false},
+    {tag::zrpFileCommit, Field::kNumber, false},
+    {tag::zrpLocalLoginInfo, Field::kNumber, false},
+    {tag::signingLevel, Field::kNumber, false},
+    {tag::maximumConnectionSlots, Field::kNumber, false},
 };
 
 // A single thing whose fields are all there is of it.
@@ -118,17 +118,17 @@ Outcome show_configuration(Session& session, const Arguments&) {
 // A server may lack some of them, but not the first.
 constexpr Field kThreads[] = {
     {tag::currAsynceDirThreads, Field::kNumber},
-    {tag::maxAsynceDirThreads, Field::kNumber, nullptr, nullptr, false},
-    {tag::peakAsynceDirThreads, Field::kNumber, nullptr, nullptr, false},
-    {tag::currQueuedeDirRequests, Field::kNumber, nullptr, nullptr, false},
-    {tag::peakQueuedeDirRequests, Field::kNumber, nullptr, nullptr, false},
-    {tag::activeSSGThreads, Field::kNumber, nullptr, nullptr, false},
-    {tag::addlSSGThreads, Field::kNumber, nullptr, nullptr, false},
-    {tag::totalZRPStreams, Field::kNumber, nullptr, nullptr, false},
-    {tag::averageSSGThreadLoad, Field::kFraction, nullptr, nullptr, false},
-    {tag::peakSSGThreads, Field::kNumber, nullptr, nullptr, false},
-    {tag::peakZRPStreams, Field::kNumber, nullptr, nullptr, false},
-    {tag::peakAverageSSGThreadLoad, Field::kFraction, nullptr, nullptr, false},
+    {tag::maxAsynceDirThreads, Field::kNumber, false},
+    {tag::peakAsynceDirThreads, Field::kNumber, false},
+    {tag::currQueuedeDirRequests, Field::kNumber, false},
+    {tag::peakQueuedeDirRequests, Field::kNumber, false},
+    {tag::activeSSGThreads, Field::kNumber, false},
+    {tag::addlSSGThreads, Field::kNumber, false},
+    {tag::totalZRPStreams, Field::kNumber, false},
+    {tag::averageSSGThreadLoad, Field::kFraction, false},
+    {tag::peakSSGThreads, Field::kNumber, false},
+    {tag::peakZRPStreams, Field::kNumber, false},
+    {tag::peakAverageSSGThreadLoad, Field::kFraction, false},
 };
 
 Outcome show_threads(Session& session, const Arguments&) {
@@ -136,24 +136,24 @@ Outcome show_threads(Session& session, const Arguments&) {
     return show_record(session, "threads", kThreads, command_of(answer, kServer, tag::threads));
 }
 
-constexpr const char* kGroup = "Settings";
+constexpr const char* kSettingsGroup = "Settings";
 
-constexpr Argument kParameters[] = {
+constexpr Argument kParametersArguments[] = {
     {"NAME", ArgumentKind::kSetting, Count::kAny, "a setting; all without a name"},
 };
 
-constexpr Command kCommands[] = {
-    {"parameters", kGroup, "Show the settings of the server", Effect::kLooks, kParameters,
-     "zrpctl parameters", show_parameters},
+constexpr Command kSettingsCommands[] = {
+    {"parameters", kSettingsGroup, "Show the settings of the server", Effect::kLooks,
+     kParametersArguments, "zrpctl parameters", show_parameters},
     {"configuration",
-     kGroup,
+     kSettingsGroup,
      "Show the configuration of the server",
      Effect::kLooks,
      {},
      "zrpctl configuration",
      show_configuration},
     {"threads",
-     kGroup,
+     kSettingsGroup,
      "Show how busy the threads of the server are",
      Effect::kLooks,
      {},
@@ -164,7 +164,7 @@ constexpr Command kCommands[] = {
 } // namespace
 
 std::span<const Command> settings_commands() {
-    return kCommands;
+    return kSettingsCommands;
 }
 
 } // namespace zrp::ctl

@@ -8,12 +8,11 @@
 namespace zrp::ctl {
 namespace {
 
-constexpr const char* kName = "NAME";
 constexpr const char* kShadowName = "SHADOWNAME";
-constexpr const char* kMountPoint = "--mount-point";
+constexpr const char* kShadowMountPoint = "--mount-point";
 
-constexpr Field kVolumeName[] = {{tag::volumeName, Field::kText}};
-constexpr Field kRemoved[] = {
+constexpr Field kShadowedVolume[] = {{tag::volumeName, Field::kText}};
+constexpr Field kRemovedShadow[] = {
     {tag::volumeName, Field::kText},
     {tag::shadowVolName, Field::kText},
 };
@@ -26,11 +25,11 @@ Outcome create_shadow(Session& session, const Arguments& arguments) {
     const std::string& volume = arguments.text(kName);
     const std::string name = sendable(arguments, kName);
     const std::string path = sendable(arguments, "PATH");
-    const std::string mountPoint = optional_sendable(arguments, kMountPoint).value_or("");
+    const std::string mountPoint = optional_sendable(arguments, kShadowMountPoint).value_or("");
     const auto attributes = static_cast<int32_t>(attributes_of(arguments, "--attribute"));
     return carry_out(
-        {kServer, tag::shadow, tag::createVolume, kVolumeName, "shadow volume created"}, session,
-        request([&](uint32_t* length) {
+        {kServer, tag::shadow, tag::createVolume, kShadowedVolume, "shadow volume created"},
+        session, request([&](uint32_t* length) {
             return BuildCreateShadowVolumeRequest(name.c_str(), path.c_str(), mountPoint.c_str(),
                                                   attributes, length);
         }),
@@ -41,9 +40,9 @@ Outcome create_shadow(Session& session, const Arguments& arguments) {
 Outcome remove_shadow(Session& session, const Arguments& arguments) {
     const std::string& volume = arguments.text(kName);
     const std::string name = sendable(arguments, kName);
-    const std::optional<std::string> mountPoint = optional_sendable(arguments, kMountPoint);
+    const std::optional<std::string> mountPoint = optional_sendable(arguments, kShadowMountPoint);
     return carry_out(
-        {kServer, tag::shadow, tag::removeVolume, kRemoved, "shadow volume removed"}, session,
+        {kServer, tag::shadow, tag::removeVolume, kRemovedShadow, "shadow volume removed"}, session,
         request([&](uint32_t* length) {
             return BuildRemoveShadowVolumeRequest(name.c_str(), text_or_null(mountPoint), length);
         }),
@@ -57,10 +56,10 @@ Outcome remove_shadow(Session& session, const Arguments& arguments) {
 Outcome forget_shadow(Session& session, const Arguments& arguments) {
     const std::string name = sendable(arguments, kName);
     const std::string shadow = sendable(arguments, kShadowName);
-    const std::string mountPoint = optional_sendable(arguments, kMountPoint).value_or("");
+    const std::string mountPoint = optional_sendable(arguments, kShadowMountPoint).value_or("");
     return carry_out(
-        {kServer, tag::shadow, tag::removeConf, kVolumeName, "shadow volume forgotten"}, session,
-        request([&](uint32_t* length) {
+        {kServer, tag::shadow, tag::removeConf, kShadowedVolume, "shadow volume forgotten"},
+        session, request([&](uint32_t* length) {
             return BuildRemoveShadowConfigurationRequest(name.c_str(), mountPoint.c_str(),
                                                          shadow.c_str(), length);
         }),
@@ -70,37 +69,36 @@ Outcome forget_shadow(Session& session, const Arguments& arguments) {
         });
 }
 
-constexpr const char* kGroup = "Shadow volumes";
+constexpr const char* kShadowGroup = "Shadow volumes";
 
-constexpr Argument kVolume = {kName, ArgumentKind::kVolume, Count::kOne, "the volume"};
-constexpr Argument kMountPointArgument = {kMountPoint, ArgumentKind::kPath, Count::kOptional,
+constexpr Argument kMountPointArgument = {kShadowMountPoint, ArgumentKind::kPath, Count::kOptional,
                                           "the mount point that is meant"};
-constexpr Argument kCreateArguments[] = {
-    kVolume,
+constexpr Argument kCreateShadowArguments[] = {
+    kVolumeArgument,
     {"PATH", ArgumentKind::kPath, Count::kOne, "the mount point of the shadow"},
     kMountPointArgument,
     {"--attribute", ArgumentKind::kAttribute, Count::kAny, "an attribute that the volume gets"},
 };
-constexpr Argument kRemoveArguments[] = {kVolume, kMountPointArgument};
-constexpr Argument kForgetArguments[] = {
-    kVolume,
+constexpr Argument kRemoveShadowArguments[] = {kVolumeArgument, kMountPointArgument};
+constexpr Argument kForgetShadowArguments[] = {
+    kVolumeArgument,
     {kShadowName, ArgumentKind::kText, Count::kOne, "the name of the shadow volume"},
     kMountPointArgument,
 };
 
-constexpr Command kCommands[] = {
-    {"shadow create", kGroup, "Give a volume a shadow", Effect::kChanges, kCreateArguments,
-     "zrpctl shadow create DATA /srv/data-shadow", create_shadow},
-    {"shadow remove", kGroup, "Take the shadow from a volume", Effect::kChanges, kRemoveArguments,
-     "zrpctl shadow remove PROJECTS", remove_shadow},
-    {"shadow forget", kGroup, "Remove the configuration of a shadow", Effect::kChanges,
-     kForgetArguments, "zrpctl shadow forget PROJECTS PROJECTS_S", forget_shadow},
+constexpr Command kShadowCommands[] = {
+    {"shadow create", kShadowGroup, "Give a volume a shadow", Effect::kChanges,
+     kCreateShadowArguments, "zrpctl shadow create DATA /srv/data-shadow", create_shadow},
+    {"shadow remove", kShadowGroup, "Take the shadow from a volume", Effect::kChanges,
+     kRemoveShadowArguments, "zrpctl shadow remove PROJECTS", remove_shadow},
+    {"shadow forget", kShadowGroup, "Remove the configuration of a shadow", Effect::kChanges,
+     kForgetShadowArguments, "zrpctl shadow forget PROJECTS PROJECTS_S", forget_shadow},
 };
 
 } // namespace
 
 std::span<const Command> shadow_commands() {
-    return kCommands;
+    return kShadowCommands;
 }
 
 } // namespace zrp::ctl

@@ -113,20 +113,20 @@ Outcome show_statistics(Session& session, const Arguments& arguments) {
     return outcome;
 }
 
-constexpr Argument kArguments[] = {
+constexpr Argument kStatisticsArguments[] = {
     {"NAME", ArgumentKind::kText, Count::kAny, "a statistic; all without a name"},
     {"--rate", ArgumentKind::kFlag, Count::kOptional, "with --watch: differences a second"},
 };
 
-constexpr Command kCommands[] = {
-    {"statistics", "Server", "Show the statistics of the server", Effect::kLooks, kArguments,
-     "zrpctl statistics bytesRead bytesWritten", show_statistics},
+constexpr Command kStatisticsCommands[] = {
+    {"statistics", "Server", "Show the statistics of the server", Effect::kLooks,
+     kStatisticsArguments, "zrpctl statistics bytesRead bytesWritten", show_statistics},
 };
 
 } // namespace
 
 std::span<const Command> statistics_commands() {
-    return kCommands;
+    return kStatisticsCommands;
 }
 
 } // namespace zrp::ctl

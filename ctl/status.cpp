@@ -23,7 +23,7 @@ struct StatusRow {
     const char* label;
 };
 
-constexpr StatusRow kRows[] = {
+constexpr StatusRow kStatusRows[] = {
     {tag::serverUpTime, Field::kSeconds, "up time"},
     {tag::logAllowed, Field::kBoolean, "logins allowed"},
     {tag::connectionSlotsInUse, Field::kNumber, "connection slots in use"},
@@ -40,7 +40,7 @@ void add_figures(Probe& server, Json& status, Outcome& outcome) {
     try {
         const Node list = command_of(*server.answer, kServer, tag::serverStatistics);
         const std::vector<NamedValue> values = read_named_values(list, kServer);
-        for (const StatusRow& row : kRows) {
+        for (const StatusRow& row : kStatusRows) {
             const NamedValue* value = find_value(values, row.name);
             if (value != nullptr && value->text && is_value(row.kind, *value->text)) {
                 add_json(status, row.name, row.kind, *value->text);
@@ -157,7 +157,7 @@ constexpr Argument kHelpArguments[] = {
     {"COMMAND", ArgumentKind::kText, Count::kAny, "the command, which may have two words"},
 };
 
-constexpr Command kCommands[] = {
+constexpr Command kStatusCommands[] = {
     {"help", "Help", "Explain a command", Effect::kLooks, kHelpArguments, "zrpctl help volumes",
      show_help},
     {"status",
@@ -179,7 +179,7 @@ constexpr Command kCommands[] = {
 } // namespace
 
 std::span<const Command> status_commands() {
-    return kCommands;
+    return kStatusCommands;
 }
 
 } // namespace zrp::ctl

@@ -14,15 +14,11 @@ constexpr Field kFilter[] = {
     {tag::value, Field::kMask},
 };
 
-[[noreturn]] void fail_reply(const char* message) {
-    throw Failure{Kind::kReply, message, kStorage.name};
-}
-
 Outcome show_filters(Session& session, const Arguments&) {
     const Answer answer = session.ask(kStorage, request(BuildFilterListRequest));
     const Node list = find_inside(command_of(answer, kStorage, tag::filter), control::list);
     if (!list) {
-        fail_reply("the reply has no list of filters");
+        fail_reply("the reply has no list of filters", kStorage);
     }
     Outcome outcome(session.options().json);
     start_items(outcome, "filters", kFilter);
@@ -32,14 +28,14 @@ Outcome show_filters(Session& session, const Arguments&) {
     return outcome;
 }
 
-struct ListRow {
+struct ControlListRow {
     ControlList which;
     const char* option;
     const char* tag;
     const char* key;
 };
 
-constexpr ListRow kLists[] = {
+constexpr ControlListRow kControlLists[] = {
     {kExcludedVolumes, "--excluded", control::zrpexcluded, "excluded"},
     {kIncludedVolumes, "--included", control::zrpincluded, "included"},
 };
@@ -47,16 +43,16 @@ constexpr ListRow kLists[] = {
 // Both lists without an option.
 int32_t chosen_lists(const Arguments& arguments) {
     int32_t which = 0;
-    for (const ListRow& row : kLists) {
+    for (const ControlListRow& row : kControlLists) {
         which |= arguments.has(row.option) ? row.which : 0;
     }
     return which == 0 ? int32_t{kBothLists} : which;
 }
 
-Json read_volumes(Node control, const ListRow& row, Outcome& outcome) {
+Json read_control_list(Node control, const ControlListRow& row, Outcome& outcome) {
     const Node list = find_inside(control, row.tag);
     if (!list) {
-        fail_reply("the reply lacks a list of volumes");
+        fail_reply("the reply lacks a list of volumes", kStorage);
     }
     Json names = Json::array();
     for (const Node node : list.children(tag::volumeName)) {
@@ -75,9 +71,9 @@ Outcome show_exclusions(Session& session, const Arguments& arguments) {
     Outcome outcome(session.options().json);
     outcome.start_table({{"NAME"}, {"STATE"}});
     Json exclusions = Json::object();
-    for (const ListRow& row : kLists) {
+    for (const ControlListRow& row : kControlLists) {
         if ((which & row.which) != 0) {
-            exclusions[row.key] = read_volumes(control, row, outcome);
+            exclusions[row.key] = read_control_list(control, row, outcome);
         }
     }
     outcome.set("exclusions", exclusions);
@@ -93,7 +89,7 @@ Outcome show_mount_point(Session& session, const Arguments& arguments) {
     const auto path = text_inside(command_of(answer, kStorage, command::exclusion_control),
                                   command::get_volume_mount_point);
     if (!path) {
-        fail_reply("the reply holds no mount point");
+        fail_reply("the reply holds no mount point", kStorage);
     }
     Outcome outcome(session.options().json);
     outcome.set(tag::mountPoint, {{"name", name}, {tag::mountPoint, *path}});
@@ -112,7 +108,7 @@ Outcome show_servers(Session& session, const Arguments&) {
     const Node list =
         find_inside(command_of(answer, kServer, tag::listvirtualservers), tag::virtualservers);
     if (!list) {
-        throw Failure{Kind::kReply, "the reply has no list of servers", kServer.name};
+        fail_reply("the reply has no list of servers", kServer);
     }
     Outcome outcome(session.options().json);
     start_items(outcome, "servers", kVirtualServer);
@@ -122,7 +118,7 @@ Outcome show_servers(Session& session, const Arguments&) {
     return outcome;
 }
 
-constexpr const char* kGroup = "Storage daemon";
+constexpr const char* kStorageGroup = "Storage daemon";
 
 constexpr Argument kExclusionArguments[] = {
     {"--excluded", ArgumentKind::kFlag, Count::kOptional, "the volumes that are not served"},
@@ -132,18 +128,18 @@ constexpr Argument kMountPointArguments[] = {
     {"NAME", ArgumentKind::kVolume, Count::kOne, "the volume"},
 };
 
-constexpr Command kCommands[] = {
+constexpr Command kStorageCommands[] = {
     {"filters",
-     kGroup,
+     kStorageGroup,
      "List the event filters",
      Effect::kLooks,
      {},
      "zrpctl filters",
      show_filters},
-    {"exclusions", kGroup, "List the volumes in and out of the file service", Effect::kLooks,
+    {"exclusions", kStorageGroup, "List the volumes in and out of the file service", Effect::kLooks,
      kExclusionArguments, "zrpctl exclusions --excluded", show_exclusions},
-    {"mount-point", kGroup, "Show where a volume is mounted", Effect::kLooks, kMountPointArguments,
-     "zrpctl mount-point DATA", show_mount_point},
+    {"mount-point", kStorageGroup, "Show where a volume is mounted", Effect::kLooks,
+     kMountPointArguments, "zrpctl mount-point DATA", show_mount_point},
     {"cluster servers",
      "Cluster",
      "List the virtual servers",
@@ -156,7 +152,7 @@ constexpr Command kCommands[] = {
 } // namespace
 
 std::span<const Command> storage_commands() {
-    return kCommands;
+    return kStorageCommands;
 }
 
 } // namespace zrp::ctl

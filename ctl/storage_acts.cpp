@@ -9,8 +9,6 @@
 namespace zrp::ctl {
 namespace {
 
-constexpr const char* kName = "NAME";
-
 // What differs between excluding and including.
 struct Control {
     const char* verb;
@@ -28,11 +26,12 @@ constexpr Control kExclude = {"Exclude",           "volume excluded", kRemoveFro
 constexpr Control kInclude = {"Include", "volume included",   kAddToControl, "--mount", kThenMount,
                               true,      control::zrpincluded};
 
-constexpr Field kVolumeName[] = {
-    {tag::volumeName, Field::kText, nullptr, nullptr, false},
+constexpr Field kControlledVolume[] = {
+    {tag::volumeName, Field::kText, false},
 };
 
-bool is_so(const Session& session, const Control& kind, const std::string& name, bool withMount) {
+bool is_controlled(const Session& session, const Control& kind, const std::string& name,
+                   bool withMount) {
     if (!is_in_list(session, name, kind.list)) {
         return false;
     }
@@ -47,7 +46,7 @@ Outcome control(const Control& kind, Session& session, const Arguments& argument
     const bool withMount = arguments.has(kind.option);
     const uint32_t action = kind.action | (withMount ? kind.optionAction : 0);
     return carry_out(
-        {kStorage, command::exclusion_control, nullptr, kVolumeName, kind.done}, session,
+        {kStorage, command::exclusion_control, nullptr, kControlledVolume, kind.done}, session,
         request([&](uint32_t* length) {
             return BuildControlActionRequest(action, name.c_str(), length);
         }),
@@ -56,7 +55,7 @@ Outcome control(const Control& kind, Session& session, const Arguments& argument
             return std::string(kind.verb) + " volume " + typed +
                    (asksForFiles ? open_files_note(session, typed) : "");
         },
-        [&] { return is_so(session, kind, typed, withMount); });
+        [&] { return is_controlled(session, kind, typed, withMount); });
 }
 
 Outcome exclude(Session& session, const Arguments& arguments) {
@@ -67,7 +66,7 @@ Outcome include(Session& session, const Arguments& arguments) {
     return control(kInclude, session, arguments);
 }
 
-constexpr Field kFilterName[] = {{tag::name, Field::kText, nullptr, nullptr, false}};
+constexpr Field kFilterName[] = {{tag::name, Field::kText, false}};
 
 Outcome set_filter(Session& session, const Arguments& arguments) {
     const std::string name = sendable(arguments, kName);
@@ -91,7 +90,7 @@ Outcome turn_filters_off(Session& session, const Arguments& /*arguments*/) {
                      request(BuildFilterOffRequest), [] { return "Turn all filters off"; });
 }
 
-constexpr Field kLevel[] = {{tag::options, Field::kText, nullptr, nullptr, false}};
+constexpr Field kLevel[] = {{tag::options, Field::kText, false}};
 
 Outcome set_log_level(Session& session, const Arguments& arguments) {
     const std::string level = sendable(arguments, "WORD");
@@ -103,15 +102,14 @@ Outcome set_log_level(Session& session, const Arguments& arguments) {
         [&] { return "Set the storage daemon's log level to " + arguments.text("WORD"); });
 }
 
-constexpr const char* kGroup = "Change the storage daemon";
+constexpr const char* kStorageActsGroup = "Change the storage daemon";
 
-constexpr Argument kVolume = {kName, ArgumentKind::kVolume, Count::kOne, "the volume"};
 constexpr Argument kExcludeArguments[] = {
-    kVolume,
+    kVolumeArgument,
     {"--dismount", ArgumentKind::kFlag, Count::kOptional, "dismount it as well"},
 };
 constexpr Argument kIncludeArguments[] = {
-    kVolume,
+    kVolumeArgument,
     {"--mount", ArgumentKind::kFlag, Count::kOptional, "mount it as well"},
 };
 constexpr Argument kFilterArguments[] = {
@@ -125,35 +123,35 @@ constexpr Argument kLevelArguments[] = {
      kLevels},
 };
 
-constexpr Command kCommands[] = {
-    {"exclude", kGroup, "Take a volume out of the file service", Effect::kChanges,
+constexpr Command kStorageActs[] = {
+    {"exclude", kStorageActsGroup, "Take a volume out of the file service", Effect::kChanges,
      kExcludeArguments, "zrpctl exclude DATA --dismount", exclude},
-    {"include", kGroup, "Bring a volume back into the file service", Effect::kChanges,
+    {"include", kStorageActsGroup, "Bring a volume back into the file service", Effect::kChanges,
      kIncludeArguments, "zrpctl include DATA --mount --if-needed", include},
-    {"filter set", kGroup, "Set one event filter", Effect::kChanges, kFilterArguments,
+    {"filter set", kStorageActsGroup, "Set one event filter", Effect::kChanges, kFilterArguments,
      "zrpctl filter set events 0x3", set_filter},
     {"filter reset",
-     kGroup,
+     kStorageActsGroup,
      "Set all event filters as they were at the start",
      Effect::kChanges,
      {},
      "zrpctl filter reset",
      reset_filters},
     {"filter off",
-     kGroup,
+     kStorageActsGroup,
      "Let no event pass",
      Effect::kChanges,
      {},
      "zrpctl filter off",
      turn_filters_off},
-    {"log-level", kGroup, "Set the log level of the storage daemon", Effect::kChanges,
+    {"log-level", kStorageActsGroup, "Set the log level of the storage daemon", Effect::kChanges,
      kLevelArguments, "zrpctl log-level DEBUG", set_log_level},
 };
 
 } // namespace
 
 std::span<const Command> storage_act_commands() {
-    return kCommands;
+    return kStorageActs;
 }
 
 } // namespace zrp::ctl

@@ -2,7 +2,6 @@
 
 #include <pwd.h>
 #include <string>
-#include <string_view>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -19,15 +18,14 @@ std::string user_name() {
 }
 
 std::string quoted(const std::string& value) {
-    const bool isWord = !value.empty() && value.find_first_of(" \t\r\n\"") == value.npos;
+    const bool isWord = !value.empty() && value.find_first_of(" \t\r\n\"") == std::string::npos;
     return isWord ? value : '"' + value + '"';
 }
 
 std::string line_of(const Command& command, const Arguments& arguments) {
     std::string line = command.name;
     for (const Argument& argument : command.arguments) {
-        const std::string option =
-            std::string_view(argument.name).starts_with("--") ? argument.name : "";
+        const std::string option = is_option(argument) ? argument.name : "";
         if (argument.kind == ArgumentKind::kFlag && arguments.has(argument.name)) {
             line += ' ' + option;
         }

@@ -15,6 +15,17 @@ bool is_unsafe(char32_t character);
 // byte.
 char32_t take_character(std::string_view& text);
 
+// The words with ", " between them.
+template <typename Words>
+std::string joined(const Words& words) {
+    std::string text;
+    for (const auto& word : words) {
+        text += text.empty() ? "" : ", ";
+        text += word;
+    }
+    return text;
+}
+
 void append_utf8(std::string& text, char32_t character);
 
 // With U+FFFD for every character that is_unsafe, and for what is not UTF-8.

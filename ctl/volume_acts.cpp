@@ -8,13 +8,13 @@
 #include "ctl/acts.h"
 #include "ctl/lookups.h"
 #include "ctl/numbers.h"
+#include "ctl/text.h"
 #include "ctl/volume_list.h"
 
 namespace zrp::ctl {
 namespace {
 
-constexpr const char* kName = "NAME";
-constexpr const char* kAll = "--all";
+constexpr const char* kAllVolumes = "--all";
 constexpr const char* kNumberOption = "--number";
 
 // What differs between mounting and dismounting.
@@ -60,8 +60,8 @@ constexpr Mounting kDismount = {"Dismount",
                                 BuildDismountNamedVolumesRequest,
                                 BuildDismountAllRequest};
 
-std::vector<Item> read_volumes(const Answer& answer, const char* tag,
-                               std::span<const Field> fields) {
+std::vector<Item> read_mountings(const Answer& answer, const char* tag,
+                                 std::span<const Field> fields) {
     std::vector<Item> items;
     for (const Node volume : command_of(answer, kServer, tag).children(tag::volume)) {
         items.push_back(read_item(fields, volume, kServer));
@@ -69,8 +69,8 @@ std::vector<Item> read_volumes(const Answer& answer, const char* tag,
     return items;
 }
 
-Outcome show_volumes(const Session& session, std::span<const Field> fields,
-                     const std::vector<Item>& items) {
+Outcome show_mountings(const Session& session, std::span<const Field> fields,
+                       const std::vector<Item>& items) {
     Outcome outcome(session.options().json);
     start_items(outcome, "volumes", fields);
     for (const Item& item : items) {
@@ -79,20 +79,12 @@ Outcome show_volumes(const Session& session, std::span<const Field> fields,
     return outcome;
 }
 
-std::string joined(const std::vector<std::string>& names) {
-    std::string text;
-    for (const std::string& name : names) {
-        text += (text.empty() ? "" : ", ") + name;
-    }
-    return text;
-}
-
 Outcome mount_all(const Mounting& kind, Session& session) {
     const Answer answer = change(session, kServer, request(kind.buildAll), [&] {
         return std::string(kind.verb) + " all volumes" +
                (kind.asksForFiles ? open_files_note(session, "") : "");
     });
-    return show_volumes(session, kAllFields, read_volumes(answer, kind.allTag, kAllFields));
+    return show_mountings(session, kAllFields, read_mountings(answer, kind.allTag, kAllFields));
 }
 
 std::string mount_question(const Mounting& kind, const Session& session,
@@ -105,8 +97,8 @@ std::string mount_question(const Mounting& kind, const Session& session,
 }
 
 // Whether a volume that was refused already is as it was to become.
-bool is_so(const Mounting& kind, const std::vector<VolumeEntry>& volumes, const std::string& name,
-           int32_t number) {
+bool is_mounted_as_wanted(const Mounting& kind, const std::vector<VolumeEntry>& volumes,
+                          const std::string& name, int32_t number) {
     const VolumeEntry* volume = find_volume(volumes, name);
     return volume != nullptr && is_mounted(*volume) == kind.mounts &&
            (number == kUnchangedNumber || volume->number == number);
@@ -126,7 +118,7 @@ void add_refusals(const Mounting& kind, const Session& session, const std::vecto
         if (session.options().ifNeeded && !volumes) {
             volumes = list_volumes(session);
         }
-        if (!volumes || !is_so(kind, *volumes, *item.front(), number)) {
+        if (!volumes || !is_mounted_as_wanted(kind, *volumes, *item.front(), number)) {
             code = refused.empty() ? itsCode : code;
             refused.push_back(*item.front());
         }
@@ -150,17 +142,17 @@ Outcome mount_named(const Mounting& kind, Session& session, const std::vector<st
     const Request toSend = request([&](uint32_t* length) { return kind.build(volumes, length); });
     const Answer answer =
         change(session, kServer, toSend, [&] { return mount_question(kind, session, names); });
-    const std::vector<Item> items = read_volumes(answer, kind.tag, kind.fields);
+    const std::vector<Item> items = read_mountings(answer, kind.tag, kind.fields);
     if (items.size() != names.size()) {
-        throw Failure{Kind::kReply, "the reply does not name every volume", kServer.name};
+        fail_reply("the reply does not name every volume", kServer);
     }
-    Outcome outcome = show_volumes(session, kind.fields, items);
+    Outcome outcome = show_mountings(session, kind.fields, items);
     add_refusals(kind, session, items, number, outcome);
     return outcome;
 }
 
 Outcome mount_as(const Mounting& kind, Session& session, const Arguments& arguments) {
-    constexpr const char* kTargets[] = {kName, kAll};
+    constexpr const char* kTargets[] = {kName, kAllVolumes};
     need_one_of(arguments, kTargets);
     const std::vector<std::string> names = arguments.list(kName);
     const bool hasNumber = arguments.has(kNumberOption);
@@ -182,7 +174,7 @@ Outcome dismount(Session& session, const Arguments& arguments) {
 }
 
 constexpr Field kFlushed[] = {
-    {tag::volumeCount, Field::kNumber, nullptr, nullptr, false},
+    {tag::volumeCount, Field::kNumber, false},
 };
 
 Outcome flush(Session& session, const Arguments& /*arguments*/) {
@@ -190,12 +182,12 @@ Outcome flush(Session& session, const Arguments& /*arguments*/) {
                      request(BuildFlushVolumesRequest), [] { return "Flush all volumes"; });
 }
 
-constexpr Field kVolumeName[] = {{tag::volumeName, Field::kText}};
+constexpr Field kActedVolume[] = {{tag::volumeName, Field::kText}};
 
 Outcome purge(Session& session, const Arguments& arguments) {
     const std::string name = sendable(arguments, kName);
     return carry_out(
-        {kServer, tag::purgeVolume, nullptr, kVolumeName, "volume purged"}, session,
+        {kServer, tag::purgeVolume, nullptr, kActedVolume, "volume purged"}, session,
         request([&](uint32_t* length) { return BuildPurgeVolumeRequest(name.c_str(), length); }),
         [&] { return "Purge deleted files of volume " + arguments.text(kName); });
 }
@@ -207,7 +199,7 @@ Outcome create(Session& session, const Arguments& arguments) {
         arguments.has(kNumberOption) ? arguments.number(kNumberOption) : kAnyVolumeNumber;
     const auto attributes = static_cast<int32_t>(attributes_of(arguments, "--attribute"));
     return carry_out(
-        {kServer, tag::createVolume, nullptr, kVolumeName, "volume created"}, session,
+        {kServer, tag::createVolume, nullptr, kActedVolume, "volume created"}, session,
         request([&](uint32_t* length) {
             return BuildCreateVolumeRequest(name.c_str(), path.c_str(), attributes, number, length);
         }),
@@ -223,7 +215,7 @@ Outcome remove(Session& session, const Arguments& arguments) {
     const std::string name = sendable(arguments, kName);
     const std::optional<std::string> options = optional_sendable(arguments, "--options");
     return carry_out(
-        {kServer, tag::removeVolume, nullptr, kVolumeName, "volume removed"}, session,
+        {kServer, tag::removeVolume, nullptr, kActedVolume, "volume removed"}, session,
         request([&](uint32_t* length) {
             return BuildRemoveVolumeRequest(name.c_str(), text_or_null(options), length);
         }),
@@ -254,8 +246,8 @@ Outcome modify(Session& session, const Arguments& arguments) {
 }
 
 constexpr Field kTreeFields[] = {
-    {tag::volumeName, Field::kText, nullptr, nullptr, false},
-    {control::controlFlags, Field::kMask, nullptr, nullptr, false},
+    {tag::volumeName, Field::kText, false},
+    {control::controlFlags, Field::kMask, false},
 };
 
 Outcome control_tree(Session& session, const Arguments& arguments) {
@@ -268,28 +260,27 @@ Outcome control_tree(Session& session, const Arguments& arguments) {
                      [&] { return "Set the tree flags of volume " + arguments.text(kName); });
 }
 
-constexpr const char* kGroup = "Change volumes";
+constexpr const char* kVolumeActsGroup = "Change volumes";
 
-constexpr Argument kVolumeArgument = {kName, ArgumentKind::kVolume, Count::kOne, "the volume"};
 constexpr Argument kNumberArgument = {kNumberOption, ArgumentKind::kNumber, Count::kOptional,
                                       "give the volume this number"};
 constexpr Argument kMountArguments[] = {
     {kName, ArgumentKind::kVolume, Count::kAny, "a volume"},
     kNumberArgument,
-    {kAll, ArgumentKind::kFlag, Count::kOptional, "all that can be mounted"},
+    {kAllVolumes, ArgumentKind::kFlag, Count::kOptional, "all that can be mounted"},
 };
 constexpr Argument kDismountArguments[] = {
     {kName, ArgumentKind::kVolume, Count::kAny, "a volume"},
-    {kAll, ArgumentKind::kFlag, Count::kOptional, "all that are mounted"},
+    {kAllVolumes, ArgumentKind::kFlag, Count::kOptional, "all that are mounted"},
 };
 constexpr Argument kOneVolume[] = {kVolumeArgument};
-constexpr Argument kCreateArguments[] = {
+constexpr Argument kCreateVolumeArguments[] = {
     {kName, ArgumentKind::kVolume, Count::kOne, "the new volume"},
     {"PATH", ArgumentKind::kPath, Count::kOne, "its mount point on the server"},
     kNumberArgument,
     {"--attribute", ArgumentKind::kAttribute, Count::kAny, "an attribute of the volume"},
 };
-constexpr Argument kRemoveArguments[] = {
+constexpr Argument kRemoveVolumeArguments[] = {
     kVolumeArgument,
     {"--options", ArgumentKind::kText, Count::kOptional, "a word for the server"},
 };
@@ -303,34 +294,34 @@ constexpr Argument kTreeArguments[] = {
     {"FLAGS", ArgumentKind::kMask, Count::kOne, "bits, decimal or after 0x"},
 };
 
-constexpr Command kCommands[] = {
-    {"mount", kGroup, "Mount volumes", Effect::kChanges, kMountArguments, "zrpctl mount BACKUP",
-     mount},
-    {"dismount", kGroup, "Dismount volumes", Effect::kChanges, kDismountArguments,
+constexpr Command kVolumeActs[] = {
+    {"mount", kVolumeActsGroup, "Mount volumes", Effect::kChanges, kMountArguments,
+     "zrpctl mount BACKUP", mount},
+    {"dismount", kVolumeActsGroup, "Dismount volumes", Effect::kChanges, kDismountArguments,
      "zrpctl dismount HOME", dismount},
     {"flush",
-     kGroup,
+     kVolumeActsGroup,
      "Write the caches of all volumes to disk",
      Effect::kChanges,
      {},
      "zrpctl flush",
      flush},
-    {"purge", kGroup, "Give back the space of a volume's deleted files", Effect::kChanges,
+    {"purge", kVolumeActsGroup, "Give back the space of a volume's deleted files", Effect::kChanges,
      kOneVolume, "zrpctl purge DATA", purge},
-    {"create", kGroup, "Create a volume", Effect::kChanges, kCreateArguments,
+    {"create", kVolumeActsGroup, "Create a volume", Effect::kChanges, kCreateVolumeArguments,
      "zrpctl create NEW /srv/new --attribute compression", create},
-    {"remove", kGroup, "Remove a volume from the server", Effect::kChanges, kRemoveArguments,
-     "zrpctl remove DATA", remove},
-    {"modify", kGroup, "Change the attributes of a volume", Effect::kChanges, kModifyArguments,
-     "zrpctl modify DATA --grant read-only", modify},
-    {"tree", kGroup, "Set the flags of a volume's directory tree", Effect::kChanges, kTreeArguments,
-     "zrpctl tree DATA 0x3", control_tree},
+    {"remove", kVolumeActsGroup, "Remove a volume from the server", Effect::kChanges,
+     kRemoveVolumeArguments, "zrpctl remove DATA", remove},
+    {"modify", kVolumeActsGroup, "Change the attributes of a volume", Effect::kChanges,
+     kModifyArguments, "zrpctl modify DATA --grant read-only", modify},
+    {"tree", kVolumeActsGroup, "Set the flags of a volume's directory tree", Effect::kChanges,
+     kTreeArguments, "zrpctl tree DATA 0x3", control_tree},
 };
 
 } // namespace
 
 std::span<const Command> volume_act_commands() {
-    return kCommands;
+    return kVolumeActs;
 }
 
 } // namespace zrp::ctl

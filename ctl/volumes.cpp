@@ -16,8 +16,8 @@
 namespace zrp::ctl {
 namespace {
 
-constexpr Field kListed[] = {
-    {tag::volumeNumber, Field::kNumber, "number"},
+constexpr Field kListedVolume[] = {
+    {tag::volumeNumber, Field::kNumber, true, "number"},
     {tag::name, Field::kText},
     {tag::status, Field::kStatus},
 };
@@ -28,7 +28,7 @@ VolumeEntry entry_of(const Item& item) {
             static_cast<uint32_t>(read_mask(*item[kStatusPlace]).value_or(0))};
 }
 
-std::vector<Item> list_items(const Session& session) {
+std::vector<Item> list_volume_items(const Session& session) {
     std::vector<Item> volumes;
     walk_pages(
         kServer, tag::listVolumes,
@@ -39,7 +39,7 @@ std::vector<Item> list_items(const Session& session) {
         },
         [&](Node list, int64_t index) {
             for (const Node volume : list.children(tag::volume)) {
-                volumes.push_back(read_item(kListed, volume, kServer));
+                volumes.push_back(read_item(kListedVolume, volume, kServer));
             }
             return next_page(list, index, kServer);
         });
@@ -48,23 +48,23 @@ std::vector<Item> list_items(const Session& session) {
 
 Outcome show_volumes(Session& session, const Arguments& arguments) {
     const bool mountedOnly = arguments.has("--mounted");
-    const std::vector<Item> volumes = list_items(session);
+    const std::vector<Item> volumes = list_volume_items(session);
     Outcome outcome(session.options().json);
-    start_items(outcome, "volumes", kListed);
+    start_items(outcome, "volumes", kListedVolume);
     for (const Item& volume : volumes) {
         if (!mountedOnly || is_mounted(entry_of(volume))) {
-            add_item(outcome, kListed, volume);
+            add_item(outcome, kListedVolume, volume);
         }
     }
     return outcome;
 }
 
 // In which layouts of the reply an element is, bit n for version n.
-constexpr unsigned kAll = 0x7E;
-constexpr unsigned kFull = kAll & ~0x08U; // all but version 3
-constexpr unsigned kExtended = 0x70;      // 4 and later
-constexpr unsigned kWide = 0x60;          // 5 and later
-constexpr unsigned kEnforced = 0x68;      // 3, 5 and 6
+constexpr unsigned kEveryLayout = 0x7E;
+constexpr unsigned kFull = kEveryLayout & ~0x08U; // all but version 3
+constexpr unsigned kExtended = 0x70;              // 4 and later
+constexpr unsigned kWide = 0x60;                  // 5 and later
+constexpr unsigned kEnforced = 0x68;              // 3, 5 and 6
 constexpr unsigned kLast = 0x40;
 constexpr unsigned kNever = 0; // needed in none
 
@@ -73,14 +73,14 @@ struct DetailRow {
     unsigned needed;
 };
 
-constexpr DetailRow kDetails[] = {
-    {{tag::versionTag, Field::kNumber}, kAll},
-    {{tag::volumeNumber, Field::kNumber, "number"}, kAll},
-    {{tag::name, Field::kText}, kAll},
-    {{tag::status, Field::kStatus}, kAll},
+constexpr DetailRow kVolumeDetails[] = {
+    {{tag::versionTag, Field::kNumber}, kEveryLayout},
+    {{tag::volumeNumber, Field::kNumber, true, "number"}, kEveryLayout},
+    {{tag::name, Field::kText}, kEveryLayout},
+    {{tag::status, Field::kStatus}, kEveryLayout},
     {{tag::volumeType, Field::kNumber}, kFull},
     {{tag::statusFlags, Field::kMask}, kFull},
-    {{tag::mountPoint, Field::kText}, kAll},
+    {{tag::mountPoint, Field::kText}, kEveryLayout},
     {{tag::mountPointType, Field::kNumber}, kFull},
     {{tag::shadow, Field::kText}, kNever},
     {{tag::shadowFlags, Field::kMask}, kLast},
@@ -116,7 +116,7 @@ constexpr DetailRow kDetails[] = {
 // What a layout needs; elements of other layouts are shown if they come.
 std::vector<Field> fields_of(uint64_t version) {
     std::vector<Field> fields;
-    for (const DetailRow& row : kDetails) {
+    for (const DetailRow& row : kVolumeDetails) {
         fields.push_back(row.field);
         fields.back().isNeeded = (row.needed & 1U << version) != 0;
     }
@@ -179,7 +179,7 @@ Outcome show_volume(Session& session, const Arguments& arguments) {
     const Node volume = command_of(answer, kServer, tag::volumeInformation).child(tag::volume);
     const auto version = read_unsigned(text_inside(volume, tag::versionTag).value_or(""));
     if (!version || *version < 1 || *version > kMaxVolumeInformationVersion) {
-        throw Failure{Kind::kReply, "the layout of the volume is not known", kServer.name};
+        fail_reply("the layout of the volume is not known", kServer);
     }
     const std::vector<Field> fields = fields_of(*version);
     const Item item = read_item(fields, volume, kServer);
@@ -193,27 +193,27 @@ Outcome show_volume(Session& session, const Arguments& arguments) {
     return outcome;
 }
 
-constexpr const char* kGroup = "Volumes";
+constexpr const char* kVolumeGroup = "Volumes";
 
-constexpr Argument kListArguments[] = {
+constexpr Argument kVolumesArguments[] = {
     {"--mounted", ArgumentKind::kFlag, Count::kOptional, "only those that are mounted"},
 };
-constexpr Argument kOneArguments[] = {
+constexpr Argument kVolumeArguments[] = {
     {"NAME", ArgumentKind::kAskedVolume, Count::kOne, "the volume"},
 };
 
-constexpr Command kCommands[] = {
-    {"volumes", kGroup, "List the volumes", Effect::kLooks, kListArguments,
+constexpr Command kVolumeCommands[] = {
+    {"volumes", kVolumeGroup, "List the volumes", Effect::kLooks, kVolumesArguments,
      "zrpctl volumes --mounted", show_volumes},
-    {"volume", kGroup, "Show all that the server says of a volume", Effect::kLooks, kOneArguments,
-     "zrpctl volume SYS", show_volume},
+    {"volume", kVolumeGroup, "Show all that the server says of a volume", Effect::kLooks,
+     kVolumeArguments, "zrpctl volume SYS", show_volume},
 };
 
 } // namespace
 
 std::vector<VolumeEntry> list_volumes(const Session& session) {
     std::vector<VolumeEntry> volumes;
-    for (const Item& item : list_items(session)) {
+    for (const Item& item : list_volume_items(session)) {
         volumes.push_back(entry_of(item));
     }
     return volumes;
@@ -238,7 +238,7 @@ bool is_volume_mounted(const Session& session, std::string_view name) {
 }
 
 std::span<const Command> volume_commands() {
-    return kCommands;
+    return kVolumeCommands;
 }
 
 } // namespace zrp::ctl

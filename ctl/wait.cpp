@@ -69,42 +69,42 @@ Outcome wait_server(Session& session, const Arguments&) {
     return wait_until(session, "the server answers", answers);
 }
 
-constexpr const char* kMounted = "mounted";
-constexpr const char* kGone = "gone";
-constexpr const char* kStates[] = {kMounted, kGone};
+constexpr const char* kMountedState = "mounted";
+constexpr const char* kGoneState = "gone";
+constexpr const char* kWaitStates[] = {kMountedState, kGoneState};
 
 Outcome wait_volume(Session& session, const Arguments& arguments) {
     const std::string& name = arguments.text("NAME");
-    const bool wanted = strcasecmp(arguments.text("STATE").c_str(), kMounted) == 0;
+    const bool wanted = strcasecmp(arguments.text("STATE").c_str(), kMountedState) == 0;
     return wait_until(
-        session, "volume " + name + " is " + (wanted ? kMounted : kGone),
+        session, "volume " + name + " is " + (wanted ? kMountedState : kGoneState),
         [&](const Session& asking) { return is_volume_mounted(asking, name) == wanted; });
 }
 
-constexpr const char* kGroup = "Waiting";
+constexpr const char* kWaitGroup = "Waiting";
 
-constexpr Argument kVolumeArguments[] = {
+constexpr Argument kWaitVolumeArguments[] = {
     {"NAME", ArgumentKind::kVolume, Count::kOne, "the volume"},
     {"STATE", ArgumentKind::kWord, Count::kOne,
-     "what to wait for; gone is a volume that is dismounted or not there", kStates},
+     "what to wait for; gone is a volume that is dismounted or not there", kWaitStates},
 };
 
-constexpr Command kCommands[] = {
+constexpr Command kWaitCommands[] = {
     {"wait server",
-     kGroup,
+     kWaitGroup,
      "Wait until the server answers",
      Effect::kLooks,
      {},
      "zrpctl wait server --timeout 30",
      wait_server},
-    {"wait volume", kGroup, "Wait until a volume is mounted or gone", Effect::kLooks,
-     kVolumeArguments, "zrpctl wait volume DATA mounted", wait_volume},
+    {"wait volume", kWaitGroup, "Wait until a volume is mounted or gone", Effect::kLooks,
+     kWaitVolumeArguments, "zrpctl wait volume DATA mounted", wait_volume},
 };
 
 } // namespace
 
 std::span<const Command> wait_commands() {
-    return kCommands;
+    return kWaitCommands;
 }
 
 } // namespace zrp::ctl

@@ -12,15 +12,15 @@ constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 struct Form {
     uint8_t lead; // the bits that its first byte has, under the mask
     uint8_t mask;
-    size_t length;
     uint32_t least; // a smaller number has a shorter form
+    size_t length;
 };
 
 constexpr Form kForms[] = {
-    {0x00, 0x80, 1, 0x0},
-    {0xC0, 0xE0, 2, 0x80},
-    {0xE0, 0xF0, 3, 0x800},
-    {0xF0, 0xF8, 4, 0x10000},
+    {0x00, 0x80, 0x0, 1},
+    {0xC0, 0xE0, 0x80, 2},
+    {0xE0, 0xF0, 0x800, 3},
+    {0xF0, 0xF8, 0x10000, 4},
 };
 
 bool is_character(uint32_t number, uint32_t least) {

@@ -41,9 +41,9 @@ struct Findings {
 struct Metric {
     const char* name;
     prometheus::MetricType type;
-    const char* labels; // their names, with blanks between them
-    const char* unit;   // empty for a number of things
     Source source;
+    const char* labels;  // their names, with blanks between them
+    const char* unit;    // empty for a number of things
     const char* element; // the name in the daemon's reply, or null
     const char* help;
     void (*fill)(const Metric& metric, const Findings& findings, Samples& samples);

@@ -28,7 +28,7 @@ public:
         }
     }
 
-    int Write(std::string_view text) {
+    int Write(std::string_view text) const {
         if (fd_ < 0) {
             return errno;
         }

@@ -28,10 +28,6 @@ std::string volume(int number, const std::string& name, const std::string& statu
                                  element("volumeNumber", std::to_string(number)));
 }
 
-PeerScript answering(const std::string& bytes) {
-    return {read_request(), send_bytes(bytes)};
-}
-
 // Each run gets the replies in turn, the last one again and again.
 Ran run_with(const std::vector<std::string>& texts, const std::vector<std::string>& words) {
     std::vector<PeerScript> scripts;

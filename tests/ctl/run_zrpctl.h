@@ -1,4 +1,4 @@
-// The real program, run to its end.
+// The real program, run to its end, and a daemon for it.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -7,6 +7,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "tests/support/scripted_peer.h"
 #include "tools/harness/child_process.h"
 #include "tools/harness/descriptor.h"
 
@@ -57,6 +58,11 @@ inline Ran run_zrpctl(std::vector<std::string> arguments, const RunOptions& opti
     ran.status = process.wait().value_or(harness::ExitStatus{-1, 0}).shell_status();
     ran.errors = contents_of(errors.get());
     return ran;
+}
+
+// Of a daemon that answers one request with the bytes.
+inline PeerScript answering(const std::string& bytes) {
+    return {read_request(), send_bytes(bytes)};
 }
 
 } // namespace zrp

@@ -51,10 +51,6 @@ std::string statistics(const std::string& bytesRead) {
                  bytesRead + "</value></parm></serverStatistics></zrpConsoleReply>");
 }
 
-PeerScript answering(const std::string& bytes) {
-    return {read_request(), send_bytes(bytes)};
-}
-
 TEST(Watch, RepeatsWithOneObjectALineAndReportsAFailedRound) {
     const ScriptedPeer peer(
         kMainDaemonSocket,

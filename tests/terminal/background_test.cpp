@@ -9,13 +9,9 @@
 namespace zrp {
 namespace {
 
-constexpr int kSignals[] = {SIGALRM, SIGHUP, SIGINT, SIGPIPE, SIGQUIT, SIGTERM};
-
-const std::string kFigures = statistics(parm("figure", "1") + up_time("9"));
-
 // A shell with job control, as users have it. Before the given lines $MODES has the modes of the
 // terminal.
-TerminalOptions in_a_shell(const std::string& lines) {
+TerminalOptions in_a_job_shell(const std::string& lines) {
     TerminalOptions options = monitor();
     options.child.arguments = {"sh", "-mc", "MODES=$(stty -g); " + lines, ZRPTOP_PROGRAM};
     return options;
@@ -62,7 +58,7 @@ class BackgroundJob : public testing::TestWithParam<int> {};
 
 TEST_P(BackgroundJob, StartedThereEndsWithoutTheTerminal) {
     ZRP_NEEDS_ROOT();
-    Terminal terminal(in_a_shell("\"$0\" & read line; " + end_by(GetParam())));
+    Terminal terminal(in_a_job_shell("\"$0\" & read line; " + end_by(GetParam())));
     ASSERT_TRUE(wait_until_stopped(terminal));
     expect_end_without_the_terminal(terminal);
 }
@@ -70,8 +66,8 @@ TEST_P(BackgroundJob, StartedThereEndsWithoutTheTerminal) {
 TEST_P(BackgroundJob, StoppedFromOutsideEndsWithoutTheTerminal) {
     ZRP_NEEDS_ROOT();
     const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
-    Terminal terminal(
-        in_a_shell("\"$0\"; stty \"$MODES\"; printf stopped; read line; " + end_by(GetParam())));
+    Terminal terminal(in_a_job_shell("\"$0\"; stty \"$MODES\"; printf stopped; read line; " +
+                                     end_by(GetParam())));
     ASSERT_TRUE(terminal.wait_for("figure: 1")) << terminal.text();
     stop_at_rest(terminal);
     ASSERT_TRUE(terminal.wait_for("stopped")) << terminal.text();
@@ -81,7 +77,7 @@ TEST_P(BackgroundJob, StoppedFromOutsideEndsWithoutTheTerminal) {
 TEST_P(BackgroundJob, StoppedByCtrlZEndsWithoutTheTerminal) {
     ZRP_NEEDS_ROOT();
     const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
-    Terminal terminal(in_a_shell("\"$0\"; printf stopped; read line; " + end_by(GetParam())));
+    Terminal terminal(in_a_job_shell("\"$0\"; printf stopped; read line; " + end_by(GetParam())));
     ASSERT_TRUE(terminal.wait_for("figure: 1")) << terminal.text();
     terminal.type("\x1a");
     ASSERT_TRUE(terminal.wait_for("stopped")) << terminal.text();
@@ -92,9 +88,9 @@ TEST_P(BackgroundJob, StoppedByCtrlZEndsWithoutTheTerminal) {
 TEST_P(BackgroundJob, StoppedFromOutsideAndContinuedThereEndsWithoutTheTerminal) {
     ZRP_NEEDS_ROOT();
     const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
-    Terminal terminal(in_a_shell("\"$0\"; stty \"$MODES\"; printf stopped; read line; "
-                                 "bg >/dev/null; printf continued; read line; " +
-                                 end_by(GetParam())));
+    Terminal terminal(in_a_job_shell("\"$0\"; stty \"$MODES\"; printf stopped; read line; "
+                                     "bg >/dev/null; printf continued; read line; " +
+                                     end_by(GetParam())));
     ASSERT_TRUE(terminal.wait_for("figure: 1")) << terminal.text();
     const pid_t job = only_job(terminal);
     stop_at_rest(terminal);
@@ -107,15 +103,17 @@ TEST_P(BackgroundJob, StoppedFromOutsideAndContinuedThereEndsWithoutTheTerminal)
     expect_end_without_the_terminal(terminal);
 }
 
-INSTANTIATE_TEST_SUITE_P(Six, BackgroundJob, testing::ValuesIn(kSignals), [](const auto& number) {
-    return std::string(sigabbrev_np(number.param));
-});
+INSTANTIATE_TEST_SUITE_P(Six, BackgroundJob, testing::ValuesIn(kEndingSignals),
+                         [](const auto& number) {
+                             return std::string(sigabbrev_np(number.param));
+                         });
 
 TEST(Background, AJobStartedThereBeginsInTheForeground) {
     ZRP_NEEDS_ROOT();
     const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
-    Terminal terminal(in_a_shell("\"$0\" & read line; fg >/dev/null; "
-                                 "if [ \"$(stty -g)\" = \"$MODES\" ]; then echo same modes; fi"));
+    Terminal terminal(
+        in_a_job_shell("\"$0\" & read line; fg >/dev/null; "
+                       "if [ \"$(stty -g)\" = \"$MODES\" ]; then echo same modes; fi"));
     ASSERT_TRUE(wait_until_stopped(terminal));
     terminal.type("\n");
     ASSERT_TRUE(terminal.wait_for("figure: 1")) << terminal.text();
@@ -126,8 +124,8 @@ TEST(Background, AJobStartedThereBeginsInTheForeground) {
 TEST(Background, AJobStoppedFromOutsideIsRedrawnInTheForeground) {
     ZRP_NEEDS_ROOT();
     const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
-    Terminal terminal(in_a_shell("\"$0\"; stty \"$MODES\"; printf stopped; read line; "
-                                 "printf '\\033[2J'; fg >/dev/null"));
+    Terminal terminal(in_a_job_shell("\"$0\"; stty \"$MODES\"; printf stopped; read line; "
+                                     "printf '\\033[2J'; fg >/dev/null"));
     ASSERT_TRUE(terminal.wait_for("figure: 1")) << terminal.text();
     stop_at_rest(terminal);
     ASSERT_TRUE(terminal.wait_for("stopped")) << terminal.text();
@@ -144,8 +142,8 @@ TEST(Background, AJobStoppedFromOutsideIsRedrawnInTheForeground) {
 // No shell can bring it to the foreground, since its parent has ended.
 TEST(Background, AnOrphanEnds) {
     ZRP_NEEDS_ROOT();
-    Terminal terminal(in_a_shell("(sh -c 'trap \"\" HUP; \"$0\"; echo ended, status $?' \"$0\" "
-                                 "</dev/tty &) & wait; read line"));
+    Terminal terminal(in_a_job_shell("(sh -c 'trap \"\" HUP; \"$0\"; echo ended, status $?' \"$0\" "
+                                     "</dev/tty &) & wait; read line"));
     EXPECT_TRUE(terminal.wait_for("ended, status 0")) << terminal.raw_output();
     EXPECT_EQ(terminal.raw_output().find('\x1b'), std::string::npos) << terminal.raw_output();
 }

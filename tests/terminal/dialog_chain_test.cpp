@@ -6,11 +6,8 @@
 namespace zrp {
 namespace {
 
-constexpr const char* kVolumePrompt = "Enter volume number";
-constexpr const char* kConnectionPrompt = "Enter connection number";
-constexpr const char* kDiagnosticsPrompt = "Enter selection";
-constexpr const char* kParameter = "MAXIMUM_CACHED_FILES_PER_VOLUME";
-constexpr const char* kStatistic = "packetsAccepted: ";
+constexpr const char* kChainParameter = "MAXIMUM_CACHED_FILES_PER_VOLUME";
+constexpr const char* kChainStatistic = "packetsAccepted: ";
 
 struct Chain {
     const char* name;
@@ -29,23 +26,23 @@ TEST_P(DialogChain, LeadsThroughAllThree) {
     ZRP_NEEDS_ROOT();
     const Simulator server;
     Terminal terminal(monitor());
-    ASSERT_TRUE(terminal.wait_for(kStatistic));
+    ASSERT_TRUE(terminal.wait_for(kChainStatistic));
     Key key = GetParam().first;
     for (const char* shown : GetParam().shown) {
         terminal.press(key);
         ASSERT_TRUE(terminal.wait_for(shown)) << terminal.text();
         key = GetParam().key;
     }
-    for (const char* prompt : {kVolumePrompt, kConnectionPrompt, kDiagnosticsPrompt}) {
+    for (const char* prompt : {kVolumeDialog, kConnectionDialog, kDiagnosticsDialog}) {
         EXPECT_EQ(terminal.screen().find_row(prompt), -1) << terminal.text();
     }
     expect_clean_end(terminal);
 }
 
-const std::vector<const char*> kForward = {kVolumePrompt, kConnectionPrompt, kDiagnosticsPrompt,
-                                           kParameter};
-const std::vector<const char*> kBackward = {kDiagnosticsPrompt, kConnectionPrompt, kVolumePrompt,
-                                            kStatistic};
+const std::vector<const char*> kForward = {kVolumeDialog, kConnectionDialog, kDiagnosticsDialog,
+                                           kChainParameter};
+const std::vector<const char*> kBackward = {kDiagnosticsDialog, kConnectionDialog, kVolumeDialog,
+                                            kChainStatistic};
 
 INSTANTIATE_TEST_SUITE_P(Keys, DialogChain,
                          testing::Values(Chain{"Tab", Key::kTab, Key::kTab, kForward},
@@ -61,13 +58,13 @@ TEST(DialogsInARow, SwitchToNoScreenOnTheWay) {
     ZRP_NEEDS_ROOT();
     const Simulator server;
     Terminal terminal(monitor());
-    ASSERT_TRUE(terminal.wait_for(kStatistic));
-    for (const char* prompt : {kVolumePrompt, kConnectionPrompt, kDiagnosticsPrompt}) {
+    ASSERT_TRUE(terminal.wait_for(kChainStatistic));
+    for (const char* prompt : {kVolumeDialog, kConnectionDialog, kDiagnosticsDialog}) {
         terminal.press(Key::kTab);
         ASSERT_TRUE(terminal.wait_for(prompt)) << terminal.text();
     }
     terminal.type("q\r");
-    EXPECT_TRUE(terminal.wait_for(kStatistic)) << terminal.text();
+    EXPECT_TRUE(terminal.wait_for(kChainStatistic)) << terminal.text();
     expect_clean_end(terminal);
 }
 
@@ -90,7 +87,7 @@ TEST_P(DialogJump, OpensTheScreenOfTheKey) {
     ZRP_NEEDS_ROOT();
     const Simulator server;
     Terminal terminal(monitor());
-    ASSERT_TRUE(terminal.wait_for(kStatistic));
+    ASSERT_TRUE(terminal.wait_for(kChainStatistic));
     terminal.press(GetParam().dialog);
     ASSERT_TRUE(terminal.wait_for(GetParam().prompt)) << terminal.text();
     terminal.press(GetParam().key);
@@ -101,13 +98,13 @@ TEST_P(DialogJump, OpensTheScreenOfTheKey) {
 
 INSTANTIATE_TEST_SUITE_P(
     Keys, DialogJump,
-    testing::Values(Jump{"VolumeF4", Key::kF3, kVolumePrompt, Key::kF4, kConnectionPrompt},
-                    Jump{"VolumeF5", Key::kF3, kVolumePrompt, Key::kF5, kDiagnosticsPrompt},
-                    Jump{"VolumeF6", Key::kF3, kVolumePrompt, Key::kF6, kParameter},
-                    Jump{"VolumeF7", Key::kF3, kVolumePrompt, Key::kF7, "ZRP Server Components"},
-                    Jump{"ConnectionF7", Key::kF4, kConnectionPrompt, Key::kF7,
+    testing::Values(Jump{"VolumeF4", Key::kF3, kVolumeDialog, Key::kF4, kConnectionDialog},
+                    Jump{"VolumeF5", Key::kF3, kVolumeDialog, Key::kF5, kDiagnosticsDialog},
+                    Jump{"VolumeF6", Key::kF3, kVolumeDialog, Key::kF6, kChainParameter},
+                    Jump{"VolumeF7", Key::kF3, kVolumeDialog, Key::kF7, "ZRP Server Components"},
+                    Jump{"ConnectionF7", Key::kF4, kConnectionDialog, Key::kF7,
                          "ZRP Server Components"},
-                    Jump{"DiagnosticsF3", Key::kF5, kDiagnosticsPrompt, Key::kF3, kVolumePrompt}),
+                    Jump{"DiagnosticsF3", Key::kF5, kDiagnosticsDialog, Key::kF3, kVolumeDialog}),
     [](const auto& jump) { return std::string(jump.param.name); });
 
 } // namespace

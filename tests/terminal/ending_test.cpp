@@ -19,9 +19,6 @@ using harness::milliseconds;
 using std::chrono::seconds;
 using std::chrono::steady_clock;
 
-constexpr int kSignals[] = {SIGALRM, SIGHUP, SIGINT, SIGPIPE, SIGQUIT, SIGTERM};
-
-const std::string kFigures = statistics(parm("figure", "1") + up_time("9"));
 const std::string kOtherFigures = statistics(parm("figure", "2") + up_time("10"));
 const std::vector<PeerScript> kSilent = {{read_request(), hang()}};
 
@@ -169,7 +166,7 @@ TEST_P(Signal, EndsTheProgramWhileADialogWaitsForASilentDaemon) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Six, Signal, testing::ValuesIn(kSignals), [](const auto& number) {
+INSTANTIATE_TEST_SUITE_P(Six, Signal, testing::ValuesIn(kEndingSignals), [](const auto& number) {
     return std::string(sigabbrev_np(number.param));
 });
 

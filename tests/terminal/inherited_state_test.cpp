@@ -10,8 +10,6 @@
 namespace zrp {
 namespace {
 
-constexpr int kSignals[] = {SIGALRM, SIGHUP, SIGINT, SIGPIPE, SIGQUIT, SIGTERM};
-
 // What a shell does to the streams before it becomes the monitor, and whether the monitor runs
 // then.
 struct StreamCase {
@@ -107,9 +105,10 @@ TEST_P(InheritedSignal, EndsTheProgramEvenIfItWasIgnored) {
     expect_ended_cleanly(fixture.terminal);
 }
 
-INSTANTIATE_TEST_SUITE_P(Six, InheritedSignal, testing::ValuesIn(kSignals), [](const auto& number) {
-    return std::string(sigabbrev_np(number.param));
-});
+INSTANTIATE_TEST_SUITE_P(Six, InheritedSignal, testing::ValuesIn(kEndingSignals),
+                         [](const auto& number) {
+                             return std::string(sigabbrev_np(number.param));
+                         });
 
 TEST(InheritedSignals, AnIgnoredStopFromTheTerminalIsHonoured) {
     ZRP_NEEDS_ROOT();

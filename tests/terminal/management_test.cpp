@@ -11,9 +11,6 @@
 namespace zrp {
 namespace {
 
-constexpr const char* kVolumePrompt = "Enter volume number";
-constexpr const char* kConnectionPrompt = "Enter connection number";
-
 // A small server and the monitor. This process is the other program.
 class Management : public testing::Test {
 protected:
@@ -55,11 +52,11 @@ protected:
     }
 
     testing::AssertionResult lists_volume(const std::string& text) {
-        return lists(Key::kF3, kVolumePrompt, "0. SYS", text);
+        return lists(Key::kF3, kVolumeDialog, "0. SYS", text);
     }
 
     testing::AssertionResult lists_connection(const std::string& text) {
-        return lists(Key::kF4, kConnectionPrompt, "1. hmeier", text);
+        return lists(Key::kF4, kConnectionDialog, "1. hmeier", text);
     }
 
     Simulator server{{"--volumes", "6", "--connections", "6"}};
@@ -73,7 +70,7 @@ TEST_F(Management, ACreatedVolumeIsListedAndShownUntilItIsRemoved) {
     ASSERT_EQ(CreateVolume("FRESH", "/mnt/fresh", 0, 200, name, &errorText, nullptr), kOk);
     EXPECT_STREQ(name, "FRESH");
     EXPECT_TRUE(lists_volume("200. FRESH"));
-    ASSERT_TRUE(open(Key::kF3, kVolumePrompt));
+    ASSERT_TRUE(open(Key::kF3, kVolumeDialog));
     terminal.type("200\r");
     EXPECT_TRUE(terminal.wait_for("Volume: FRESH")) << terminal.text();
     EXPECT_TRUE(terminal.wait_for("/mnt/fresh")) << terminal.text();

@@ -13,8 +13,8 @@
 namespace zrp {
 namespace {
 
-constexpr int kFirstRow = kMainTop + 1;
-constexpr int kColumn = 2;
+constexpr int kFirstParameterRow = kMainTop + 1;
+constexpr int kParameterColumn = 2;
 constexpr int kShownItems = 18;
 
 using Names = std::vector<std::string>;
@@ -140,13 +140,13 @@ bool open_parameters(Terminal& terminal, const std::string& firstLine) {
         return false;
     }
     terminal.press(Key::kF6);
-    return terminal.wait_for_text(kFirstRow, kColumn, firstLine);
+    return terminal.wait_for_text(kFirstParameterRow, kParameterColumn, firstLine);
 }
 
 // A row inside the main window's frame, without trailing blanks.
-std::string inside(const Terminal& terminal, int row) {
+std::string row_inside(const Terminal& terminal, int row) {
     const std::string all =
-        terminal.screen().text_at(row, kColumn, terminal.screen().columns() - 4);
+        terminal.screen().text_at(row, kParameterColumn, terminal.screen().columns() - 4);
     const size_t last = all.find_last_not_of(' ');
     return last == std::string::npos ? "" : all.substr(0, last + 1);
 }
@@ -158,9 +158,10 @@ TEST(Parameters, ShowsEachNameWithItsValue) {
     const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
     Terminal terminal(monitor());
     ASSERT_TRUE(open_parameters(terminal, "LOG_LEVEL = WARNING ")) << terminal.text();
-    ASSERT_TRUE(terminal.wait_for_text(kFirstRow + 1, kColumn, "SERVER_CONTACT = a b "));
-    EXPECT_EQ(inside(terminal, kFirstRow + 2), "");
-    EXPECT_EQ(terminal.cell(kFirstRow, kColumn),
+    ASSERT_TRUE(
+        terminal.wait_for_text(kFirstParameterRow + 1, kParameterColumn, "SERVER_CONTACT = a b "));
+    EXPECT_EQ(row_inside(terminal, kFirstParameterRow + 2), "");
+    EXPECT_EQ(terminal.cell(kFirstParameterRow, kParameterColumn),
               (harness::Cell{.text = "L", .foreground = kWhite, .background = kBlue}));
     expect_clean_end(terminal);
 }
@@ -191,7 +192,7 @@ TEST(Parameters, AParameterNamedAllowUtf8InAnyLetterCaseIsNotShown) {
     const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
     Terminal terminal(monitor());
     ASSERT_TRUE(open_parameters(terminal, "ALLOW_UTF8_NAMES = 1")) << terminal.text();
-    EXPECT_EQ(inside(terminal, kFirstRow + 1), "");
+    EXPECT_EQ(row_inside(terminal, kFirstParameterRow + 1), "");
     EXPECT_EQ(settings.count("Allow_Utf8"), 0);
 }
 
@@ -205,8 +206,9 @@ TEST(Parameters, SevenOtherParametersAreNeverShown) {
     const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
     Terminal terminal(monitor());
     ASSERT_TRUE(open_parameters(terminal, "FIRST = 1")) << terminal.text();
-    EXPECT_TRUE(terminal.wait_for_text(kFirstRow + 1, kColumn, "LAST = 2 ")) << terminal.text();
-    EXPECT_EQ(inside(terminal, kFirstRow + 2), "");
+    EXPECT_TRUE(terminal.wait_for_text(kFirstParameterRow + 1, kParameterColumn, "LAST = 2 "))
+        << terminal.text();
+    EXPECT_EQ(row_inside(terminal, kFirstParameterRow + 2), "");
 }
 
 TEST(Parameters, WithTwentyVisibleParametersTheFirstEighteenAreShown) {
@@ -216,12 +218,14 @@ TEST(Parameters, WithTwentyVisibleParametersTheFirstEighteenAreShown) {
     const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
     Terminal terminal(monitor(40, 100));
     ASSERT_TRUE(open_parameters(terminal, "PARAMETER_1 = v1")) << terminal.text();
-    ASSERT_TRUE(terminal.wait_for_text(kFirstRow + 17, kColumn, "PARAMETER_18 = v18"));
+    ASSERT_TRUE(
+        terminal.wait_for_text(kFirstParameterRow + 17, kParameterColumn, "PARAMETER_18 = v18"));
     for (int i = 1; i <= kShownItems; i++) {
         const std::string number = std::to_string(i);
-        EXPECT_EQ(inside(terminal, kFirstRow + i - 1), "PARAMETER_" + number + " = v" + number);
+        EXPECT_EQ(row_inside(terminal, kFirstParameterRow + i - 1),
+                  "PARAMETER_" + number + " = v" + number);
     }
-    EXPECT_EQ(inside(terminal, kFirstRow + kShownItems), "");
+    EXPECT_EQ(row_inside(terminal, kFirstParameterRow + kShownItems), "");
     EXPECT_EQ(settings.count("PARAMETER_19"), 0);
 }
 
@@ -232,7 +236,7 @@ TEST(Parameters, OnTheSmallestTerminalTheRowsInsideTheFrameAreShown) {
     const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
     Terminal terminal(monitor(25, 40));
     ASSERT_TRUE(open_parameters(terminal, "PARAMETER_1 = v1")) << terminal.text();
-    ASSERT_TRUE(terminal.wait_for_text(18, kColumn, "PARAMETER_13 = v13"));
+    ASSERT_TRUE(terminal.wait_for_text(18, kParameterColumn, "PARAMETER_13 = v13"));
     ASSERT_TRUE(terminal.wait_until([&] { return settings.count("PARAMETER_18") >= 2; }));
     EXPECT_EQ(terminal.cell(19, 1).text, kBottomLeft);
     EXPECT_EQ(terminal.row(20), "");
@@ -255,7 +259,8 @@ TEST(Parameters, AShorterValueLeavesTheRestOfTheOldOne) {
     Terminal terminal(monitor());
     ASSERT_TRUE(open_parameters(terminal, "LEVEL = 12345 ")) << terminal.text();
     settings.set("LEVEL", value_of("9"));
-    EXPECT_TRUE(terminal.wait_for_text(kFirstRow, kColumn, "LEVEL = 92345 ")) << terminal.text();
+    EXPECT_TRUE(terminal.wait_for_text(kFirstParameterRow, kParameterColumn, "LEVEL = 92345 "))
+        << terminal.text();
 }
 
 TEST(Parameters, AReplyWithoutASetElementLeavesTheScreenEmpty) {
@@ -268,8 +273,8 @@ TEST(Parameters, AReplyWithoutASetElementLeavesTheScreenEmpty) {
     ASSERT_TRUE(terminal.wait_until([&] { return !settings.requests().empty(); }));
     ASSERT_TRUE(wait_for_whole_pass(terminal, settings));
     EXPECT_EQ(terminal.cell(kMainTop, 1).text, kTopLeft);
-    for (int row = kFirstRow; row < 19; row++) {
-        EXPECT_EQ(inside(terminal, row), "") << terminal.text();
+    for (int row = kFirstParameterRow; row < 19; row++) {
+        EXPECT_EQ(row_inside(terminal, row), "") << terminal.text();
     }
     EXPECT_EQ(settings.requests().size(), 1U);
 }
@@ -283,19 +288,23 @@ TEST(Parameters, TheListIsFetchedAgainWheneverTheScreenIsOpened) {
     ASSERT_TRUE(open_parameters(terminal, "OLD = 1"));
     settings.set_list(list_of({"NEW"}));
     terminal.press(Key::kF2);
-    ASSERT_TRUE(terminal.wait_until([&] { return inside(terminal, kFirstRow).empty(); }));
+    ASSERT_TRUE(
+        terminal.wait_until([&] { return row_inside(terminal, kFirstParameterRow).empty(); }));
     terminal.press(Key::kF6);
-    ASSERT_TRUE(terminal.wait_for_text(kFirstRow, kColumn, "NEW = 3 ")) << terminal.text();
-    EXPECT_EQ(inside(terminal, kFirstRow + 1), "");
+    ASSERT_TRUE(terminal.wait_for_text(kFirstParameterRow, kParameterColumn, "NEW = 3 "))
+        << terminal.text();
+    EXPECT_EQ(row_inside(terminal, kFirstParameterRow + 1), "");
     settings.set_list("<zrpConsoleReply><result value=\"-5\"/></zrpConsoleReply>");
     terminal.press(Key::kF2);
-    ASSERT_TRUE(terminal.wait_until([&] { return inside(terminal, kFirstRow).empty(); }));
+    ASSERT_TRUE(
+        terminal.wait_until([&] { return row_inside(terminal, kFirstParameterRow).empty(); }));
     const long asked = settings.count("NEW");
     const long listed = settings.count_lists();
     terminal.press(Key::kF6);
     ASSERT_TRUE(terminal.wait_until([&] { return settings.count_lists() > listed; }));
     ASSERT_TRUE(wait_for_whole_pass(terminal, settings));
-    EXPECT_EQ(inside(terminal, kFirstRow), "") << "a failed load leaves the table empty";
+    EXPECT_EQ(row_inside(terminal, kFirstParameterRow), "")
+        << "a failed load leaves the table empty";
     EXPECT_EQ(settings.count("NEW"), asked);
 }
 
@@ -322,7 +331,7 @@ TEST(Parameters, ANameWithAControlCharacterIsShownWithoutItAndNotRequested) {
     const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
     Terminal terminal(monitor());
     ASSERT_TRUE(open_parameters(terminal, "F?[31mORM =  ")) << terminal.text();
-    ASSERT_TRUE(terminal.wait_for_text(kFirstRow + 1, kColumn, "NEXT = 1 "));
+    ASSERT_TRUE(terminal.wait_for_text(kFirstParameterRow + 1, kParameterColumn, "NEXT = 1 "));
     EXPECT_EQ(settings.requests().at(1).find("ORM"), std::string::npos);
 }
 
@@ -339,12 +348,13 @@ TEST(Parameters, LongNamesAndValuesAreCutAtTheFrame) {
     const ScriptedPeer peer(kMainDaemonSocket, {settings.script()});
     Terminal terminal(monitor());
     ASSERT_TRUE(open_parameters(terminal, std::string(76, 'N') + kVertical)) << terminal.text();
-    ASSERT_TRUE(terminal.wait_for_text(kFirstRow + 4, kColumn, "LAST = 1 ")) << terminal.text();
-    EXPECT_EQ(inside(terminal, kFirstRow + 1), "VALUE = " + std::string(68, 'v'));
-    EXPECT_EQ(terminal.cell(kFirstRow + 1, 78).text, kVertical);
-    EXPECT_EQ(inside(terminal, kFirstRow + 2), std::string(76, 'E'));
-    EXPECT_EQ(inside(terminal, kFirstRow + 3), std::string(76, 'R'));
-    EXPECT_EQ(terminal.cell(kFirstRow + 2, 1).text, kVertical);
+    ASSERT_TRUE(terminal.wait_for_text(kFirstParameterRow + 4, kParameterColumn, "LAST = 1 "))
+        << terminal.text();
+    EXPECT_EQ(row_inside(terminal, kFirstParameterRow + 1), "VALUE = " + std::string(68, 'v'));
+    EXPECT_EQ(terminal.cell(kFirstParameterRow + 1, 78).text, kVertical);
+    EXPECT_EQ(row_inside(terminal, kFirstParameterRow + 2), std::string(76, 'E'));
+    EXPECT_EQ(row_inside(terminal, kFirstParameterRow + 3), std::string(76, 'R'));
+    EXPECT_EQ(terminal.cell(kFirstParameterRow + 2, 1).text, kVertical);
 }
 
 // Answers without a value.
@@ -363,10 +373,10 @@ TEST_P(ParameterValueFault, LeavesTheOldValueAndUpdatesTheOthers) {
     ASSERT_TRUE(open_parameters(terminal, "BAD = 11")) << terminal.text();
     settings.set("BAD", GetParam().answer);
     settings.set("GOOD", value_of("2"));
-    ASSERT_TRUE(terminal.wait_for_text(kFirstRow + 1, kColumn, "GOOD = 2"));
-    EXPECT_EQ(inside(terminal, kFirstRow), "BAD = 11");
+    ASSERT_TRUE(terminal.wait_for_text(kFirstParameterRow + 1, kParameterColumn, "GOOD = 2"));
+    EXPECT_EQ(row_inside(terminal, kFirstParameterRow), "BAD = 11");
     settings.set("BAD", value_of("33"));
-    EXPECT_TRUE(terminal.wait_for_text(kFirstRow, kColumn, "BAD = 33 "));
+    EXPECT_TRUE(terminal.wait_for_text(kFirstParameterRow, kParameterColumn, "BAD = 33 "));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -386,19 +396,19 @@ TEST(Parameters, AnEmptyValueLeavesTheOldCharacters) {
     ASSERT_TRUE(open_parameters(terminal, "A = 77"));
     settings.set("A", set_reply("<string/>"));
     settings.set("B", value_of("2"));
-    ASSERT_TRUE(terminal.wait_for_text(kFirstRow + 1, kColumn, "B = 2"));
-    EXPECT_EQ(inside(terminal, kFirstRow), "A = 77");
+    ASSERT_TRUE(terminal.wait_for_text(kFirstParameterRow + 1, kParameterColumn, "B = 2"));
+    EXPECT_EQ(row_inside(terminal, kFirstParameterRow), "A = 77");
 }
 
 // Of the simulated server's 28 parameters seven are hidden.
-struct Size {
+struct ParametersSize {
     int rows;
     int columns;
     int lastRow; // that shows a parameter
     const char* lastText;
 };
 
-class ParametersOnTheSimulator : public testing::TestWithParam<Size> {};
+class ParametersOnTheSimulator : public testing::TestWithParam<ParametersSize> {};
 
 TEST_P(ParametersOnTheSimulator, FillTheScreen) {
     ZRP_NEEDS_ROOT();
@@ -406,15 +416,15 @@ TEST_P(ParametersOnTheSimulator, FillTheScreen) {
     Terminal terminal(monitor(GetParam().rows, GetParam().columns));
     ASSERT_TRUE(open_parameters(terminal, "MAXIMUM_CACHED_FILES_PER_VOLUME = 256000 "))
         << terminal.text();
-    EXPECT_TRUE(terminal.wait_for_text(GetParam().lastRow, kColumn, GetParam().lastText))
+    EXPECT_TRUE(terminal.wait_for_text(GetParam().lastRow, kParameterColumn, GetParam().lastText))
         << terminal.text();
     EXPECT_EQ(terminal.screen().find_row("SHADOW_VOLUME"), -1);
     expect_clean_end(terminal);
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, ParametersOnTheSimulator,
-                         testing::Values(Size{25, 80, 18, "LOG_CACHE_STATISTICS = 0 "},
-                                         Size{40, 100, 23, "VOLUME_MOUNT_TIMEOUT = 60 "}),
+                         testing::Values(ParametersSize{25, 80, 18, "LOG_CACHE_STATISTICS = 0 "},
+                                         ParametersSize{40, 100, 23, "VOLUME_MOUNT_TIMEOUT = 60 "}),
                          [](const auto& size) {
                              return std::to_string(size.param.rows) + "x" +
                                     std::to_string(size.param.columns);
@@ -437,7 +447,7 @@ TEST_P(ParametersFault, LeavesTheOldValues) {
     Simulator server;
     Terminal terminal(monitor());
     ASSERT_TRUE(open_parameters(terminal, "MAXIMUM_CACHED_FILES_PER_VOLUME = 256000 "));
-    ASSERT_TRUE(terminal.wait_for_text(18, kColumn, "LOG_CACHE_STATISTICS = 0 "));
+    ASSERT_TRUE(terminal.wait_for_text(18, kParameterColumn, "LOG_CACHE_STATISTICS = 0 "));
     const auto shown = [&] {
         std::string text;
         for (int row = kMainTop; row < 20; row++) {
@@ -463,13 +473,13 @@ TEST(Parameters, WhenTheDaemonEndsFrameAndValuesStay) {
     peer.emplace(kMainDaemonSocket, std::vector<PeerScript>{settings.script()});
     Terminal terminal(monitor());
     ASSERT_TRUE(open_parameters(terminal, "A = 1"));
-    ASSERT_TRUE(terminal.wait_for_text(kFirstRow + 1, kColumn, "B = 2 "));
+    ASSERT_TRUE(terminal.wait_for_text(kFirstParameterRow + 1, kParameterColumn, "B = 2 "));
     peer.reset();
     ASSERT_TRUE(wait_for_idle_pass(terminal));
     EXPECT_EQ(terminal.cell(kMainTop, 1).text, kTopLeft);
-    EXPECT_EQ(inside(terminal, kFirstRow), "A = 1");
-    EXPECT_EQ(inside(terminal, kFirstRow + 1), "B = 2");
-    EXPECT_EQ(inside(terminal, kFirstRow + 2), "");
+    EXPECT_EQ(row_inside(terminal, kFirstParameterRow), "A = 1");
+    EXPECT_EQ(row_inside(terminal, kFirstParameterRow + 1), "B = 2");
+    EXPECT_EQ(row_inside(terminal, kFirstParameterRow + 2), "");
     expect_clean_end(terminal);
 }
 
@@ -480,11 +490,12 @@ TEST(Parameters, WithoutADaemonTheScreenIsEmpty) {
     terminal.press(Key::kF7);
     ASSERT_TRUE(terminal.wait_for("ZRP Server Components"));
     terminal.press(Key::kF6);
-    ASSERT_TRUE(terminal.wait_until([&] { return inside(terminal, kFirstRow).empty(); }));
+    ASSERT_TRUE(
+        terminal.wait_until([&] { return row_inside(terminal, kFirstParameterRow).empty(); }));
     ASSERT_TRUE(wait_for_idle_pass(terminal));
     EXPECT_EQ(terminal.cell(kMainTop, 1).text, kTopLeft);
-    for (int row = kFirstRow; row < 19; row++) {
-        EXPECT_EQ(inside(terminal, row), "") << terminal.text();
+    for (int row = kFirstParameterRow; row < 19; row++) {
+        EXPECT_EQ(row_inside(terminal, row), "") << terminal.text();
     }
     expect_clean_end(terminal);
 }

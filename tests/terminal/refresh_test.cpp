@@ -9,8 +9,6 @@ namespace {
 using std::chrono::seconds;
 using std::chrono::steady_clock;
 
-const std::string kFigures = statistics(parm("figure", "1") + up_time("9"));
-
 bool shows_figures(const Terminal& terminal) {
     return terminal.screen().text_at(6, kListColumn, 9) == "figure: 1";
 }

@@ -11,10 +11,10 @@
 namespace zrp {
 namespace {
 
-constexpr int kFirstRow = kMainTop + 1;
-constexpr int kLastRow = kMainTop + 13;
+constexpr int kFirstMainRow = kMainTop + 1;
+constexpr int kLastMainRow = kMainTop + 13;
 
-struct ScreenCase {
+struct FaultyScreen {
     const char* name;
     Key key;
     const char* prompt; // of its dialog; null without one
@@ -25,39 +25,39 @@ struct ScreenCase {
     bool moves = true;   // whether its values change with the clock
 };
 
-constexpr ScreenCase kGeneral = {"General",         Key::kF2,           nullptr,  nullptr,
-                                 "packetsAccepted", "serverStatistics", "zrpserv"};
-constexpr ScreenCase kVolume = {
+constexpr FaultyScreen kGeneralFaults = {"General",         Key::kF2,           nullptr,  nullptr,
+                                         "packetsAccepted", "serverStatistics", "zrpserv"};
+constexpr FaultyScreen kVolumeFaults = {
     "Volume", Key::kF3, "Enter volume number", "0", "n/a", "volumeInformation", "zrpserv"};
-constexpr ScreenCase kConnection = {"Connection", Key::kF4,   "Enter connection number",
-                                    "2",          "10.1.0.3", "connectionInformationTag",
-                                    "zrpserv"};
-constexpr ScreenCase kServerCounters = {
+constexpr FaultyScreen kConnectionFaults = {"Connection", Key::kF4,   "Enter connection number",
+                                            "2",          "10.1.0.3", "connectionInformationTag",
+                                            "zrpserv"};
+constexpr FaultyScreen kServerCounterFaults = {
     "ServerCounters",      Key::kF5,      "Enter selection", "3",
     "ipcListener errors:", "diagnostics", "zrpserv"};
-constexpr ScreenCase kStorageCounters = {
+constexpr FaultyScreen kStorageCounterFaults = {
     "StorageCounters",          Key::kF5, "Enter selection", "15", "change volume",
     "zrp2bksDiagnosticRequest", "zrp2bks"};
-constexpr ScreenCase kParameters = {
+constexpr FaultyScreen kParametersFaults = {
     "Parameters", Key::kF6, nullptr, nullptr, "LOG_CACHE_STATISTICS = 0", "set", "zrpserv", false};
 
-struct FaultCase {
-    ScreenCase screen;
+struct ScreenFaultCase {
+    FaultyScreen screen;
     const char* fault;
 };
 
-std::ostream& operator<<(std::ostream& out, const FaultCase& one) {
+std::ostream& operator<<(std::ostream& out, const ScreenFaultCase& one) {
     return out << one.screen.name << " under " << one.fault;
 }
 
-std::string name_of_case(const testing::TestParamInfo<FaultCase>& one) {
+std::string name_of_case(const testing::TestParamInfo<ScreenFaultCase>& one) {
     std::string name = std::string(one.param.screen.name) + "_" + one.param.fault;
     std::replace(name.begin(), name.end(), '-', '_');
     return name;
 }
 
 // A refusal concerns a daemon, every other fault one command.
-std::string order_for(const FaultCase& one) {
+std::string order_for(const ScreenFaultCase& one) {
     const std::string fault = one.fault;
     return "fault " + fault + ":" + (fault == "refuse" ? one.screen.socket : one.screen.command);
 }
@@ -65,13 +65,13 @@ std::string order_for(const FaultCase& one) {
 // What the main window shows, with its frame.
 std::string figures(const Terminal& terminal) {
     std::string all;
-    for (int row = kMainTop; row <= kLastRow + 1; row++) {
+    for (int row = kMainTop; row <= kLastMainRow + 1; row++) {
         all += terminal.row(row) + "\n";
     }
     return all;
 }
 
-bool open_screen(Terminal& terminal, const ScreenCase& screen) {
+bool open_screen(Terminal& terminal, const FaultyScreen& screen) {
     if (!wait_for_windows(terminal)) {
         return false;
     }
@@ -87,8 +87,8 @@ bool open_screen(Terminal& terminal, const ScreenCase& screen) {
 
 void expect_frame(const Terminal& terminal) {
     EXPECT_EQ(terminal.cell(kMainTop, 1).text, kTopLeft);
-    EXPECT_EQ(terminal.cell(kLastRow + 1, 78).text, kBottomRight);
-    for (int row = kFirstRow; row <= kLastRow; row++) {
+    EXPECT_EQ(terminal.cell(kLastMainRow + 1, 78).text, kBottomRight);
+    for (int row = kFirstMainRow; row <= kLastMainRow; row++) {
         EXPECT_EQ(terminal.cell(row, 1).text, kVertical) << row;
         EXPECT_EQ(terminal.cell(row, 78).text, kVertical) << row;
     }
@@ -101,14 +101,14 @@ bool brings_values(std::string_view fault) {
 
 // Requests with a faulty reply after which the screen has received one of these replies and shows
 // what there is of it: the request after it. On General the strip asks for the same.
-size_t faulty_requests(const FaultCase& one) {
+size_t requests_for_faults(const ScreenFaultCase& one) {
     if (std::string_view(one.fault) == "hang") {
         return 1; // which is never answered
     }
-    return std::string_view(one.screen.command) == kGeneral.command ? 3 : 2;
+    return std::string_view(one.screen.command) == kGeneralFaults.command ? 3 : 2;
 }
 
-bool wait_for_faulty_pass(Terminal& terminal, const Simulator& server, const FaultCase& one,
+bool wait_for_faulty_pass(Terminal& terminal, const Simulator& server, const ScreenFaultCase& one,
                           const std::string& before) {
     const std::string_view fault = one.fault;
     if (fault == "refuse") {
@@ -117,11 +117,12 @@ bool wait_for_faulty_pass(Terminal& terminal, const Simulator& server, const Fau
     if (fault == "drip") { // which takes long, but is whole in the end
         return terminal.wait_until([&] { return figures(terminal) != before; });
     }
-    return terminal.wait_until([&] { return server.logged("fault=") >= faulty_requests(one); }) &&
-           terminal.wait_for_rest();
+    return terminal.wait_until([&] {
+        return server.logged("fault=") >= requests_for_faults(one);
+    }) && terminal.wait_for_rest();
 }
 
-class ScreenFault : public testing::TestWithParam<FaultCase> {};
+class ScreenFault : public testing::TestWithParam<ScreenFaultCase> {};
 
 // The server's clock is stopped until its replies are faulty, so that only a faulty reply can hold
 // other figures than those shown.
@@ -152,33 +153,35 @@ TEST_P(ScreenFault, LeavesTheOldValuesAndTheNextPassFillsTheScreenAgain) {
 }
 
 #define ON(screen)                                                                                 \
-    FaultCase{screen, "refuse"}, FaultCase{screen, "hang"}, FaultCase{screen, "drip"},             \
-        FaultCase{screen, "drip-header"}, FaultCase{screen, "swapped-magic"},                      \
-        FaultCase{screen, "huge-length"}, FaultCase{screen, "truncated"}, FaultCase {              \
+    ScreenFaultCase{screen, "refuse"}, ScreenFaultCase{screen, "hang"},                            \
+        ScreenFaultCase{screen, "drip"}, ScreenFaultCase{screen, "drip-header"},                   \
+        ScreenFaultCase{screen, "swapped-magic"}, ScreenFaultCase{screen, "huge-length"},          \
+        ScreenFaultCase{screen, "truncated"}, ScreenFaultCase {                                    \
         screen, "unclosed"                                                                         \
     }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, ScreenFault,
-                         testing::Values(ON(kGeneral), ON(kVolume), ON(kServerCounters),
-                                         ON(kStorageCounters), FaultCase{kConnection, "refuse"},
-                                         FaultCase{kParameters, "refuse"}),
+                         testing::Values(ON(kGeneralFaults), ON(kVolumeFaults),
+                                         ON(kServerCounterFaults), ON(kStorageCounterFaults),
+                                         ScreenFaultCase{kConnectionFaults, "refuse"},
+                                         ScreenFaultCase{kParametersFaults, "refuse"}),
                          name_of_case);
 
 // A dialog whose list is faulty when it opens.
-class DialogFault : public testing::TestWithParam<FaultCase> {};
+class DialogFault : public testing::TestWithParam<ScreenFaultCase> {};
 
-constexpr ScreenCase kVolumeList = {
+constexpr FaultyScreen kVolumeListFaults = {
     "VolumeList", Key::kF3, "Enter volume number", nullptr, nullptr, "listVolumes", "zrpserv"};
-constexpr ScreenCase kConnectionList = {"ConnectionList", Key::kF4, "Enter connection number",
-                                        nullptr,          nullptr,  "listConnections",
-                                        "zrpserv"};
+constexpr FaultyScreen kConnectionListFaults = {
+    "ConnectionList",  Key::kF4, "Enter connection number", nullptr, nullptr,
+    "listConnections", "zrpserv"};
 
 TEST_P(DialogFault, LetsItOpenLater) {
     ZRP_NEEDS_ROOT();
     const auto& [screen, fault] = GetParam();
     Simulator server;
     Terminal terminal(monitor());
-    ASSERT_TRUE(open_screen(terminal, kGeneral));
+    ASSERT_TRUE(open_screen(terminal, kGeneralFaults));
     server.control(order_for(GetParam()));
     terminal.press(screen.key);
     if (std::string_view(fault) != "refuse") { // which the server does not log
@@ -201,7 +204,8 @@ TEST_P(DialogFault, LetsItOpenLater) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, DialogFault,
-                         testing::Values(ON(kVolumeList), FaultCase{kConnectionList, "refuse"}),
+                         testing::Values(ON(kVolumeListFaults),
+                                         ScreenFaultCase{kConnectionListFaults, "refuse"}),
                          name_of_case);
 
 #undef ON

@@ -2,6 +2,7 @@
 // daemon.
 #pragma once
 
+#include <csignal>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,11 +28,19 @@ inline constexpr int kBlue = 4;
 inline constexpr int kCyan = 6;
 inline constexpr int kWhite = 7;
 
+// Each ends the monitor.
+inline constexpr int kEndingSignals[] = {SIGALRM, SIGHUP, SIGINT, SIGPIPE, SIGQUIT, SIGTERM};
+
 // Positions of the monitor's windows.
 inline constexpr int kStripTextRow = 3;
 inline constexpr int kUpTimeColumn = 18;
 inline constexpr int kMainTop = 5;    // the main window's frame
 inline constexpr int kListColumn = 6; // of a statistic
+
+// How the prompts of the dialogs begin.
+inline constexpr const char* kVolumeDialog = "Enter volume number";
+inline constexpr const char* kConnectionDialog = "Enter connection number";
+inline constexpr const char* kDiagnosticsDialog = "Enter selection";
 
 inline constexpr const char* kTopLeft = "\u250c";
 inline constexpr const char* kTopRight = "\u2510";
@@ -54,6 +63,9 @@ std::string parm(const std::string& name, const std::string& value,
                  const std::string& type = "unsignedInt");
 std::string up_time(const std::string& seconds);
 std::string statistics(const std::string& parms);
+
+// Shown as "figure: 1".
+inline const std::string kFigures = statistics(parm("figure", "1") + up_time("9"));
 
 // Answers the requests for statistics with these replies in order, and further ones with the last.
 // A pass on the General screen asks twice.

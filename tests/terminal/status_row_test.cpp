@@ -8,15 +8,15 @@
 namespace zrp {
 namespace {
 
-constexpr int kRows = 25;
-constexpr int kStatusRow = kRows - 2;
-constexpr int kFirstBlankRow = kRows - 5;
+constexpr int kTerminalRows = 25;
+constexpr int kRowOfStatus = kTerminalRows - 2;
+constexpr int kFirstBlankRow = kTerminalRows - 5;
 
 const harness::Cell kUntouched{.text = " ", .foreground = kWhite, .background = kBlack};
 
 bool row_is_blank(const Terminal& terminal) {
     for (int column = 0; column < terminal.screen().columns(); column++) {
-        if (!(terminal.cell(kStatusRow, column) == kUntouched)) {
+        if (!(terminal.cell(kRowOfStatus, column) == kUntouched)) {
             return false;
         }
     }
@@ -26,7 +26,7 @@ bool row_is_blank(const Terminal& terminal) {
 bool wait_for_row(Terminal& terminal, const std::string& pattern) {
     const std::regex expected(pattern);
     return terminal.wait_until(
-        [&] { return std::regex_match(terminal.row(kStatusRow), expected); });
+        [&] { return std::regex_match(terminal.row(kRowOfStatus), expected); });
 }
 
 std::string no_answer(const std::string& name, const std::string& reason) {
@@ -36,14 +36,15 @@ std::string no_answer(const std::string& name, const std::string& reason) {
 // The seconds that the row shows, -1 without any.
 int seconds_shown(const Terminal& terminal) {
     std::smatch found;
-    const std::string row = terminal.row(kStatusRow);
+    const std::string row = terminal.row(kRowOfStatus);
     return std::regex_search(row, found, std::regex("for ([0-9]+) s")) ? std::stoi(found[1]) : -1;
 }
 
 // The rows below the main window but for the status row.
 void expect_other_rows_untouched(const Terminal& terminal) {
-    for (int row = kFirstBlankRow; row < kRows; row++) {
-        for (int column = 0; row != kStatusRow && column < terminal.screen().columns(); column++) {
+    for (int row = kFirstBlankRow; row < kTerminalRows; row++) {
+        for (int column = 0; row != kRowOfStatus && column < terminal.screen().columns();
+             column++) {
             EXPECT_EQ(terminal.cell(row, column), kUntouched) << row << ", " << column;
         }
     }
@@ -98,11 +99,11 @@ TEST(StatusRow, CountsTheSecondsOfARefusalAndIsBlankAgainAfterTheNextGoodPass) {
         << terminal.text();
     const int first = seconds_shown(terminal);
     ASSERT_TRUE(terminal.wait_until([&] { return seconds_shown(terminal) >= first + 3; }));
-    const harness::Cell cell = terminal.cell(kStatusRow, 0);
+    const harness::Cell cell = terminal.cell(kRowOfStatus, 0);
     EXPECT_EQ(cell.foreground, kCyan);
     EXPECT_EQ(cell.background, kBlack);
-    for (int row = 0; row < kRows; row++) {
-        for (int column = 0; row != kStatusRow && column < 80; column++) {
+    for (int row = 0; row < kTerminalRows; row++) {
+        for (int column = 0; row != kRowOfStatus && column < 80; column++) {
             EXPECT_EQ(terminal.cell(row, column), before.at(row, column)) << row << ", " << column;
         }
     }
@@ -193,7 +194,7 @@ TEST(StatusRow, NamesAVolumeThatIsGone) {
 
 TEST(StatusRow, IsCutToTheWidthOfTheTerminal) {
     ZRP_NEEDS_ROOT();
-    MonitorFixture fixture(monitor(kRows, 40));
+    MonitorFixture fixture(monitor(kTerminalRows, 40));
     ASSERT_TRUE(fixture.begin());
     const std::string words(100, 'x');
     fixture.daemon->answer("serverStatistics",
@@ -239,7 +240,7 @@ TEST(StatusRow, OnTheVersionScreenAMuteComponentCounts) {
 }
 
 // A faulty reply to what a screen asks.
-struct FaultCase {
+struct StatusFaultCase {
     const char* name;
     Key key;
     const char* prompt; // of its dialog; null without one
@@ -248,7 +249,7 @@ struct FaultCase {
     const char* daemon;
 };
 
-constexpr FaultCase kFaultCases[] = {
+constexpr StatusFaultCase kFaultCases[] = {
     {"General", Key::kF2, nullptr, nullptr, "serverStatistics", "main daemon"},
     {"Volume", Key::kF3, "Enter volume number", "0\r", "volumeInformation", "main daemon"},
     {"Connection", Key::kF4, "Enter connection number", "2\r", "connectionInformationTag",
@@ -259,7 +260,7 @@ constexpr FaultCase kFaultCases[] = {
     {"Parameters", Key::kF6, nullptr, nullptr, "set", "main daemon"},
 };
 
-class FaultyReply : public testing::TestWithParam<FaultCase> {
+class FaultyReply : public testing::TestWithParam<StatusFaultCase> {
 protected:
     // Shows the screen, and then lets its replies be faulty.
     bool show_and_fault(const std::string& kind) {

@@ -20,7 +20,7 @@ namespace {
 using harness::ChildProcess;
 
 constexpr int kTop = kMainTop;
-constexpr int kColumn = 6;          // of the terminal
+constexpr int kVersionColumn = 6;   // of the terminal
 constexpr int kIndentedColumn = 11; // of the terminal
 
 const char* const kTitle = "ZRP Server Components";
@@ -110,7 +110,7 @@ bool show_versions(Terminal& terminal) {
         return false;
     }
     terminal.press(Key::kF7);
-    return terminal.wait_for_text(kTop + 1, kColumn, kTitle);
+    return terminal.wait_for_text(kTop + 1, kVersionColumn, kTitle);
 }
 
 // Waits until the screen shows these lines.
@@ -239,7 +239,7 @@ TEST(Version, PrefersTheEngineLibraryUnderUsrLib) {
     lib.write("pqs-modules/libzrpengine.so", binary("VeRsIoZrP = this one"));
     Terminal terminal(monitor());
     ASSERT_TRUE(show_versions(terminal)) << terminal.text();
-    EXPECT_TRUE(terminal.wait_for_text(kTop + 2, kColumn, "[libzrpengine] this one  "))
+    EXPECT_TRUE(terminal.wait_for_text(kTop + 2, kVersionColumn, "[libzrpengine] this one  "))
         << terminal.text();
     expect_clean_end(terminal);
 }
@@ -252,9 +252,9 @@ TEST(Version, AShorterTextLeavesTheRestOfTheOldOne) {
     machine.opt.write("velmora/zrpserv/sbin/zrpcon", binary("VeRsIoN = console 5"));
     Terminal terminal(monitor());
     ASSERT_TRUE(show_versions(terminal)) << terminal.text();
-    ASSERT_TRUE(terminal.wait_for_text(kTop + 3, kColumn, "      [zrpcon] console 5"));
+    ASSERT_TRUE(terminal.wait_for_text(kTop + 3, kVersionColumn, "      [zrpcon] console 5"));
     machine.opt.write("velmora/zrpserv/sbin/zrpcon", binary("VeRsIoN = new"));
-    EXPECT_TRUE(terminal.wait_for_text(kTop + 3, kColumn, "      [zrpcon] newsole 5"))
+    EXPECT_TRUE(terminal.wait_for_text(kTop + 3, kVersionColumn, "      [zrpcon] newsole 5"))
         << terminal.text();
     expect_clean_end(terminal);
 }
@@ -283,7 +283,7 @@ TEST(Version, AMarkerLineLongerThanTheBufferIsCut) {
                       binary("VeRsIoN = " + std::string(20000, 'v')));
     Terminal terminal(monitor());
     ASSERT_TRUE(show_versions(terminal)) << terminal.text();
-    EXPECT_TRUE(terminal.wait_for_text(kTop + 2, kColumn,
+    EXPECT_TRUE(terminal.wait_for_text(kTop + 2, kVersionColumn,
                                        "     [zrp2bks] " + std::string(57, 'v') + kVertical))
         << terminal.text();
     expect_clean_end(terminal);
@@ -462,16 +462,16 @@ TEST(Version, ASearchOfTheMonitorsOwnFileFindsOnlyItsVersionLine) {
 }
 
 // Faulty replies: the daemon's file is searched instead.
-struct Fault {
+struct VersionFaultCase {
     const char* name;
     std::string bytes;
 };
 
-std::ostream& operator<<(std::ostream& out, const Fault& fault) {
+std::ostream& operator<<(std::ostream& out, const VersionFaultCase& fault) {
     return out << fault.name;
 }
 
-class VersionFault : public testing::TestWithParam<Fault> {};
+class VersionFault : public testing::TestWithParam<VersionFaultCase> {};
 
 TEST_P(VersionFault, MakesTheMonitorSearchTheFile) {
     ZRP_NEEDS_ROOT();
@@ -489,16 +489,18 @@ TEST_P(VersionFault, MakesTheMonitorSearchTheFile) {
 
 INSTANTIATE_TEST_SUITE_P(
     Kinds, VersionFault,
-    testing::Values(
-        Fault{"WrongMagic", reply_header(4, 0, 0x12345678) + "text"},
-        Fault{"ShortHeader", reply_header(4).substr(0, 8)}, Fault{"NoReply", ""},
-        Fault{"EarlyClose", reply_header(5000) + "<zrp2bks_reply>"},
-        Fault{"ZeroLength", reply_header(0)},
-        Fault{"ErrorStatus", reply("<versionTag>1</versionTag>", 5)},
-        Fault{"ErrorElement", reply("<result value=\"-5\"/><versionTag>1</versionTag>")},
-        Fault{"Unclosed", reply("<zrp2bks_reply><versionTag>1")},
-        Fault{"TooLong", reply("<versionTag>" + std::string(4096, 'v') + "</versionTag>")},
-        Fault{"Noise", reply(std::string("\x00\x1b[2J<\xff<<\"", 10))}),
+    testing::Values(VersionFaultCase{"WrongMagic", reply_header(4, 0, 0x12345678) + "text"},
+                    VersionFaultCase{"ShortHeader", reply_header(4).substr(0, 8)},
+                    VersionFaultCase{"NoReply", ""},
+                    VersionFaultCase{"EarlyClose", reply_header(5000) + "<zrp2bks_reply>"},
+                    VersionFaultCase{"ZeroLength", reply_header(0)},
+                    VersionFaultCase{"ErrorStatus", reply("<versionTag>1</versionTag>", 5)},
+                    VersionFaultCase{"ErrorElement",
+                                     reply("<result value=\"-5\"/><versionTag>1</versionTag>")},
+                    VersionFaultCase{"Unclosed", reply("<zrp2bks_reply><versionTag>1")},
+                    VersionFaultCase{"TooLong", reply("<versionTag>" + std::string(4096, 'v') +
+                                                      "</versionTag>")},
+                    VersionFaultCase{"Noise", reply(std::string("\x00\x1b[2J<\xff<<\"", 10))}),
     [](const auto& fault) { return std::string(fault.param.name); });
 
 // The same fault in all three daemons, and no files.

@@ -337,7 +337,7 @@ struct KeyCase {
 
 class VolumeDialogKey : public testing::TestWithParam<KeyCase> {};
 
-constexpr const char* kParameter = "LOG_LEVEL";
+constexpr const char* kLogLevel = "LOG_LEVEL";
 
 // Opened on Parameters, so that keys that lead to General change the screen. The digits before the
 // key are discarded.
@@ -349,7 +349,7 @@ TEST_P(VolumeDialogKey, EndsTheDialogAndTakesEffect) {
                                    "<string>INFO</string></set></zrpConsoleReply>"});
     ASSERT_TRUE(wait_for_windows(fixture.terminal));
     fixture.terminal.press(Key::kF6);
-    ASSERT_TRUE(fixture.terminal.wait_for(kParameter)) << fixture.terminal.text();
+    ASSERT_TRUE(fixture.terminal.wait_for(kLogLevel)) << fixture.terminal.text();
     ASSERT_TRUE(fixture.open_dialog());
     ASSERT_EQ(fixture.terminal.screen().find_row(GetParam().shown), -1) << "the dialog hides it";
     fixture.terminal.type("12");
@@ -363,12 +363,12 @@ TEST_P(VolumeDialogKey, EndsTheDialogAndTakesEffect) {
 
 INSTANTIATE_TEST_SUITE_P(
     Keys, VolumeDialogKey,
-    testing::Values(KeyCase{"F1", Key::kF1, kParameter}, KeyCase{"F2", Key::kF2, "figure: 1"},
-                    KeyCase{"F6", Key::kF6, kParameter}, KeyCase{"Home", Key::kHome, "figure: 1"},
+    testing::Values(KeyCase{"F1", Key::kF1, kLogLevel}, KeyCase{"F2", Key::kF2, "figure: 1"},
+                    KeyCase{"F6", Key::kF6, kLogLevel}, KeyCase{"Home", Key::kHome, "figure: 1"},
                     KeyCase{"ShiftTab", Key::kShiftTab, "figure: 1"},
                     KeyCase{"Left", Key::kLeft, "figure: 1"},
                     KeyCase{"PageUp", Key::kPageUp, "figure: 1"},
-                    KeyCase{"Up", Key::kUp, kParameter}, KeyCase{"Down", Key::kDown, kParameter}),
+                    KeyCase{"Up", Key::kUp, kLogLevel}, KeyCase{"Down", Key::kDown, kLogLevel}),
     [](const auto& key) { return std::string(key.param.name); });
 
 TEST(VolumeDialog, F3OpensItAgainWithACurrentList) {
@@ -442,16 +442,16 @@ TEST(VolumeDialog, SpansAWideTerminal) {
 }
 
 // Faulty replies: the dialog does not open, and the screen stays.
-struct Fault {
+struct VolumeListFaultCase {
     const char* name;
     std::string bytes;
 };
 
-std::ostream& operator<<(std::ostream& out, const Fault& fault) {
+std::ostream& operator<<(std::ostream& out, const VolumeListFaultCase& fault) {
     return out << fault.name;
 }
 
-class VolumeListFault : public testing::TestWithParam<Fault> {};
+class VolumeListFault : public testing::TestWithParam<VolumeListFaultCase> {};
 
 TEST_P(VolumeListFault, OpensNoDialogAndTheNextAttemptDoes) {
     ZRP_NEEDS_ROOT();
@@ -472,16 +472,19 @@ TEST_P(VolumeListFault, OpensNoDialogAndTheNextAttemptDoes) {
 
 INSTANTIATE_TEST_SUITE_P(
     Kinds, VolumeListFault,
-    testing::Values(Fault{"WrongMagic", reply_header(4, 0, 0x12345678) + "text"},
-                    Fault{"ShortHeader", reply_header(4).substr(0, 8)}, Fault{"NoReply", ""},
-                    Fault{"EarlyClose", reply_header(5000) + "<zrpConsoleReply><listVolumes>"},
-                    Fault{"ZeroLength", reply_header(0)},
-                    Fault{"ErrorStatus", reply(volume_list(listed(0, "SYS")), 5)},
-                    Fault{"ErrorElement", reply(server_error(-5) + volume_list(listed(0, "SYS")))},
-                    Fault{"WriteError", reply("<writeResult>" + volume_list(listed(0, "SYS")))},
-                    Fault{"UnclosedElement",
-                          reply("<zrpConsoleReply><listVolumes>" + listed(0, "SYS"))},
-                    Fault{"Noise", reply(std::string("\x00\x1b[2J<\xff<<\"", 10))}),
+    testing::Values(
+        VolumeListFaultCase{"WrongMagic", reply_header(4, 0, 0x12345678) + "text"},
+        VolumeListFaultCase{"ShortHeader", reply_header(4).substr(0, 8)},
+        VolumeListFaultCase{"NoReply", ""},
+        VolumeListFaultCase{"EarlyClose", reply_header(5000) + "<zrpConsoleReply><listVolumes>"},
+        VolumeListFaultCase{"ZeroLength", reply_header(0)},
+        VolumeListFaultCase{"ErrorStatus", reply(volume_list(listed(0, "SYS")), 5)},
+        VolumeListFaultCase{"ErrorElement",
+                            reply(server_error(-5) + volume_list(listed(0, "SYS")))},
+        VolumeListFaultCase{"WriteError", reply("<writeResult>" + volume_list(listed(0, "SYS")))},
+        VolumeListFaultCase{"UnclosedElement",
+                            reply("<zrpConsoleReply><listVolumes>" + listed(0, "SYS"))},
+        VolumeListFaultCase{"Noise", reply(std::string("\x00\x1b[2J<\xff<<\"", 10))}),
     [](const auto& fault) { return std::string(fault.param.name); });
 
 } // namespace

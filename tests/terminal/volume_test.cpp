@@ -6,7 +6,7 @@
 namespace zrp {
 namespace {
 
-const std::string kList = volume_list(listed(0, "SYS") + listed(3, "DATA"));
+const std::string kTwoVolumes = volume_list(listed(0, "SYS") + listed(3, "DATA"));
 
 std::string value(const VolumeFixture& fixture, int row, int count) {
     return fixture.terminal.screen().text_at(row, kValueColumn, count);
@@ -25,7 +25,7 @@ bool wait_for_updates(VolumeFixture& fixture, size_t count) {
 
 TEST(Volume, DrawsTitleAndLabelsWithTheirColonsInOneColumn) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("3", {.name = "DATA"}));
     ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333"));
     const char* const rows[] = {
@@ -46,7 +46,7 @@ TEST(Volume, DrawsTitleAndLabelsWithTheirColonsInOneColumn) {
 
 TEST(Volume, DrawsTheValuesAfterTheLabels) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("0", {.status = "0x40000003", .shadow = "<shadow>/s</shadow>"}));
     ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333 ")) << fixture.terminal.text();
     EXPECT_EQ(value(fixture, kStatusRow, 24), "online mounted BKS      ");
@@ -59,7 +59,7 @@ TEST(Volume, DrawsTheValuesAfterTheLabels) {
 
 TEST(Volume, RequestsTheVolumeByNameInVersion5) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("3", {}));
     ASSERT_TRUE(wait_for_updates(fixture, 1));
     EXPECT_EQ(fixture.daemon->requests("volumeInformation").at(0),
@@ -78,7 +78,7 @@ class VolumeStatus : public testing::TestWithParam<StatusCase> {};
 
 TEST_P(VolumeStatus, ShowsItsWords) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("0", {.status = GetParam().status}));
     ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333"));
     EXPECT_EQ(value(fixture, kStatusRow, 40).substr(0, strlen(GetParam().words) + 3),
@@ -94,7 +94,7 @@ INSTANTIATE_TEST_SUITE_P(Bits, VolumeStatus,
 
 TEST(Volume, AStatusLongerThanTheRowIsCutAtTheFrame) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("0", {.status = "0xFFFFFFFF"}));
     ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333"));
     EXPECT_EQ(value(fixture, kStatusRow, 48),
@@ -123,7 +123,7 @@ TEST(Volume, AVolumeNameOf17CharactersIsSelectedButNeverRequested) {
 
 TEST(Volume, AShorterValueLeavesTheRestOfTheOldOne) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose(
         "0", {.mountPoint = "<mountPoint>/a/long/path</mountPoint>", .files = "12345"}));
     ASSERT_TRUE(wait_for_value(fixture, kFilesRow, "12345"));
@@ -138,7 +138,7 @@ TEST(Volume, AShorterValueLeavesTheRestOfTheOldOne) {
 
 TEST(Volume, AnEmptyValueLeavesTheOldOne) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("0", {}));
     ASSERT_TRUE(wait_for_value(fixture, kMountPointRow, "/mnt/sys"));
     fixture.daemon->answer(
@@ -150,7 +150,7 @@ TEST(Volume, AnEmptyValueLeavesTheOldOne) {
 
 TEST(Volume, TextsOfTheServerAreNotInterpreted) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose(
         "0", {.mountPoint = "<mountPoint>/%s%n/Gr\u00fc\u00dfe\x1b[2J</mountPoint>"}));
     EXPECT_TRUE(wait_for_value(fixture, kMountPointRow, "/%s%n/Gr\u00fc\u00dfe?[2J "))
@@ -159,7 +159,7 @@ TEST(Volume, TextsOfTheServerAreNotInterpreted) {
 
 TEST(Volume, TheLargestFiguresFit) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("0", {.clusters = "0x7FFFFFFFFFFFF",
                                      .files = "0xFFFFFFFFFFFFFFFF",
                                      .folders = "010",
@@ -173,7 +173,7 @@ TEST(Volume, TheLargestFiguresFit) {
 // In the layouts of other versions the figures are elsewhere, or missing.
 TEST(Volume, AnAnswerInVersion2ShowsItsShadowMountPoint) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("0", {.version = 2, .shadow = "<shadow>/mnt/shadow</shadow>"}));
     ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333 ")) << fixture.terminal.text();
     EXPECT_EQ(value(fixture, kShadowRow, 12), "/mnt/shadow ");
@@ -183,7 +183,7 @@ TEST(Volume, AnAnswerInVersion2ShowsItsShadowMountPoint) {
 
 TEST(Volume, AnAnswerInVersion2WithoutAShadowShowsNone) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("0", {.version = 2}));
     ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333 "));
     EXPECT_EQ(value(fixture, kShadowRow, 4), "n/a ");
@@ -193,7 +193,7 @@ class OtherVersion : public testing::TestWithParam<int> {};
 
 TEST_P(OtherVersion, ShowsTheSameFigures) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(
         fixture.choose("0", {.version = GetParam(), .shadow = "<shadow>/mnt/shadow</shadow>"}));
     ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333 ")) << fixture.terminal.text();
@@ -209,7 +209,7 @@ INSTANTIATE_TEST_SUITE_P(Answered, OtherVersion, testing::Values(1, 4, 6));
 
 TEST(Volume, AnAnswerInVersion3HasNoFigures) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("0", {.version = 3}));
     ASSERT_TRUE(wait_for_value(fixture, kShadowRow, "n/a")) << fixture.terminal.text();
     EXPECT_EQ(value(fixture, kMountPointRow, 9), "/mnt/sys ");
@@ -219,12 +219,12 @@ TEST(Volume, AnAnswerInVersion3HasNoFigures) {
 }
 
 // Faulty replies: the old values stay, and the next pass tries again.
-struct Fault {
+struct VolumeFaultCase {
     const char* name;
     std::string bytes;
 };
 
-std::ostream& operator<<(std::ostream& out, const Fault& fault) {
+std::ostream& operator<<(std::ostream& out, const VolumeFaultCase& fault) {
     return out << fault.name;
 }
 
@@ -249,11 +249,11 @@ std::string with_name(const std::string& name) {
     return reply(volume_information(facts));
 }
 
-class VolumeFault : public testing::TestWithParam<Fault> {};
+class VolumeFault : public testing::TestWithParam<VolumeFaultCase> {};
 
 TEST_P(VolumeFault, LeavesTheOldValuesUntilTheNextPassSucceeds) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("0", {}));
     ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333"));
     const harness::Snapshot before = fixture.terminal.screen().snapshot();
@@ -268,24 +268,26 @@ TEST_P(VolumeFault, LeavesTheOldValuesUntilTheNextPassSucceeds) {
 
 INSTANTIATE_TEST_SUITE_P(
     Kinds, VolumeFault,
-    testing::Values(Fault{"WrongMagic", reply_header(4, 0, 0x12345678) + "text"},
-                    Fault{"ShortHeader", reply_header(4).substr(0, 8)}, Fault{"NoReply", ""},
-                    Fault{"EarlyClose", reply_header(9000) + new_reply(5).substr(12, 300)},
-                    Fault{"ZeroLength", reply_header(0)},
-                    Fault{"ErrorStatus", reply(volume_information(kNewFacts), 5)},
-                    Fault{"ErrorElement", reply(server_error(-5) + volume_information(kNewFacts))},
-                    Fault{"WriteError", reply("<writeResult>" + volume_information(kNewFacts))},
-                    Fault{"Noise", reply(std::string("\x00\x1b[2J<\xff<<\"", 10))},
-                    Fault{"Version7", new_reply(7)}, Fault{"Version0", new_reply(0)},
-                    Fault{"VersionBelow0", new_reply(-1)},
-                    Fault{"NoMountPoint", without_mount_point(5)},
-                    Fault{"NoMountPointInVersion1", without_mount_point(1)},
-                    Fault{"NameOf32Characters", with_name(std::string(32, 'x'))}),
+    testing::Values(
+        VolumeFaultCase{"WrongMagic", reply_header(4, 0, 0x12345678) + "text"},
+        VolumeFaultCase{"ShortHeader", reply_header(4).substr(0, 8)},
+        VolumeFaultCase{"NoReply", ""},
+        VolumeFaultCase{"EarlyClose", reply_header(9000) + new_reply(5).substr(12, 300)},
+        VolumeFaultCase{"ZeroLength", reply_header(0)},
+        VolumeFaultCase{"ErrorStatus", reply(volume_information(kNewFacts), 5)},
+        VolumeFaultCase{"ErrorElement", reply(server_error(-5) + volume_information(kNewFacts))},
+        VolumeFaultCase{"WriteError", reply("<writeResult>" + volume_information(kNewFacts))},
+        VolumeFaultCase{"Noise", reply(std::string("\x00\x1b[2J<\xff<<\"", 10))},
+        VolumeFaultCase{"Version7", new_reply(7)}, VolumeFaultCase{"Version0", new_reply(0)},
+        VolumeFaultCase{"VersionBelow0", new_reply(-1)},
+        VolumeFaultCase{"NoMountPoint", without_mount_point(5)},
+        VolumeFaultCase{"NoMountPointInVersion1", without_mount_point(1)},
+        VolumeFaultCase{"NameOf32Characters", with_name(std::string(32, 'x'))}),
     [](const auto& fault) { return std::string(fault.param.name); });
 
 TEST(Volume, F3AndAChoiceRedrawTheWholeScreen) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("0", {.files = "12345"}));
     ASSERT_TRUE(wait_for_value(fixture, kFilesRow, "12345"));
     fixture.terminal.press(Key::kF3);
@@ -300,7 +302,7 @@ TEST(Volume, F3AndAChoiceRedrawTheWholeScreen) {
 // The last number is kept even when the user then quits: no volume has it.
 TEST(Volume, ARefusedNumberStopsTheFiguresOfTheShownVolume) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList});
+    VolumeFixture fixture({kTwoVolumes});
     ASSERT_TRUE(fixture.choose("0", {}));
     ASSERT_TRUE(wait_for_value(fixture, kTrusteesRow, "333"));
     fixture.terminal.press(Key::kF3);
@@ -316,7 +318,7 @@ TEST(Volume, ARefusedNumberStopsTheFiguresOfTheShownVolume) {
 
 TEST(Volume, FitsTheSmallestTerminal) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList}, 25, 40);
+    VolumeFixture fixture({kTwoVolumes}, 25, 40);
     fixture.daemon->answer("volumeInformation", {volume_information({})});
     ASSERT_TRUE(wait_for_windows(fixture.terminal));
     fixture.terminal.press(Key::kF3);
@@ -329,7 +331,7 @@ TEST(Volume, FitsTheSmallestTerminal) {
 
 TEST(Volume, AWideTerminalShowsMoreOfAStatus) {
     ZRP_NEEDS_ROOT();
-    VolumeFixture fixture({kList}, 40, 100);
+    VolumeFixture fixture({kTwoVolumes}, 40, 100);
     ASSERT_TRUE(fixture.choose("0", {.status = "0xFFFFFFFF"}));
     EXPECT_TRUE(
         wait_for_value(fixture, kStatusRow,
@@ -338,9 +340,9 @@ TEST(Volume, AWideTerminalShowsMoreOfAStatus) {
 }
 
 // On the simulated server, whose figures change.
-class SimulatedServer {
+class SimulatedVolumes {
 public:
-    explicit SimulatedServer(std::vector<std::string> arguments)
+    explicit SimulatedVolumes(std::vector<std::string> arguments)
         : child({.arguments = with_program(std::move(arguments)),
                  .standardOutput = harness::kPipe}) {}
 
@@ -364,7 +366,7 @@ bool open_dialog_of_simulation(Terminal& terminal) {
 
 TEST(Volume, ShowsAVolumeOfTheSimulatedServer) {
     ZRP_NEEDS_ROOT();
-    SimulatedServer server({});
+    SimulatedVolumes server({});
     Terminal terminal(monitor(40, 100));
     ASSERT_TRUE(open_dialog_of_simulation(terminal)) << terminal.text();
     terminal.type("0\r");
@@ -380,7 +382,7 @@ TEST(Volume, ShowsAVolumeOfTheSimulatedServer) {
 
 TEST(Volume, PagesThrough256Volumes) {
     ZRP_NEEDS_ROOT();
-    SimulatedServer server({"--volumes", "256"});
+    SimulatedVolumes server({"--volumes", "256"});
     Terminal terminal(monitor());
     ASSERT_TRUE(open_dialog_of_simulation(terminal)) << terminal.text();
     constexpr int kChangingTurns = 2;
@@ -404,7 +406,7 @@ TEST(Volume, PagesThrough256Volumes) {
 }
 
 // Expects the lines in this order, with others possibly between them.
-void expect_lines(const std::string& trace, const std::vector<std::string>& lines) {
+void expect_trace_lines(const std::string& trace, const std::vector<std::string>& lines) {
     size_t from = 0;
     for (const std::string& line : lines) {
         const size_t found = trace.find(line + "\n", from);
@@ -426,29 +428,30 @@ TEST(Volume, TracesTheDialogAndTheScreen) {
     ASSERT_TRUE(fixture.terminal.wait_until(
         [&] { return fixture.terminal.screen().find_row("Enter volume") == -1; }));
     expect_clean_end(fixture.terminal);
-    expect_lines(folder.trace(),
-                 {"SelectVolumeNumber: call do_list_volumes()",
-                  "do_list_volumes: BuildListVolumesRequest(0)",
-                  "do_list_volumes: startingIndex=-1 szReply=" + std::to_string(list.size()),
-                  "do_list_volumes: reply=\n\"" + list + "\"\n",
-                  "do_list_volumes: reply+offset=\n\"" + list + "\"\n",
-                  "do_list_volumes: ScanListVolumesReply() v=SYS stat=3 id=0",
-                  "do_list_volumes: ScanListVolumesReply() v=OFF stat=1 id=4",
-                  "do_list_volumes: v=OFF stat=1 id=4 NOT MOUNTED",
-                  "do_list_volumes: ScanListVolumesReply() rc=22", "do_list_volumes: volumeCount=1",
-                  "SelectVolumeNumber: wgetnstr() str=0", "SelectVolumeNumber: select SYS id=0",
-                  "updateVolumeWindow: call BuildVolumeInformationRequest",
-                  "updateVolumeWindow: call QueryZRPServer",
-                  "updateVolumeWindow: reply=\n\"" + volume_information({}) + "\"\n",
-                  "SelectVolumeNumber: fkey detected fkey=259"});
+    expect_trace_lines(folder.trace(),
+                       {"SelectVolumeNumber: call do_list_volumes()",
+                        "do_list_volumes: BuildListVolumesRequest(0)",
+                        "do_list_volumes: startingIndex=-1 szReply=" + std::to_string(list.size()),
+                        "do_list_volumes: reply=\n\"" + list + "\"\n",
+                        "do_list_volumes: reply+offset=\n\"" + list + "\"\n",
+                        "do_list_volumes: ScanListVolumesReply() v=SYS stat=3 id=0",
+                        "do_list_volumes: ScanListVolumesReply() v=OFF stat=1 id=4",
+                        "do_list_volumes: v=OFF stat=1 id=4 NOT MOUNTED",
+                        "do_list_volumes: ScanListVolumesReply() rc=22",
+                        "do_list_volumes: volumeCount=1", "SelectVolumeNumber: wgetnstr() str=0",
+                        "SelectVolumeNumber: select SYS id=0",
+                        "updateVolumeWindow: call BuildVolumeInformationRequest",
+                        "updateVolumeWindow: call QueryZRPServer",
+                        "updateVolumeWindow: reply=\n\"" + volume_information({}) + "\"\n",
+                        "SelectVolumeNumber: fkey detected fkey=259"});
 }
 
 TEST(Volume, TracesWhatFails) {
     ZRP_NEEDS_ROOT();
     const TraceFolder folder;
-    VolumeFixture fixture({kList}, traced_monitor(folder));
+    VolumeFixture fixture({kTwoVolumes}, traced_monitor(folder));
     fixture.daemon->answer_raw("listVolumes", {reply("", 5), reply(volume_list("")),
-                                               reply(server_error(9)), reply(kList)});
+                                               reply(server_error(9)), reply(kTwoVolumes)});
     ASSERT_TRUE(wait_for_windows(fixture.terminal));
     fixture.terminal.type("\x1bOR\x1bOR\x1bOR"); // F3 three times
     ASSERT_TRUE(fixture.terminal.wait_until(
@@ -458,7 +461,7 @@ TEST(Volume, TracesWhatFails) {
     fixture.terminal.type("0\r");
     ASSERT_TRUE(wait_for_updates(fixture, 3));
     expect_clean_end(fixture.terminal);
-    expect_lines(
+    expect_trace_lines(
         folder.trace(),
         {"do_list_volumes: QueryZRPServer() rc=5", "SelectVolumeNumber: do_list_volumes() rc=5",
          "SelectVolumeNumber: do_list_volumes() volumeCount == 0",

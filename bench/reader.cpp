@@ -108,7 +108,7 @@ void read_volumes(char* text, size_t size, Sum& sum) {
 }
 
 void add_entry(const ConnectionEntry& entry, Sum& sum) {
-    sum.add(entry.stationNumber);
+    sum.add(static_cast<uint32_t>(entry.stationNumber));
     sum.add(entry.zrpRequests);
     sum.add(entry.bytesRead);
     sum.add(entry.bytesWritten);

@@ -44,6 +44,16 @@ TEST(TerminalScreen, AWideCharacterTakesTwoCells) {
     EXPECT_EQ(screen.row(0), "\xe6\xbc\xa2x");
 }
 
+TEST(TerminalScreen, OneColumnHasNoRoomForAWideCharacter) {
+    TerminalScreen screen(2, 20);
+    screen.resize(2, 1);
+    screen.feed("\x1b[1;1Ha\xe6\xbc\xa2");
+    EXPECT_EQ(screen.cell(0, 0).text, "a");
+    screen.resize(2, 20);
+    screen.feed("\x1b[2;1H\xe6\xbc\xa2x");
+    EXPECT_EQ(screen.row(1), "\xe6\xbc\xa2x");
+}
+
 TEST(TerminalScreen, ReadsTheLineDrawingCharacters) {
     TerminalScreen screen(2, 20);
     screen.feed("\x1b(0lqk\x1b(Bl");

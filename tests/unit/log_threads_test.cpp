@@ -138,16 +138,25 @@ TEST_F(LogThreads, AChildMayBeForkedWhileOthersLog) {
         alarm(20); // a hanging child ends
         InitLogContext(path.c_str(), kLogEverything);
         std::atomic<bool> done = false;
+        std::atomic<int> entries =
+            0; // to write; without an end to them fork() waits long for its turn
         std::vector<std::jthread> writers;
         for (int i = 0; i < 2; i++) {
-            writers.emplace_back([&done] {
+            writers.emplace_back([&] {
                 while (!done) {
-                    GetLogContext()->operations.LogErrorTag("parent", "%d", 1);
+                    if (entries > 0) {
+                        entries--;
+                        GetLogContext()->operations.LogErrorTag("parent", "%d", 1);
+                    } else {
+                        std::this_thread::yield();
+                    }
                 }
             });
         }
         constexpr int kChildren = 100;
+        constexpr int kEntriesForEach = 50;
         for (int i = 0; i < kChildren; i++) {
+            entries = kEntriesForEach;
             const pid_t child = fork();
             if (child == 0) {
                 alarm(5);

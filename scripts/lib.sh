@@ -7,14 +7,20 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 # The folders whose code is installed.
 product=(app common core ctl exporter screens)
 
-# What the demo needs, and what the tests, the measurement of their coverage and the mutation check need
-# in addition.
+# What the demo needs, and what the tests, the measurement of their coverage, the packages, their proof
+# and the mutation check need.
 demo_packages=(cmake ninja-build g++ pkg-config libncurses-dev libvterm-dev libpugixml-dev
                libasio-dev libcli11-dev nlohmann-json3-dev prometheus-cpp-dev libcpp-httplib-dev
-               libssl-dev iproute2)
+               libssl-dev iproute2 python3)
 test_packages=("${demo_packages[@]}" clang clang-format clang-tidy libclang-rt-dev lld
-               libgtest-dev libbenchmark-dev shellcheck locales python3-jsonschema zsh fish)
+               libgtest-dev libbenchmark-dev shellcheck locales python3-jsonschema zsh fish
+               curl iproute2 jq man-db mandoc openssl)
 coverage_packages=("${demo_packages[@]}" libgtest-dev libbenchmark-dev gcovr python3-jsonschema)
+package_packages=(debhelper fakeroot cmake g++ libasio-dev libcli11-dev libcpp-httplib-dev libgtest-dev
+                  libncurses-dev libpugixml-dev libssl-dev nlohmann-json3-dev pkg-config
+                  prometheus-cpp-dev python3)
+proof_packages=(autopkgtest blhc debootstrap devscripts diffoscope-minimal faketime iproute2 lintian
+                locales man-db mandoc)
 mutation_packages=("${demo_packages[@]}" libgtest-dev lld python3 python3-jsonschema)
 
 say() {
@@ -41,14 +47,16 @@ is_installed() {
     [[ $(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
 }
 
+# Before a command that only root can run.
+as_root=()
+if ((EUID != 0)); then
+    as_root=(sudo)
+    [[ -t 0 ]] || as_root+=(-n) # nobody can type a password
+fi
+
 # as_root_apt ARGUMENT...: apt-get as root, without questions.
 as_root_apt() {
-    local root=()
-    if ((EUID != 0)); then
-        root=(sudo)
-        [[ -t 0 ]] || root+=(-n) # nobody can type a password
-    fi
-    quietly build/apt.log "${root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    quietly build/apt.log "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
         apt-get -q -y -o DPkg::Lock::Timeout=300 "$@"
 }
 

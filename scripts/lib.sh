@@ -12,10 +12,12 @@ product=(app common core ctl exporter screens)
 demo_packages=(cmake ninja-build g++ pkg-config libncurses-dev libvterm-dev libpugixml-dev
                libasio-dev libcli11-dev nlohmann-json3-dev prometheus-cpp-dev libcpp-httplib-dev
                libssl-dev iproute2 python3)
+manual_packages=(curl jq man-db mandoc openssl) # for the examples of the manual pages
 test_packages=("${demo_packages[@]}" clang clang-format clang-tidy libclang-rt-dev lld
                libgtest-dev libbenchmark-dev shellcheck locales python3-jsonschema zsh fish
-               curl iproute2 jq man-db mandoc openssl)
-coverage_packages=("${demo_packages[@]}" libgtest-dev libbenchmark-dev gcovr python3-jsonschema)
+               "${manual_packages[@]}")
+coverage_packages=("${demo_packages[@]}" libgtest-dev libbenchmark-dev gcovr python3-jsonschema
+                   "${manual_packages[@]}")
 package_packages=(debhelper fakeroot cmake g++ libasio-dev libcli11-dev libcpp-httplib-dev libgtest-dev
                   libncurses-dev libpugixml-dev libssl-dev nlohmann-json3-dev pkg-config
                   prometheus-cpp-dev python3)
@@ -78,15 +80,15 @@ install_missing() {
     as_root_apt install --no-install-recommends "${missing[@]}"
 }
 
-# Puts Debian's prometheus and promtool into build/prometheus. Installing the package would start a
-# service on the user's machine.
-unpack_prometheus() {
-    local folder=build/prometheus
-    [[ ! -x $folder/usr/bin/promtool ]] || return 0
+# unpack_package NAME: puts the programs of a Debian package into build/NAME. Installing prometheus or
+# nginx would start a service on the user's machine.
+unpack_package() {
+    local folder=build/$1
+    [[ ! -d $folder/usr ]] || return 0
     mkdir -p "$folder"
-    say "unpacking prometheus into $folder"
-    (cd "$folder" && apt-get -q download prometheus >apt.log 2>&1) || return 1
-    dpkg -x "$folder"/prometheus_*.deb "$folder"
+    say "unpacking $1 into $folder"
+    (cd "$folder" && apt-get -q download "$1" >apt.log 2>&1) || return 1
+    dpkg -x "$folder/$1"_*.deb "$folder"
 }
 
 # Prints how many compilers to run at once: one for each processor, with a gigabyte of memory each.

@@ -221,6 +221,12 @@ TEST_F(Release, IsNotMadeWhenACheckFails) {
     EXPECT_FALSE(fs::exists(tree_ / "build/release"));
 }
 
+TEST_F(Release, TheTreeHasOneVersion) {
+    const Outcome outcome = run({"scripts/version"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.errors, "");
+}
+
 TEST_F(Release, AVersionIsWrittenEverywhereAtOnce) {
     EXPECT_EQ(run({"scripts/version", "7.8.9"}).status, 0);
     EXPECT_EQ(run({"scripts/version"}).status, 0);

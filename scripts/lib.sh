@@ -7,14 +7,22 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 # The folders whose code is installed.
 product=(app common core ctl exporter screens)
 
-# What the demo needs, and what the tests, the measurement of their coverage and the mutation check need
-# in addition.
+# What the demo needs, and what the tests, the measurement of their coverage, the packages, their proof
+# and the mutation check need.
 demo_packages=(cmake ninja-build g++ pkg-config libncurses-dev libvterm-dev libpugixml-dev
                libasio-dev libcli11-dev nlohmann-json3-dev prometheus-cpp-dev libcpp-httplib-dev
-               libssl-dev iproute2)
+               libssl-dev iproute2 python3)
+manual_packages=(curl jq man-db mandoc openssl) # for the examples of the manual pages
 test_packages=("${demo_packages[@]}" clang clang-format clang-tidy libclang-rt-dev lld
-               libgtest-dev libbenchmark-dev shellcheck locales python3-jsonschema zsh fish)
-coverage_packages=("${demo_packages[@]}" libgtest-dev libbenchmark-dev gcovr python3-jsonschema)
+               libgtest-dev libbenchmark-dev shellcheck locales python3-jsonschema zsh fish
+               "${manual_packages[@]}")
+coverage_packages=("${demo_packages[@]}" libgtest-dev libbenchmark-dev gcovr python3-jsonschema
+                   "${manual_packages[@]}")
+package_packages=(debhelper fakeroot cmake g++ libasio-dev libcli11-dev libcpp-httplib-dev libgtest-dev
+                  libncurses-dev libpugixml-dev libssl-dev nlohmann-json3-dev pkg-config
+                  prometheus-cpp-dev python3)
+proof_packages=(autopkgtest blhc debootstrap devscripts diffoscope-minimal faketime iproute2 lintian
+                locales man-db mandoc)
 mutation_packages=("${demo_packages[@]}" libgtest-dev lld python3 python3-jsonschema)
 
 say() {
@@ -41,14 +49,16 @@ is_installed() {
     [[ $(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
 }
 
+# Before a command that only root can run.
+as_root=()
+if ((EUID != 0)); then
+    as_root=(sudo)
+    [[ -t 0 ]] || as_root+=(-n) # nobody can type a password
+fi
+
 # as_root_apt ARGUMENT...: apt-get as root, without questions.
 as_root_apt() {
-    local root=()
-    if ((EUID != 0)); then
-        root=(sudo)
-        [[ -t 0 ]] || root+=(-n) # nobody can type a password
-    fi
-    quietly build/apt.log "${root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    quietly build/apt.log "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
         apt-get -q -y -o DPkg::Lock::Timeout=300 "$@"
 }
 
@@ -70,15 +80,15 @@ install_missing() {
     as_root_apt install --no-install-recommends "${missing[@]}"
 }
 
-# Puts Debian's prometheus and promtool into build/prometheus. Installing the package would start a
-# service on the user's machine.
-unpack_prometheus() {
-    local folder=build/prometheus
-    [[ ! -x $folder/usr/bin/promtool ]] || return 0
+# unpack_package NAME: puts the programs of a Debian package into build/NAME. Installing prometheus or
+# nginx would start a service on the user's machine.
+unpack_package() {
+    local folder=build/$1
+    [[ ! -d $folder/usr ]] || return 0
     mkdir -p "$folder"
-    say "unpacking prometheus into $folder"
-    (cd "$folder" && apt-get -q download prometheus >apt.log 2>&1) || return 1
-    dpkg -x "$folder"/prometheus_*.deb "$folder"
+    say "unpacking $1 into $folder"
+    (cd "$folder" && apt-get -q download "$1" >apt.log 2>&1) || return 1
+    dpkg -x "$folder/$1"_*.deb "$folder"
 }
 
 # Prints how many compilers to run at once: one for each processor, with a gigabyte of memory each.

@@ -189,12 +189,14 @@ TEST(Package, HoldsTheManPagesOfWhatItInstalls) {
     const fs::path pages = kPrefix / "share/man";
     EXPECT_TRUE(fs::exists(pages / "man3/zrpclient.3"));
     EXPECT_TRUE(fs::exists(pages / "man8/zrptop.8"));
-    EXPECT_FALSE(fs::exists(pages / "man1/zrpsim.1"));
+    EXPECT_TRUE(fs::exists(pages / "man3/zrpclient_volumes.3"));
     EXPECT_TRUE(fs::exists(kPrefix / "sbin/zrptop"));
-    // Where it was built.
+    // Where they were built.
+    EXPECT_EQ(fs::exists(pages / "man1/zrpsim.1"), ZRP_HAS_TOOLS);
+    EXPECT_EQ(fs::exists(kPrefix / "bin/zrpsim"), ZRP_HAS_TOOLS);
     EXPECT_EQ(fs::exists(pages / "man8/zrp-exporter.8"), ZRP_HAS_EXPORTER);
     EXPECT_EQ(fs::exists(kPrefix / "bin/zrp-exporter"), ZRP_HAS_EXPORTER);
-    EXPECT_EQ(fs::exists(kPrefix / "share/zrptop/prometheus/alerts.yml"), ZRP_HAS_EXPORTER);
+    EXPECT_EQ(fs::exists(kPrefix / "share/zrp-exporter/prometheus/alerts.yml"), ZRP_HAS_EXPORTER);
     EXPECT_TRUE(fs::exists(kPrefix / "bin/zrpctl"));
     EXPECT_TRUE(fs::exists(kPrefix / "share/zrpctl/zrpctl.schema.json"));
     EXPECT_TRUE(fs::exists(pages / "man1/zrpctl.1"));

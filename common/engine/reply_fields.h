@@ -63,16 +63,16 @@ constexpr ReplyField whole_text(const char* tag) {
     return {tag, 0, sizeof(Text), FieldKind::kText};
 }
 
-// Stores the content of an element in the field's member. Returns kOk, or kTooLong; the member is then
-// untouched.
+// Stores the content of an element in the field's member. Returns kOk, or kTooLong; the member is
+// then untouched.
 int store_field(const ReplyField& field, std::string_view text, void* record);
 
 // Reads one field from the element of its name inside the outer element. Returns kOk, or kInvalid
 // when the element is missing or self-closing, or kTooLong; the member is then untouched.
 int read_field(const ReplyField& field, const XmlElement& outer, void* record);
 
-// Reads all rows in order and stops at the first that is missing and not optional. No row has the tag
-// of another one. Returns kOk, kInvalid or kTooLong.
+// Reads all rows in order and stops at the first that is missing and not optional. No row has the
+// tag of another one. Returns kOk, kInvalid or kTooLong.
 int read_fields(std::span<const ReplyField> fields, const XmlElement& outer, void* record);
 
 } // namespace zrp

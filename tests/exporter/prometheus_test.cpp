@@ -111,19 +111,20 @@ TEST(Promtool, HasNothingToSayOfTheMetrics) {
 TEST(Alerts, HaveATestASeverityASummaryAndAParagraph) {
     const std::vector<std::string> alerts = names_in("contrib/prometheus/alerts.yml", "alert");
     EXPECT_EQ(alerts.size(), 8U);
-    const std::string documents = source_file("docs/metrics.md");
+    const std::string page = source_file("docs/zrp-exporter.8");
     const std::string cases = source_file("contrib/prometheus/alerts_test.yml");
     const std::string text = source_file("contrib/prometheus/alerts.yml");
     for (const std::string& alert : alerts) {
-        EXPECT_NE(documents.find("### " + alert + "\n"), std::string::npos) << alert;
+        EXPECT_NE(page.find(".TP\n.B " + alert + "\n"), std::string::npos) << alert;
         EXPECT_NE(cases.find("alertname: " + alert + "\n        exp_alerts: []"), std::string::npos)
             << alert << " has no quiet case";
         EXPECT_NE(cases.find("alertname: " + alert + "\n        exp_alerts:\n"), std::string::npos)
             << alert << " has no firing case";
         const size_t start = text.find("alert: " + alert);
         const std::string rule = text.substr(start, text.find("- alert:", start) - start);
-        for (const char* part : {"severity: ", "summary: ", "runbook_url: docs/metrics.md#zrp"}) {
-            EXPECT_NE(rule.find(part), std::string::npos) << alert;
+        for (const std::string& part : {std::string("severity: "), std::string("summary: "),
+                                        "runbook_url: man:zrp-exporter(8)#" + alert + "\n"}) {
+            EXPECT_NE(rule.find(part), std::string::npos) << alert << " has no " << part;
         }
     }
 }

@@ -176,7 +176,7 @@ socket_t BoundedStream::socket() const {
     return fd_;
 }
 
-void CloseGently(int fd) {
+void EndGently(int fd) {
     constexpr size_t kMostRead = 16U << 20;
     ::shutdown(fd, SHUT_WR);
     // Closing while bytes are unread resets the connection, and the client may lose the answer.
@@ -189,7 +189,6 @@ void CloseGently(int fd) {
         }
         total += got > 0 ? static_cast<size_t>(got) : 0;
     }
-    close(fd);
 }
 
 } // namespace zrp::exporter

@@ -92,7 +92,8 @@ private:
     std::chrono::steady_clock::time_point end_; // of writing; set by the first write
 };
 
-// Ends a connection so that the answer reaches a client that still sends.
-void CloseGently(int fd);
+// Says that the answer is whole, and waits for the client to close, so that the answer reaches one
+// that still sends.
+void EndGently(int fd);
 
 } // namespace zrp::exporter

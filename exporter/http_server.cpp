@@ -137,13 +137,10 @@ private:
         threads_.Leave(waiting);
         if (outcome == Head::kWhole || outcome == Head::kTooLong) {
             Serve(fd, outcome, std::move(head));
+            EndGently(fd);
         }
         threads_.Close(open);
-        if (outcome == Head::kWhole || outcome == Head::kTooLong) {
-            CloseGently(fd);
-        } else {
-            ::close(fd);
-        }
+        ::close(fd);
         return true;
     }
 

@@ -46,6 +46,12 @@ TEST(Exporter, OffersTheFiguresOfTheServer) {
               cluster * static_cast<double>(sys.freeClusters));
     EXPECT_EQ(metrics.at("zrp_volume_purgeable_bytes{volume=\"SYS\"}"),
               cluster * static_cast<double>(sys.purgeableBlocks));
+    EXPECT_EQ(metrics.at("zrp_volume_cached_files{volume=\"SYS\"}"),
+              static_cast<double>(sys.dcCacheFiles));
+    EXPECT_EQ(metrics.at("zrp_volume_cached_folders{volume=\"SYS\"}"),
+              static_cast<double>(sys.dcCachedSubdirs));
+    EXPECT_EQ(metrics.at("zrp_volume_trustees{volume=\"SYS\"}"),
+              static_cast<double>(sys.dcTrusteeCount));
     EXPECT_EQ(count_series(metrics, "zrp_volume_info{volume=\"SYS\",number=\"0\",mount_point=\"/"),
               1U);
     EXPECT_EQ(count_series(metrics, "zrp_diagnostic{daemon=\"server\""), 53U);
@@ -53,6 +59,7 @@ TEST(Exporter, OffersTheFiguresOfTheServer) {
     EXPECT_EQ(
         count_series(metrics, "zrp_diagnostic{daemon=\"server\",group=\"ZRP Server Trustees\""),
         4U);
+    EXPECT_GT(count_series(metrics, "zrp_diagnostic{daemon=\"server\",group=\"other\""), 0U);
     EXPECT_EQ(count_series(metrics, "zrp_threads_"), 12U);
     EXPECT_EQ(count_series(metrics, "zrp_connection_read_bytes_total"), 0U);
     EXPECT_EQ(metrics.at("zrp_exporter_series_dropped"), 0);

@@ -202,6 +202,45 @@ TEST(HostileServer, ThatIsMuteOnOneCommandStillAnswersTheOthers) {
               1);
 }
 
+TEST(HostileServer, WhoseThreeDaemonsAreMuteCostsOneTimeLimit) {
+    const SimulatedServer server({"--fault", "hang"});
+    ASSERT_TRUE(server.ready());
+    Exporter exporter({"--timeout", "1"});
+    const Scrape metrics = scrape(exporter.port());
+    EXPECT_LT(metrics.at("zrp_exporter_scrape_seconds"), 1.9);
+    for (const char* daemon : {"server", "storage", "management"}) {
+        EXPECT_EQ(metrics.at("zrp_up{daemon=\"" + std::string(daemon) + "\"}"), 0) << daemon;
+    }
+    EXPECT_EQ(count_series(metrics, "zrp_up"), 3U);
+    EXPECT_EQ(count_series(metrics, "zrp_diagnostic"), 0U);
+    EXPECT_EQ(count_series(metrics, "zrp_server_"), 0U);
+}
+
+TEST(HostileServer, ThatRefusesTheSlotsHasThemFromItsStatistics) {
+    Exporter exporter({"--timeout", "2"});
+    Scrape whole;
+    Scrape partial;
+    {
+        const SimulatedServer server({"--clock", "1000"});
+        ASSERT_TRUE(server.ready());
+        whole = scrape(exporter.port());
+    }
+    {
+        const SimulatedServer server({"--clock", "1000", "--fault", "error-reply:serverConnInfo"});
+        ASSERT_TRUE(server.ready());
+        partial = scrape(exporter.port());
+    }
+    EXPECT_EQ(partial.at("zrp_exporter_exchange_failures_total{command=\"connection_slots\","
+                         "reason=\"refused\"}"),
+              1);
+    for (const char* name :
+         {"zrp_connections{state=\"logged_in\"}", "zrp_connections{state=\"not_logged_in\"}",
+          "zrp_connection_slots_in_use", "zrp_connection_slots_available",
+          "zrp_connection_slots_peak", "zrp_connections_licensed", "zrp_server_logins_allowed"}) {
+        EXPECT_EQ(partial.at(name), whole.at(name)) << name;
+    }
+}
+
 TEST(HostileServer, IsLoggedWhenItGoesAndWhenItComesBack) {
     Exporter exporter({"--timeout", "1"});
     for (int i = 0; i < 3; i++) {
@@ -299,6 +338,17 @@ TEST(Exporter, EndsAtOnceDuringACollection) {
     exporter.process().send_signal(SIGTERM);
     EXPECT_EQ(exporter.process().wait(), (ExitStatus{0, 0}));
     EXPECT_LT(Clock::now() - start, 2s);
+}
+
+TEST(Exporter, EndsAtOnceWhileAClientKeepsItsConnection) {
+    Exporter exporter;
+    const Descriptor client = connect_to(exporter.port());
+    send_text(client, "GET /-/healthy HTTP/1.1\r\n\r\n");
+    EXPECT_TRUE(read_to_end(client).ends_with("healthy\n"));
+    const auto start = Clock::now();
+    exporter.process().send_signal(SIGTERM);
+    EXPECT_EQ(exporter.process().wait(), (ExitStatus{0, 0}));
+    EXPECT_LT(Clock::now() - start, exporter::kHeadTime / 2);
 }
 
 } // namespace

@@ -1,5 +1,8 @@
 #include "exporter/options.h"
 
+#include <string>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 namespace zrp::exporter {
@@ -33,6 +36,31 @@ TEST(ReadTimeout, TakesSecondsWithinItsRange) {
     for (const char* text : {"", "0", "0.0", "-1", "300.1", "5s", "nan", "inf", "0,5", " 5"}) {
         EXPECT_FALSE(ReadTimeout(text)) << text;
     }
+}
+
+Options options_of(std::vector<std::string> words) {
+    words.insert(words.begin(), "zrp-exporter");
+    std::vector<char*> arguments;
+    for (std::string& word : words) {
+        arguments.push_back(word.data());
+    }
+    Options options;
+    EXPECT_EQ(ReadOptions(static_cast<int>(arguments.size()), arguments.data(), options),
+              std::nullopt);
+    return options;
+}
+
+TEST(ReadOptions, HaveTheirDefaults) {
+    const Options options = options_of({});
+    EXPECT_EQ(NameOf(options.listen), "127.0.0.1:9848");
+    EXPECT_EQ(options.limits.timeout, milliseconds(5000));
+    EXPECT_EQ(options.limits.connections, 0U);
+}
+
+TEST(ReadOptions, OfConnectionsHaveANumberOrNone) {
+    EXPECT_EQ(options_of({"--per-connection"}).limits.connections, 1000U);
+    EXPECT_EQ(options_of({"--per-connection=20000"}).limits.connections, 20000U);
+    EXPECT_EQ(NameOf(options_of({"--per-connection", "--listen", "[::1]:1"}).listen), "[::1]:1");
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 // The metrics, rules, alerts and the dashboard on a real Prometheus.
+#include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -12,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/exporter/exporter_process.h"
+#include "tests/exporter/new_folder.h"
 #include "tests/support/needs.h"
 #include "tests/support/simulated_server.h"
 
@@ -108,33 +111,43 @@ TEST(Promtool, HasNothingToSayOfTheMetrics) {
 TEST(Alerts, HaveATestASeverityASummaryAndAParagraph) {
     const std::vector<std::string> alerts = names_in("contrib/prometheus/alerts.yml", "alert");
     EXPECT_EQ(alerts.size(), 8U);
-    const std::string documents = source_file("docs/metrics.md");
+    const std::string page = source_file("docs/zrp-exporter.8");
     const std::string cases = source_file("contrib/prometheus/alerts_test.yml");
     const std::string text = source_file("contrib/prometheus/alerts.yml");
     for (const std::string& alert : alerts) {
-        EXPECT_NE(documents.find("### " + alert + "\n"), std::string::npos) << alert;
+        EXPECT_NE(page.find(".TP\n.B " + alert + "\n"), std::string::npos) << alert;
         EXPECT_NE(cases.find("alertname: " + alert + "\n        exp_alerts: []"), std::string::npos)
             << alert << " has no quiet case";
         EXPECT_NE(cases.find("alertname: " + alert + "\n        exp_alerts:\n"), std::string::npos)
             << alert << " has no firing case";
         const size_t start = text.find("alert: " + alert);
         const std::string rule = text.substr(start, text.find("- alert:", start) - start);
-        for (const char* part : {"severity: ", "summary: ", "runbook_url: docs/metrics.md#zrp"}) {
-            EXPECT_NE(rule.find(part), std::string::npos) << alert;
+        for (const std::string& part : {std::string("severity: "), std::string("summary: "),
+                                        "runbook_url: man:zrp-exporter(8)#" + alert + "\n"}) {
+            EXPECT_NE(rule.find(part), std::string::npos) << alert << " has no " << part;
         }
     }
 }
 
-// Three servers, three exporters, one Prometheus.
+// Simulated servers, each with its exporter, and one Prometheus.
 class Fleet {
 public:
-    Fleet()
-        : child_({.arguments = {"unshare", "--net", "--mount", "--pid", "--fork", "--kill-child",
-                                "--mount-proc", ZRP_SOURCES "/tools/fleet/fleet.sh", ZRP_BUILD,
-                                engine_folder(), ZRP_SOURCES "/contrib/prometheus", "--quick"},
-                  .standardInput = harness::kPipe,
-                  .standardOutput = harness::kPipe}) {
-        started = Answer();
+    // The prefix runs the script.
+    explicit Fleet(std::vector<std::string> prefix = {}) : child_(OptionsFor(std::move(prefix))) {
+        started_ = Answer();
+        const std::regex pattern("([0-9.]+:[0-9]+),? ");
+        const std::string exporters = started_.substr(0, started_.find("Prometheus"));
+        for (std::sregex_iterator at(exporters.begin(), exporters.end(), pattern), end; at != end;
+             ++at) {
+            addresses_.push_back((*at)[1]);
+        }
+    }
+
+    [[nodiscard]] size_t servers() const {
+        return addresses_.size();
+    }
+    [[nodiscard]] const std::string& started() const {
+        return started_;
     }
 
     // The lines of an answer.
@@ -145,25 +158,84 @@ public:
         return Answer();
     }
 
-    // Asks until the answer is not empty, or the deadline has passed.
-    std::string AskUntil(const std::string& line, const std::string& part) {
+    // Waits until the expression has a result.
+    testing::AssertionResult Gives(const std::string& expression) {
         const harness::Deadline deadline(harness::kPatience);
-        std::string answer;
-        do {
-            answer = Ask(line);
-        } while (answer.find(part) == std::string::npos && !deadline.passed());
-        return answer;
+        while (Ask("query " + expression).find("=>") == std::string::npos) {
+            if (deadline.passed()) {
+                return testing::AssertionFailure() << "no result: " << expression;
+            }
+        }
+        return testing::AssertionSuccess();
     }
 
-    ExitStatus End() {
+    // Name, server and volume of each alert that fires or is about to.
+    std::set<std::string> Alerts() {
+        const std::regex pattern("alertname=\"([A-Za-z]+)\".*alertstate=\"([a-z]+)\".*"
+                                 "instance=\"([0-9.:]+)\"(.*volume=\"([^\"]+)\")?");
+        const std::string answer = Ask("query ALERTS");
+        std::set<std::string> alerts;
+        for (std::sregex_iterator at(answer.begin(), answer.end(), pattern), end; at != end; ++at) {
+            const auto server = std::find(addresses_.begin(), addresses_.end(), (*at)[3].str());
+            alerts.insert((*at)[1].str() + " " + std::to_string(server - addresses_.begin() + 1) +
+                          ((*at)[5].length() == 0 ? "" : " " + (*at)[5].str()) +
+                          ((*at)[2] == "firing" ? "" : " " + (*at)[2].str()));
+        }
+        return alerts;
+    }
+
+    // Waits until these alerts are there, and then for two more scrapes, after which there
+    // must be no other.
+    void ExpectAlerts(const std::set<std::string>& wanted) {
+        const harness::Deadline deadline(harness::kPatience);
+        while (Alerts() != wanted && !deadline.passed()) {
+        }
+        const std::string count = "count_over_time(up{instance=\"" + addresses_.back() + "\"}[1h])";
+        const std::string answer = Ask("query " + count);
+        const size_t arrow = answer.find("=> ");
+        ASSERT_NE(arrow, std::string::npos) << answer;
+        const int scrapes = std::stoi(answer.substr(arrow + 3));
+        EXPECT_TRUE(Gives(count + " >= " + std::to_string(scrapes + 2)));
+        EXPECT_EQ(Alerts(), wanted);
+    }
+
+    // By Enter, or by a signal.
+    ExitStatus End(int signal = 0) {
         const std::string text = "\n";
-        EXPECT_EQ(write(child_.input().get(), text.data(), text.size()), 1);
+        if (signal != 0) {
+            child_.send_signal(signal);
+        } else {
+            EXPECT_EQ(write(child_.input().get(), text.data(), text.size()), 1);
+        }
         return child_.wait().value_or(ExitStatus{-1, 0});
     }
 
-    std::string started;
+    // Those of its processes that run, known by the folder in their environment.
+    [[nodiscard]] size_t CountProcesses() const {
+        size_t count = 0;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+            std::ifstream file(entry.path() / "environ");
+            const std::string text{std::istreambuf_iterator<char>(file), {}};
+            count += text.find("TMPDIR=" + folder_.path()) != std::string::npos ? 1 : 0;
+        }
+        return count;
+    }
+
+    [[nodiscard]] bool HasFiles() const {
+        return !std::filesystem::is_empty(folder_.path());
+    }
 
 private:
+    [[nodiscard]] harness::ChildOptions OptionsFor(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.end(),
+                         {ZRP_SOURCES "/tools/fleet/fleet.sh", ZRP_BUILD, engine_folder(),
+                          ZRP_SOURCES "/contrib/prometheus", "--quick"});
+        return {.arguments = std::move(arguments),
+                .environment = {"TMPDIR=" + folder_.path()},
+                .standardInput = harness::kPipe,
+                .standardOutput = harness::kPipe};
+    }
+
     std::string Answer() {
         std::string text;
         for (auto line = child_.read_line(); line && *line != "."; line = child_.read_line()) {
@@ -172,59 +244,94 @@ private:
         return text;
     }
 
+    NewFolder folder_;
     ChildProcess child_;
+    std::string started_;
+    std::vector<std::string> addresses_;
 };
 
-// Alert, server and volume of each alert that fires.
-std::set<std::string> firing(const std::string& answer) {
-    const std::regex pattern("alertname=\"([A-Za-z]+)\".*instance=\"10\\.77\\.([0-9])\\.2:9848\"(.*"
-                             "volume=\"([^\"]+)\")?");
-    std::set<std::string> alerts;
-    for (std::sregex_iterator at(answer.begin(), answer.end(), pattern), end; at != end; ++at) {
-        alerts.insert((*at)[1].str() + " " + (*at)[2].str() +
-                      ((*at)[4].length() == 0 ? "" : " " + (*at)[4].str()));
-    }
-    return alerts;
-}
-
-TEST(Fleet, FiresTheAlertsThatItMustAndNoOther) {
-    ZRP_NEEDS_PROMETHEUS();
-    ZRP_NEEDS_NAMESPACES();
-    Fleet fleet;
-    ASSERT_NE(fleet.started.find("10.77.3.2:9848"), std::string::npos) << fleet.started;
+void expect_results_of_rules_and_dashboard(Fleet& fleet) {
     for (const std::string& name : names_in("contrib/prometheus/rules.yml", "record")) {
-        EXPECT_NE(fleet.AskUntil("query " + name, "=>").find("=>"), std::string::npos) << name;
+        EXPECT_TRUE(fleet.Gives(name));
     }
     const std::vector<std::string> expressions = dashboard_expressions();
     EXPECT_GE(expressions.size(), 12U);
     for (const std::string& expression : expressions) {
-        EXPECT_NE(fleet.AskUntil("query " + expression, "=>").find("=>"), std::string::npos)
-            << expression;
+        EXPECT_TRUE(fleet.Gives(expression));
     }
-    const std::string kAlerts = "query ALERTS{alertstate=\"firing\"}";
-    EXPECT_EQ(firing(fleet.Ask(kAlerts)), std::set<std::string>());
+}
+
+// Other than promtool's cases, which hold them to their times, the fleet has alerts that fire at
+// once.
+void expect_alerts_as_shipped_but_for_their_times(Fleet& fleet) {
+    const std::string shipped = source_file("contrib/prometheus/alerts.yml");
+    EXPECT_EQ(fleet.Ask("alerts"), std::regex_replace(shipped, std::regex("        for: [0-9]+m\n"),
+                                                      "        for: 0s\n"));
+}
+
+TEST(Fleet, OfThreeFiresTheAlertsThatItMustAndNoOther) {
+    ZRP_NEEDS_PROMETHEUS();
+    ZRP_NEEDS_NAMESPACES();
+    Fleet fleet;
+    ASSERT_EQ(fleet.servers(), 3U) << fleet.started();
+    fleet.ExpectAlerts({});
+    for (const char* line : {"server 1 fault hang:zrp2bks", "server 2 connect 45",
+                             "server 3 connect 60 admin.acme", "server 3 clock 100"}) {
+        EXPECT_EQ(fleet.Ask(line), "") << line;
+    }
+    fleet.ExpectAlerts({"ZrpExporterDropsSeries 3", "ZrpNotLoggedInPilingUp 2",
+                        "ZrpServerRestarted 3", "ZrpStorageDaemonDown 1"});
     for (const char* line :
          {"server 1 quit", "server 2 fault hang", "server 3 fill DATA 97", "server 3 login off"}) {
-        EXPECT_EQ(fleet.Ask(line), "");
+        EXPECT_EQ(fleet.Ask(line), "") << line;
     }
-    const std::set<std::string> wanted = {
-        "ZrpServerDown 1",
-        "ZrpServerDown 2",
-        "ZrpLoginsDisabled 3",
-        "ZrpVolumeAlmostFull 3 DATA",
-        "ZrpVolumeFullWithinDay 3 DATA",
-    };
-    std::set<std::string> fired;
-    for (const harness::Deadline deadline(harness::kPatience);
-         fired != wanted && !deadline.passed();) {
-        fired = firing(fleet.Ask(kAlerts));
-    }
-    EXPECT_EQ(fired, wanted);
+    fleet.ExpectAlerts({"ZrpExporterDropsSeries 3", "ZrpLoginsDisabled 3", "ZrpServerDown 1",
+                        "ZrpServerDown 2", "ZrpServerRestarted 3", "ZrpVolumeAlmostFull 3 DATA",
+                        "ZrpVolumeFullWithinDay 3 DATA"});
     const std::string table = fleet.Ask("table");
-    EXPECT_NE(table.find("ZrpLoginsDisabled ZrpVolumeAlmostFull ZrpVolumeFullWithinDay"),
+    EXPECT_NE(table.find("ZrpExporterDropsSeries ZrpLoginsDisabled ZrpServerRestarted "
+                         "ZrpVolumeAlmostFull ZrpVolumeFullWithinDay\n"),
               std::string::npos)
         << table;
     EXPECT_EQ(fleet.End(), (ExitStatus{0, 0}));
+    EXPECT_EQ(fleet.CountProcesses(), 0U);
+}
+
+TEST(Fleet, OfOneRunsWithoutNamespaces) {
+    ZRP_NEEDS_PROMETHEUS();
+    raise_loopback();
+    Fleet fleet({WITHOUT_NAMESPACES_PROGRAM});
+    ASSERT_EQ(fleet.servers(), 1U) << fleet.started();
+    expect_alerts_as_shipped_but_for_their_times(fleet);
+    expect_results_of_rules_and_dashboard(fleet);
+    fleet.ExpectAlerts({});
+    for (const char* line : {"server 1 connect 100", "server 1 fill DATA 97", "server 1 login off",
+                             "server 1 clock 100", "server 1 fault hang:zrp2bks"}) {
+        EXPECT_EQ(fleet.Ask(line), "") << line;
+    }
+    fleet.ExpectAlerts({"ZrpExporterDropsSeries 1", "ZrpLoginsDisabled 1",
+                        "ZrpNotLoggedInPilingUp 1", "ZrpServerRestarted 1",
+                        "ZrpStorageDaemonDown 1", "ZrpVolumeAlmostFull 1 DATA",
+                        "ZrpVolumeFullWithinDay 1 DATA"});
+    EXPECT_EQ(fleet.Ask("server 1 quit"), "");
+    fleet.ExpectAlerts({"ZrpServerDown 1", "ZrpServerRestarted 1"});
+    EXPECT_TRUE(fleet.Gives("ALERTS{alertname=\"ZrpServerDown\",daemon=\"server\"}"));
+    EXPECT_EQ(fleet.Ask("stop 1"), "");
+    EXPECT_TRUE(
+        fleet.Gives("ALERTS{alertname=\"ZrpServerDown\",daemon=\"\",alertstate=\"firing\"}"));
+    EXPECT_TRUE(fleet.HasFiles());
+    EXPECT_EQ(fleet.End(SIGINT), (ExitStatus{130, 0}));
+    EXPECT_FALSE(fleet.HasFiles());
+    EXPECT_EQ(fleet.CountProcesses(), 0U);
+}
+
+TEST(Fleet, OfThreeEndsWholeOnASignal) {
+    ZRP_NEEDS_PROMETHEUS();
+    ZRP_NEEDS_NAMESPACES();
+    Fleet fleet;
+    EXPECT_GE(fleet.CountProcesses(), 8U);
+    EXPECT_EQ(fleet.End(SIGTERM), (ExitStatus{143, 0}));
+    EXPECT_EQ(fleet.CountProcesses(), 0U);
 }
 
 } // namespace

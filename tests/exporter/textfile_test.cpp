@@ -2,38 +2,18 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <system_error>
 
 #include <gtest/gtest.h>
 
+#include "tests/exporter/new_folder.h"
+
 namespace zrp::exporter {
 namespace {
-
-class NewFolder {
-public:
-    NewFolder() : path_(std::filesystem::temp_directory_path() / "textfile_test_XXXXXX") {
-        if (mkdtemp(path_.data()) == nullptr) {
-            throw std::system_error(errno, std::generic_category(), "mkdtemp");
-        }
-    }
-    NewFolder(const NewFolder&) = delete;
-    NewFolder& operator=(const NewFolder&) = delete;
-    ~NewFolder() {
-        std::filesystem::remove_all(path_);
-    }
-    [[nodiscard]] const std::string& path() const {
-        return path_;
-    }
-
-private:
-    std::string path_;
-};
 
 std::string content_of(const std::string& path) {
     std::ifstream file(path);

@@ -241,6 +241,24 @@ TEST(Simulator, FillsAVolumeAndDisablesLoginsWhenTold) {
     EXPECT_EQ(answer_to(child, "login maybe"), "error: login takes \"on\" or \"off\"");
 }
 
+TEST(Simulator, LetsClientsConnect) {
+    ChildProcess child = started({"--control", "--connections", "0"});
+    EXPECT_EQ(answer_to(child, "connect 3"), "ok");
+    EXPECT_EQ(answer_to(child, "connect 2 admin.acme"), "ok");
+    const std::string reply = ask_statistics().reply;
+    EXPECT_NE(reply.find("connectionSlotsInUse</name><value type=\"unsignedInt\">5<"),
+              std::string::npos)
+        << reply;
+    EXPECT_NE(reply.find("notLoggedInCount</name><value type=\"unsignedInt\">3<"),
+              std::string::npos)
+        << reply;
+    for (const char* line : {"connect", "connect -1", "connect x"}) {
+        EXPECT_EQ(answer_to(child, line),
+                  "error: connect takes a number of clients, and a user if they are logged in");
+    }
+    EXPECT_EQ(answer_to(child, "connect 32763"), "error: there are 32767 connection slots");
+}
+
 TEST(Simulator, AWrongCommandGetsAnError) {
     ChildProcess child = started({"--control"});
     EXPECT_EQ(answer_to(child, "dance"), "error: unknown command \"dance\"");

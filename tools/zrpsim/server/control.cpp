@@ -6,6 +6,7 @@
 #include <sstream>
 #include <unistd.h>
 
+#include "tools/zrpsim/world/population.h"
 #include "tools/zrpsim/world/whole_number.h"
 
 namespace zrp::sim {
@@ -75,6 +76,22 @@ std::string set_login(Server& server, std::istringstream& words) {
     return {};
 }
 
+std::string add_clients(Server& server, std::istringstream& words) {
+    std::string word;
+    std::string user;
+    words >> word >> user;
+    World& world = server.world;
+    const auto count = whole_number<int>(word);
+    if (!count || *count < 0) {
+        return "connect takes a number of clients, and a user if they are logged in";
+    }
+    if (world.connections.size() + static_cast<size_t>(*count) > kConnectionSlots) {
+        return "there are " + std::to_string(kConnectionSlots) + " connection slots";
+    }
+    connect_clients(world, *count, user);
+    return {};
+}
+
 std::string quit(Server& server, std::istringstream&) {
     server.io.stop();
     return {};
@@ -90,6 +107,7 @@ constexpr std::array kControls = std::to_array<ControlRow>({
     {"clock", set_clock},
     {"fill", fill_volume},
     {"login", set_login},
+    {"connect", add_clients},
     {"quit", quit},
 });
 

@@ -83,6 +83,10 @@ std::string user_name(uint64_t draw) {
     return std::string(user) + "." + context;
 }
 
+std::string address_of(int station) {
+    return "10.1." + std::to_string(station / 250 % 250) + "." + std::to_string(station % 250 + 1);
+}
+
 } // namespace
 
 Volume make_volume(const World& world, int number, std::string name) {
@@ -130,8 +134,7 @@ void make_connections(World& world, int count) {
         const uint64_t rate = scatter(world.seed, kConnectionRate, index);
         Connection connection{};
         connection.station = station;
-        connection.address =
-            "10.1." + std::to_string(station / 250 % 250) + "." + std::to_string(station % 250 + 1);
+        connection.address = address_of(station);
         connection.loginMs =
             static_cast<int64_t>(scatter(world.seed, kConnectionLogin, index) % 14400000);
         // About every tenth station is not logged in.
@@ -155,6 +158,18 @@ void make_connections(World& world, int count) {
     }
     world.peakConnections = world.connections.size() + 3;
     world.closedTraffic = {8123456789, 3210987654, 7654321};
+}
+
+void connect_clients(World& world, int count, std::string_view user) {
+    for (int i = 0; i < count; i++) {
+        Connection connection{};
+        connection.station = world.connections.empty() ? 1 : world.connections.back().station + 1;
+        connection.address = address_of(connection.station);
+        connection.name = user.empty() ? kNotLoggedIn : user;
+        connection.loginMs = world.upTimeMs;
+        world.connections.push_back(std::move(connection));
+    }
+    world.peakConnections = std::max(world.peakConnections, world.connections.size());
 }
 
 } // namespace zrp::sim

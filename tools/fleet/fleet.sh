@@ -45,10 +45,12 @@ end_namespaces() {
 }
 
 if [[ $1 != --inside ]] && options=$(find_namespaces); then
+    entry=--net
+    [[ $options != *--user* ]] || entry+=' --user --preserve-credentials'
     # unshare complains when its child is killed; the child has the real standard error.
     # shellcheck disable=SC2016 # for the other shell, whose process becomes that of unshare
-    setpriv --pdeathsig KILL bash -c 'exec unshare $1 "$2" --inside $$ "${@:3}"' bash \
-        "$options" "$0" "$@" <&0 9>&2 2>/dev/null &
+    setpriv --pdeathsig KILL bash -c 'exec unshare $1 "$2" --inside "--target $$ $3" "${@:4}"' bash \
+        "$options" "$0" "$entry" "$@" <&0 9>&2 2>/dev/null &
     unshare=$!
     trap 'end_namespaces 130' INT
     trap 'end_namespaces 143' TERM HUP
@@ -244,7 +246,7 @@ done
 start_prometheus
 echo "exporters on ${address[*]}, Prometheus on $engine"
 if ((servers > 1)); then
-    echo "in the network of process $entry: nsenter --target $entry --net --user --preserve-credentials"
+    echo "in a network of their own: nsenter $entry curl http://$engine/metrics"
 fi
 table
 echo .

@@ -308,11 +308,11 @@ TEST(HostileClient, ManyThatKeepTheirConnectionDoNotHoldAScrape) {
 }
 
 TEST(HostileClient, ManyThatReadNothingDoNotHoldAScrape) {
-    const SimulatedServer server({"--connections", "5000"});
+    const SimulatedServer server({"--connections", "500"});
     ASSERT_TRUE(server.ready());
-    Exporter exporter({"--per-connection=5000", "--timeout", "60"});
+    Exporter exporter({"--per-connection=500", "--timeout", "60"});
     std::list<Descriptor> deaf;
-    for (size_t i = 0; i < exporter::kMostConnections; i++) {
+    for (size_t i = 0; i < 2 * exporter::kMostConnections; i++) {
         deaf.push_back(connect_to(exporter.port()));
         const int least = 1;
         setsockopt(deaf.back().get(), SOL_SOCKET, SO_RCVBUF, &least, sizeof least);

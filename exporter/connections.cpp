@@ -136,7 +136,8 @@ Head ReadHead(int fd, std::string& head) {
     return head.size() > kLongestHead ? Head::kTooLong : Head::kWhole;
 }
 
-BoundedStream::BoundedStream(int fd, std::string input) : fd_(fd), input_(std::move(input)) {}
+BoundedStream::BoundedStream(int fd, std::string input, std::function<void()> begins)
+    : fd_(fd), input_(std::move(input)), begins_(std::move(begins)) {}
 
 bool BoundedStream::is_readable() const {
     return position_ < input_.size();
@@ -156,6 +157,7 @@ ssize_t BoundedStream::read(char* data, size_t size) {
 ssize_t BoundedStream::write(const char* data, size_t size) {
     if (end_ == Clock::time_point()) {
         end_ = Clock::now() + kAnswerTime;
+        begins_();
     }
     for (;;) {
         const ssize_t sent = send(fd_, data, size, MSG_NOSIGNAL | MSG_DONTWAIT);

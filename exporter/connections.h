@@ -1,12 +1,14 @@
 // The connections of HTTP clients: how many, for how long, and how much they may send.
 //
 // A client that sends nothing, or byte by byte, or reads nothing costs one thread for a bounded
-// time. When there are as many as there may be, the one that has been without a request for longest
-// makes room for the next: a scrape, which sends its request at once, never waits for the others.
+// time. When there are as many as there may be, the one that has kept the exporter waiting for
+// longest makes room for the next: a scrape, which sends its request and reads the answer at once,
+// never waits for the others.
 #pragma once
 
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <httplib.h>
 #include <map>
 #include <mutex>
@@ -29,7 +31,8 @@ public:
     // Ends all connections and waits for their threads.
     void Finish();
 
-    // A connection that has sent no whole request yet registers itself, and leaves when it has.
+    // A connection registers itself while it waits for its client: for the whole request, and from
+    // the start of the answer until the client closes.
     uint64_t Enter(int fd);
     void Leave(uint64_t id);
 
@@ -48,7 +51,7 @@ private:
     std::map<uint64_t, std::thread> threads_;
     std::map<uint64_t, std::thread> ended_; // to be joined
     std::map<uint64_t, int> open_;          // descriptors
-    std::map<uint64_t, int> waiting_;       // those without a request, the oldest first
+    std::map<uint64_t, int> waiting_;       // those that wait for their client, the oldest first
     uint64_t next_ = 0;
     bool ending_ = false;
 };
@@ -73,10 +76,11 @@ enum class Head : uint8_t { kWhole, kTooLong, kLate, kClosed };
 // Reads up to the empty line after the headers; what follows stays in the socket or is appended.
 Head ReadHead(int fd, std::string& head);
 
-// The stream of one request: what was read, then nothing; writing within kAnswerTime.
+// The stream of one request: what was read, then nothing; writing within kAnswerTime. It says when
+// writing begins.
 class BoundedStream : public httplib::Stream {
 public:
-    BoundedStream(int fd, std::string input);
+    BoundedStream(int fd, std::string input, std::function<void()> begins);
     [[nodiscard]] bool is_readable() const override;
     [[nodiscard]] bool is_writable() const override;
     ssize_t read(char* data, size_t size) override;
@@ -88,6 +92,7 @@ public:
 private:
     int fd_;
     std::string input_;
+    std::function<void()> begins_;
     size_t position_ = 0;
     std::chrono::steady_clock::time_point end_; // of writing; set by the first write
 };

@@ -131,23 +131,24 @@ public:
 private:
     bool process_and_close_socket(socket_t fd) override {
         const uint64_t open = threads_.Open(fd);
-        const uint64_t waiting = threads_.Enter(fd);
+        uint64_t waiting = threads_.Enter(fd);
         std::string head;
         const Head outcome = ReadHead(fd, head);
         threads_.Leave(waiting);
         if (outcome == Head::kWhole || outcome == Head::kTooLong) {
-            Serve(fd, outcome, std::move(head));
+            Serve(fd, outcome, std::move(head), [&] { waiting = threads_.Enter(fd); });
             EndGently(fd);
+            threads_.Leave(waiting);
         }
         threads_.Close(open);
         ::close(fd);
         return true;
     }
 
-    void Serve(socket_t fd, Head outcome, std::string head) {
+    void Serve(socket_t fd, Head outcome, std::string head, std::function<void()> begins) {
         const bool isHttp = has_request_line(head);
         const bool isKnown = is_known_method(head);
-        BoundedStream stream(fd, std::move(head));
+        BoundedStream stream(fd, std::move(head), std::move(begins));
         if (outcome == Head::kTooLong) {
             stream.httplib::Stream::write(short_answer("431 Request Header Fields Too Large"));
         } else if (!isHttp) {

@@ -295,6 +295,34 @@ TEST(HostileClient, ThatReadsNothingDoesNotHoldTheOthers) {
     EXPECT_EQ(get_page(exporter.port(), "/metrics").status, 200);
 }
 
+TEST(HostileClient, ManyThatKeepTheirConnectionDoNotHoldAScrape) {
+    Exporter exporter({"--timeout", "0.5"});
+    std::list<Descriptor> idle;
+    for (size_t i = 0; i < 2 * exporter::kMostConnections; i++) {
+        idle.push_back(connect_to(exporter.port()));
+        send_text(idle.back(), "GET /-/healthy HTTP/1.1\r\n\r\n");
+    }
+    const auto start = Clock::now();
+    EXPECT_EQ(scrape(exporter.port()).at("zrp_up{daemon=\"server\"}"), 0);
+    EXPECT_LT(Clock::now() - start, exporter::kHeadTime / 2);
+}
+
+TEST(HostileClient, ManyThatReadNothingDoNotHoldAScrape) {
+    const SimulatedServer server({"--connections", "500"});
+    ASSERT_TRUE(server.ready());
+    Exporter exporter({"--per-connection=500", "--timeout", "60"});
+    std::list<Descriptor> deaf;
+    for (size_t i = 0; i < 2 * exporter::kMostConnections; i++) {
+        deaf.push_back(connect_to(exporter.port()));
+        const int least = 1;
+        setsockopt(deaf.back().get(), SOL_SOCKET, SO_RCVBUF, &least, sizeof least);
+        send_text(deaf.back(), "GET /metrics HTTP/1.1\r\n\r\n");
+    }
+    const auto start = Clock::now();
+    EXPECT_EQ(get_page(exporter.port(), "/metrics").status, 200);
+    EXPECT_LT(Clock::now() - start, exporter::kHeadTime);
+}
+
 TEST(SharedCollection, AScrapeThatComesDuringOneGetsItsResult) {
     ScriptedPeer peer(kMainDaemonSocket, {{read_request(), hang()}});
     Exporter exporter({"--timeout", "2"});

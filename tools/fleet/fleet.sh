@@ -45,10 +45,12 @@ end_namespaces() {
 }
 
 if [[ $1 != --inside ]] && options=$(find_namespaces); then
+    entry=--net
+    [[ $options != *--user* ]] || entry+=' --user --preserve-credentials'
     # unshare complains when its child is killed; the child has the real standard error.
     # shellcheck disable=SC2016 # for the other shell, whose process becomes that of unshare
-    setpriv --pdeathsig KILL bash -c 'exec unshare $1 "$2" --inside $$ "${@:3}"' bash \
-        "$options" "$0" "$@" <&0 9>&2 2>/dev/null &
+    setpriv --pdeathsig KILL bash -c 'exec unshare $1 "$2" --inside "--target $$ $3" "${@:4}"' bash \
+        "$options" "$0" "$entry" "$@" <&0 9>&2 2>/dev/null &
     unshare=$!
     trap 'end_namespaces 130' INT
     trap 'end_namespaces 143' TERM HUP
@@ -133,7 +135,7 @@ start_server() {
     run_on "$n" "$work/answers$n" "$sim" --control --seed "$n" --clock $((n * 100000)) <&"$descriptor"
     process[n]=$!
     wait_until $! "$work/answers$n" grep -q '^ready' "$work/answers$n"
-    run_on "$n" "$work/log$n" "$exporter" --listen "$(host "$n"):$port" --timeout 0.5 --per-connection=100
+    run_on "$n" "$work/log$n" "$exporter" --listen "$(host "$n"):$port" --timeout 1.5 --per-connection=100
     exporters[n]=$!
     wait_until $! "$work/log$n" grep -q 'listening on' "$work/log$n"
     address[n]=$(sed -n 's/.*listening on //p' "$work/log$n")
@@ -149,7 +151,7 @@ start_prometheus() {
         sed -i 's/^\( *for:\) .*/\1 0s/' "$work/alerts.yml"
     fi
     cat >"$work/prometheus.yml" <<END
-global: {scrape_interval: 1s, scrape_timeout: 1s, evaluation_interval: 250ms}
+global: {scrape_interval: 2s, scrape_timeout: 2s, evaluation_interval: 500ms}
 rule_files: [rules.yml, alerts.yml]
 scrape_configs:
   - job_name: zrp
@@ -244,7 +246,7 @@ done
 start_prometheus
 echo "exporters on ${address[*]}, Prometheus on $engine"
 if ((servers > 1)); then
-    echo "in the network of process $entry: nsenter --target $entry --net --user --preserve-credentials"
+    echo "in a network of their own: nsenter $entry curl http://$engine/metrics"
 fi
 table
 echo .

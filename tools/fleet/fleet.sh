@@ -73,8 +73,9 @@ if [[ $1 == --inside ]]; then
     ip link set lo up
 else
     work=$(mktemp -d)
-    # Whoever ends this one, with whatever signal: its children end too.
-    trap 'kill $(jobs -p) 2>/dev/null || true; wait; rm -rf "$work"' EXIT
+    # Whoever ends this one, with whatever signal: its children end too, and at once, for what they
+    # have is thrown away.
+    trap 'kill -KILL $(jobs -p) 2>/dev/null || true; wait 2>/dev/null || true; rm -rf "$work"' EXIT
     trap 'exit 130' INT
     trap 'exit 143' TERM HUP
 fi

@@ -13,9 +13,9 @@
 
 namespace zrp {
 
-// Counts one exchange as in flight for the lifetime of the object, and tells its daemon's state
-// (exchange_state.h) what it does. A forked child has no part in the exchanges of its parent's
-// other threads: they leave the list and the counts there.
+// Counts one exchange as in flight for the lifetime of the object, and records in its daemon's
+// state (exchange_state.h) what it does. A forked child has no part in the exchanges of its
+// parent's other threads: they leave the list and the counts there.
 class InFlight {
 public:
     explicit InFlight(std::atomic<uint32_t>& count);

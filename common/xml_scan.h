@@ -104,7 +104,7 @@ constexpr bool is_text_character(uint32_t number) {
 // One of the five entities, or a reference to the number of a text character.
 struct Reference {
     size_t size = 0;        // bytes that it takes in the text; 0 when there is none
-    uint32_t character = 0; // that it stands for
+    uint32_t character = 0; // that it names
 };
 
 // The reference that the '&' at position begins.

@@ -6,8 +6,8 @@
 
 namespace zrp::ctl {
 
-// What may stand for the last word, after the words before it: a line for each. Names of the server
-// come within a second or not at all.
+// The words that can complete the last one, one a line. Names of the server come within a second or
+// not at all.
 std::string completions(std::span<const char* const> words);
 
 } // namespace zrp::ctl

@@ -20,7 +20,7 @@ void append_entry(std::string& out, const std::string& name, const std::string& 
     out += line + summary + '\n';
 }
 
-// What stands for the value of an option in the synopsis.
+// The placeholder of an option's value in the synopsis.
 const char* value_name(ArgumentKind kind) {
     switch (kind) {
     case ArgumentKind::kFlag:

@@ -41,7 +41,7 @@ std::vector<size_t> widths_of(const Table& table, bool withHeading) {
     return widths;
 }
 
-// Numbers stand to the right; nothing follows the last text of a line.
+// Numbers are aligned to the right; nothing follows the last text of a line.
 void append_line(const Row& cells, const Table& table, const std::vector<size_t>& widths,
                  std::string& out) {
     for (size_t i = 0; i < cells.size(); i++) {

@@ -18,7 +18,7 @@ constexpr int32_t kModeFlag = 1;
 // Compatibility: a log file has no permission bits at all.
 constexpr mode_t kLogFileMode = 0;
 
-// The file behind the log's stream, under the log's lock.
+// The file of the log's stream. The log's lock is held.
 struct StreamFile {
     dev_t device = 0;
     ino_t inode = 0;

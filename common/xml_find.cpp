@@ -5,6 +5,7 @@
 #include "common/result.h"
 #include "common/thread_limits.h"
 #include "common/xml_blocks.h"
+#include "common/xml_depth.h"
 #include "common/xml_reader.h"
 #include "common/xml_scan.h"
 
@@ -42,12 +43,6 @@ void finish(Compaction& compaction, char* end) {
     memset(compaction.kept, ' ', gap_of(compaction));
 }
 
-// How many elements of any name are open at a place of a content.
-struct Depth {
-    const char* place;
-    int64_t open = 0;
-};
-
 // State of the walk through an element's content.
 struct ContentWalk {
     std::string_view tag;
@@ -60,59 +55,6 @@ struct ContentWalk {
 };
 
 enum class Step { kContinue, kMatched, kTruncated };
-
-// Moves to the end of a name. Returns kOk, or the code with which the walk has to end.
-template <typename Char>
-int walk_name(Char** position, const char* end) {
-    int rc = kOk;
-    while (rc == kOk && *position < end) {
-        Char* const stop = *position + std::min<ptrdiff_t>(end - *position, kLookDistance);
-        *position = std::find_if(*position, stop, ends_name);
-        if (*position < stop) {
-            break;
-        }
-        rc = scan_result();
-    }
-    return rc;
-}
-
-// Whether a '<' is a part of a name, which only the characters of ends_name end.
-bool is_inside_name(const char* content, const char* markup) {
-    while (markup > content && !ends_name(markup[-1])) {
-        markup--;
-        if (*markup == '<') {
-            return true;
-        }
-    }
-    return false;
-}
-
-// Counts the tag of a '<' that is inside no name. Compatibility: every closing tag lowers the
-// depth, whatever its name, and a self-closing tag with attributes raises it.
-int count_tag(std::string_view tag, const char* markup, const char* end, Depth* depth) {
-    depth->place = markup + 1;
-    if (starts_with(markup, end, "</")) {
-        depth->open--;
-        depth->place++;
-        depth->place += starts_with(depth->place, end, tag) ? tag.size() : 0;
-        return kOk;
-    }
-    const int rc = walk_name(&depth->place, end);
-    depth->open += depth->place < end && *depth->place == '/' ? 0 : 1;
-    return rc;
-}
-
-// Goes on with the count to a place that is inside no name.
-int count_depth(std::string_view tag, const char* place, const char* end, Depth* depth) {
-    Lookout lookout(depth->place);
-    int rc = kOk;
-    const char* markup = nullptr;
-    while (rc == kOk && (markup = next_markup(depth->place, place)) != nullptr) {
-        rc = count_tag(tag, markup, end, depth);
-        rc = rc == kOk ? lookout.at(markup) : rc;
-    }
-    return rc;
-}
 
 // At "</".
 Step step_closing_tag(ContentWalk& walk) {
@@ -173,6 +115,10 @@ int is_own_section(ContentWalk& walk, bool* isOwn) {
 }
 
 int step_content(ContentWalk& walk, Step* step) {
+    if (*walk.position != '<') {
+        walk.position++;
+        return kOk;
+    }
     if (starts_with(walk.position, walk.end, "</")) {
         *step = step_closing_tag(walk);
         return kOk;
@@ -189,11 +135,12 @@ bool is_closing_tag(std::string_view tag, const char* markup, const char* end) {
            same_bytes(markup + 2, tag.data(), tag.size()) && markup[2 + tag.size()] == '>';
 }
 
-void set_match(XmlElement* element, char* content, size_t length, char* elementEnd) {
+// The closing tag is at that '<'.
+void set_match(XmlElement* element, char* content, char* closing, size_t tagLength) {
     element->contentStart = content;
-    element->contentEnd = content + length - 1;
-    element->contentLength = static_cast<uint32_t>(length);
-    element->elementEnd = elementEnd;
+    element->contentEnd = closing - 1;
+    element->contentLength = static_cast<uint32_t>(closing - content);
+    element->elementEnd = closing + 2 + tagLength;
 }
 
 // Walks from the first byte of the content to the '>' of the closing tag.
@@ -203,11 +150,14 @@ int walk_content(const Filter& filter, std::string_view tag, char* content, char
     ContentWalk walk = {tag, content, end, content, 0, {content}, {content, content}};
     Lookout lookout(content);
     Step step = Step::kContinue;
-    const char* markup = nullptr;
+    char* markup = nullptr;
     int rc = kOk;
     while (rc == kOk && step == Step::kContinue &&
            (rc = next_hit(filter, walk.position, end, &markup)) == kOk) {
-        walk.position += markup - walk.position;
+        if (*markup == '/' && markup > walk.position && markup[-1] == '<') {
+            markup--;
+        }
+        walk.position = markup;
         rc = step_content(walk, &step);
         rc = rc == kOk ? lookout.at(walk.position) : rc;
     }
@@ -217,18 +167,106 @@ int walk_content(const Filter& filter, std::string_view tag, char* content, char
     }
     const size_t gap = gap_of(walk.compaction);
     finish(walk.compaction, walk.position + 1);
-    set_match(element, content, static_cast<size_t>(markup - content) - gap, walk.position - gap);
+    set_match(element, content, markup - gap, tag.size());
     return kOk;
 }
 
-int match_content(std::string_view tag, char* content, char* end, XmlElement* element) {
-    const char* markup = nullptr;
-    if (const int rc = next_hit(MarkupFilter(), content, end, &markup); rc != kOk) {
+int next_far_markup(char* position, const char* end, char** found) {
+    return next_hit(MarkupFilter(), position, end, found);
+}
+
+// Finds the next '<', which mostly is in the next step.
+inline int next_near_markup(char* position, const char* end, char** found) {
+#ifdef ZRP_BLOCK_STEPS
+    if (end - position >= kStepSize) {
+        if (const uint32_t places = places_of('<', position); places != 0) {
+            *found = position + std::countr_zero(places);
+            return kOk;
+        }
+    }
+#endif
+    return next_far_markup(position, end, found);
+}
+
+// The '>' of an opening tag whose name ends at nameEnd, or null for one that is not plain.
+char* plain_tag_end(char* nameEnd, char* end) {
+    if (nameEnd == nullptr || *nameEnd == '>') {
+        return nameEnd;
+    }
+    char* const close = is_blank(*nameEnd) ? next_byte(nameEnd, end, '>') : nullptr;
+    return close != nullptr && close[-1] != '/' ? close : nullptr;
+}
+
+// Moves from the '<' of a section that holds no other to the first one after it.
+bool pass_section(char** markup, const char* end) {
+    char* const text = *markup + kCdataOpen.size();
+    return starts_with(*markup, end, kCdataOpen) && next_near_markup(text, end, markup) == kOk &&
+           cdata_end(text, *markup) != nullptr;
+}
+
+// Reads the plain element of a '<'. Returns the byte after it, or null for any other element.
+char* take_child(char* markup, char* end, PlainChild* child) {
+    char* const name = markup + 1;
+    if (next_near_markup(name, end, &markup) != kOk) {
+        return nullptr;
+    }
+    char* const nameEnd = plain_name_end(name, end);
+    char* const close = plain_tag_end(nameEnd, markup);
+    if (close == nullptr || close >= markup || nameEnd == name) {
+        return nullptr;
+    }
+    const std::string_view tag(name, static_cast<size_t>(nameEnd - name));
+    const bool hasSection = !is_closing_tag(tag, markup, end);
+    if (hasSection && !(pass_section(&markup, end) && is_closing_tag(tag, markup, end))) {
+        return nullptr;
+    }
+    char* const content = close + 1;
+    *child = {name, tag.size(), content, static_cast<size_t>(markup - content), hasSection};
+    return markup + tag.size() + 3;
+}
+
+// Adds the plain element of a '<', and moves on to the next '<'. Returns kOk; kNotFound when there
+// is none; kInvalid for any other element; or the code of a search that was broken off.
+int add_child(char** markup, char* end, PlainChildren* children) {
+    char* const next = children->count < kMaxPlainChildren
+                           ? take_child(*markup, end, &children->list[children->count])
+                           : nullptr;
+    if (next == nullptr) {
+        return kInvalid;
+    }
+    children->count++;
+    if (next < end && *next == '<') {
+        *markup = next;
+        return kOk;
+    }
+    return next_near_markup(next, end, markup);
+}
+
+// Lists the children of an element whose first '<' is given, up to its closing tag. Returns the '<'
+// of that tag, or null where there is anything else.
+//
+// The exact walk ends there too: it counts each child, and the section of one is at a depth of at
+// least one.
+char* walk_children(std::string_view tag, char* markup, char* end, PlainChildren* children) {
+    children->count = 0;
+    children->isWhole = true;
+    while (children->isWhole && !is_closing_tag(tag, markup, end)) {
+        children->isWhole = add_child(&markup, end, children) == kOk;
+    }
+    return children->isWhole ? markup : nullptr;
+}
+
+int match_content(std::string_view tag, char* content, char* end, XmlElement* element,
+                  PlainChildren* children) {
+    char* markup = nullptr;
+    if (const int rc = next_near_markup(content, end, &markup); rc != kOk) {
         return rc;
     }
-    if (is_closing_tag(tag, markup, end)) { // nearly all elements hold text alone
-        const auto length = static_cast<size_t>(markup - content);
-        set_match(element, content, length, content + length + tag.size() + 2);
+    const bool isPlain = children != nullptr
+                             ? (markup = walk_children(tag, markup, end, children)) != nullptr
+                             : is_closing_tag(tag, markup, end);
+    if (isPlain) { // nearly all elements hold text alone
+        set_match(element, content, markup, tag.size());
         return kOk;
     }
     return tag.empty() ? walk_content(MarkupFilter(), tag, content, end, element)
@@ -236,7 +274,8 @@ int match_content(std::string_view tag, char* content, char* end, XmlElement* el
 }
 
 // Completes the match of an element whose name in the opening tag ends at tagEnd.
-int match_element(std::string_view tag, char* tagEnd, char* end, XmlElement* element) {
+int match_element(std::string_view tag, char* tagEnd, char* end, XmlElement* element,
+                  PlainChildren* children) {
     char* close = tagEnd < end && *tagEnd == '>' ? tagEnd : next_byte(tagEnd, end, '>');
     if (close == nullptr) {
         return kNotFound;
@@ -245,11 +284,17 @@ int match_element(std::string_view tag, char* tagEnd, char* end, XmlElement* ele
     match.tagEnd = tagEnd;
     if (close[-1] == '/') {
         match.elementEnd = close;
-    } else if (const int rc = match_content(tag, close + 1, end, &match); rc != kOk) {
+    } else if (const int rc = match_content(tag, close + 1, end, &match, children); rc != kOk) {
         return rc;
     }
     *element = match;
     return kOk;
+}
+
+bool is_opening_tag(std::string_view tag, const char* markup, const char* end) {
+    const auto size = static_cast<ptrdiff_t>(tag.size());
+    return end - markup > size + 1 && *markup == '<' &&
+           same_bytes(markup + 1, tag.data(), tag.size()) && ends_name(markup[size + 1]);
 }
 
 template <typename Filter>
@@ -261,8 +306,7 @@ int search_opening(const Filter& filter, std::string_view tag, const char* start
     for (const char* position = start;
          rc == kOk && (rc = next_hit(filter, position, end, &markup)) == kOk;
          position = markup + 1) {
-        const char* name = markup + 1;
-        if (starts_with(name, end, tag) && name + tag.size() < end && ends_name(name[tag.size()])) {
+        if (is_opening_tag(tag, markup, end)) {
             *found = markup;
             return kOk;
         }
@@ -279,42 +323,73 @@ bool is_whole_tag(std::string_view tag, const char* markup, const char* end) {
 } // namespace
 
 int find_opening(std::string_view tag, const char* start, const char* end, const char** found) {
+    if (is_opening_tag(tag, start, end)) { // as the next item of a list is
+        *found = start;
+        return kOk;
+    }
     return tag.empty() ? search_opening(MarkupFilter(), tag, start, end, found)
                        : search_opening(OpeningFilter(tag), tag, start, end, found);
 }
 
-int FindElement(std::string_view tag, char* start, char* end, XmlElement* element) {
+int find_with_children(std::string_view tag, char* start, char* end, XmlElement* element,
+                       PlainChildren* children) {
     const char* found = nullptr;
     const int rc = find_opening(tag, start, end, &found);
     if (rc != kOk) {
         return rc;
     }
     char* markup = start + (found - start);
-    return match_element(tag, markup + 1 + tag.size(), end, element);
+    return match_element(tag, markup + 1 + tag.size(), end, element, children);
 }
 
-bool list_plain_children(char* start, char* end, PlainChildren* children) {
-    children->count = 0;
-    const char* markup = nullptr;
-    char* position = start;
-    while (next_hit(MarkupFilter(), position, end, &markup) == kOk) {
-        const char* name = markup + 1;
-        char* nameEnd =
-            start + (std::find_if(name, static_cast<const char*>(end), ends_name) - start);
-        if (nameEnd == end || *nameEnd != '>' || children->count == kMaxPlainChildren) {
-            return false;
-        }
-        const std::string_view tag(name, static_cast<size_t>(nameEnd - name));
-        if (next_hit(MarkupFilter(), nameEnd, end, &markup) != kOk ||
-            !is_closing_tag(tag, markup, end)) {
-            return false;
-        }
-        char* content = nameEnd + 1;
-        const auto length = static_cast<size_t>(markup - content);
-        children->list[children->count++] = {name, tag.size(), content, length};
-        position = content + length + tag.size() + 3; // "</", the tag and ">"
+int FindElement(std::string_view tag, char* start, char* end, XmlElement* element) {
+    return find_with_children(tag, start, end, element, nullptr);
+}
+
+int find_item(std::string_view tag, char* start, char* end, ReplyItem* item) {
+    item->children.isWhole = false;
+    return find_with_children(tag, start, end, item, &item->children);
+}
+
+void list_children(ReplyItem* item) {
+    if (item->contentStart == nullptr) {
+        return;
     }
-    return true;
+    item->children.count = 0;
+    char* const end = item->contentEnd + 1;
+    char* markup = nullptr;
+    int rc = next_near_markup(item->contentStart, end, &markup);
+    while (rc == kOk) {
+        rc = add_child(&markup, end, &item->children);
+    }
+    item->children.isWhole = rc == kNotFound;
+}
+
+int find_child(const ReplyItem& item, std::string_view tag, XmlElement* element, size_t* next) {
+    const PlainChildren& children = item.children;
+    if (!children.isWhole) {
+        return item.contentStart != nullptr
+                   ? FindElement(tag, item.contentStart, item.contentEnd + 1, element)
+                   : int{kNotFound};
+    }
+    const auto has_tag = [&](const PlainChild& child) {
+        return child.tagLength == tag.size() && same_bytes(child.tag, tag.data(), tag.size());
+    };
+    const PlainChild* const last = children.list + children.count;
+    const PlainChild* child = children.list + *next;
+    if (child == last || !has_tag(*child)) {
+        child = std::find_if(children.list, last, has_tag);
+    }
+    if (child == last) {
+        return kNotFound;
+    }
+    *next = static_cast<size_t>(child + 1 - children.list);
+    char* const closing = child->content + child->contentLength;
+    element->tagEnd = child->tag + tag.size();
+    set_match(element, child->content, closing, tag.size());
+    return child->hasSection
+               ? match_content(tag, child->content, element->elementEnd + 1, element, nullptr)
+               : int{kOk};
 }
 
 int NextElement(char* start, char* end, XmlElement* element, char** name, size_t* nameLength) {
@@ -333,7 +408,7 @@ int NextElement(char* start, char* end, XmlElement* element, char** name, size_t
             return rc;
         }
         const auto length = static_cast<size_t>(last - first);
-        const int rc = match_element({first, length}, last, end, element);
+        const int rc = match_element({first, length}, last, end, element, nullptr);
         if (rc == kOk) {
             *name = first;
             *nameLength = length;

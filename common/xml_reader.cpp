@@ -270,12 +270,19 @@ int GetNameValueParm(char* element, char* elementEnd, char (&name)[kParmNameSize
     name[0] = '\0';
     type[0] = '\0';
     value[0] = '\0';
+    ReplyItem item;
+    if (element < elementEnd) {
+        item.contentStart = element;
+        item.contentEnd = elementEnd - 1;
+        list_children(&item);
+    }
     XmlElement found;
-    if (const int rc = FindElement(tag::name, element, elementEnd, &found); rc != kOk) {
+    size_t next = 0;
+    if (const int rc = find_child(item, tag::name, &found, &next); rc != kOk) {
         return failure_of(rc, kInvalid);
     }
     copy_cut(name, found.contentStart, found.contentLength);
-    if (const int rc = FindElement(tag::value, element, elementEnd, &found); rc != kOk) {
+    if (const int rc = find_child(item, tag::value, &found, &next); rc != kOk) {
         return failure_of(rc, kOk);
     }
     if (found.contentLength > static_cast<uint32_t>(valueMax)) {
@@ -284,7 +291,8 @@ int GetNameValueParm(char* element, char* elementEnd, char (&name)[kParmNameSize
     copy_cut(value, static_cast<size_t>(valueMax) + 1, found.contentStart, found.contentLength);
     XmlAttribute attribute;
     attribute.searchStart = found.tagEnd;
-    attribute.searchEnd = next_byte(found.tagEnd, elementEnd, '>');
+    attribute.searchEnd =
+        found.contentStart != nullptr ? found.contentStart - 1 : found.elementEnd; // at the '>'
     if (GetAttribute(tag::type, &attribute) == kOk) {
         copy_cut(type, attribute.valueStart, attribute.valueLength);
     }

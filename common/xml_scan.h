@@ -6,6 +6,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "xml_reader.h"
+
 #pragma GCC visibility push(hidden)
 
 namespace zrp {
@@ -44,6 +46,17 @@ inline bool is_blank(char c) {
 
 inline bool ends_name(char c) {
     return c == '>' || c == '/' || is_blank(c);
+}
+
+// Whether a character is a part of a tag's name, which only the characters of ends_name end.
+inline bool is_inside_name(const char* start, const char* position) {
+    while (position > start && !ends_name(position[-1])) {
+        position--;
+        if (*position == '<') {
+            return true;
+        }
+    }
+    return false;
 }
 
 template <typename Word>
@@ -119,23 +132,37 @@ size_t resolved_length(std::string_view text);
 
 inline constexpr size_t kMaxPlainChildren = 32;
 
+// An element with text alone inside, or with text and one CDATA section that holds no '<'.
 struct PlainChild {
-    const char* tag;
+    char* tag;
     size_t tagLength;
-    char* content;
+    char* content; // with the markers of the section
     size_t contentLength;
+    bool hasSection;
 };
 
+// The elements of a content in which there is nothing else but text. In such a content FindElement
+// finds the first child of the name.
 struct PlainChildren {
-    size_t count;
+    bool isWhole = false; // or the content holds something else, or more of them
+    size_t count = 0;
     PlainChild list[kMaxPlainChildren];
 };
 
-// Lists the elements of a content in which there is nothing else but text: each has a name alone,
-// and text alone inside. Returns false for any other content, and for one with more elements.
-//
-// In such a content FindElement finds the first child of the name.
-bool list_plain_children(char* start, char* end, PlainChildren* children);
+// An element whose children are known when they are plain.
+struct ReplyItem : XmlElement {
+    PlainChildren children;
+};
+
+// FindElement, which also lists the element's children.
+int find_item(std::string_view tag, char* start, char* end, ReplyItem* item);
+
+// Lists the children in the item's content.
+void list_children(ReplyItem* item);
+
+// FindElement in the item's content. *next is the child to look at first, and becomes the one after
+// that which is found.
+int find_child(const ReplyItem& item, std::string_view tag, XmlElement* element, size_t* next);
 
 // Finds the '<' of the first opening tag of that name, whether the element is whole or not. Returns
 // kOk, kNotFound, or the code of a walk that was broken off.

@@ -29,52 +29,29 @@ float to_fraction(std::string_view text) {
     return static_cast<float>(strtod_l(number, nullptr, plain));
 }
 
-// The children of an item, for all fields of a table. The table has no tag twice, and mostly the
-// children's order.
-struct ListedChildren {
-    PlainChildren children;
-    size_t next = 0; // the fields read so far were the children before it, one by one
-};
-
-bool is_named(const PlainChild& child, std::string_view tag) {
-    return child.tagLength == tag.size() && same_bytes(child.tag, tag.data(), tag.size());
-}
-
-const PlainChild* find_child(ListedChildren& listed, std::string_view tag) {
-    const PlainChildren& children = listed.children;
-    if (listed.next < children.count && is_named(children.list[listed.next], tag)) {
-        return &children.list[listed.next++];
-    }
-    listed.next = children.count;
-    const PlainChild* const end = children.list + children.count;
-    const PlainChild* child = std::find_if(
-        children.list, end, [&](const PlainChild& each) { return is_named(each, tag); });
-    return child != end ? child : nullptr;
-}
-
-int read_listed(ListedChildren& listed, const ReplyField& field, void* record) {
-    const PlainChild* child = find_child(listed, field.tag);
-    return child != nullptr ? store_field(field, {child->content, child->contentLength}, record)
-                            : int{kInvalid};
+int store_content(const ReplyField& field, const XmlElement& element, void* record) {
+    return element.contentStart != nullptr
+               ? store_field(field, {element.contentStart, element.contentLength}, record)
+               : int{kInvalid};
 }
 
 } // namespace
 
-int find_in_reply(char* reply, int length, const char* tag, XmlElement* element) {
+int find_in_reply(char* reply, int length, std::string_view tag, XmlElement* element) {
     if (reply == nullptr || length <= 0) {
         return kNotFound;
     }
     return FindElement(tag, reply, reply + length, element);
 }
 
-int find_inside(const XmlElement& outer, const char* tag, XmlElement* element) {
+int find_inside(const XmlElement& outer, std::string_view tag, XmlElement* element) {
     if (outer.contentStart == nullptr) {
         return kNotFound;
     }
     return FindElement(tag, outer.contentStart, outer.contentEnd + 1, element);
 }
 
-int find_optional(const XmlElement& outer, const char* tag, XmlElement* element) {
+int find_optional(const XmlElement& outer, std::string_view tag, XmlElement* element) {
     const int rc = find_inside(outer, tag, element);
     if (rc != kNotFound || outer.contentStart == nullptr) {
         return failure_of(rc, kOk);
@@ -117,25 +94,29 @@ int store_field(const ReplyField& field, std::string_view text, void* record) {
 int read_field(const ReplyField& field, const XmlElement& outer, void* record) {
     XmlElement element;
     const int rc = find_inside(outer, field.tag, &element);
-    if (rc != kOk || element.contentStart == nullptr) {
-        return failure_of(rc, kInvalid);
-    }
-    return store_field(field, {element.contentStart, element.contentLength}, record);
+    return rc == kOk ? store_content(field, element, record) : failure_of(rc, kInvalid);
 }
 
-int read_fields(std::span<const ReplyField> fields, const XmlElement& outer, void* record) {
-    ListedChildren listed;
-    const bool isPlain =
-        fields.size() > 1 && outer.contentStart != nullptr &&
-        list_plain_children(outer.contentStart, outer.contentEnd + 1, &listed.children);
+int read_fields(std::span<const ReplyField> fields, const ReplyItem& item, void* record) {
+    size_t next = 0;
     for (const ReplyField& field : fields) {
-        const int rc =
-            isPlain ? read_listed(listed, field, record) : read_field(field, outer, record);
+        XmlElement element;
+        int rc = find_child(item, field.tag, &element, &next);
+        rc = rc == kOk ? store_content(field, element, record) : failure_of(rc, kInvalid);
         if (rc != kOk && (rc != kInvalid || !field.isOptional)) {
             return rc;
         }
     }
     return kOk;
+}
+
+int read_fields(std::span<const ReplyField> fields, const XmlElement& outer, void* record) {
+    ReplyItem item;
+    static_cast<XmlElement&>(item) = outer;
+    if (fields.size() > 1) {
+        list_children(&item);
+    }
+    return read_fields(fields, item, record);
 }
 
 } // namespace zrp

@@ -9,20 +9,21 @@
 #include <type_traits>
 
 #include "../xml_reader.h"
+#include "../xml_scan.h"
 
 #pragma GCC visibility push(hidden)
 
 namespace zrp {
 
 // Looks for an element anywhere in a reply. Returns kOk, or kNotFound, also for an empty reply.
-int find_in_reply(char* reply, int length, const char* tag, XmlElement* element);
+int find_in_reply(char* reply, int length, std::string_view tag, XmlElement* element);
 
 // Looks for an element inside another; a self-closing one holds nothing. Returns kOk or kNotFound.
-int find_inside(const XmlElement& outer, const char* tag, XmlElement* element);
+int find_inside(const XmlElement& outer, std::string_view tag, XmlElement* element);
 
 // The same for an element that may be missing, which leaves the output alone. Returns kOk, or
 // kNotFound for one that begins and is not whole.
-int find_optional(const XmlElement& outer, const char* tag, XmlElement* element);
+int find_optional(const XmlElement& outer, std::string_view tag, XmlElement* element);
 
 // How the text of an element becomes a member. "Automatic base" takes decimal, 0x-hexadecimal and
 // 0-octal numbers; a text that is no number gives 0.
@@ -38,7 +39,7 @@ enum class FieldKind : uint8_t {
 
 // One row of a table: element name, conversion, place in the record.
 struct ReplyField {
-    const char* tag;
+    std::string_view tag;
     size_t offset;
     size_t size;
     FieldKind kind;
@@ -58,7 +59,7 @@ struct ReplyField {
 
 // A row for a record that is nothing but one text buffer.
 template <typename Text>
-constexpr ReplyField whole_text(const char* tag) {
+constexpr ReplyField whole_text(std::string_view tag) {
     static_assert(std::is_array_v<Text>);
     return {tag, 0, sizeof(Text), FieldKind::kText};
 }
@@ -74,6 +75,7 @@ int read_field(const ReplyField& field, const XmlElement& outer, void* record);
 // Reads all rows in order and stops at the first that is missing and not optional. No row has the
 // tag of another one. Returns kOk, kInvalid or kTooLong.
 int read_fields(std::span<const ReplyField> fields, const XmlElement& outer, void* record);
+int read_fields(std::span<const ReplyField> fields, const ReplyItem& item, void* record);
 
 } // namespace zrp
 

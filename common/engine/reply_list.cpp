@@ -10,8 +10,8 @@ namespace {
 int enter_path(const ReplyList& list, char* reply, char* end, char** start) {
     *start = reply;
     char* innerEnd = end;
-    for (const char* tag : list.path) {
-        if (tag == nullptr) {
+    for (const std::string_view tag : list.path) {
+        if (tag.empty()) {
             break;
         }
         XmlElement element;
@@ -24,9 +24,16 @@ int enter_path(const ReplyList& list, char* reply, char* end, char** start) {
     return kOk;
 }
 
-} // namespace
+int find(std::string_view tag, char* start, char* end, XmlElement* element) {
+    return FindElement(tag, start, end, element);
+}
 
-int next_item(const ReplyList& list, char* reply, int length, int* offset, XmlElement* item) {
+int find(std::string_view tag, char* start, char* end, ReplyItem* item) {
+    return find_item(tag, start, end, item);
+}
+
+template <typename Item>
+int find_next(const ReplyList& list, char* reply, int length, int* offset, Item* item) {
     if (reply == nullptr || length <= 0) {
         return kInvalid;
     }
@@ -41,7 +48,7 @@ int next_item(const ReplyList& list, char* reply, int length, int* offset, XmlEl
             return rc;
         }
     }
-    int rc = start != nullptr ? FindElement(list.item, start, end, item) : int{kNotFound};
+    int rc = start != nullptr ? find(list.item, start, end, item) : int{kNotFound};
     if (rc != kOk) {
         return failure_of(rc, list.noneLeft);
     }
@@ -53,6 +60,16 @@ int next_item(const ReplyList& list, char* reply, int length, int* offset, XmlEl
         *offset = next;
     }
     return rc;
+}
+
+} // namespace
+
+int next_item(const ReplyList& list, char* reply, int length, int* offset, XmlElement* item) {
+    return find_next(list, reply, length, offset, item);
+}
+
+int next_item(const ReplyList& list, char* reply, int length, int* offset, ReplyItem* item) {
+    return find_next(list, reply, length, offset, item);
 }
 
 int check_list(const ReplyList& list, const Reply& reply) {

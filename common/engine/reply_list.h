@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 #include <span>
+#include <type_traits>
 
 #include "../heap_text.h"
 #include "../result.h"
@@ -19,8 +20,8 @@ inline constexpr int kMaxListPath = 3;
 // Where the items of a reply are: the first item is looked for from the content of the last element
 // of the path on, each path element inside the one before it.
 struct ReplyList {
-    const char* path[kMaxListPath]; // null after the last
-    const char* item;
+    std::string_view path[kMaxListPath]; // empty after the last
+    std::string_view item;
     std::span<const ReplyField> fields = {}; // of an item
     int missing = kInvalid;                  // result when an element of the path is missing
     int pastEnd = kRange;                    // result when the offset is not inside the reply
@@ -30,6 +31,7 @@ struct ReplyList {
 // The next item of the reply. *offset is 0 before the first call and becomes the place after the
 // item. Returns kOk; kInvalid for an empty reply; or one of the list's own codes.
 int next_item(const ReplyList& list, char* reply, int length, int* offset, XmlElement* item);
+int next_item(const ReplyList& list, char* reply, int length, int* offset, ReplyItem* item);
 
 // Reads the next item: read(item) takes what it needs and returns kOk or its failure, on which it
 // leaves all outputs alone. The offset moves only on success. An item is read once only, since one
@@ -41,7 +43,7 @@ int scan_next(const ReplyList& list, char* reply, int length, int* offset, Read 
     if (offset == nullptr) {
         return kInvalid;
     }
-    XmlElement item;
+    std::conditional_t<std::is_invocable_v<Read, XmlElement>, XmlElement, ReplyItem> item;
     int next = *offset;
     int rc = next_item(list, reply, length, &next, &item);
     if (rc == kOk) {
@@ -61,7 +63,9 @@ int scan_record(const ReplyList& list, char* reply, int length, int* offset, Rec
     if (record == nullptr) {
         return kInvalid;
     }
-    return scan_next(list, reply, length, offset, [&](const XmlElement& item) {
+    using Item =
+        std::conditional_t<std::is_invocable_v<Read, XmlElement, Record&>, XmlElement, ReplyItem>;
+    return scan_next(list, reply, length, offset, [&](const Item& item) {
         Record filled = {};
         const int rc = read(item, filled);
         if (rc == kOk) {
@@ -75,7 +79,7 @@ int scan_record(const ReplyList& list, char* reply, int length, int* offset, Rec
 template <typename Record>
 int scan_record(const ReplyList& list, char* reply, int length, int* offset, Record* record) {
     return scan_record(list, reply, length, offset, record,
-                       [&](const XmlElement& item, auto& filled) {
+                       [&](const ReplyItem& item, Record& filled) {
                            return read_fields(list.fields, item, &filled);
                        });
 }

@@ -86,7 +86,7 @@ char* BuildListOpenFilesByConnectionRequest(const char* volumeName, int32_t star
 
 int ScanListOpenFilesByConnectionReply(char* reply, int replyLength, int* offset,
                                        OpenFilesConnection* connection) {
-    const auto read = [](const XmlElement& item, OpenFilesConnection& filled) {
+    const auto read = [](const ReplyItem& item, OpenFilesConnection& filled) {
         XmlElement files;
         if (read_fields(kConnections.fields, item, &filled) != kOk ||
             find_inside(item, tag::openFiles, &files) != kOk) {

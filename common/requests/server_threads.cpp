@@ -52,12 +52,12 @@ int ScanThreadsReply(char* reply, int replyLength, ThreadStatistics* record) {
             return rc;
         }
         if (rc != kOk) {
-            fprintf(stderr, "\n%s:Error- failed for %s, err = %d!\n", "ScanThreadsReply", field.tag,
+            fprintf(stderr, "\n%s:Error- failed for %s, err = %d!\n", "ScanThreadsReply", field.tag.data(),
                     rc);
             fflush(stderr);
         } else if (element.contentStart == nullptr) {
             fprintf(stderr, "\n%s:Error- failed for %s, data is null!\n", "ScanThreadsReply",
-                    field.tag);
+                    field.tag.data());
             fflush(stderr);
         } else {
             (void)store_field(field, {element.contentStart, element.contentLength}, record);

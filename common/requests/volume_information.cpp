@@ -58,7 +58,7 @@ int read_pointed_text(const ReplyField& field, size_t pointer, const XmlElement&
 }
 
 // The record is zero-filled before, but for its name.
-int fill(const VolumeLayout& layout, const XmlElement& volume, void* record) {
+int fill(const VolumeLayout& layout, const ReplyItem& volume, void* record) {
     int rc = read_fields(layout.head, volume, record);
     if (rc == kOk && !layout.pool.empty() && number_at(record, layout.mountPointType) != 0) {
         rc = read_fields(layout.pool, volume, record);
@@ -132,7 +132,7 @@ int ScanVolumeInformationReply(char* reply, int replyLength, int* offset, int* v
     if (offset == nullptr || versionTag == nullptr || record == nullptr) {
         return kInvalid;
     }
-    XmlElement volume;
+    ReplyItem volume;
     int next = *offset;
     int rc = next_item(kVolumeItems, reply, replyLength, &next, &volume);
     FoundVersion found = {};

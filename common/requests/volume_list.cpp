@@ -155,7 +155,7 @@ int ScanListedVolume(char* reply, int replyLength, int* offset, ListedName* name
     want(kListedName, name != nullptr);
     want(kStatus, status != nullptr);
     want(kNumber, volumeNumber != nullptr);
-    const auto read = [&](const XmlElement& volume) {
+    const auto read = [&](const ReplyItem& volume) {
         FoundVolume found;
         const int rc = read_fields({wanted, count}, volume, &found);
         if (rc == kOk) {

@@ -56,6 +56,16 @@ void walk_elements(const ExactBlock& reply, char* start, char* end, int level) {
     }
 }
 
+// Up to its first NUL, and as far as the array has room.
+template <size_t Size>
+void require_same_text(const char (&text)[Size], const XmlElement& found) {
+    const std::string_view content(found.contentStart, found.contentLength);
+    const std::string_view whole = content.substr(0, content.find('\0'));
+    const size_t length = strlen(text);
+    REQUIRE(whole.substr(0, length) == std::string_view(text, length));
+    REQUIRE(length == whole.size() || (length > Size - 5 && whole.size() > length));
+}
+
 } // namespace
 
 void drive_finder(std::string_view input) {
@@ -149,10 +159,25 @@ void drive_name_value_parm(std::string_view input) {
     char type[kParmTypeSize];
     char value[kValueMax + 1];
     const int rc = GetNameValueParm(reply.begin(), reply.end(), name, type, value, kValueMax);
-    REQUIRE(rc == kOk || rc == kInvalid || rc == kNoMemory);
     REQUIRE(memchr(name, '\0', sizeof name) != nullptr);
     REQUIRE(memchr(type, '\0', sizeof type) != nullptr);
     REQUIRE(memchr(value, '\0', sizeof value) != nullptr);
+    // It reads what the finder finds, and leaves the same reply.
+    const ExactBlock again(input);
+    XmlElement found;
+    if (FindElement(tag::name, again.begin(), again.end(), &found) != kOk) {
+        REQUIRE(rc == kInvalid && name[0] == '\0' && value[0] == '\0' && type[0] == '\0');
+    } else {
+        require_same_text(name, found);
+        const bool hasValue = FindElement(tag::value, again.begin(), again.end(), &found) == kOk;
+        const bool isLong = hasValue && found.contentLength > kValueMax;
+        REQUIRE(rc == (isLong ? kNoMemory : kOk));
+        REQUIRE(hasValue || (value[0] == '\0' && type[0] == '\0'));
+        if (hasValue && !isLong) {
+            require_same_text(value, found);
+        }
+    }
+    REQUIRE(reply.text() == again.text());
 }
 
 void drive_error_check(std::string_view input) {

@@ -51,7 +51,7 @@ void drive_list_and_fields(std::string_view input) {
     const ExactBlock reply(input);
     const ExactBlock again(input);
     scan_to_the_end(reply, [&](int* offset) {
-        XmlElement item;
+        ReplyItem item;
         XmlElement same;
         int end = *offset;
         const int rc = next_item(kSampleList, reply.begin(), reply.length(), offset, &item);

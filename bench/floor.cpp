@@ -120,7 +120,7 @@ int main(int argc, char** argv) {
         write_texts(plan.values[at], plan.valueCount[at]);
         update();
         // Back and forth: each pass changes as much as one of the monitor's did.
-        step = at + step < 0 || at + step >= kPasses ? -step : step;
+        step = at + step < 0 || at + step >= plan.screenCount ? -step : step;
         at += step;
     } while (getch() == ERR);
     endwin();

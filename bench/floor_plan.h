@@ -25,7 +25,7 @@ struct PlanRequest {
     char text[384];
 };
 
-inline constexpr int kPasses = 12;
+inline constexpr int kMaxScreens = 10;
 inline constexpr int kPeriodMs = 1000;
 inline constexpr int kTerminalRows = 26;
 inline constexpr int kTerminalColumns = 80;
@@ -38,8 +38,9 @@ struct Plan {
     PlanText labels[48];
     int requestCount;
     PlanRequest requests[24];
-    int valueCount[kPasses];
-    PlanText values[kPasses][24];
+    int screenCount; // one for each pass that was recorded
+    int valueCount[kMaxScreens];
+    PlanText values[kMaxScreens][24];
     int cursorWindow; // -1 while the cursor is hidden
     int cursorRow;
     int cursorColumn;

@@ -194,7 +194,10 @@ Plan plan_of(const Scene& scene, const TerminalScreen& screen, const Rows& rows)
 }
 
 void record_values(const Scene& scene, const TerminalScreen& screen, int pass, Plan& plan) {
-    plan.valueCount[pass] = 0;
+    if (pass >= kMaxScreens) {
+        throw std::runtime_error("more passes than the plan has room for");
+    }
+    plan.screenCount = pass + 1;
     for (const InnerRow& row : rows_of(scene)) {
         if (!has_value(scene, row)) {
             continue;

@@ -7,21 +7,20 @@
 // screens have their turn one after another.
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <stdexcept>
 #include <sys/mman.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
+#include "bench/other_programs.h"
 #include "bench/recording.h"
 #include "bench/row.h"
+#include "bench/turns.h"
 #include "bench/watch.h"
-#include "tools/harness/private_network.h"
-#include "tools/zrpdemo/product.h"
 
 namespace zrp::bench {
 namespace {
@@ -29,7 +28,6 @@ namespace {
 using harness::ChildOptions;
 using harness::ChildProcess;
 using harness::Descriptor;
-using harness::Key;
 using harness::Terminal;
 
 constexpr double kCpuAim = 1.3;
@@ -106,23 +104,21 @@ struct Recorded {
 };
 
 // Follows the monitor alone.
-Recorded record(const Scene& scene, const Server& server, Watch& monitor) {
+Recorded record(const Scene& scene, const Server& server, Watch& monitor, int passes) {
     Recorded recorded;
     const auto& screen = monitor.terminal->screen();
     recorded.plan = plan_of(scene, screen, all_rows(scene));
     std::vector<long> requests;
     monitor.afterPass = [&](int pass) {
-        if (pass < kPasses) {
-            record_values(scene, screen, pass, recorded.plan);
-            recorded.screens.push_back(screen.snapshot());
-            requests.push_back(server.requests());
-        }
+        record_values(scene, screen, pass, recorded.plan);
+        recorded.screens.push_back(screen.snapshot());
+        requests.push_back(server.requests());
     };
-    if (!follow({&monitor}, kPasses - 1)) {
+    if (!follow({&monitor}, passes)) {
         throw std::runtime_error("the monitor makes no passes");
     }
     monitor.afterPass = {};
-    recorded.requests = static_cast<double>(requests.back() - requests.front()) / (kPasses - 1);
+    recorded.requests = static_cast<double>(requests.back() - requests.front()) / passes;
     if (recorded.requests != recorded.plan.requestCount) {
         throw std::runtime_error("the floor makes " + std::to_string(recorded.plan.requestCount) +
                                  " exchanges, the monitor " + std::to_string(recorded.requests));
@@ -137,12 +133,26 @@ std::string write_plan(const Plan& plan, const Descriptor& file) {
     return "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(file.get());
 }
 
+// The emulator keeps the colours of what was under the right half of a wide character.
+bool is_same(const harness::Cell& one, const harness::Cell& other) {
+    return one == other || (one.text.empty() && other.text.empty());
+}
+
+// The first cell in which the screens differ, or -1.
+ptrdiff_t find_difference(const harness::Snapshot& one, const harness::Snapshot& other) {
+    const auto at =
+        std::mismatch(one.cells.begin(), one.cells.end(), other.cells.begin(), is_same).first;
+    return at == one.cells.end() ? -1 : at - one.cells.begin();
+}
+
 std::unique_ptr<Terminal> start_floor(const std::string& plan, const Recorded& recorded) {
     auto floor = std::make_unique<Terminal>(terminal_of({FLOOR_PROGRAM, plan}));
-    if (!floor->wait_until([&] { return floor->screen().snapshot() == recorded.screens.front(); },
-                           harness::milliseconds{kPeriodMs})) {
-        throw std::runtime_error("the floor shows other cells than the monitor:\n" + floor->text() +
-                                 "\n" + recorded.screens.front().text());
+    const auto difference = [&] {
+        return find_difference(floor->screen().snapshot(), recorded.screens.front());
+    };
+    if (!floor->wait_until([&] { return difference() < 0; }, harness::milliseconds{kPeriodMs})) {
+        throw std::runtime_error("the floor shows another cell " + std::to_string(difference()) +
+                                 " than the monitor");
     }
     return floor;
 }
@@ -162,66 +172,50 @@ void print_costs(const std::string& name, const Watch& monitor, const Watch& flo
     }
 }
 
-void measure(const Scene& scene) {
+// Milliseconds from its start until the whole General screen is there.
+double time_of_start(const std::vector<std::string>& command) {
+    const auto start = std::chrono::steady_clock::now();
+    Terminal terminal(terminal_of(command));
+    const auto& screen = terminal.screen();
+    terminal.wait_until([&] {
+        return screen.find_row(kScenes.front().shown) >= 0 && screen.find_row("Second") >= 0;
+    });
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
+        .count();
+}
+
+void print_start(const std::string& plan) {
+    std::vector<double> ours;
+    std::vector<double> other;
+    for (int i = 0; i < kStarts; i++) {
+        ours.push_back(time_of_start({ZRPTOP_PROGRAM}));
+        other.push_back(time_of_start({FLOOR_PROGRAM, plan}));
+    }
+    print_row({"First screen, ms after the start", median(ours), median(other)});
+}
+
+void measure(const Scene& scene, const Circumstances& circumstances) {
     const Server server;
     const auto terminal = open_scene(scene);
     Watch monitor = {terminal.get()};
-    const Recorded recorded = record(scene, server, monitor);
+    const Recorded recorded = record(scene, server, monitor, circumstances.passes);
     // The floor shows what was recorded in these passes.
     const double bytes = cost_of_pass(monitor).bytes;
     const Descriptor file = memory_file("plan");
-    const auto floorTerminal = start_floor(write_plan(recorded.plan, file), recorded);
+    const std::string plan = write_plan(recorded.plan, file);
+
+    terminal->child().send_signal(SIGSTOP);
+    circumstances.waitTurn();
+    terminal->child().send_signal(SIGCONT);
+    const auto floorTerminal = start_floor(plan, recorded);
     Watch floor = {floorTerminal.get()};
-    if (!follow({&monitor, &floor}, kPasses)) {
+    if (!follow({&monitor, &floor}, circumstances.passes)) {
         throw std::runtime_error("no passes are made");
     }
     print_costs(scene.name, monitor, floor, bytes, recorded);
-}
-
-// Runs in a process of its own.
-void run(const Scene& scene) {
-    const harness::Network network = harness::enter_private_network();
-    if (network.kind == harness::NetworkKind::kRefused || !network.root) {
-        print_missing(scene.name, network.root ? network.reason : "needs root: " + network.reason);
-        return;
+    if (&scene == &kScenes.front()) {
+        print_start(plan);
     }
-    if (network.kind == harness::NetworkKind::kPrivate) {
-        demo::install_product();
-    }
-    try {
-        measure(scene);
-    } catch (const std::exception& failure) {
-        print_missing(scene.name, failure.what());
-    }
-}
-
-struct Turn {
-    pid_t process;
-    Descriptor output;
-};
-
-Turn start_turn(const Scene& scene) {
-    Turn turn = {-1, memory_file("rows")};
-    turn.process = fork();
-    if (turn.process == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        dup2(turn.output.get(), STDOUT_FILENO);
-        run(scene);
-        fflush(stdout);
-        _exit(EXIT_SUCCESS);
-    }
-    return turn;
-}
-
-void print_turn(const Turn& turn) {
-    waitpid(turn.process, nullptr, 0);
-    char block[4096];
-    off_t at = 0;
-    for (ssize_t count = 0; (count = pread(turn.output.get(), block, sizeof block, at)) > 0;) {
-        fwrite(block, 1, static_cast<size_t>(count), stdout);
-        at += count;
-    }
-    fflush(stdout);
 }
 
 } // namespace
@@ -229,15 +223,20 @@ void print_turn(const Turn& turn) {
 
 int main(int argc, char** argv) {
     using namespace zrp::bench;
-    std::vector<Turn> turns;
+    std::vector<Job> jobs;
     for (const Scene& scene : kScenes) {
-        if (argc < 2 || strstr(scene.name, argv[1]) != nullptr) {
-            turns.push_back(start_turn(scene));
-        }
+        jobs.push_back({scene.name, [&](const Circumstances& circumstances) {
+                            measure(scene, circumstances);
+                        }});
+    }
+    for (const Job& job : other_jobs()) {
+        jobs.push_back(job);
+    }
+    if (argc > 1) {
+        std::erase_if(jobs,
+                      [&](const Job& job) { return job.name.find(argv[1]) == std::string::npos; });
     }
     print_head();
-    for (const Turn& turn : turns) {
-        print_turn(turn);
-    }
+    run_jobs(jobs);
     return EXIT_SUCCESS;
 }

@@ -114,6 +114,11 @@ bool follow(std::vector<Watch*> watches, int passes) {
     return true;
 }
 
+double median(std::vector<double> figures) {
+    std::sort(figures.begin(), figures.end());
+    return figures[figures.size() / 2];
+}
+
 Cost cost_of_pass(const Watch& watch) {
     const std::vector<Cost>& costs = watch.costs;
     const auto passes = static_cast<double>(costs.size() - 1);
@@ -121,10 +126,9 @@ Cost cost_of_pass(const Watch& watch) {
     for (size_t i = 1; i < costs.size(); i++) {
         times.push_back(costs[i].cpu - costs[i - 1].cpu);
     }
-    std::sort(times.begin(), times.end());
     const Cost& first = costs.front();
     const Cost& last = costs.back();
-    return {times[times.size() / 2], (last.children - first.children) / passes,
+    return {median(times), (last.children - first.children) / passes,
             (last.wakeUps - first.wakeUps) / passes, (last.bytes - first.bytes) / passes};
 }
 

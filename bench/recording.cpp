@@ -216,7 +216,7 @@ const std::vector<Scene> kScenes = {
     {"Connection", Key::kF4, "3\r", "Open files: ", ':', 0, ask_connection},
     {"Diagnostics", Key::kF5, "3\r", "ipcListener errors: ", ':', 0, ask_diagnostics},
     {"Parameters", Key::kF6, "", "LOG_LEVEL = W", '=', 0, ask_parameters},
-    {"Version", Key::kF7, "", "Platform", '\0', 0, ask_versions},
+    {"Version", Key::kF7, "", "[zrptop]", '\0', 0, ask_versions},
     {"Volume dialog", Key::kF3, "", "Enter volume number", '\0', 13, ask_nothing},
     {"Connection dialog", Key::kF4, "", "Enter connection number", '\0', 15, ask_nothing},
     {"Diagnostics dialog", Key::kF5, "", "Enter selection", '\0', 14, ask_nothing},

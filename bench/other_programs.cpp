@@ -12,6 +12,8 @@
 
 #include "bench/row.h"
 #include "bench/watch.h"
+#include "common/heap_text.h"
+#include "common/requests/server_statistics.h"
 #include "common/transport.h"
 
 namespace zrp::bench {
@@ -22,6 +24,7 @@ using harness::Key;
 using harness::Terminal;
 using std::chrono::milliseconds;
 
+constexpr double kServerAim = 3;
 constexpr double kDripLimit = 2; // milliseconds of processor time in a second
 
 // A main daemon that answers no request, or announces a long reply and sends a byte of it each
@@ -92,6 +95,43 @@ void measure_waiting(const std::string& name, bool drips, double limit,
     print_row({name + ": wake-ups a second", (after.wakeUps - before.wakeUps) / time.count()});
 }
 
+// Microseconds of an exchange that asks a server with so many connections for its statistics.
+double time_of_statistics(int connections) {
+    constexpr int kExchanges = 100;
+    harness::ChildOptions options;
+    options.arguments = {ZRPSIM_PROGRAM, "--connections", std::to_string(connections)};
+    options.standardOutput = harness::kPipe;
+    ChildProcess server(options);
+    if (server.read_line() != "ready") {
+        throw std::runtime_error("the simulated server does not start");
+    }
+    uint32_t length = 0;
+    const HeapText request(BuildServerStatisticsRequest(kServerStatisticsVersion, &length));
+    std::vector<double> times;
+    for (int i = 0; i < kExchanges; i++) {
+        const auto start = std::chrono::steady_clock::now();
+        uint64_t replyLength = 0;
+        char* reply = nullptr;
+        IPCServRequestEx(kMainDaemonSocket, kMainDaemonRequest, length, request.get(), &replyLength,
+                         &reply);
+        const HeapText owner(reply);
+        const std::chrono::duration<double, std::micro> time =
+            std::chrono::steady_clock::now() - start;
+        if (replyLength == 0) {
+            throw std::runtime_error("the simulated server does not answer");
+        }
+        times.push_back(time.count());
+    }
+    return median(times);
+}
+
+void measure_server(const Circumstances& circumstances) {
+    circumstances.waitTurn();
+    const double few = time_of_statistics(50);
+    print_row({"zrpsim with 20 000 connections, us: with 50", time_of_statistics(20'000), few,
+               kServerAim});
+}
+
 void measure_other(const std::vector<std::string>& command, const Circumstances& circumstances) {
     circumstances.waitTurn();
     const std::string& name = command.front();
@@ -111,6 +151,7 @@ void measure_other(const std::vector<std::string>& command, const Circumstances&
 
 std::vector<Job> other_jobs() {
     return {
+        {"zrpsim", measure_server},
         {"Dripping daemon",
          [](const Circumstances& circumstances) {
              measure_waiting("Dripping daemon", true, kDripLimit, circumstances);

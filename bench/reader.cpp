@@ -128,7 +128,7 @@ bool read_the_same(const DocumentRow& row, const std::string& document) {
 }
 
 void measure_row(const DocumentRow& row, std::mt19937& random) {
-    constexpr int kRounds = 100;
+    constexpr int kRounds = 200;
     const std::string document = row.document(row.count, row.cdataEach, random);
     if (!read_the_same(row, document)) {
         print_missing(row.name, "the readers read different things");
@@ -150,6 +150,22 @@ void measure_row(const DocumentRow& row, std::mt19937& random) {
     }
 }
 
+// What an entry of a list costs, beside one of the shortest list.
+void measure_scale(std::mt19937& random) {
+    constexpr int kRounds = 15;
+    double first = NAN;
+    for (const int count : {10, 100, 1000, 20'000}) {
+        const std::string document = connections(count, 0, random);
+        double best = HUGE_VAL;
+        for (int i = 0; i < kRounds; i++) {
+            best = std::min(best, measure(read_connections, document));
+        }
+        best /= count;
+        first = std::isnan(first) ? best : first;
+        print_row({std::to_string(count) + " connections, ns an entry: of 10", best, first});
+    }
+}
+
 } // namespace
 } // namespace zrp::bench
 
@@ -161,6 +177,9 @@ int main(int argc, char** argv) {
         if (argc < 2 || strstr(row.name, argv[1]) != nullptr) {
             measure_row(row, random);
         }
+    }
+    if (argc < 2) {
+        measure_scale(random);
     }
     return EXIT_SUCCESS;
 }

@@ -2,12 +2,12 @@
 // its name; streams fill a text for each value as it comes.
 #include <array>
 #include <cstdlib>
-#include <expat.h>
 #include <iterator>
-#include <libxml/xmlreader.h>
-#include <rapidxml/rapidxml.hpp>
 
+#include <expat.h>
+#include <libxml/xmlreader.h>
 #include <pugixml.hpp>
+#include <rapidxml/rapidxml.hpp>
 
 #include "bench/documents.h"
 #include "common/requests/volume_list.h"

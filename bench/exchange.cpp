@@ -1,7 +1,6 @@
 // An exchange of the library against a plain loop of the same system calls, with one daemon and on
-// one processor. Prints a row for each size of the reply: the time of both, their ratio and the
-// aim. Rounds of both alternate, and the medians are compared, so that a busy machine disturbs both
-// alike.
+// one processor, for each size of the reply. Rounds of both alternate, and the medians are
+// compared, so that a busy machine disturbs both alike.
 #include <algorithm>
 #include <chrono>
 #include <csignal>
@@ -16,6 +15,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "bench/row.h"
 #include "common/transport.h"
 
 namespace {
@@ -145,7 +145,7 @@ int main() {
     if (server == 0) {
         serve(listener);
     }
-    printf("%-24s %10s %10s %7s %7s\n", "exchange", "library", "plain", "ratio", "aim");
+    zrp::bench::print_head();
     for (const Case& row : kCases) {
         std::vector<double> library;
         std::vector<double> plain;
@@ -153,10 +153,8 @@ int main() {
             plain.push_back(time_of(plain_exchange, name, row));
             library.push_back(time_of(library_exchange, name, row));
         }
-        const double ours = median(library);
-        const double theirs = median(plain);
-        printf("%-24s %7.1f us %7.1f us %7.2f %7.2f\n", row.name, ours, theirs, ours / theirs,
-               kAim);
+        zrp::bench::print_row({std::string(row.name) + " exchange, us: plain system calls",
+                               median(library), median(plain), kAim});
     }
     kill(server, SIGKILL);
     waitpid(server, nullptr, 0);

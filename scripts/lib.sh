@@ -7,8 +7,8 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 # The folders whose code is installed.
 product=(app common core ctl exporter screens)
 
-# What the demo needs, and what the tests, the measurement of their coverage, the packages, their proof
-# and the mutation check need.
+# What the demo needs, and what the tests, the measurement of their coverage, the packages, their proof,
+# the mutation check and the benchmarks need.
 demo_packages=(cmake ninja-build g++ pkg-config libncurses-dev libvterm-dev libpugixml-dev
                libasio-dev libcli11-dev nlohmann-json3-dev prometheus-cpp-dev libcpp-httplib-dev
                libssl-dev iproute2 python3)
@@ -24,6 +24,7 @@ package_packages=(debhelper fakeroot cmake g++ libasio-dev libcli11-dev libcpp-h
 proof_packages=(autopkgtest blhc debootstrap devscripts diffoscope-minimal faketime iproute2 lintian
                 locales man-db mandoc)
 mutation_packages=("${demo_packages[@]}" libgtest-dev lld python3 python3-jsonschema)
+bench_packages=("${demo_packages[@]}" binutils libbenchmark-dev libexpat1-dev librapidxml-dev libxml2-dev)
 
 say() {
     printf '== %s\n' "$*" >&2

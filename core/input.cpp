@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <iterator>
 #include <poll.h>
 #include <pthread.h>
 #include <unistd.h>
@@ -47,6 +48,7 @@ struct TypedAhead {
 };
 
 TypedAhead typedAhead;
+std::atomic<bool> waitsUntilClear{false};
 Clock::time_point lastByteCame;
 bool terminalIsLost = false;
 
@@ -180,12 +182,18 @@ int read_key() {
 }
 
 void wait_until_clear(const std::atomic<int>& flag) {
+    waitsUntilClear.store(true); // before the flag is looked at: whoever clears it later sees it
     while (flag.load() != 0) {
         if (!termination_requested() && ending_key_is_overdue()) {
             request_termination();
         }
         wait_for_event();
     }
+    waitsUntilClear.store(false);
+}
+
+bool waits_until_clear() {
+    return waitsUntilClear.load();
 }
 
 // On the way to the end the terminal is watched for its loss alone. A program without a terminal of
@@ -195,12 +203,16 @@ void wait_for_event() {
         act_on_stop_and_continue();
     }
     const short events = termination_requested() ? 0 : POLLIN;
-    pollfd watched[2] = {{terminalIsLost || !terminal_is_claimed() ? -1 : STDIN_FILENO, events, 0},
-                         {signal_fd(), POLLIN, 0}};
+    pollfd watched[3] = {{terminalIsLost || !terminal_is_claimed() ? -1 : STDIN_FILENO, events, 0},
+                         {signal_fd(), POLLIN, 0},
+                         {held_up_fd(), POLLIN, 0}};
     const int statusLook = termination_requested() ? -1 : show_status_row();
-    if (poll(watched, 2, shorter(longest_wait(), statusLook)) > 0) {
+    if (poll(watched, std::size(watched), shorter(longest_wait(), statusLook)) > 0) {
         if (watched[1].revents != 0) {
             drain_signal_fd();
+        }
+        if (watched[2].revents != 0) {
+            drain_held_up_fd();
         }
         read_terminal(watched[0].revents);
     }

@@ -70,11 +70,13 @@ void end_the_wait() {
 void* refresh_thread(void* /*unused*/) {
     while (!stop_requested()) {
         monitorState.refreshBusy.store(1);
-        wake_main_thread(); // which looks from now on whether the pass is held up
+        note_start_of_pass();
         make_pass();
-        note_end_of_pass();
+        const bool hasToDraw = note_end_of_pass();
         monitorState.refreshBusy.store(0);
-        wake_main_thread();
+        if (hasToDraw || waits_until_clear()) {
+            wake_main_thread();
+        }
         wait_for_interval();
     }
     monitorState.refreshThread.store(0);
@@ -89,6 +91,7 @@ int start_refresh_thread() {
     monitorState.refreshStop.store(0);
     monitorState.refreshBusy.store(0);
     monitorState.refreshPaused.store(0);
+    prepare_status_row();
     pthread_mutex_init(&monitorState.refreshMutex, nullptr);
     // With the wall clock, setting the time back would stop the refresh for that long.
     pthread_condattr_t condition;

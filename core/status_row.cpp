@@ -1,6 +1,7 @@
 #include "core/status_row.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
@@ -9,6 +10,7 @@
 #include <iterator>
 #include <mutex>
 #include <poll.h>
+#include <sys/timerfd.h>
 #include <unistd.h>
 
 #include "common/bounded_copy.h"
@@ -62,6 +64,16 @@ Fault fault;
 
 Fault faultOfThisPass; // refresh thread only
 StatusText shownText;  // main thread only
+std::atomic<bool> showsText{false};
+
+// A timer, so that a pass that is not held up does not wake the main thread.
+std::atomic<int> heldUpFd{-1};
+
+void set_timer(milliseconds delay) {
+    itimerspec time = {};
+    time.it_value.tv_sec = delay / seconds{1};
+    timerfd_settime(heldUpFd.load(), 0, &time, nullptr);
+}
 
 bool shown_screen_tolerates_refusal() {
     const Screen* screen = find_screen(monitorState.currentScreen.load());
@@ -94,6 +106,13 @@ void note(bool forgets) {
 bool is_no_answer(int transportCode) {
     return std::find(std::begin(kNoAnswerCodes), std::end(kNoAnswerCodes), transportCode) !=
            std::end(kNoAnswerCodes);
+}
+
+// With the lock held.
+bool has_text() {
+    return fault.subject[0] != '\0' ||
+           std::any_of(std::begin(daemons), std::end(daemons),
+                       [](const DaemonStatus& daemon) { return daemon.isFailing; });
 }
 
 int whole_seconds_since(Clock::time_point time) {
@@ -186,6 +205,7 @@ void draw(const StatusText& text) {
     print_at(stdscr, row, 0, "%s", text);
     refresh_beside_cursor(stdscr);
     copy_cut(shownText, text);
+    showsText.store(text[0] != '\0');
 }
 
 bool request_is_under_way() {
@@ -210,11 +230,32 @@ void show_unfinished_pass() {
 
 } // namespace
 
-void note_end_of_pass() {
+void prepare_status_row() {
+    if (heldUpFd.load() < 0) {
+        heldUpFd.store(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK));
+    }
+}
+
+int held_up_fd() {
+    return heldUpFd.load();
+}
+
+void drain_held_up_fd() {
+    uint64_t count = 0;
+    [[maybe_unused]] const ssize_t size = read(heldUpFd.load(), &count, sizeof count);
+}
+
+void note_start_of_pass() {
+    set_timer(kLookInterval);
+}
+
+bool note_end_of_pass() {
+    set_timer({});
     const std::lock_guard lock(statusMutex);
     note(true);
     fault = faultOfThisPass;
     faultOfThisPass = {};
+    return has_text() || showsText.load() || has_collected_update();
 }
 
 void note_end_of_request() {
@@ -240,7 +281,8 @@ int show_status_row() {
     if (strcmp(text, shownText) != 0) {
         draw(text);
     }
-    const bool looksAgain = text[0] != '\0' || shownText[0] != '\0' || request_is_under_way();
+    const bool looksAgain =
+        text[0] != '\0' || shownText[0] != '\0' || request_is_under_way() || held_up_fd() < 0;
     return looksAgain ? static_cast<int>(kLookInterval.count()) : -1;
 }
 

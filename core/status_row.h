@@ -6,10 +6,22 @@
 
 namespace zrp {
 
+// Sets up held_up_fd(). Must be called before the first pass. Main thread.
+void prepare_status_row();
+
+// A descriptor that becomes readable when the pass under way is held up; -1 if the system has none.
+int held_up_fd();
+
+// Makes held_up_fd() unreadable again. Main thread.
+void drain_held_up_fd();
+
+// Refresh thread, at the start of a pass.
+void note_start_of_pass();
+
 // Notes which daemons have failed since the last note, and forgets the failures of those that have
-// not: they have answered, or the shown screen no longer asks them. Refresh thread, at the end of a
-// pass.
-void note_end_of_pass();
+// not: they have answered, or the shown screen no longer asks them. Returns true if the main thread
+// has to draw. Refresh thread, at the end of a pass.
+bool note_end_of_pass();
 
 // Notes the failures of a dialog's request, and forgets none. Main thread.
 void note_end_of_request();

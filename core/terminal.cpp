@@ -42,7 +42,7 @@ void open_terminal() {
     setlocale(LC_CTYPE, "");
     initscr();
     claim_terminal();
-    curs_set(0);
+    hide_cursor();
     noecho();
     start_color();
     for (const ColourPair& colours : kColourPairs) {

@@ -21,6 +21,7 @@ constexpr size_t kTextSize = 8192;
 constexpr char kReplacement = '?';
 
 std::recursive_mutex cursesMutex;
+bool cursorIsHidden = false; // with the mutex held
 
 constinit thread_local bool collectsUpdates = false;
 std::atomic<bool> hasCollected{false};
@@ -32,6 +33,9 @@ struct Glyph {
 };
 
 Glyph next_glyph(const char* text, size_t length, mbstate_t* state) {
+    if (*text >= ' ' && *text <= '~' && mbsinit(state) != 0) {
+        return {1, 1, true}; // nearly every one
+    }
     wchar_t character = 0;
     const size_t bytes = mbrtowc(&character, text, length, state);
     if (bytes == 0 || bytes > length) {
@@ -57,8 +61,7 @@ void make_printable(char* text, int columns) {
             break;
         }
         if (glyph.printable) {
-            memmove(kept, at, glyph.bytes);
-            kept += glyph.bytes;
+            kept = std::copy_n(at, glyph.bytes, kept);
         } else {
             *kept++ = kReplacement;
         }
@@ -77,6 +80,7 @@ void collect_beside_cursor(WINDOW* window) {
     const int column = getcurx(newscr);
     wnoutrefresh(window);
     wmove(newscr, row, column);
+    leaveok(newscr, cursorIsHidden); // nobody sees where the update leaves it
 }
 
 [[gnu::format(printf, 5, 0)]] void print_list(WINDOW* window, int row, int column, int width,
@@ -95,6 +99,11 @@ void collect_beside_cursor(WINDOW* window) {
 }
 
 } // namespace
+
+void hide_cursor() {
+    const CursesLock lock;
+    cursorIsHidden = curs_set(0) != ERR;
+}
 
 CursesLock::CursesLock() {
     cursesMutex.lock();

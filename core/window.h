@@ -37,6 +37,9 @@ private:
 inline constexpr short kBoxedPair = 3; // white on blue: every boxed window
 inline constexpr short kMenuPair = 5;  // cyan on black: the standard screen
 
+// Hides the cursor where the terminal can. An update of a pass then leaves it where it wrote last.
+void hide_cursor();
+
 // Creates a framed window and shows it. Returns null if ncurses cannot create it.
 WINDOW* create_newwin(int height, int width, int startY, int startX);
 

@@ -25,7 +25,7 @@ struct PlanRequest {
     char text[384];
 };
 
-inline constexpr int kMaxScreens = 10;
+inline constexpr int kMaxScreens = 12;
 inline constexpr int kPeriodMs = 1000;
 inline constexpr int kTerminalRows = 26;
 inline constexpr int kTerminalColumns = 80;

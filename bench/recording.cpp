@@ -30,7 +30,6 @@ enum Window : short { kTerminal, kStrip, kMain, kDialog };
 // Requests.
 
 constexpr int kStation = 3;
-constexpr size_t kShownParameters = 18;
 
 template <typename Build>
 void ask(Plan& plan, const Peer& peer, Build build) {

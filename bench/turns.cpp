@@ -22,7 +22,7 @@ using harness::Descriptor;
 using harness::Network;
 using harness::NetworkKind;
 
-constexpr int kPassesOfMany = 8;
+constexpr int kPassesOfMany = 10;
 constexpr int kPassesInLine = 3;
 
 struct Pipe {

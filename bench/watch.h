@@ -36,10 +36,11 @@ struct Watch {
 // with the program's output. False if one of them does not make them in time.
 bool follow(std::vector<Watch*> watches, int passes);
 
-double median(std::vector<double> figures);
+// A quarter of the figures are lower: whatever else runs on the machine makes a figure higher and
+// never lower.
+double lower_quartile(std::vector<double> figures);
 
-// Per pass. The processor time is the median, since whatever else runs on the machine makes a pass
-// dearer and never cheaper; the others are means.
+// Per pass. The processor time is the lower quartile, the others are means.
 Cost cost_of_pass(const Watch& watch);
 
 } // namespace zrp::bench

@@ -2,6 +2,7 @@
 
 #include "tests/terminal/monitor_fixture.h"
 #include "tests/terminal/session.h"
+#include "tests/terminal/thread_sleeps.h"
 
 namespace zrp {
 namespace {
@@ -51,6 +52,39 @@ TEST(Pass, ThatChangesNothingWritesNothing) {
     ASSERT_TRUE(terminal.wait_until([&] { return peer.connections() >= before + 4; }));
     EXPECT_EQ(terminal.raw_output().substr(written), "");
     expect_clean_end(terminal);
+}
+
+TEST(Pass, ThatIsNotHeldUpLetsTheMainThreadSleep) {
+    ZRP_NEEDS_ROOT();
+    constexpr int kPasses = 3;
+    ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
+    Terminal terminal(monitor());
+    ASSERT_TRUE(terminal.wait_until([&] { return shows_figures(terminal); }));
+    ASSERT_TRUE(terminal.wait_for_rest());
+    const pid_t process = terminal.child().pid();
+    const long sleeps = main_thread_sleeps(process);
+    const size_t before = peer.connections();
+    ASSERT_TRUE(terminal.wait_until([&] { return peer.connections() >= before + 2 * kPasses; }));
+    EXPECT_LT(main_thread_sleeps(process), sleeps + kPasses);
+    expect_clean_end(terminal);
+}
+
+TEST(Pass, LeavesAHiddenCursorWhereItWroteLast) {
+    ZRP_NEEDS_ROOT();
+    for (const auto& [type, row] : {std::pair{"xterm", kStripTextRow},
+                                    std::pair{"vt100", kMainTop}}) { // which cannot hide it
+        SCOPED_TRACE(type);
+        ScriptedPeer peer(kMainDaemonSocket,
+                          answers({kFigures, kFigures, statistics(up_time("8")), kFigures}));
+        TerminalOptions options = monitor();
+        options.term = type;
+        Terminal terminal(options);
+        ASSERT_TRUE(terminal.wait_for_text(kStripTextRow, kUpTimeColumn, "8 Seconds"));
+        ASSERT_TRUE(terminal.wait_for_rest());
+        EXPECT_EQ(terminal.screen().cursor().row, row);
+        terminal.child().send_signal(SIGTERM);
+        EXPECT_EQ(terminal.wait_for_exit(), (ExitStatus{0, 0}));
+    }
 }
 
 TEST(Pass, ThatIsHeldUpShowsWhatItHasDrawn) {

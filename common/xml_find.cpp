@@ -377,13 +377,15 @@ int find_child(const ReplyItem& item, std::string_view tag, XmlElement* element,
     };
     const PlainChild* const last = children.list + children.count;
     const PlainChild* child = children.list + *next;
-    if (child == last || !has_tag(*child)) {
+    if (child != last && has_tag(*child)) {
+        ++*next;
+    } else {
+        *next = children.count;
         child = std::find_if(children.list, last, has_tag);
     }
     if (child == last) {
         return kNotFound;
     }
-    *next = static_cast<size_t>(child + 1 - children.list);
     char* const closing = child->content + child->contentLength;
     element->tagEnd = child->tag + tag.size();
     set_match(element, child->content, closing, tag.size());

@@ -160,8 +160,9 @@ int find_item(std::string_view tag, char* start, char* end, ReplyItem* item);
 // Lists the children in the item's content.
 void list_children(ReplyItem* item);
 
-// FindElement in the item's content. *next is the child to look at first, and becomes the one after
-// that which is found.
+// FindElement in the item's content. *next, at first 0, is the child after those that were found
+// one by one: where tags are asked for once each and in the children's order, it is the first of
+// its tag.
 int find_child(const ReplyItem& item, std::string_view tag, XmlElement* element, size_t* next);
 
 // Finds the '<' of the first opening tag of that name, whether the element is whole or not. Returns

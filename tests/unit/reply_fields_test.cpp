@@ -60,6 +60,17 @@ TEST(ReadFields, TheOrderInTheReplyDoesNotMatter) {
     EXPECT_EQ(read.record.number64, 15U);
 }
 
+TEST(ReadFields, OfTwoElementsTheFirstOneCounts) {
+    for (const char* content : {"<n>2</n><d>1</d><n>3</n><w>4</w><t>x</t>",
+                                "<d>1</d><w>4</w><n>2</n><w>5</w><t>x</t><n>3</n>"}) {
+        const Read read = read_record(content);
+        EXPECT_EQ(read.rc, kOk);
+        EXPECT_EQ(read.record.decimal, 1);
+        EXPECT_EQ(read.record.number32, 2U);
+        EXPECT_EQ(read.record.number64, 4U);
+    }
+}
+
 TEST(ReadFields, ATextThatIsNoNumberGivesZero) {
     const Read read = read_record("<d></d><n>x</n><w> </w><t></t>");
     EXPECT_EQ(read.rc, kOk);

@@ -281,6 +281,11 @@ TEST(GetNameValueParm, WithoutANameIsInvalidAndEmpty) {
     EXPECT_EQ(parm_of(""), (Parm{kInvalid, "", "", ""}));
 }
 
+TEST(GetNameValueParm, OfTwoValuesTheFirstOneCounts) {
+    EXPECT_EQ(parm_of("<value>4</value><name>N</name><value type=\"int\">5</value>"),
+              (Parm{kOk, "N", "", "4"}));
+}
+
 TEST(GetNameValueParm, WithoutAValueTheValueIsEmpty) {
     EXPECT_EQ(parm_of("<name>N</name>"), (Parm{kOk, "N", "", ""}));
     EXPECT_EQ(parm_of("<name>N</name><value type=\"int\">5"), (Parm{kOk, "N", "", ""}));

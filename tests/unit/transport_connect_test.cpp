@@ -82,20 +82,43 @@ TEST_F(Transport, ASecondConnectClosesTheFirstConnection) {
     EXPECT_EQ(client.fd, first);
 }
 
-TEST_F(Transport, AnExchangeNeverGetsTheNumberOfAStandardStream) {
-    const ScriptedPeer peer(kMainDaemonSocket, {{read_request(), send_bytes(reply("x"))}});
+TEST_F(Transport, ATimeOutOfZeroIsNone) {
+    const ScriptedPeer peer(kManagementSocket, {{wait_for_close()}});
+    IPCClient client;
+    ASSERT_EQ(client.ConnectTimeout(kManagementSocket, 0), kOk);
+    EXPECT_EQ(timeout_of(client, SO_RCVTIMEO), 0);
+}
+
+// Runs a check in a child that has no descriptor but the standard streams.
+void expect_in_bare_child(bool (*check)()) {
     const pid_t child = fork();
     if (child == 0) {
         alarm(10);
-        close(STDIN_FILENO);
-        close(STDOUT_FILENO);
-        IPCClient client;
-        const bool isAbove = client.Connect(kMainDaemonSocket) == kOk && client.fd > STDERR_FILENO;
-        _exit(isAbove && fcntl(STDIN_FILENO, F_GETFD) < 0 ? 0 : 1);
+        closefrom(STDERR_FILENO + 1);
+        _exit(check() ? 0 : 1);
     }
     int status = 0;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_EQ(status, 0);
+}
+
+TEST_F(Transport, AnExchangeGetsTheFirstDescriptorAfterTheStandardStreams) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{wait_for_close()}});
+    expect_in_bare_child([] {
+        IPCClient client;
+        return client.Connect(kMainDaemonSocket) == kOk && client.fd == STDERR_FILENO + 1;
+    });
+}
+
+TEST_F(Transport, AnExchangeNeverGetsTheNumberOfAStandardStream) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{wait_for_close()}});
+    expect_in_bare_child([] {
+        close(STDIN_FILENO);
+        close(STDOUT_FILENO);
+        IPCClient client;
+        return client.Connect(kMainDaemonSocket) == kOk && client.fd == STDERR_FILENO + 1 &&
+               fcntl(STDIN_FILENO, F_GETFD) < 0;
+    });
 }
 
 TEST_F(Transport, AClientClosesItsDescriptorButNeverDescriptorZero) {
@@ -110,8 +133,12 @@ TEST_F(Transport, AClientClosesItsDescriptorButNeverDescriptorZero) {
     EXPECT_EQ(fcntl(fd, F_GETFD), -1);
     const int before = fcntl(0, F_GETFD);
     {
-        IPCClient client;
-        client.fd = 0;
+        IPCClient unconnected;
+        unconnected.fd = 0;
+        IPCClient connected;
+        connected.fd = 0;
+        EXPECT_EQ(connected.Connect("nobody"), ECONNREFUSED);
+        EXPECT_GT(connected.fd, 0);
     }
     EXPECT_EQ(fcntl(0, F_GETFD), before);
 }

@@ -154,6 +154,29 @@ TEST_F(Interrupt, LeavesAFileThatHasTheNumberOfItsDescriptorAlone) {
     close(file);
 }
 
+// Processor time of this thread.
+std::chrono::microseconds processor_time() {
+    rusage usage = {};
+    getrusage(RUSAGE_THREAD, &usage);
+    return std::chrono::seconds(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+           std::chrono::microseconds(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
+}
+
+TEST_F(Interrupt, DoesNotKeepAWaitBusyWhoseDescriptorIsAnotherFileNow) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{read_request(), hang()}});
+    const int file = memfd_create("file", MFD_CLOEXEC); // always readable
+    auto exchange = std::async(std::launch::async, [] {
+        const ExchangeLimitsGuard limits({.exchangeMs = 1500});
+        const auto before = processor_time();
+        EXPECT_EQ(ask(), ETIMEDOUT);
+        return processor_time() - before;
+    });
+    EXPECT_EQ(exchange.wait_for(300ms), std::future_status::timeout);
+    replace_timers(file);
+    EXPECT_LT(exchange.get(), 100ms);
+    close(file);
+}
+
 TEST_F(Interrupt, EndsEveryExchangeInFlight) {
     ScriptedPeer peer(kMainDaemonSocket, {{read_request(), hang()},
                                           {read_request(), send_bytes(reply_header(9)), hang()}});

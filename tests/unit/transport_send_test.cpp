@@ -1,14 +1,19 @@
 #include <bit>
 #include <cerrno>
 #include <csignal>
+#include <future>
 #include <string>
+#include <sys/socket.h>
 
 #include "common/result.h"
 #include "tests/support/scripted_peer.h"
 #include "tests/unit/transport_fixture.h"
+#include "tools/harness/descriptor.h"
 
 namespace zrp {
 namespace {
+
+using namespace std::chrono_literals;
 
 TEST_F(Transport, TheRequestOnTheWireIsHeaderAndText) {
     ScriptedPeer peer(kMainDaemonSocket, {{read_request(), send_bytes(reply("x"))}});
@@ -55,20 +60,49 @@ TEST_F(Transport, ARequestInTwoPiecesIsOneTextOnTheWire) {
     }
 }
 
+// A text of that size whose every part tells its place.
+std::string count_up_to(size_t size) {
+    std::string text;
+    for (int i = 0; text.size() < size; i++) {
+        text += std::to_string(i) + ' ';
+    }
+    text.resize(size);
+    return text;
+}
+
 TEST_F(Transport, ARequestLargerThanTheSocketsBufferArrivesWhole) {
     ScriptedPeer peer(kMainDaemonSocket, {{read_request(), send_bytes(reply("x"))}});
-    const std::string text(3'000'000, 'r');
+    const std::string text = count_up_to(3'000'000);
     expect_text(ask(kMainDaemonSocket, text), "x");
-    EXPECT_EQ(peer.requests().at(0).size(), sizeof(RequestHeader) + text.size());
+    EXPECT_TRUE(peer.requests().at(0).substr(sizeof(RequestHeader)) == text);
 }
 
 TEST_F(Transport, TwoPiecesThatAreLargerThanTheSocketsBufferArriveWhole) {
     ScriptedPeer peer(kMainDaemonSocket, {{read_request(), send_bytes(reply("ok"))}});
     IPCServInit(kMainDaemonSocket);
-    const std::string part1(1'000'003, 'a');
-    const std::string part2(900'007, 'b');
+    const std::string part1 = count_up_to(1'000'003);
+    const std::string part2 = count_up_to(900'007);
     expect_text(ask_in_pieces(part1, part2), "ok");
-    EXPECT_EQ(peer.requests().at(0).substr(sizeof(RequestHeader)), part1 + part2);
+    EXPECT_TRUE(peer.requests().at(0).substr(sizeof(RequestHeader)) == part1 + part2);
+}
+
+TEST_F(Transport, ASendIntoAFullSocketBeginsWithTheFirstByte) {
+    int ends[2] = {};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+    const harness::Descriptor peer(ends[0]);
+    IPCClient client;
+    client.fd = ends[1];
+    size_t before = 0;
+    while (send(client.fd, "#", 1, MSG_DONTWAIT) == 1) {
+        before++;
+    }
+    auto sent = std::async(std::launch::async, [&] { return client.Send(strlen(kText), kText); });
+    EXPECT_EQ(sent.wait_for(50ms), std::future_status::timeout);
+    std::string received(before + strlen(kText), '\0');
+    EXPECT_EQ(recv(peer.get(), received.data(), received.size(), MSG_WAITALL),
+              static_cast<ssize_t>(received.size()));
+    EXPECT_EQ(sent.get(), kOk);
+    EXPECT_EQ(received.substr(before), kText);
 }
 
 TEST_F(Transport, WithoutAConnectionASendIsSilentAndAReceiveIsShort) {

@@ -5,6 +5,7 @@
 
 #include "common/heap_text.h"
 #include "common/result.h"
+#include "tests/support/failing_allocation.h"
 #include "tests/support/huge_replies.h"
 #include "tests/support/scripted_peer.h"
 #include "tests/unit/failing_malloc.h"
@@ -130,6 +131,14 @@ TEST_F(Transport, WithoutMemoryForTheReplyThereIsNone) {
                        return IPCServRequestTimeout(kMainDaemonSocket, 0, 1, "x", length, reply, 0);
                    }),
                    kNoMemory, kLength);
+}
+
+TEST_F(Transport, WithoutMemoryForALongReplyThereIsNone) {
+    constexpr uint32_t kLength = 40 << 20;
+    const FailingAllocation failing(kLength);
+    const ScriptedPeer peer(kMainDaemonSocket,
+                            {{read_request(), send_bytes(reply_header(kLength) + "abc")}});
+    expect_nothing(ask(), kNoMemory, kLength);
 }
 
 TEST_F(Transport, ATimeoutBeforeTheHeaderIsShort) {

@@ -110,18 +110,29 @@ TEST_F(Transport, ASecondInitReplacesTheDefaultPeer) {
     expect_text(ask_default(), "x");
 }
 
-TEST_F(Transport, TermReturnsOnlyAfterTheExchangeInFlightHasEnded) {
+// Checks that a function which forgets the default peer returns only after the exchange with it.
+template <typename Forget>
+void expect_wait_for_exchange(int (*exchange)(), Forget forget) {
     auto peer = std::make_unique<ScriptedPeer>(kMainDaemonSocket,
                                                std::vector<PeerScript>{{read_request(), hang()}});
     IPCServInit(kMainDaemonSocket);
-    auto exchange = std::async(std::launch::async, ask_default);
+    auto inFlight = std::async(std::launch::async, exchange);
     ASSERT_TRUE(peer->wait_for_connections(1));
-    auto term = std::async(std::launch::async, IPCServTerm);
-    EXPECT_EQ(term.wait_for(150ms), std::future_status::timeout);
-    EXPECT_EQ(exchange.wait_for(0ms), std::future_status::timeout);
+    auto forgotten = std::async(std::launch::async, forget);
+    EXPECT_EQ(forgotten.wait_for(150ms), std::future_status::timeout);
+    EXPECT_EQ(inFlight.wait_for(0ms), std::future_status::timeout);
     peer.reset();
-    EXPECT_EQ(term.wait_for(harness::kPatience), std::future_status::ready);
-    expect_nothing(exchange.get(), kShortHeader);
+    EXPECT_EQ(forgotten.wait_for(harness::kPatience), std::future_status::ready);
+    EXPECT_EQ(inFlight.get(), kShortHeader);
+}
+
+TEST_F(Transport, TermReturnsOnlyAfterTheExchangeInFlightHasEnded) {
+    expect_wait_for_exchange([] { return ask_default().rc; }, IPCServTerm);
+}
+
+TEST_F(Transport, ASecondInitReturnsOnlyAfterTheExchangeInFlightHasEnded) {
+    expect_wait_for_exchange([] { return ask_default().rc; },
+                             [] { EXPECT_EQ(IPCServInit("nobody"), kOk); });
 }
 
 TEST_F(Transport, ExchangesRunInParallel) {

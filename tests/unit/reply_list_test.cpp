@@ -57,6 +57,7 @@ TEST(NextItem, TheLastItemMayBeFollowedByTheListsOwnCode) {
     EXPECT_EQ(walked.rc, 79);
     EXPECT_EQ(walk(kCoded, "<reply><list/></reply>").rc, 79);
     EXPECT_EQ(walk(kCoded, "<reply/>").rc, kMissing);
+    EXPECT_EQ(walk(kCoded, "x").rc, kMissing);
     EXPECT_EQ(walk(kCoded, "").rc, kInvalid);
 }
 

@@ -13,6 +13,7 @@
 #include "common/requests/volume_list.h"
 #include "common/result.h"
 #include "common/transport.h"
+#include "common/xml_reader.h"
 #include "tests/support/scripted_peer.h"
 #include "tests/unit/failing_malloc.h"
 #include "tests/unit/full_peer.h"
@@ -130,6 +131,14 @@ TEST(ExchangeLimits, AnExchangeInTimeIsAsWithoutLimits) {
     const ExchangeLimitsGuard limits(kPatient);
     EXPECT_EQ(ask(), kOk);
     EXPECT_EQ(ask("nobody"), ECONNREFUSED);
+}
+
+TEST(ExchangeLimits, AScanInTimeIsAsWithoutLimits) {
+    std::string text(3'000'000, ' ');
+    text += "<a/>";
+    const ExchangeLimitsGuard limits(kPatient);
+    XmlElement element;
+    EXPECT_EQ(FindElement("a", text.data(), text.data() + text.size(), &element), kOk);
 }
 
 TEST(ExchangeLimits, OfOneThreadLeaveTheOthersAlone) {

@@ -15,10 +15,6 @@ bool is_text(RequestField::Kind kind) {
     return kind <= RequestField::kOptionalVolumeName;
 }
 
-bool is_optional_text(RequestField::Kind kind) {
-    return kind == RequestField::kOptionalText || kind == RequestField::kOptionalVolumeName;
-}
-
 size_t room_for(const Command& command, RequestValues values) {
     if (command.room != 0) {
         return command.room;
@@ -66,9 +62,8 @@ int check_names(const Command& command, RequestValues values, const LogContext* 
     int rc = kOk;
     const RequestValue* value = values.begin();
     for (const RequestField& field : command.request) {
-        const bool isAbsent = value->text == nullptr && is_optional_text(field.kind);
         if (field.kind == RequestField::kVolumeName ||
-            (field.kind == RequestField::kOptionalVolumeName && !isAbsent)) {
+            (field.kind == RequestField::kOptionalVolumeName && value->text != nullptr)) {
             rc = check_volume_name(value->text, log);
         }
         if (rc != kOk) {

@@ -13,7 +13,9 @@
 #include "common/requests/volume_list.h"
 #include "common/result.h"
 #include "common/transport.h"
+#include "common/xml_reader.h"
 #include "tests/support/scripted_peer.h"
+#include "tests/unit/failing_malloc.h"
 #include "tests/unit/full_peer.h"
 
 namespace zrp {
@@ -87,6 +89,35 @@ TEST(ExchangeLimits, ADeadlineEndsABodyThatDrips) {
     expect_timed_out();
 }
 
+// Makes an exchange with a mute daemon until one is over in time: the machine may be busy.
+void expect_over_in(harness::milliseconds time, int code, const std::function<int()>& askMute) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{read_request(), hang()}});
+    bool isOver = false;
+    for (int i = 0; i < 10 && !isOver; i++) {
+        const harness::Deadline end{time};
+        EXPECT_EQ(askMute(), code);
+        isOver = !end.passed();
+    }
+    EXPECT_TRUE(isOver);
+}
+
+// An interrupt wakes a wait that lasts, which therefore looks for it only once a second.
+TEST(ExchangeLimits, ADeadlineIsKeptBetweenTwoLooksForAnInterrupt) {
+    expect_over_in(5ms * kShort, ETIMEDOUT, [] {
+        const ExchangeLimitsGuard limits(kDeadline);
+        return ask();
+    });
+}
+
+// A wait that may last looks for an interrupt after 50 ms.
+TEST(ExchangeLimits, AShorterTimeThanThatOfALookForAnInterruptIsKept) {
+    expect_over_in(40ms, ETIMEDOUT, [] {
+        const ExchangeLimitsGuard limits({.exchangeMs = 10});
+        return ask();
+    });
+    expect_over_in(40ms, kShortHeader, [] { return ask_in_time(10); });
+}
+
 TEST(ExchangeLimits, ADeadlineBeatsALongerReceiveTimeoutOnly) {
     const ScriptedPeer peer(kMainDaemonSocket, {{read_request(), hang()}});
     const ExchangeLimitsGuard limits(kDeadline);
@@ -100,6 +131,14 @@ TEST(ExchangeLimits, AnExchangeInTimeIsAsWithoutLimits) {
     const ExchangeLimitsGuard limits(kPatient);
     EXPECT_EQ(ask(), kOk);
     EXPECT_EQ(ask("nobody"), ECONNREFUSED);
+}
+
+TEST(ExchangeLimits, AScanInTimeIsAsWithoutLimits) {
+    std::string text(3'000'000, ' ');
+    text += "<a/>";
+    const ExchangeLimitsGuard limits(kPatient);
+    XmlElement element;
+    EXPECT_EQ(FindElement("a", text.data(), text.data() + text.size(), &element), kOk);
 }
 
 TEST(ExchangeLimits, OfOneThreadLeaveTheOthersAlone) {
@@ -188,10 +227,33 @@ TEST(ExchangeLimits, AReplyMayBeRequiredToBeWhole) {
 }
 
 TEST(ExchangeLimits, AReplyThatATimeoutCutIsLate) {
-    const ScriptedPeer peer(kMainDaemonSocket,
-                            {{read_request(), send_bytes(reply_header(10) + "abc"), hang()}});
+    const ScriptedPeer peer(
+        kMainDaemonSocket,
+        {{read_request(), hang()}, {read_request(), send_bytes(reply_header(10) + "abc"), hang()}});
     const ExchangeLimitsGuard limits(kWhole);
     EXPECT_EQ(ask_in_time(kShort), ETIMEDOUT);
+    EXPECT_EQ(ask_in_time(kShort), ETIMEDOUT);
+}
+
+TEST(ExchangeLimits, AReplyThatThePeerCutsAfterAWaitIsNotLate) {
+    const ScriptedPeer peer(kMainDaemonSocket,
+                            {{read_request(), pause_for(50ms)},
+                             {read_request(), send_bytes(reply_header(10)), pause_for(50ms)}});
+    const ExchangeLimitsGuard limits({.exchangeMs = 20'000, .wholeReply = true});
+    EXPECT_EQ(ask(), kShortHeader);
+    EXPECT_EQ(ask(), kShortHeader);
+}
+
+// Its memory grows with what arrives.
+TEST(ExchangeLimits, WithoutMemoryForAWholeReplyThereIsNone) {
+    const ScriptedPeer peer(kMainDaemonSocket,
+                            {{read_request(), send_bytes(reply(std::string(300'000, 'x')))}});
+    const ExchangeLimitsGuard limits(kWhole);
+    for (const size_t size : {65'536U, 131'072U, 262'144U, 300'000U}) {
+        const FailingMalloc failing(size);
+        EXPECT_EQ(ask(), kNoMemory) << size;
+    }
+    EXPECT_EQ(ask(), kOk);
 }
 
 TEST(ExchangeLimits, AReplyMayBeRequiredToBeShort) {

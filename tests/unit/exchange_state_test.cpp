@@ -130,6 +130,64 @@ TEST(ExchangeState, ShowsAnExchangeThatWaitsAndSinceWhen) {
     IPCServTerm();
 }
 
+// An exchange with the main daemon, which says nothing, until it is interrupted.
+class WaitingExchange {
+public:
+    WaitingExchange() {
+        EXPECT_EQ(IPCServInit(kMainDaemonSocket), kOk);
+        exchange_ = std::async(std::launch::async, ask, nullptr);
+        wait_for(DaemonId::kMain, ExchangePhase::kWaiting);
+    }
+
+    WaitingExchange(const WaitingExchange&) = delete;
+    WaitingExchange& operator=(const WaitingExchange&) = delete;
+
+    ~WaitingExchange() {
+        IPCServInterrupt();
+        EXPECT_EQ(exchange_.get(), ECANCELED);
+        EXPECT_EQ(IPCServInit("reset"), kOk);
+        IPCServTerm();
+    }
+
+private:
+    ScriptedPeer peer_{kMainDaemonSocket, {{read_request(), hang()}}};
+    std::future<int> exchange_;
+};
+
+TEST(ExchangeState, AnExchangeWaitsSinceItsConnectionAndNotSinceItBegan) {
+    steady_clock::time_point since;
+    {
+        const WaitingExchange waiting;
+        since = GetExchangeState(DaemonId::kMain).since;
+    }
+    EXPECT_GT(since, GetExchangeState(DaemonId::kMain).last.began);
+}
+
+TEST(ExchangeState, ALaterExchangeThatEndsLeavesTheEarlierOneShown) {
+    const WaitingExchange waiting;
+    EXPECT_EQ(ask("another"), ECONNREFUSED);
+    EXPECT_EQ(GetExchangeState(DaemonId::kMain).phase, ExchangePhase::kWaiting);
+}
+
+TEST(ExchangeState, IsNotThatOfAnotherDaemonThatWasAskedEarlier) {
+    const WaitingExchange waiting;
+    EXPECT_EQ(GetExchangeState(DaemonId::kManagement).phase, ExchangePhase::kIdle);
+}
+
+// In a process of its own, in which no daemon was asked.
+TEST(ExchangeStateDeathTest, ADaemonThatWasNotAskedHasNoReplyToNote) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            NoteReplyResult(DaemonId::kMain, 5, "no");
+            const ExchangeState state = GetExchangeState(DaemonId::kMain);
+            const bool isEmpty = state.ended == 0 && state.failed == 0 &&
+                                 state.last.replyCode == kOk && state.lastFailure.replyCode == kOk;
+            _exit(isEmpty ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
 TEST(ExchangeState, AStatusInTheHeaderIsTheTransportsCode) {
     const ScriptedPeer peer(kManagementSocket, {{read_request(), send_bytes(reply("x", 7))}});
     EXPECT_EQ(ask_checked(kManagementComponent), 7);

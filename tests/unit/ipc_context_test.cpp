@@ -76,6 +76,7 @@ TEST_F(IpcContext, AnOpenContextReachesItsOwnDaemon) {
     ScriptedPeer peer(kName, {{read_request(), send_bytes(reply("<r/>"))}});
     EXPECT_EQ(IPCServContextOpen(context, kName, nullptr, nullptr, kLogDebug), kOk);
     EXPECT_STREQ(context.socketName, kName);
+    EXPECT_EQ(context.state, 0);
     EXPECT_EQ(context.initialised, 1);
     const Answer answer = ask(context);
     EXPECT_EQ(answer.code, kOk);

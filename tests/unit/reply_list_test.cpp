@@ -1,5 +1,6 @@
 #include "common/engine/reply_list.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -57,6 +58,7 @@ TEST(NextItem, TheLastItemMayBeFollowedByTheListsOwnCode) {
     EXPECT_EQ(walked.rc, 79);
     EXPECT_EQ(walk(kCoded, "<reply><list/></reply>").rc, 79);
     EXPECT_EQ(walk(kCoded, "<reply/>").rc, kMissing);
+    EXPECT_EQ(walk(kCoded, "x").rc, kMissing);
     EXPECT_EQ(walk(kCoded, "").rc, kInvalid);
 }
 
@@ -96,6 +98,25 @@ TEST(NextItem, AnItemCutShortEndsTheList) {
     const Walk walked = walk(kPlainList, "<item>1</item><item>2");
     EXPECT_EQ(walked.contents, (Contents{"1"}));
     EXPECT_EQ(walked.rc, kInvalid);
+}
+
+int end_of(std::string_view text, int rc) {
+    const ExactBlock reply(text);
+    return end_of_list(kList, reply.begin(), reply.length(), 0, rc);
+}
+
+TEST(EndOfList, IsWhereNoFurtherItemBegins) {
+    EXPECT_EQ(end_of("<reply><list/></reply>", kInvalid), kOk);
+    EXPECT_EQ(end_of("<reply><item/><list></list></reply>", kNotFound), kOk);
+    EXPECT_EQ(end_of("<reply><list><item></list></reply>", kRange), kInvalid);
+}
+
+TEST(EndOfList, IsNotInAReplyWithoutTheList) {
+    EXPECT_EQ(end_of("<reply/>", kNotFound), kInvalid);
+}
+
+TEST(EndOfList, IsNotWhatBrokeAScanOff) {
+    EXPECT_EQ(end_of("<reply><list/></reply>", ECANCELED), ECANCELED);
 }
 
 struct Pair {

@@ -60,20 +60,20 @@ TEST(BuildLogin, HostileAndLongTexts) {
 
 using Scan = int (*)(char* reply, int replyLength, int* offset, LoginText& text);
 
-struct Row {
+struct LoginRow {
     const char* command;
     Scan scan;
 };
 
-const Row kRows[] = {{"enableLogin", ScanEnableLoginReply},
-                     {"disableLogin", ScanDisableLoginReply}};
+const LoginRow kRows[] = {{"enableLogin", ScanEnableLoginReply},
+                          {"disableLogin", ScanDisableLoginReply}};
 
 std::string login_reply(const std::string& command, const std::string& content) {
     return " <zrpConsoleReply><" + command + ">" + content + "</" + command + "></zrpConsoleReply>";
 }
 
 TEST(ScanLogin, GivesLineAfterLine) {
-    for (const Row& row : kRows) {
+    for (const LoginRow& row : kRows) {
         std::string text = login_reply(row.command, "<string>first</string>\n<string/><string>" +
                                                         std::string(5000, 'x') + "</string>");
         const auto length = static_cast<int>(text.size());
@@ -93,7 +93,7 @@ TEST(ScanLogin, GivesLineAfterLine) {
 }
 
 TEST(ScanLogin, AnotherReplyIsRefused) {
-    for (const Row& row : kRows) {
+    for (const LoginRow& row : kRows) {
         for (std::string text : {std::string(), login_reply("threads", "<string>a</string>"),
                                  std::string("<string>a</string>")}) {
             int offset = 0;
@@ -105,7 +105,7 @@ TEST(ScanLogin, AnotherReplyIsRefused) {
 }
 
 TEST(ScanLogin, EveryPrefixIsReadInItsBounds) {
-    for (const Row& row : kRows) {
+    for (const LoginRow& row : kRows) {
         const std::string text = login_reply(row.command, "<string>a</string>");
         scan_every_prefix(text, [&](char* reply, int length) {
             int offset = 0;

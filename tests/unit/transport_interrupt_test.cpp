@@ -129,13 +129,42 @@ TEST_F(Interrupt, IsNotLookedForAtEachByteOfABodyThatDrips) {
     EXPECT_LT(waits() - before, 250) << "a wait for each byte is some 600";
 }
 
-// Puts a file in the place of each timer of this process.
-void replace_timers(int file) {
+// Interrupts exchanges that have waited for a while until one ends at once: the machine may be
+// busy.
+bool ends_at_once() {
+    const ScriptedPeer peer(kMainDaemonSocket, {{read_request(), hang()}});
+    bool atOnce = false;
+    for (int i = 0; i < 5 && !atOnce; i++) {
+        IPCServInit(kMainDaemonSocket);
+        auto exchange = std::async(std::launch::async, ask, "<request/>");
+        EXPECT_EQ(exchange.wait_for(150ms), std::future_status::timeout);
+        IPCServInterrupt();
+        atOnce = exchange.wait_for(300ms) == std::future_status::ready;
+        EXPECT_EQ(exchange.get(), ECANCELED);
+    }
+    return atOnce;
+}
+
+TEST_F(Interrupt, WakesAWaitThatLasts) {
+    EXPECT_TRUE(ends_at_once());
+}
+
+// The descriptors of the timers of this process.
+std::vector<int> timers() {
+    std::vector<int> descriptors;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
         std::error_code error;
         if (std::filesystem::read_symlink(entry, error) == "anon_inode:[timerfd]") {
-            dup2(file, std::stoi(entry.path().filename()));
+            descriptors.push_back(std::stoi(entry.path().filename()));
         }
+    }
+    return descriptors;
+}
+
+// Puts a file in the place of each timer of this process.
+void replace_timers(int file) {
+    for (const int timer : timers()) {
+        dup2(file, timer);
     }
 }
 
@@ -145,12 +174,38 @@ TEST_F(Interrupt, LeavesAFileThatHasTheNumberOfItsDescriptorAlone) {
     auto exchange = std::async(std::launch::async, ask, "<request/>");
     EXPECT_EQ(exchange.wait_for(300ms), std::future_status::timeout);
     replace_timers(file);
+    errno = EDOM; // setting another file as a timer fails
     IPCServInterrupt();
+    EXPECT_EQ(errno, EDOM);
     ASSERT_EQ(exchange.wait_for(5s), std::future_status::ready);
     EXPECT_EQ(exchange.get(), ECANCELED);
     struct stat state = {};
     EXPECT_EQ(fstat(file, &state), 0);
     EXPECT_EQ(state.st_size, 0);
+    close(file);
+}
+
+// Processor time of this thread.
+std::chrono::microseconds processor_time() {
+    rusage usage = {};
+    getrusage(RUSAGE_THREAD, &usage);
+    return std::chrono::seconds(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+           std::chrono::microseconds(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
+}
+
+TEST_F(Interrupt, DoesNotKeepAWaitBusyWhoseDescriptorIsAnotherFileNow) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{read_request(), hang()}});
+    const int file = memfd_create("file", MFD_CLOEXEC); // always readable
+    auto exchange = std::async(std::launch::async, [] {
+        const auto before = processor_time();
+        EXPECT_EQ(ask(), ECANCELED);
+        return processor_time() - before;
+    });
+    EXPECT_EQ(exchange.wait_for(300ms), std::future_status::timeout);
+    replace_timers(file);
+    EXPECT_EQ(exchange.wait_for(1s), std::future_status::timeout);
+    IPCServInterrupt();
+    EXPECT_LT(exchange.get(), 20ms);
     close(file);
 }
 
@@ -297,14 +352,51 @@ TEST_F(Interrupt, AProgramMayCloseAllItsDescriptors) {
 }
 
 TEST_F(Interrupt, NoDescriptorStaysOpenBetweenTwoExchanges) {
-    const ScriptedPeer peer(kMainDaemonSocket, {{read_request(), send_bytes(reply("x"))}});
+    const ScriptedPeer peer(kMainDaemonSocket,
+                            {{read_request(), send_bytes(reply("x"))},
+                             {read_request(), pause_for(150ms), send_bytes(reply("late"))}});
     expect_in_child([&] {
         closefrom(STDERR_FILENO + 1);
-        const bool works = ask() == kOk;
+        const bool works = ask() == kOk && ask() == kOk;
         IPCServInterrupt();
         IPCServInit(kMainDaemonSocket);
         return works && open("/dev/null", O_RDONLY | O_CLOEXEC) == STDERR_FILENO + 1;
     });
+}
+
+// Whether a wait of this thread leaves it in peace.
+bool sleeps_while_it_waits() {
+    const ExchangeLimitsGuard limits({.exchangeMs = 1500});
+    const long before = waits();
+    return ask() == ETIMEDOUT && waits() - before < 10;
+}
+
+TEST_F(Interrupt, IsNotLookedForOftenWithoutStandardInputEither) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{read_request(), hang()}});
+    expect_in_child([] {
+        close(STDIN_FILENO); // whose number the wait's descriptor gets
+        return sleeps_while_it_waits() && fcntl(STDIN_FILENO, F_GETFD) < 0;
+    });
+}
+
+// The process cannot have more waits than these that sleep until an interrupt.
+constexpr size_t kSleepers = 32;
+
+TEST_F(Interrupt, TheWaitsOfTheParentTakeNothingFromTheChild) {
+    ScriptedPeer peer(kMainDaemonSocket, {{read_request(), hang()}});
+    std::vector<std::future<int>> exchanges;
+    for (size_t i = 0; i < kSleepers; i++) {
+        exchanges.push_back(std::async(std::launch::async, ask, "<request/>"));
+    }
+    const harness::Deadline deadline{harness::kPatience};
+    while (timers().size() < kSleepers && !deadline.passed()) {
+        std::this_thread::yield();
+    }
+    expect_in_child(sleeps_while_it_waits);
+    IPCServInterrupt();
+    for (std::future<int>& exchange : exchanges) {
+        EXPECT_EQ(exchange.get(), ECANCELED);
+    }
 }
 
 TEST_F(Interrupt, OfTheParentDoesNotReachTheChild) {

@@ -132,13 +132,13 @@ TEST(Agreement, FiguresOfAVolume) {
 // Reads one page, compares it with the connections from *seen on, and advances *seen.
 void compare_page(World& world, size_t* seen) {
     uint32_t length = 0;
-    const int station = world.connections.at(*seen).station;
+    const int station = world.connections->at(*seen).station;
     char* request = BuildListConnectionsRequest(station, 10, &length);
     const ExactReply reply = ask_with(world, request, length);
     int offset = 0;
     ConnectionEntry entry{};
     while (ScanListConnectionsReply(reply.text.get(), reply.length, &offset, &entry) == 0) {
-        const Connection& own = world.connections.at((*seen)++);
+        const Connection& own = world.connections->at((*seen)++);
         EXPECT_EQ(entry.stationNumber, own.station);
         EXPECT_EQ(entry.name, own.name);
         EXPECT_EQ(entry.bytesRead, traffic_of(world, own).bytesRead);
@@ -165,7 +165,7 @@ void compare_information(const ConnectionInformation& record, const Connection& 
 
 TEST(Agreement, InformationAboutEveryConnection) {
     World world = busy_world();
-    for (const Connection& own : world.connections) {
+    for (const Connection& own : *world.connections) {
         uint32_t length = 0;
         char* request = BuildConnectionInformationRequest(own.station, 1, &length);
         const ExactReply reply = ask_with(world, request, length);

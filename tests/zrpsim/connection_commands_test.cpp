@@ -34,7 +34,8 @@ TEST(ListConnections, PagesCoverAVeryLongList) {
 
 TEST(ListConnections, APageBeginsAtTheStationOrTheNextOne) {
     World world = make_world(1, {});
-    std::erase_if(world.connections, [](const Connection& one) { return one.station == 12; });
+    std::erase_if(world.connections.change(),
+                  [](const Connection& one) { return one.station == 12; });
     EXPECT_EQ(text_of(list_page(world, 11, 1), "stationNumberTag"), "11");
     EXPECT_EQ(text_of(list_page(world, 12, 1), "stationNumberTag"), "13");
 }
@@ -65,14 +66,15 @@ TEST(ConnectionInformation, BytesAgreeWithTheList) {
 
 TEST(ConnectionInformation, TheNameComesBeforeTheNamesOfFiles) {
     World world = make_world(1, {});
-    world.connections[4].files = {{1, "DATA:a", 1, 1, 1, false}, {1, "DATA:b", 2, 1, 1, false}};
+    world.connections.change()[4].files = {{1, "DATA:a", 1, 1, 1, false},
+                                           {1, "DATA:b", 2, 1, 1, false}};
     const std::string reply = information(world, 5);
-    EXPECT_LT(reply.find("<name>" + world.connections[4].name), reply.find("<name>DATA:a"));
+    EXPECT_LT(reply.find("<name>" + world.connections->at(4).name), reply.find("<name>DATA:a"));
     EXPECT_EQ(text_of(reply, "openFilesCount"), "2");
     EXPECT_EQ(text_of(reply, "openFiles"), "<openFilesCount>2</openFilesCount>"
                                            "<name>DATA:a</name><name>DATA:b</name>");
     EXPECT_EQ(text_of(reply, "secEqualsCount"),
-              std::to_string(world.connections[4].equivalences.size()));
+              std::to_string(world.connections->at(4).equivalences.size()));
 }
 
 TEST(ConnectionInformation, OnlyALoggedInConnectionHasStatusBits) {

@@ -22,7 +22,7 @@ TEST(ClearConnection, RemovesTheStationsFromTheList) {
     EXPECT_EQ(text_of(reply, "stationNumberCount"), "2");
     EXPECT_EQ(find_connection(world, 5), nullptr);
     EXPECT_EQ(find_connection(world, 7), nullptr);
-    EXPECT_EQ(world.connections.size(), 48U);
+    EXPECT_EQ(world.connections->size(), 48U);
 }
 
 TEST(ClearConnection, TotalsKeepTheTrafficOfClosedConnections) {
@@ -30,7 +30,7 @@ TEST(ClearConnection, TotalsKeepTheTrafficOfClosedConnections) {
     world.upTimeMs = 100000000;
     const Traffic before = total_traffic(world);
     clear(world, "<allStations>All</allStations>");
-    EXPECT_TRUE(world.connections.empty());
+    EXPECT_TRUE(world.connections->empty());
     EXPECT_EQ(total_traffic(world).bytesRead, before.bytesRead);
     EXPECT_EQ(total_traffic(world).requests, before.requests);
 }
@@ -39,18 +39,18 @@ TEST(ClearConnection, AllLeavesTheExceptions) {
     World world = make_world(1, {});
     clear(world, "<allStations>All</allStations><exceptionNumberTag>3</exceptionNumberTag>"
                  "<exceptionNumberTag>9, 11</exceptionNumberTag>");
-    ASSERT_EQ(world.connections.size(), 3U);
-    EXPECT_EQ(world.connections[2].station, 11);
+    ASSERT_EQ(world.connections->size(), 3U);
+    EXPECT_EQ(world.connections->at(2).station, 11);
 }
 
 TEST(ClearConnection, AllWithoutALoginAreClearedTogether) {
     World world = make_world(1, {});
-    const size_t without = count_not_logged_in(world);
+    const size_t without = world.connections.counts().withoutLogin;
     EXPECT_EQ(
         text_of(clear(world, "<stationNumberTag>NLI</stationNumberTag>"), "stationNumberCount"),
         std::to_string(without));
-    EXPECT_EQ(count_not_logged_in(world), 0U);
-    EXPECT_EQ(world.connections.size(), 50U - without);
+    EXPECT_EQ(world.connections.counts().withoutLogin, 0U);
+    EXPECT_EQ(world.connections->size(), 50U - without);
 }
 
 TEST(ClearConnection, ARefusedRequestEndsNoConnection) {
@@ -64,7 +64,7 @@ TEST(ClearConnection, ARefusedRequestEndsNoConnection) {
     EXPECT_EQ(refusal_code(clear(world, "<allStations>All</allStations>"
                                         "<exceptionNumberTag>me</exceptionNumberTag>")),
               kBadRequest);
-    EXPECT_EQ(world.connections.size(), 50U);
+    EXPECT_EQ(world.connections->size(), 50U);
 }
 
 TEST(Broadcast, ReachesTheStationsOfItsListOrAll) {
@@ -123,7 +123,8 @@ TEST(ConnectionSlots, AgreeWithTheList) {
     const std::string reply = ask(world, "<serverConnInfo/>");
     EXPECT_EQ(text_of(reply, "connectionSlotsInUse"), "50");
     EXPECT_EQ(text_of(reply, "connectionSlotsAvailable"), "32717");
-    EXPECT_EQ(text_of(reply, "notLoggedInCount"), std::to_string(count_not_logged_in(world)));
+    EXPECT_EQ(text_of(reply, "notLoggedInCount"),
+              std::to_string(world.connections.counts().withoutLogin));
     EXPECT_EQ(text_of(reply, "versionTag"), "1");
     for (const char* tag : {"licensedConnectionCount", "peakLicenseCount", "signingLevel"})
         EXPECT_NE(text_of(reply, tag), "(none)") << tag;

@@ -43,8 +43,9 @@ TEST(Diagnostics, NamesAllCountersOfTheMainDaemon) {
 TEST(Diagnostics, OpenFilesAgreeWithTheConnections) {
     World world = make_world(1, {});
     const std::string reply = ask(world, "<diagnostics><diagLevel>1</diagLevel></diagnostics>");
-    EXPECT_EQ(counter(reply, "openFiles"), std::to_string(count_open_files(world)));
-    EXPECT_EQ(counter(reply, "Not logged in count"), std::to_string(count_not_logged_in(world)));
+    EXPECT_EQ(counter(reply, "openFiles"), std::to_string(world.connections.counts().openFiles));
+    EXPECT_EQ(counter(reply, "Not logged in count"),
+              std::to_string(world.connections.counts().withoutLogin));
 }
 
 TEST(Diagnostics, ResetAllRestartsAtZero) {

@@ -6,11 +6,12 @@ namespace {
 
 World world_with_files() {
     World world = make_world(1, {});
-    for (Connection& connection : world.connections)
+    for (Connection& connection : world.connections.change())
         connection.files.clear();
-    world.connections[0].files = {{1, "DATA:a", 0x10, 0x1, 3, true}, {0, "SYS:b", 2, 1, 1, true}};
-    world.connections[3].files = {{1, "DATA:a", 0x11, 0x1B, 4, true}};
-    world.connections[8].files = {{1, "DATA:a", 0x12, 0x1, 5, false}};
+    world.connections.change()[0].files = {{1, "DATA:a", 0x10, 0x1, 3, true},
+                                           {0, "SYS:b", 2, 1, 1, true}};
+    world.connections.change()[3].files = {{1, "DATA:a", 0x11, 0x1B, 4, true}};
+    world.connections.change()[8].files = {{1, "DATA:a", 0x12, 0x1, 5, false}};
     return world;
 }
 
@@ -36,7 +37,7 @@ TEST(OpenFiles, AreListedByConnection) {
               "<openFilesCount>2</openFilesCount><name>DATA:a</name><name>SYS:b</name>");
     EXPECT_EQ(text_of(reply, "moreFlag"), "No");
     EXPECT_EQ(text_of(reply, "startIndex"), "(none)");
-    EXPECT_EQ(text_of(reply, "userName"), world.connections[0].name);
+    EXPECT_EQ(text_of(reply, "userName"), world.connections->at(0).name);
 }
 
 TEST(OpenFiles, AreListedForOneVolume) {
@@ -60,7 +61,7 @@ TEST(OpenFiles, AFileIsClosedOnAllConnections) {
     World world = world_with_files();
     const std::string request = "<fileClose><fileName>DATA:a</fileName></fileClose>";
     EXPECT_EQ(text_of(close(world, request), "fileName"), "DATA:a");
-    EXPECT_EQ(count_open_files(world), 1U);
+    EXPECT_EQ(world.connections.counts().openFiles, 1U);
     EXPECT_EQ(refusal_code(close(world, request)), kNoSuchObject);
 }
 
@@ -72,7 +73,7 @@ TEST(Locks, AreListedByFile) {
               "<stationNumberTag>1</stationNumberTag><taskNuber>3</taskNuber>"
               "<accessRights>0x00000001</accessRights><zrpFileHandle>0x00000010</zrpFileHandle>"
               "<userName>" +
-                  world.connections[0].name + "</userName>");
+                  world.connections->at(0).name + "</userName>");
     EXPECT_EQ(text_of(locks(world, "DATA:nobody"), "actualLockCount"), "0");
     EXPECT_EQ(refusal_code(locks(world, "X:a")), kNoSuchObject);
 }
@@ -83,7 +84,7 @@ TEST(Locks, ClosingThoseOfAConnectionLeavesItsFilesOpen) {
                                 "</closeConnectionLocksTag>";
     EXPECT_EQ(text_of(close(world, request), "stationNumberTag"), "1");
     EXPECT_EQ(text_of(locks(world, "DATA:a"), "actualLockCount"), "1");
-    EXPECT_EQ(world.connections[0].files.size(), 2U);
+    EXPECT_EQ(world.connections->at(0).files.size(), 2U);
 }
 
 TEST(Locks, AnUnknownStationOrNoRequestIsRefused) {

@@ -171,10 +171,11 @@ TEST(VolumeInformation, NumbersOfOldVersionsFitThirtyTwoBits) {
 
 TEST(VolumeInformation, CountsTheConnectionsWithAFileOpenThere) {
     World world = make_world(1, {});
-    for (Connection& connection : world.connections)
+    for (Connection& connection : world.connections.change())
         connection.files.clear();
-    world.connections[0].files = {{1, "DATA:a", 1, 1, 1, false}, {1, "DATA:b", 2, 1, 1, false}};
-    world.connections[1].files = {{1, "DATA:a", 3, 1, 1, false}};
+    world.connections.change()[0].files = {{1, "DATA:a", 1, 1, 1, false},
+                                           {1, "DATA:b", 2, 1, 1, false}};
+    world.connections.change()[1].files = {{1, "DATA:a", 3, 1, 1, false}};
     EXPECT_EQ(text_of(information(world, "DATA", 5), "connectionCount"), "2");
 }
 

@@ -86,10 +86,10 @@ TEST(CreateVolume, AFullServerHasNoRoom) {
 TEST(RemoveVolume, IsNoLongerListedAndItsFilesAreClosed) {
     World world = make_world(1, {});
     const int number = find_volume(world, "HOME")->number;
-    world.connections[0].files.push_back({number, "HOME:a", 1, 1, 1, false});
+    world.connections.change()[0].files.push_back({number, "HOME:a", 1, 1, 1, false});
     EXPECT_EQ(text_of(named(world, "removeVolume", "HOME"), "volumeName"), "HOME");
     EXPECT_FALSE(is_listed(world, "HOME"));
-    for (const Connection& connection : world.connections)
+    for (const Connection& connection : *world.connections)
         for (const OpenFile& file : connection.files)
             EXPECT_NE(file.volumeNumber, number);
     EXPECT_EQ(refusal_code(named(world, "removeVolume", "HOME")), kNoSuchObject);
@@ -132,10 +132,11 @@ TEST(MountVolumes, ADismountedVolumeIsMountedAgain) {
 
 TEST(MountVolumes, DismountingClosesFiles) {
     World world = make_world(1, {});
-    world.connections[0].files = {{1, "DATA:a", 1, 1, 1, false}, {0, "SYS:a", 1, 1, 1, false}};
+    world.connections.change()[0].files = {{1, "DATA:a", 1, 1, 1, false},
+                                           {0, "SYS:a", 1, 1, 1, false}};
     dismount(world, "DATA");
-    ASSERT_EQ(world.connections[0].files.size(), 1U);
-    EXPECT_EQ(world.connections[0].files[0].name, "SYS:a");
+    ASSERT_EQ(world.connections->at(0).files.size(), 1U);
+    EXPECT_EQ(world.connections->at(0).files[0].name, "SYS:a");
 }
 
 TEST(MountVolumes, FailuresAreReportedForEachVolume) {
@@ -165,7 +166,7 @@ TEST(MountAll, ListsTheVolumesThatItChanged) {
     const size_t mounted = count_mounted(world);
     EXPECT_EQ(count_of(ask(world, "<dismountAll/>"), "<volume><name>"), mounted);
     EXPECT_EQ(count_mounted(world), 0U);
-    EXPECT_EQ(count_open_files(world), 0U);
+    EXPECT_EQ(world.connections.counts().openFiles, 0U);
     EXPECT_EQ(count_of(ask(world, "<mountAll/>"), "<volume><name>"), mounted + 1);
     EXPECT_EQ(ask(world, "<mountAll/>"),
               "<zrpConsoleReply><mountAll></mountAll></zrpConsoleReply>");

@@ -14,10 +14,10 @@ namespace {
 TEST(World, HasAboutThirtyVolumesAndFiftyConnections) {
     const World world = make_world(1, {});
     EXPECT_EQ(world.volumes.size(), 30U);
-    EXPECT_EQ(world.connections.size(), 50U);
+    EXPECT_EQ(world.connections->size(), 50U);
     EXPECT_GT(count_mounted(world), 20U);
     EXPECT_LT(count_mounted(world), 30U);
-    EXPECT_GT(count_not_logged_in(world), 2U);
+    EXPECT_GT(world.connections.counts().withoutLogin, 2U);
 }
 
 TEST(World, OneVolumeNameHasSixteenCharactersAndNoneHasMore) {
@@ -55,13 +55,13 @@ TEST(World, AnotherSeedMakesAnotherWorld) {
     const World one = make_world(1, {});
     const World same = make_world(1, {});
     const World other = make_world(2, {});
-    EXPECT_EQ(one.connections[0].readPerSecond, same.connections[0].readPerSecond);
-    EXPECT_NE(one.connections[0].readPerSecond, other.connections[0].readPerSecond);
+    EXPECT_EQ(one.connections->at(0).readPerSecond, same.connections->at(0).readPerSecond);
+    EXPECT_NE(one.connections->at(0).readPerSecond, other.connections->at(0).readPerSecond);
 }
 
 TEST(World, TrafficOfAConnectionGrowsFromItsLogin) {
     World world = make_world(1, {});
-    const Connection& connection = world.connections.front();
+    const Connection& connection = world.connections->front();
     world.upTimeMs = connection.loginMs - 1;
     EXPECT_EQ(traffic_of(world, connection).bytesRead, 0U);
     world.upTimeMs = connection.loginMs + 10000;
@@ -70,8 +70,8 @@ TEST(World, TrafficOfAConnectionGrowsFromItsLogin) {
 
 TEST(World, OpenFilesAreOnMountedVolumes) {
     World world = make_world(1, {.volumes = 30, .connections = 500});
-    EXPECT_GT(count_open_files(world), 500U);
-    for (const Connection& connection : world.connections)
+    EXPECT_GT(world.connections.counts().openFiles, 500U);
+    for (const Connection& connection : *world.connections)
         for (const OpenFile& file : connection.files)
             EXPECT_NE(find_volume(world, file.volumeNumber)->status & kMounted, 0U);
 }
@@ -86,7 +86,7 @@ TEST(World, AWaveStaysBetweenZeroAndItsSwing) {
 
 TEST(World, AWorldMayHaveAnyNumberOfVolumesAndConnections) {
     EXPECT_TRUE(make_world(1, {.volumes = 0, .connections = 20}).volumes.empty());
-    EXPECT_EQ(count_open_files(make_world(1, {.volumes = 0, .connections = 20})), 0U);
+    EXPECT_EQ(make_world(1, {.volumes = 0, .connections = 20}).connections.counts().openFiles, 0U);
     EXPECT_EQ(make_world(1, {.volumes = 1, .connections = 0}).volumes.size(), 1U);
 }
 

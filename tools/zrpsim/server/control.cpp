@@ -85,7 +85,7 @@ std::string add_clients(Server& server, std::istringstream& words) {
     if (!count || *count < 0) {
         return "connect takes a number of clients, and a user if they are logged in";
     }
-    if (world.connections.size() + static_cast<size_t>(*count) > kConnectionSlots) {
+    if (world.connections->size() + static_cast<size_t>(*count) > kConnectionSlots) {
         return "there are " + std::to_string(kConnectionSlots) + " connection slots";
     }
     connect_clients(world, *count, user);

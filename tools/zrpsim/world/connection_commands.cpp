@@ -68,12 +68,12 @@ Outcome list_connections(World& world, pugi::xml_node command, std::string& out)
     }
     auto at = connections_from(world, page.startIndex);
     std::string entries;
-    for (int i = 0; i < page.maxItems && at != world.connections.end(); ++i, ++at) {
+    for (int i = 0; i < page.maxItems && at != world.connections->end(); ++i, ++at) {
         open_element(entries, "connectionTag");
         append_common(world, *at, entries);
         close_element(entries, "connectionTag");
     }
-    if (at != world.connections.end()) {
+    if (at != world.connections->end()) {
         number_element(out, "startIndex", at->station);
     }
     out += entries;

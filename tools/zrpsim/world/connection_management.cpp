@@ -16,7 +16,7 @@ constexpr std::string_view kThoseWithoutLogin = "NLI";
 // The traffic of closed connections stays in the server's totals.
 template <typename Choice>
 size_t end_connections(World& world, Choice isMeant) {
-    return std::erase_if(world.connections, [&](const Connection& connection) {
+    return std::erase_if(world.connections.change(), [&](const Connection& connection) {
         if (!isMeant(connection)) {
             return false;
         }
@@ -91,7 +91,7 @@ Outcome broadcast(World& world, pugi::xml_node command, std::string& out) {
         world.broadcasts.erase(world.broadcasts.begin());
     }
     number_element(out, "stationNumberCount",
-                   stations.empty() ? world.connections.size() : stations.size());
+                   stations.empty() ? world.connections->size() : stations.size());
     return {};
 }
 

@@ -10,7 +10,7 @@ namespace zrp::sim {
 namespace {
 
 uint64_t open_linux_files(const World& world) {
-    return count_open_files(world) + 37;
+    return world.connections.counts().openFiles + 37;
 }
 
 uint64_t normal_opens(const World& world) {
@@ -30,7 +30,7 @@ uint64_t background_closes(const World& world) {
 }
 
 uint64_t without_login(const World& world) {
-    return count_not_logged_in(world);
+    return world.connections.counts().withoutLogin;
 }
 
 uint64_t bindings(const World& world) {
@@ -85,7 +85,8 @@ constexpr std::array kServerCounters = std::to_array<CounterRow>({
     {"ReplyLargeBufferFilledOut", 960, 9},
     {"ReplyDisgard", 4, 0},
     {"ReplyKeepNoFragments", 31020, 240},
-    {"openFiles", 0, 0, [](const World& world) -> uint64_t { return count_open_files(world); }},
+    {"openFiles", 0, 0,
+     [](const World& world) -> uint64_t { return world.connections.counts().openFiles; }},
     {"openLinuxFiles", 0, 0, open_linux_files},
     {"normalOpenCount", 0, 0, normal_opens},
     {"lazyOpenCount", 0, 0, lazy_opens},

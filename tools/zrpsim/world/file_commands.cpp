@@ -59,7 +59,7 @@ Outcome list_open_files(World& world, pugi::xml_node command, std::string& out) 
     std::string entries;
     const Connection* next = nullptr;
     int count = 0;
-    for (auto at = connections_from(world, page.startIndex); at != world.connections.end(); at++) {
+    for (auto at = connections_from(world, page.startIndex); at != world.connections->end(); at++) {
         const std::vector<const OpenFile*> files = files_on(*at, volume);
         if (files.empty()) {
             continue;
@@ -94,7 +94,7 @@ Outcome list_locks(World& world, pugi::xml_node command, std::string& out) {
     }
     std::string entries;
     int count = 0;
-    for (const Connection& connection : world.connections) {
+    for (const Connection& connection : *world.connections) {
         for (const OpenFile& file : connection.files) {
             if (!file.locked || file.name != name) {
                 continue;
@@ -111,7 +111,7 @@ Outcome list_locks(World& world, pugi::xml_node command, std::string& out) {
 Outcome close_file(World& world, pugi::xml_node command, std::string& out) {
     const std::string name = text_inside(command, "fileName");
     size_t closed = 0;
-    for (Connection& connection : world.connections) {
+    for (Connection& connection : world.connections.change()) {
         closed += std::erase_if(connection.files,
                                 [&](const OpenFile& file) { return file.name == name; });
     }
@@ -126,11 +126,12 @@ Outcome close_file(World& world, pugi::xml_node command, std::string& out) {
 
 Outcome close_locks(World& world, pugi::xml_node command, std::string& out) {
     const std::optional<int> station = number_inside(command, "stationNumberTag");
-    Connection* connection = station ? find_connection(world, *station) : nullptr;
+    const Connection* connection = station ? find_connection(world, *station) : nullptr;
     if (connection == nullptr) {
         return {kNoSuchObject, "no such connection: " + text_inside(command, "stationNumberTag")};
     }
-    for (OpenFile& file : connection->files) {
+    const auto index = static_cast<size_t>(connection - world.connections->data());
+    for (OpenFile& file : world.connections.change()[index].files) {
         file.locked = false;
     }
     open_element(out, "closeConnectionLocksTag");

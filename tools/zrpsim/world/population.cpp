@@ -128,6 +128,7 @@ void make_volumes(World& world, int count) {
 }
 
 void make_connections(World& world, int count) {
+    std::vector<Connection>& connections = world.connections.change();
     for (int station = 1; station <= count; station++) {
         const auto index = static_cast<uint64_t>(station);
         const uint64_t state = scatter(world.seed, kConnectionState, index);
@@ -154,22 +155,23 @@ void make_connections(World& world, int count) {
                 open_files(world, connection, state >> 5U);
             }
         }
-        world.connections.push_back(std::move(connection));
+        connections.push_back(std::move(connection));
     }
-    world.peakConnections = world.connections.size() + 3;
+    world.peakConnections = connections.size() + 3;
     world.closedTraffic = {8123456789, 3210987654, 7654321};
 }
 
 void connect_clients(World& world, int count, std::string_view user) {
+    std::vector<Connection>& connections = world.connections.change();
     for (int i = 0; i < count; i++) {
         Connection connection{};
-        connection.station = world.connections.empty() ? 1 : world.connections.back().station + 1;
+        connection.station = connections.empty() ? 1 : connections.back().station + 1;
         connection.address = address_of(connection.station);
         connection.name = user.empty() ? kNotLoggedIn : user;
         connection.loginMs = world.upTimeMs;
-        world.connections.push_back(std::move(connection));
+        connections.push_back(std::move(connection));
     }
-    world.peakConnections = std::max(world.peakConnections, world.connections.size());
+    world.peakConnections = std::max(world.peakConnections, connections.size());
 }
 
 } // namespace zrp::sim

@@ -95,8 +95,8 @@ std::string setting_value(const World& world, std::string_view name) {
 }
 
 Outcome connection_info(World& world, pugi::xml_node, std::string& out) {
-    const size_t used = world.connections.size();
-    const size_t without = count_not_logged_in(world);
+    const size_t used = world.connections->size();
+    const size_t without = world.connections.counts().withoutLogin;
     number_element(out, "versionTag", 1);
     number_element(out, "connectionSlotsAvailable",
                    kConnectionSlots - std::min(used, kConnectionSlots));

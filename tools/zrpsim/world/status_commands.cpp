@@ -8,26 +8,10 @@
 namespace zrp::sim {
 namespace {
 
-// What takes a walk through all connections: one walk serves the whole reply.
 struct Census {
-    Traffic traffic{};
-    uint64_t withoutLogin = 0;
-    uint64_t openFiles = 0;
-    uint64_t locks = 0;
+    Traffic traffic;
+    ConnectionCounts counts;
 };
-
-Census census_of(const World& world) {
-    Census census{.traffic = world.closedTraffic};
-    for (const Connection& connection : world.connections) {
-        add_traffic(census.traffic, traffic_of(world, connection));
-        census.withoutLogin += logged_in(connection) ? 0 : 1;
-        census.openFiles += connection.files.size();
-        for (const OpenFile& file : connection.files) {
-            census.locks += file.locked ? 1 : 0;
-        }
-    }
-    return census;
-}
 
 struct StatisticRow {
     const char* name;
@@ -55,18 +39,19 @@ constexpr std::array kStatistics = std::to_array<StatisticRow>({
     {"bytesWritten", "unsignedLong",
      [](const World&, const Census& c) { return c.traffic.bytesWritten; }},
     {"connectionSlotsInUse", "unsignedInt",
-     [](const World& w, const Census&) { return w.connections.size(); }},
+     [](const World& w, const Census&) { return w.connections->size(); }},
     {"peakConnectionSlots", "unsignedInt",
      [](const World& w, const Census&) { return w.peakConnections; }},
     {"notLoggedInCount", "unsignedInt",
-     [](const World&, const Census& c) { return c.withoutLogin; }},
-    {"numberOfOpenFiles", "unsignedInt", [](const World&, const Census& c) { return c.openFiles; }},
-    {"fileLockCount", "unsignedInt", [](const World&, const Census& c) { return c.locks; }},
+     [](const World&, const Census& c) { return c.counts.withoutLogin; }},
+    {"numberOfOpenFiles", "unsignedInt",
+     [](const World&, const Census& c) { return c.counts.openFiles; }},
+    {"fileLockCount", "unsignedInt", [](const World&, const Census& c) { return c.counts.locks; }},
     {"numberOfMountedVolumes", "unsignedInt",
      [](const World& w, const Census&) { return count_mounted(w); }},
     {"volumeCount", "unsignedInt", [](const World& w, const Census&) { return w.volumes.size(); }},
     {"licensedConnectionCount", "unsignedInt",
-     [](const World& w, const Census& c) { return w.connections.size() - c.withoutLogin; }},
+     [](const World& w, const Census& c) { return w.connections->size() - c.counts.withoutLogin; }},
     {"maximumConnectionSlots", "unsignedInt",
      [](const World&, const Census&) { return kConnectionSlots; }},
     {"logAllowed", "boolean",
@@ -81,7 +66,7 @@ Outcome server_statistics(World& world, pugi::xml_node command, std::string& out
         return {kBadRequest, "serverStatistics needs a versionTag"};
     }
     out += '\n';
-    const Census census = census_of(world);
+    const Census census{total_traffic(world), world.connections.counts()};
     std::string elements;
     for (const StatisticRow& row : kStatistics) {
         const std::string value = std::to_string(row.value(world, census));

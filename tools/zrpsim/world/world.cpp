@@ -49,65 +49,29 @@ Volume* find_volume(World& world, int number) {
 
 std::vector<Connection>::const_iterator connections_from(const World& world, int station) {
     return std::lower_bound(
-        world.connections.begin(), world.connections.end(), station,
+        world.connections->begin(), world.connections->end(), station,
         [](const Connection& connection, int wanted) { return connection.station < wanted; });
 }
 
-Connection* find_connection(World& world, int station) {
+const Connection* find_connection(const World& world, int station) {
     auto at = connections_from(world, station);
-    if (at == world.connections.end() || at->station != station) {
-        return nullptr;
-    }
-    return &world.connections[static_cast<size_t>(at - world.connections.begin())];
-}
-
-bool logged_in(const Connection& connection) {
-    return connection.name != kNotLoggedIn;
+    return at == world.connections->end() || at->station != station ? nullptr : &*at;
 }
 
 Traffic traffic_of(const World& world, const Connection& connection) {
-    if (!logged_in(connection)) {
-        return {};
-    }
-    const auto ms =
-        static_cast<uint64_t>(std::max<int64_t>(world.upTimeMs - connection.loginMs, 0));
-    const uint64_t bytesRead = connection.readPerSecond * ms / 1000;
-    const uint64_t bytesWritten = connection.writtenPerSecond * ms / 1000;
-    return {bytesRead, bytesWritten, (bytesRead + bytesWritten) / 1500 + 12};
-}
-
-void add_traffic(Traffic& total, const Traffic& more) {
-    total.bytesRead += more.bytesRead;
-    total.bytesWritten += more.bytesWritten;
-    total.requests += more.requests;
+    return traffic_until(world.upTimeMs, connection);
 }
 
 Traffic total_traffic(const World& world) {
     Traffic total = world.closedTraffic;
-    for (const Connection& connection : world.connections) {
-        add_traffic(total, traffic_of(world, connection));
-    }
+    add_traffic(total, world.connections.traffic_until(world.upTimeMs));
     return total;
-}
-
-size_t count_open_files(const World& world) {
-    size_t count = 0;
-    for (const Connection& connection : world.connections) {
-        count += connection.files.size();
-    }
-    return count;
 }
 
 size_t count_mounted(const World& world) {
     return static_cast<size_t>(
         std::count_if(world.volumes.begin(), world.volumes.end(),
                       [](const Volume& volume) { return (volume.status & kMounted) != 0; }));
-}
-
-size_t count_not_logged_in(const World& world) {
-    return static_cast<size_t>(
-        std::count_if(world.connections.begin(), world.connections.end(),
-                      [](const Connection& connection) { return !logged_in(connection); }));
 }
 
 size_t count_users(const World& world, const Volume& volume) {
@@ -117,11 +81,11 @@ size_t count_users(const World& world, const Volume& volume) {
             [&](const OpenFile& file) { return file.volumeNumber == volume.number; });
     };
     return static_cast<size_t>(
-        std::count_if(world.connections.begin(), world.connections.end(), uses));
+        std::count_if(world.connections->begin(), world.connections->end(), uses));
 }
 
 void close_files_of(World& world, const Volume& volume) {
-    for (Connection& connection : world.connections) {
+    for (Connection& connection : world.connections.change()) {
         std::erase_if(connection.files,
                       [&](const OpenFile& file) { return file.volumeNumber == volume.number; });
     }

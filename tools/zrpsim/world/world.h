@@ -10,6 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include "tools/zrpsim/world/connections.h"
+
 namespace zrp::sim {
 
 inline constexpr int kMaxVolumes = 256;
@@ -52,36 +54,6 @@ struct Volume {
     int percentUsed = -1;   // fixed by a control command; -1: as its figures say
 };
 
-struct OpenFile {
-    int volumeNumber;
-    std::string name; // "VOLUME:directory/file"
-    uint32_t handle;
-    uint32_t rights;
-    int task;
-    bool locked;
-};
-
-struct Connection {
-    int station;
-    std::string name; // kNotLoggedIn, or the user's distinguished name
-    std::string address;
-    int64_t loginMs; // up time at the login
-    uint32_t readPerSecond;
-    uint32_t writtenPerSecond;
-    bool encrypted;
-    bool mfa;
-    std::vector<std::string> equivalences;
-    std::vector<OpenFile> files;
-};
-
-inline constexpr std::string_view kNotLoggedIn = "NOT LOGGED IN";
-
-struct Traffic {
-    uint64_t bytesRead;
-    uint64_t bytesWritten;
-    uint64_t requests;
-};
-
 enum class ParameterKind { kText, kNumber, kSwitch, kFixed };
 
 struct Parameter {
@@ -112,9 +84,9 @@ struct World {
     int64_t bootEpoch = kPinnedBoot; // seconds since 1970
     int64_t upTimeMs = 0;
 
-    std::vector<Volume> volumes;         // by number
-    std::vector<Connection> connections; // by station
-    Traffic closedTraffic{};             // of closed connections
+    std::vector<Volume> volumes; // by number
+    Connections connections;
+    Traffic closedTraffic{}; // of closed connections
     size_t peakConnections = 0;
     std::vector<Parameter> parameters;
     std::vector<Setting> settings;
@@ -148,18 +120,14 @@ uint64_t wave(const World& world, uint64_t swing, uint64_t periodSeconds, uint64
 // Each returns null when there is none.
 Volume* find_volume(World& world, std::string_view name);
 Volume* find_volume(World& world, int number);
-Connection* find_connection(World& world, int station);
+const Connection* find_connection(const World& world, int station);
 
 // The first connection with this station number or a higher one.
 std::vector<Connection>::const_iterator connections_from(const World& world, int station);
 
-bool logged_in(const Connection& connection);
 Traffic traffic_of(const World& world, const Connection& connection);
-void add_traffic(Traffic& total, const Traffic& more);
 Traffic total_traffic(const World& world);
-size_t count_open_files(const World& world);
 size_t count_mounted(const World& world);
-size_t count_not_logged_in(const World& world);
 
 // The connections that have a file open on the volume.
 size_t count_users(const World& world, const Volume& volume);

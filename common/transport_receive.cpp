@@ -1,0 +1,199 @@
+#include "common/transport_receive.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <poll.h>
+
+#include "common/heap_text.h"
+#include "common/result.h"
+
+namespace zrp {
+namespace {
+
+using std::chrono::milliseconds;
+
+// Makes one recv() that an interrupt can end. *count becomes its result, and -1 when the timeout is
+// up. Returns kOk, ECANCELED or ETIMEDOUT.
+int receive_once(int fd, void* data, size_t size, const Patience& patience, const Bounds& bounds,
+                 ssize_t* count) {
+    int flags = patience.flags;
+    int rc = bounds.check();
+    while (rc == kOk) {
+        *count = recv(fd, data, size, flags);
+        if (*count >= 0 || (errno != EAGAIN && errno != EINTR)) {
+            return kOk;
+        }
+        flags = MSG_DONTWAIT;
+        rc = wait_ready(fd, POLLIN, patience.timeout, bounds);
+    }
+    if (rc == EAGAIN) {
+        errno = EAGAIN;
+        return kOk;
+    }
+    return rc;
+}
+
+// Lets the bytes of a peer that sends a few at a time gather, so that each does not cost a wake-up.
+class Gathering {
+public:
+    // Waits if the pieces have been small for a while, longer each time.
+    void after_piece(size_t count, const Bounds& bounds) {
+        small_ = count < kSmallPiece ? std::min(small_ + 1, kTolerated + kDoublings) : 0;
+        if (small_ > kTolerated) {
+            const milliseconds pause = std::min(milliseconds{1 << (small_ - kTolerated)},
+                                                next_slice(bounds.end, bounds.end));
+            poll(nullptr, 0, static_cast<int>(pause.count()));
+        }
+    }
+
+private:
+    static constexpr size_t kSmallPiece = 4096;
+    static constexpr int kTolerated = 16;
+    static constexpr int kDoublings = 4; // up to 16 milliseconds
+
+    int small_ = 0; // pieces in a row
+};
+
+// Fills the body as far as the peer sends it. *filled becomes the number of bytes that came.
+//
+// Compatibility: the -1 of a failed recv() is added to the total like any count. Before the first
+// byte that makes the total larger than any length and ends the loop; later it moves the position
+// back by one byte and the loop goes on.
+int receive_body(int fd, char* body, uint64_t length, const Patience& patience,
+                 const Bounds& bounds, uint64_t* filled) {
+    Gathering gathering;
+    uint64_t total = 0;
+    while (total < length) {
+        ssize_t count = 0;
+        const int rc = receive_once(fd, body + total, length - total, patience, bounds, &count);
+        if (rc != kOk) {
+            return rc;
+        }
+        if (count == 0) {
+            break;
+        }
+        total += static_cast<uint64_t>(count);
+        *filled = count > 0 ? std::max(*filled, total) : *filled;
+        if (count > 0 && total < length && is_none(patience.timeout)) {
+            gathering.after_piece(static_cast<size_t>(count), bounds);
+        }
+    }
+    return kOk;
+}
+
+// The body of a whole reply. What a header announces is only a claim: the block grows with what
+// comes, so that a false one costs no memory.
+int receive_whole_body(int fd, uint64_t length, const Patience& patience, const Bounds& bounds,
+                       HeapText* body) {
+    constexpr uint64_t kFirstRoom = 1U << 16;
+    Gathering gathering;
+    uint64_t room = 0;
+    for (uint64_t total = 0; total < length;) {
+        if (total == room) {
+            room = std::min(length, std::max(kFirstRoom, 2 * room));
+            char* grown = static_cast<char*>(realloc(body->get(), room));
+            if (grown == nullptr) {
+                return kNoMemory;
+            }
+            (void)body->release();
+            body->reset(grown);
+        }
+        ssize_t count = 0;
+        const int rc =
+            receive_once(fd, body->get() + total, room - total, patience, bounds, &count);
+        if (rc != kOk) {
+            return rc;
+        }
+        if (count <= 0) {
+            return count < 0 && errno == EAGAIN ? ETIMEDOUT : int{kShortHeader};
+        }
+        total += static_cast<uint64_t>(count);
+        gathering.after_piece(static_cast<size_t>(count), bounds);
+    }
+    return kOk;
+}
+
+int receive_header(const IPCClient& client, const Patience& patience, const Bounds& bounds,
+                   ReplyHeader* header) {
+    size_t total = 0;
+    do {
+        ssize_t count = 0;
+        const int rc = client.fd < 0
+                           ? int{kShortHeader}
+                           : receive_once(client.fd, reinterpret_cast<char*>(header) + total,
+                                          sizeof *header - total, patience, bounds, &count);
+        if (rc != kOk) {
+            return rc;
+        }
+        if (count <= 0) {
+            return count < 0 && errno == EAGAIN && bounds.wholeReply ? ETIMEDOUT
+                                                                     : int{kShortHeader};
+        }
+        total += static_cast<size_t>(count);
+    } while (bounds.wholeReply && total < sizeof *header);
+    if (total != sizeof *header) {
+        return kShortHeader;
+    }
+    return header->magic == kMagic ? kOk : kBadMagic;
+}
+
+// Clearing a block of such a size costs nothing: the allocator has it mapped, whatever was freed
+// before. A shorter one is cleared only where the peer has not filled it.
+constexpr uint32_t kMappedSize = 32 << 20;
+
+char* allocate_body(uint32_t length) {
+    return static_cast<char*>(length > kMappedSize ? calloc(1, length) : malloc(length));
+}
+
+void clear_rest(char* body, uint32_t length, uint64_t filled) {
+    if (length <= kMappedSize) {
+        memset(body + filled, 0, length - filled);
+    }
+}
+
+} // namespace
+
+int receive_reply(const IPCClient& client, const Patience& patience, const Bounds& bounds,
+                  uint32_t* status, uint64_t* length, char** buffer) {
+    *buffer = nullptr;
+    ReplyHeader header = {};
+    int rc = receive_header(client, patience, bounds, &header);
+    if (rc != kOk) {
+        return rc;
+    }
+    *status = header.status;
+    *length = header.length;
+    if (header.length == 0) {
+        return kOk;
+    }
+    if (header.length > bounds.longestReply) {
+        return kTooLong;
+    }
+    HeapText body;
+    uint64_t filled = 0;
+    if (bounds.wholeReply) {
+        rc = receive_whole_body(client.fd, header.length, patience, bounds, &body);
+        filled = header.length;
+    } else {
+        body.reset(allocate_body(header.length));
+        rc = body == nullptr
+                 ? int{kNoMemory}
+                 : receive_body(client.fd, body.get(), header.length, patience, bounds, &filled);
+    }
+    if (rc == kOk) {
+        clear_rest(body.get(), header.length, filled);
+        *buffer = body.release();
+    }
+    return rc;
+}
+
+int IPCClient::Receive(uint32_t* status, uint64_t* length, char** buffer) const {
+    Patience patience;
+    socklen_t size = sizeof patience.timeout;
+    getsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience.timeout, &size);
+    return receive_reply(*this, patience, {}, status, length, buffer);
+}
+
+} // namespace zrp

@@ -1,0 +1,186 @@
+#include <cstdlib>
+#include <cstring>
+#include <poll.h>
+#include <string>
+
+#include "common/heap_text.h"
+#include "common/result.h"
+#include "tests/support/failing_allocation.h"
+#include "tests/support/huge_replies.h"
+#include "tests/support/scripted_peer.h"
+#include "tests/unit/failing_malloc.h"
+#include "tests/unit/transport_fixture.h"
+
+namespace zrp {
+namespace {
+
+using namespace std::chrono_literals;
+
+TEST_F(Transport, AReplyInManyPiecesIsJoined) {
+    PeerScript script = {read_request(), send_bytes(reply_header(26))};
+    for (const PeerStep& step : send_in_pieces("abcdefghijklmnopqrstuvwxyz", 5)) {
+        script.push_back(step);
+    }
+    const ScriptedPeer peer(kMainDaemonSocket, {script});
+    expect_text(ask(), "abcdefghijklmnopqrstuvwxyz");
+}
+
+TEST_F(Transport, BytesAfterTheAnnouncedLengthAreNotRead) {
+    const ScriptedPeer peer(kMainDaemonSocket,
+                            {{read_request(), send_bytes(reply_header(3) + "abcdef")}});
+    expect_text(ask(), "abc");
+}
+
+TEST_F(Transport, AReplyOfLengthZeroIsNull) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{read_request(), send_bytes(reply(""))}});
+    expect_nothing(ask(), kOk);
+}
+
+TEST_F(Transport, AByteSwappedMagicIsBad) {
+    const ScriptedPeer peer(kMainDaemonSocket,
+                            {{read_request(), send_bytes(words({0x98BADCFE, 3, 0}) + "abc")}});
+    expect_nothing(ask(), kBadMagic);
+}
+
+TEST_F(Transport, AWrongMagicIsBad) {
+    for (const uint32_t magic : {0U, 0xFEDCBA99U}) {
+        const ScriptedPeer peer(kMainDaemonSocket,
+                                {{read_request(), send_bytes(reply_header(3, 0, magic) + "abc")}});
+        expect_nothing(ask(), kBadMagic);
+    }
+}
+
+TEST_F(Transport, AHeaderThatArrivesInTwoPartsIsShort) {
+    const std::string bytes = reply("abc");
+    const ScriptedPeer peer(kMainDaemonSocket, {{read_request(), send_bytes(bytes.substr(0, 8)),
+                                                 wait_for_close(), send_bytes(bytes.substr(8))}});
+    expect_nothing(ask(), kShortHeader);
+}
+
+TEST_F(Transport, APeerThatClosesWithoutAHeaderIsShort) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{read_request()}});
+    expect_nothing(ask(), kShortHeader);
+}
+
+TEST_F(Transport, APeerThatFailsBeforeTheHeaderIsShort) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{reset()}});
+    expect_nothing(ask(), kShortHeader);
+}
+
+TEST_F(Transport, APeerThatClosesAfterTheHeaderLeavesTheReplyUnfilled) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{read_request(), send_bytes(reply_header(100))}});
+    expect_text(ask(), std::string(100, '\0'));
+}
+
+TEST_F(Transport, APeerThatClosesWithinTheBodyLeavesTheRestUnfilled) {
+    const ScriptedPeer peer(kMainDaemonSocket,
+                            {{read_request(), send_bytes(reply_header(6) + "abc")}});
+    expect_text(ask(), std::string("abc\0\0\0", 6));
+}
+
+TEST_F(Transport, BytesThatAreNotSentAreZeroInAUsedBlockToo) {
+    constexpr uint32_t kLength = 4096;
+    const ScriptedPeer peer(kMainDaemonSocket,
+                            {{read_request(), send_bytes(reply_header(kLength) + "abc")}});
+    char* used = static_cast<char*>(malloc(kLength));
+    memset(used, '#', kLength);
+    asm volatile("" : : "r"(used) : "memory"); // or the compiler leaves it unwritten
+    free(used);
+    expect_text(ask(), "abc" + std::string(kLength - 3, '\0'));
+}
+
+TEST_F(Transport, AFailureBeforeTheFirstByteEndsTheBody) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{send_bytes(reply_header(6)), reset()}});
+    expect_text(ask(), std::string(6, '\0'));
+}
+
+TEST_F(Transport, AFailureWithinTheBodyGoesOnToItsEnd) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{send_bytes(reply_header(6) + "abc"), reset()}});
+    expect_text(ask(), std::string("abc\0\0\0", 6));
+}
+
+// The largest length that a header can announce. The test must touch only the first bytes of the
+// block, because untouched pages take no memory.
+TEST_F(Transport, AReplyOfFourGigabytesIsReadAsFarAsItArrives) {
+    ZRP_NEEDS_MEMORY_FOR_HUGE_REPLIES();
+    const ScriptedPeer peer(kMainDaemonSocket,
+                            {{read_request(), send_bytes(reply_header(UINT32_MAX) + "abc")}});
+    uint64_t length = 7;
+    char* text = nullptr;
+    const int rc = IPCServRequestEx(kMainDaemonSocket, kMainDaemonRequest, strlen(kText), kText,
+                                    &length, &text);
+    const HeapText owned(text);
+    if (rc == kNoMemory) {
+        EXPECT_EQ(text, nullptr);
+        EXPECT_EQ(length, UINT32_MAX);
+        return;
+    }
+    EXPECT_EQ(rc, kOk);
+    EXPECT_EQ(length, UINT32_MAX);
+    EXPECT_STREQ(text, "abc");
+    EXPECT_EQ(text[length - 1], '\0');
+}
+
+TEST_F(Transport, WithoutMemoryForTheReplyThereIsNone) {
+    constexpr uint32_t kLength = 123456;
+    const FailingMalloc failing(kLength);
+    const ScriptedPeer peer(kMainDaemonSocket,
+                            {{read_request(), send_bytes(reply_header(kLength, 5) + "abc")}});
+    expect_nothing(ask(), kNoMemory, kLength);
+    expect_nothing(take([](uint64_t* length, char** reply) {
+                       return IPCServRequestTimeout(kMainDaemonSocket, 0, 1, "x", length, reply, 0);
+                   }),
+                   kNoMemory, kLength);
+}
+
+TEST_F(Transport, WithoutMemoryForALongReplyThereIsNone) {
+    constexpr uint32_t kLength = 40 << 20;
+    const FailingAllocation failing(kLength);
+    const ScriptedPeer peer(kMainDaemonSocket,
+                            {{read_request(), send_bytes(reply_header(kLength) + "abc")}});
+    expect_nothing(ask(), kNoMemory, kLength);
+}
+
+TEST_F(Transport, ATimeoutBeforeTheHeaderIsShort) {
+    const ScriptedPeer peer(kManagementSocket, {{read_request(), hang()}});
+    const harness::Deadline early{harness::milliseconds{kEarlyEnd}};
+    expect_nothing(ask_in_time(kEarlyEnd), kShortHeader);
+    EXPECT_TRUE(early.passed());
+}
+
+// Reads the reply of a peer that has finished sending, so that only the receiver's timeout matters.
+int receive_in_time(int32_t timeoutMs, uint64_t* length, char** reply) {
+    IPCClient client;
+    const int rc = client.ConnectTimeout(kManagementSocket, timeoutMs);
+    pollfd watched = {client.fd, POLLIN, 0};
+    uint32_t status = 0;
+    return rc == kOk && poll(&watched, 1, -1) == 1 ? client.Receive(&status, length, reply) : rc;
+}
+
+TEST_F(Transport, ATimeoutBeforeTheFirstByteLeavesTheReplyUnfilled) {
+    const ScriptedPeer peer(kManagementSocket, {{send_bytes(reply_header(3)), hang()}});
+    expect_text(take([](uint64_t* length, char** reply) {
+                    return receive_in_time(kEarlyEnd, length, reply);
+                }),
+                std::string(3, '\0'));
+}
+
+// Each timeout moves the position back by one byte, until one at the start ends the body.
+TEST_F(Transport, TimeoutsWithinTheBodyEndIt) {
+    const ScriptedPeer peer(kManagementSocket, {{send_bytes(reply_header(3) + "ab"), hang()}});
+    const harness::Deadline early{harness::milliseconds{3 * kEarlyEnd}};
+    expect_text(take([](uint64_t* length, char** reply) {
+                    return receive_in_time(kEarlyEnd, length, reply);
+                }),
+                std::string("ab\0", 3));
+    EXPECT_TRUE(early.passed());
+}
+
+TEST_F(Transport, ATimeoutOfZeroWaitsWithoutLimit) {
+    const ScriptedPeer peer(kManagementSocket,
+                            {{read_request(), pause_for(100ms), send_bytes(reply("late"))}});
+    expect_text(ask_in_time(0), "late");
+}
+
+} // namespace
+} // namespace zrp

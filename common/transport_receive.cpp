@@ -51,7 +51,7 @@ public:
 private:
     static constexpr size_t kSmallPiece = 4096;
     static constexpr int kTolerated = 16;
-    static constexpr int kDoublings = 4; // up to 16 milliseconds
+    static constexpr int kDoublings = 6; // up to 64 milliseconds
 
     int small_ = 0; // pieces in a row
 };

@@ -226,6 +226,16 @@ TEST(ExchangeLimits, AReplyMayBeRequiredToBeWhole) {
     EXPECT_EQ(ask(), kOk) << "an empty reply is whole";
 }
 
+TEST(ExchangeLimits, AWholeReplyMayArriveByteByByte) {
+    PeerScript script = {read_request()};
+    for (const PeerStep& step : send_in_pieces(reply("abcdef"), 1)) {
+        script.push_back(step);
+    }
+    const ScriptedPeer peer(kMainDaemonSocket, {script});
+    const ExchangeLimitsGuard limits(kWhole);
+    EXPECT_EQ(ask(), kOk);
+}
+
 TEST(ExchangeLimits, AReplyThatATimeoutCutIsLate) {
     const ScriptedPeer peer(
         kMainDaemonSocket,

@@ -27,7 +27,10 @@ TEST_F(Transport, AReplyInManyPiecesIsJoined) {
 
 TEST_F(Transport, BytesAfterTheAnnouncedLengthAreNotRead) {
     const ScriptedPeer peer(kMainDaemonSocket,
-                            {{read_request(), send_bytes(reply_header(3) + "abcdef")}});
+                            {{read_request(), send_bytes(reply_header(3) + "abcdef")},
+                             {read_request(), send_bytes(reply_header(3) + "ab"), pause_for(20ms),
+                              send_bytes("cdef")}});
+    expect_text(ask(), "abc");
     expect_text(ask(), "abc");
 }
 

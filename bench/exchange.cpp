@@ -15,11 +15,14 @@
 #include <unistd.h>
 #include <vector>
 
+#include "bench/plain_calls.h"
 #include "bench/row.h"
 #include "common/transport.h"
 
 namespace {
 
+using zrp::bench::read_all;
+using zrp::bench::set_address;
 using Clock = std::chrono::steady_clock;
 
 constexpr double kAim = 1.05;
@@ -45,24 +48,6 @@ void use_one_processor() {
     CPU_ZERO(&processors);
     CPU_SET(last, &processors);
     sched_setaffinity(0, sizeof processors, &processors);
-}
-
-socklen_t set_address(sockaddr_un* address, const std::string& name) {
-    address->sun_family = AF_UNIX;
-    memcpy(address->sun_path + 1, name.data(), name.size());
-    return static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
-}
-
-bool read_all(int fd, char* data, size_t size) {
-    while (size > 0) {
-        const ssize_t count = recv(fd, data, size, 0);
-        if (count <= 0) {
-            return false;
-        }
-        data += count;
-        size -= static_cast<size_t>(count);
-    }
-    return true;
 }
 
 // Answers every request with so many bytes as its number says.

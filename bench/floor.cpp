@@ -14,6 +14,7 @@
 #include <ncurses.h>
 
 #include "bench/floor_plan.h"
+#include "bench/plain_calls.h"
 #include "common/transport.h"
 
 namespace {
@@ -26,30 +27,15 @@ constexpr short kMenuPair = 5;
 Plan plan;
 WINDOW* windows[sizeof plan.windows / sizeof *plan.windows];
 
-bool read_all(int fd, char* data, size_t size) {
-    while (size > 0) {
-        const ssize_t count = recv(fd, data, size, 0);
-        if (count <= 0) {
-            return false;
-        }
-        data += count;
-        size -= static_cast<size_t>(count);
-    }
-    return true;
-}
-
 void exchange(const PlanRequest& request) {
     const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
     sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    const size_t size = strlen(request.socket);
-    memcpy(address.sun_path + 1, request.socket, size);
+    const socklen_t length = set_address(&address, request.socket);
     const int on = 1;
     setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     const zrp::RequestHeader header = {zrp::kMagic, request.number, request.length};
     zrp::ReplyHeader reply = {};
-    if (connect(fd, reinterpret_cast<const sockaddr*>(&address),
-                static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + size)) == 0 &&
+    if (connect(fd, reinterpret_cast<const sockaddr*>(&address), length) == 0 &&
         send(fd, &header, sizeof header, 0) >= 0 &&
         send(fd, request.text, request.length, 0) >= 0 &&
         recv(fd, &reply, sizeof reply, 0) == sizeof reply) {

@@ -132,7 +132,7 @@ Outcome send_document(Session& session, const Arguments& arguments) {
 constexpr const char* kDaemonWords[] = {"server", "storage", "management"};
 constexpr Argument kSendArguments[] = {
     {kDocumentFile, ArgumentKind::kFile, Count::kOne, "the document; \"-\" is standard input"},
-    {kToDaemon, ArgumentKind::kWord, Count::kOptional, "the daemon, server unless told",
+    {kToDaemon, ArgumentKind::kWord, Count::kOptional, "the daemon, server by default",
      kDaemonWords},
 };
 

@@ -89,7 +89,7 @@ std::optional<int> ReadOptions(int argc, char** argv, Options& options) {
     // Only with '=': the next argument is never taken for the number.
     const auto* perConnection =
         app.add_flag("--per-connection{" + std::to_string(kUsualConnections) + "}", connections,
-                     "Also metrics of up to so many connections, 1000 unless told")
+                     "Also metrics of up to so many connections, 1000 by default")
             ->check(check_count);
     try {
         app.parse(argc, argv);

@@ -52,8 +52,8 @@ int ScanThreadsReply(char* reply, int replyLength, ThreadStatistics* record) {
             return rc;
         }
         if (rc != kOk) {
-            fprintf(stderr, "\n%s:Error- failed for %s, err = %d!\n", "ScanThreadsReply", field.tag.data(),
-                    rc);
+            fprintf(stderr, "\n%s:Error- failed for %s, err = %d!\n", "ScanThreadsReply",
+                    field.tag.data(), rc);
             fflush(stderr);
         } else if (element.contentStart == nullptr) {
             fprintf(stderr, "\n%s:Error- failed for %s, data is null!\n", "ScanThreadsReply",

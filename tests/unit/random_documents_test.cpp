@@ -1,52 +1,16 @@
-// Random documents through every driver, which hold the readers against plain references. The
-// pieces are those of which the readers take notice, and texts longer than their steps.
+// Random documents through every driver, which hold the readers against plain references.
 #include <random>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "tests/support/document_pieces.h"
 #include "tests/support/drivers.h"
 
 namespace zrp {
 namespace {
 
-constexpr const char* kPieces[] = {
-    "<",
-    ">",
-    "/",
-    "</",
-    " ",
-    "\"",
-    "=",
-    "a",
-    "<a>",
-    "</a>",
-    "<a/>",
-    "<a b=\"/\">",
-    "<a<",
-    "<!",
-    "<!--",
-    "<?xml?>",
-    "<![CDATA[",
-    "]]>",
-    "<name>",
-    "</name>",
-    "<value type=\"x\">",
-    "</value>",
-    "<value>",
-    "<parm>",
-    "</parm>",
-    "<serverStatistics>",
-    "</serverStatistics>",
-    "<volume>",
-    "</volume>",
-    "<volumeNumber>7</volumeNumber>",
-    "<result value=\"0\"/>",
-    "0x1F",
-    "sixteen bytes and some more",
-};
-
-// Of them, items are made that a table of fields reads in one pass.
+// Items are made of these that a table of fields reads in one pass.
 constexpr const char* kPlainPieces[] = {
     "<startIndex>-2</startIndex>",
     "<a>0x1F</a>",
@@ -77,7 +41,8 @@ TEST_P(RandomDocuments, AreReadAsPlainly) {
     for (int i = 0; i < kDocuments; i++) {
         std::string document;
         for (size_t left = random() % kMostPieces; left > 0; left--) {
-            document += i % 4 == 3 ? random_item(random) : kPieces[random() % std::size(kPieces)];
+            document += i % 4 == 3 ? random_item(random)
+                                   : kDocumentPieces[random() % std::size(kDocumentPieces)];
         }
         if (i % 2 != 0) { // the scanners look nowhere else
             document =

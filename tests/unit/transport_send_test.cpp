@@ -60,7 +60,7 @@ TEST_F(Transport, ARequestInTwoPiecesIsOneTextOnTheWire) {
     }
 }
 
-// A text of that size whose every part tells its place.
+// A text of that size whose every part shows its place.
 std::string count_up_to(size_t size) {
     std::string text;
     for (int i = 0; text.size() < size; i++) {

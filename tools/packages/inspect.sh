@@ -40,6 +40,8 @@ inspect_code() {
             die "no control-flow protection: $file"
         [[ ! $(readelf -dW "$file") =~ R(UN)?PATH ]] || die "run path: $file"
     done < <(list_code)
+    [[ ! $(readelf -dW "$unpacked/usr/sbin/zrptop") =~ libstdc ]] ||
+        die "the monitor loads the C++ runtime, which takes more memory than it does"
 }
 
 format_page() {

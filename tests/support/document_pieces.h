@@ -17,6 +17,8 @@ inline constexpr const char* kDocumentPieces[] = {
     "</a>",
     "<a/>",
     "<a b=\"/\">",
+    "<a b/>",
+    "<volume/>",
     "<a<",
     "<a/b>x/y</a/b>",
     "<name><![CDATA[z]]></name>",

@@ -380,7 +380,6 @@ int find_child(const ReplyItem& item, std::string_view tag, XmlElement* element,
     if (child != last && has_tag(*child)) {
         ++*next;
     } else {
-        *next = children.count;
         child = std::find_if(children.list, last, has_tag);
     }
     if (child == last) {

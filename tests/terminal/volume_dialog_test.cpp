@@ -438,6 +438,7 @@ TEST(VolumeDialog, SpansAWideTerminal) {
     EXPECT_EQ(fixture.terminal.cell(kDialogBottom, 98).text, kBottomRight);
     fixture.terminal.type("q\r");
     EXPECT_TRUE(fixture.terminal.wait_for("figure: 1"));
+    EXPECT_TRUE(fixture.terminal.wait_for_rest());
     EXPECT_EQ(fixture.terminal.cell(kDialogBottom, 98).text, kVertical); // of the main window
 }
 

@@ -320,17 +320,6 @@ bool is_whole_tag(std::string_view tag, const char* markup, const char* end) {
            markup[1 + tag.size()] == '>';
 }
 
-} // namespace
-
-int find_opening(std::string_view tag, const char* start, const char* end, const char** found) {
-    if (is_opening_tag(tag, start, end)) { // as the next item of a list is
-        *found = start;
-        return kOk;
-    }
-    return tag.empty() ? search_opening(MarkupFilter(), tag, start, end, found)
-                       : search_opening(OpeningFilter(tag), tag, start, end, found);
-}
-
 int find_with_children(std::string_view tag, char* start, char* end, XmlElement* element,
                        PlainChildren* children) {
     const char* found = nullptr;
@@ -340,6 +329,17 @@ int find_with_children(std::string_view tag, char* start, char* end, XmlElement*
     }
     char* markup = start + (found - start);
     return match_element(tag, markup + 1 + tag.size(), end, element, children);
+}
+
+} // namespace
+
+int find_opening(std::string_view tag, const char* start, const char* end, const char** found) {
+    if (is_opening_tag(tag, start, end)) { // as the next item of a list is
+        *found = start;
+        return kOk;
+    }
+    return tag.empty() ? search_opening(MarkupFilter(), tag, start, end, found)
+                       : search_opening(OpeningFilter(tag), tag, start, end, found);
 }
 
 int FindElement(std::string_view tag, char* start, char* end, XmlElement* element) {

@@ -222,7 +222,7 @@ TEST(ManualExamples, TheLinesForCMakeBuildAProgram) {
     written("cmake/program.cpp", block("man3/zrpclient.3", "#include"));
     const fs::path folder = kInstalled / "cmake";
     for (const std::vector<std::string>& step :
-         {std::vector<std::string>{"cmake", "-S", folder, "-B", folder / "build",
+         {std::vector<std::string>{"cmake", "-G", "Ninja", "-S", folder, "-B", folder / "build",
                                    "-DCMAKE_PREFIX_PATH=" + kPrefix.string(),
                                    "-DCMAKE_CXX_COMPILER=" ZRP_COMPILER,
                                    "-DCMAKE_CXX_FLAGS=" ZRP_FLAGS},

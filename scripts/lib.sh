@@ -13,10 +13,10 @@ demo_packages=(cmake ninja-build g++ pkg-config libncurses-dev libvterm-dev libp
                libasio-dev libcli11-dev nlohmann-json3-dev prometheus-cpp-dev libcpp-httplib-dev
                libssl-dev iproute2 python3)
 manual_packages=(curl jq man-db mandoc openssl) # for the examples of the manual pages
-test_packages=("${demo_packages[@]}" git clang clang-format clang-tidy libclang-rt-dev lld
+test_packages=("${demo_packages[@]}" dpkg-dev git clang clang-format clang-tidy libclang-rt-dev lld
                libgtest-dev libbenchmark-dev shellcheck locales python3-jsonschema zsh fish
                "${manual_packages[@]}")
-coverage_packages=("${demo_packages[@]}" git libgtest-dev libbenchmark-dev gcovr python3-jsonschema
+coverage_packages=("${demo_packages[@]}" dpkg-dev git libgtest-dev libbenchmark-dev gcovr python3-jsonschema
                    "${manual_packages[@]}")
 package_packages=(debhelper fakeroot cmake g++ libasio-dev libcli11-dev libcpp-httplib-dev libgtest-dev
                   libncurses-dev libpugixml-dev libssl-dev nlohmann-json3-dev pkg-config

@@ -7,7 +7,7 @@
 
 namespace zrp::bench {
 
-// NAN stands for a figure that there is not.
+// NAN is a figure that is missing.
 struct Row {
     std::string what; // with the unit
     double ours = NAN;

@@ -29,6 +29,9 @@ constexpr milliseconds kBlindLook{10};
 // only leaves a dialog.
 constexpr milliseconds kEndingKeyPatience{500};
 
+// A request that a dialog waits for may begin after the status row was looked at.
+constexpr milliseconds kLookWhileWaiting{1000};
+
 // As many as a terminal keeps. Further keys are lost, as they are there.
 constexpr int kMaxTypedAhead = 4096;
 
@@ -130,6 +133,9 @@ Clock::time_point end_of_patience() {
 // In milliseconds, -1 for none.
 int longest_wait() {
     int timeout = signal_fd() < 0 ? static_cast<int>(kBlindLook.count()) : -1;
+    if (waitsUntilClear.load()) {
+        timeout = shorter(timeout, static_cast<int>(kLookWhileWaiting.count()));
+    }
     if (key_is_incomplete()) {
         timeout = shorter(timeout, milliseconds_until(end_of_incomplete_key()));
     }

@@ -13,10 +13,10 @@ namespace zrp {
 // the loss of the terminal ends the program.
 int read_key();
 
-// Waits until the flag is 0. Where it is cleared, wake_main_thread must follow if the main thread
-// waits, or always. Keys that are typed
-// meanwhile wait their turn. But a key that ends the program takes effect if its turn does not come
-// soon: the request to end interrupts what a daemon holds up.
+// Waits until the flag is 0. Whoever clears it calls wake_main_thread afterwards, at least if
+// waits_until_clear(). Keys that are typed meanwhile wait their turn. But a key that ends the
+// program takes effect if its turn does not come soon: the request to end interrupts what a daemon
+// holds up.
 void wait_until_clear(const std::atomic<int>& flag);
 
 // True while the main thread waits so. Any thread.

@@ -1,5 +1,6 @@
 #include "common/range_number.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <limits>
@@ -34,8 +35,31 @@ int take_base(std::string_view* text) {
     return text->starts_with('0') ? kOctalBase : kDecimalBase;
 }
 
-// Returns false when the number needs more than 64 bits. Without digits the value is untouched.
+// As many decimal digits always fit into 64 bits.
+constexpr size_t kSafeDigits = std::numeric_limits<uint64_t>::digits10;
+
+// Returns false when the text may hold more digits than are safe.
+bool take_short_decimal(std::string_view text, uint64_t* value) {
+    const size_t last = std::min(text.size(), kSafeDigits + 1);
+    uint64_t sum = 0;
+    for (size_t place = 0; place < last; place++) {
+        const auto digit = static_cast<unsigned char>(text[place] - '0');
+        if (digit >= kDecimalBase) {
+            *value = sum;
+            return true;
+        }
+        sum = sum * kDecimalBase + digit;
+    }
+    *value = sum;
+    return last <= kSafeDigits;
+}
+
+// Returns false when the number needs more than 64 bits. The value of no digits is 0.
 bool take_digits(std::string_view text, int base, uint64_t* value) {
+    if (base == kDecimalBase && take_short_decimal(text, value)) {
+        return true;
+    }
+    *value = 0;
     const auto result = std::from_chars(text.data(), text.data() + text.size(), *value, base);
     return result.ec != std::errc::result_out_of_range;
 }

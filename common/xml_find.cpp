@@ -43,21 +43,26 @@ void finish(Compaction& compaction, char* end) {
     memset(compaction.kept, ' ', gap_of(compaction));
 }
 
+// Deeper than anything in a reply, and still so after a count from there.
+constexpr int64_t kDeepest = int64_t{1} << 40;
+
 // State of the walk through an element's content.
 struct ContentWalk {
     std::string_view tag;
     char* content;
     char* end;
     char* position;
+    bool hasOwnSections;       // false if it is known that all are in elements inside
     int64_t sameNameDepth = 0; // open elements of the same name inside
     Depth depth;
+    int64_t shallowest; // the depth of the section that is in the fewest elements
     Compaction compaction;
 };
 
 enum class Step { kContinue, kMatched, kTruncated };
 
 // At "</".
-Step step_closing_tag(ContentWalk& walk) {
+[[gnu::always_inline]] inline Step step_closing_tag(ContentWalk& walk) {
     char* name = walk.position + 2;
     if (!starts_with(name, walk.end, walk.tag)) {
         walk.position = name;
@@ -103,18 +108,19 @@ Step step_opening_tag(ContentWalk& walk) {
 
 // Whether the section at the position is one of this element, and not of one inside it. Returns a
 // result code.
-int is_own_section(ContentWalk& walk, bool* isOwn) {
+[[gnu::noinline]] int is_own_section(ContentWalk& walk, bool* isOwn) {
     *isOwn = false;
-    if (!starts_with(walk.position, walk.end, kCdataOpen) ||
+    if (!walk.hasOwnSections || !starts_with(walk.position, walk.end, kCdataOpen) ||
         is_inside_name(walk.content, walk.position)) {
         return kOk;
     }
     const int rc = count_depth(walk.tag, walk.position, walk.end, &walk.depth);
+    walk.shallowest = std::min(walk.shallowest, walk.depth.open);
     *isOwn = walk.depth.open == 0;
     return rc;
 }
 
-int step_content(ContentWalk& walk, Step* step) {
+[[gnu::always_inline]] inline int step_content(ContentWalk& walk, Step* step) {
     if (*walk.position != '<') {
         walk.position++;
         return kOk;
@@ -143,11 +149,13 @@ void set_match(XmlElement* element, char* content, char* closing, size_t tagLeng
     element->elementEnd = closing + 2 + tagLength;
 }
 
-// Walks from the first byte of the content to the '>' of the closing tag.
+// Walks from the first byte of the content to the '>' of the closing tag. *shallowest is a depth
+// that no section of the content is above, and becomes the one of the shallowest.
 template <typename Filter>
 int walk_content(const Filter& filter, std::string_view tag, char* content, char* end,
-                 XmlElement* element) {
-    ContentWalk walk = {tag, content, end, content, 0, {content}, {content, content}};
+                 XmlElement* element, int64_t* shallowest) {
+    ContentWalk walk = {tag, content,   end,      content,           *shallowest <= 0,
+                        0,   {content}, kDeepest, {content, content}};
     Lookout lookout(content);
     Step step = Step::kContinue;
     char* markup = nullptr;
@@ -166,8 +174,13 @@ int walk_content(const Filter& filter, std::string_view tag, char* content, char
         return failure_of(rc, kNotFound);
     }
     const size_t gap = gap_of(walk.compaction);
-    finish(walk.compaction, walk.position + 1);
+    if (gap != 0) {
+        finish(walk.compaction, walk.position + 1);
+    }
     set_match(element, content, markup - gap, tag.size());
+    if (walk.hasOwnSections) {
+        *shallowest = walk.shallowest;
+    }
     return kOk;
 }
 
@@ -197,11 +210,20 @@ char* plain_tag_end(char* nameEnd, char* end) {
     return close != nullptr && close[-1] != '/' ? close : nullptr;
 }
 
-// Moves from the '<' of a section that holds no other to the first one after it.
-bool pass_section(char** markup, const char* end) {
-    char* const text = *markup + kCdataOpen.size();
-    return starts_with(*markup, end, kCdataOpen) && next_near_markup(text, end, markup) == kOk &&
-           cdata_end(text, *markup) != nullptr;
+// Reads the section of a '<' if it holds no other. Returns the first '<' after it, or null.
+char* take_section(char* markup, char* end, PlainChild* child) {
+    char* const text = markup + kCdataOpen.size();
+    char* next = nullptr;
+    if (!starts_with(markup, end, kCdataOpen) || next_near_markup(text, end, &next) != kOk) {
+        return nullptr;
+    }
+    const char* const close = cdata_end(text, next);
+    if (close == nullptr) {
+        return nullptr;
+    }
+    child->section = markup;
+    child->sectionEnd = text + (close - text);
+    return next;
 }
 
 // Reads the plain element of a '<'. Returns the byte after it, or null for any other element.
@@ -216,12 +238,17 @@ char* take_child(char* markup, char* end, PlainChild* child) {
         return nullptr;
     }
     const std::string_view tag(name, static_cast<size_t>(nameEnd - name));
-    const bool hasSection = !is_closing_tag(tag, markup, end);
-    if (hasSection && !(pass_section(&markup, end) && is_closing_tag(tag, markup, end))) {
-        return nullptr;
+    child->section = nullptr;
+    if (!is_closing_tag(tag, markup, end)) {
+        markup = take_section(markup, end, child);
+        if (markup == nullptr || !is_closing_tag(tag, markup, end)) {
+            return nullptr;
+        }
     }
-    char* const content = close + 1;
-    *child = {name, tag.size(), content, static_cast<size_t>(markup - content), hasSection};
+    child->tag = name;
+    child->tagLength = tag.size();
+    child->content = close + 1;
+    child->contentLength = static_cast<size_t>(markup - child->content);
     return markup + tag.size() + 3;
 }
 
@@ -256,8 +283,36 @@ char* walk_children(std::string_view tag, char* markup, char* end, PlainChildren
     return children->isWhole ? markup : nullptr;
 }
 
-int match_content(std::string_view tag, char* content, char* end, XmlElement* element,
-                  PlainChildren* children) {
+// Makes the enclosing element the one with that content, which is inside the other.
+int enter(std::string_view tag, const char* content, const char* end, EnclosingElement* enclosing) {
+    int rc = kOk;
+    if (enclosing->content != nullptr) {
+        Depth depth = {enclosing->content};
+        rc = count_depth(tag, content, end, &depth);
+        enclosing->shallowest -= depth.open;
+    }
+    enclosing->content = content;
+    return rc;
+}
+
+[[gnu::noinline]] int walk_from(std::string_view tag, char* content, char* end, XmlElement* element,
+                                EnclosingElement* enclosing) {
+    EnclosingElement outermost;
+    if (enclosing == nullptr) {
+        enclosing = &outermost;
+    }
+    if (const int rc = enter(tag, content, end, enclosing); rc != kOk) {
+        return rc;
+    }
+    return tag.empty()
+               ? walk_content(MarkupFilter(), tag, content, end, element, &enclosing->shallowest)
+               : walk_content(ContentFilter(tag), tag, content, end, element,
+                              &enclosing->shallowest);
+}
+
+// Completes the match of an element whose content is given.
+inline int match_content(std::string_view tag, char* content, char* end, XmlElement* element,
+                         PlainChildren* children, EnclosingElement* enclosing) {
     char* markup = nullptr;
     if (const int rc = next_near_markup(content, end, &markup); rc != kOk) {
         return rc;
@@ -265,17 +320,16 @@ int match_content(std::string_view tag, char* content, char* end, XmlElement* el
     const bool isPlain = children != nullptr
                              ? (markup = walk_children(tag, markup, end, children)) != nullptr
                              : is_closing_tag(tag, markup, end);
-    if (isPlain) { // nearly all elements hold text alone
-        set_match(element, content, markup, tag.size());
-        return kOk;
+    if (!isPlain) {
+        return walk_from(tag, content, end, element, enclosing);
     }
-    return tag.empty() ? walk_content(MarkupFilter(), tag, content, end, element)
-                       : walk_content(ContentFilter(tag), tag, content, end, element);
+    set_match(element, content, markup, tag.size()); // nearly all elements hold text alone
+    return kOk;
 }
 
 // Completes the match of an element whose name in the opening tag ends at tagEnd.
 int match_element(std::string_view tag, char* tagEnd, char* end, XmlElement* element,
-                  PlainChildren* children) {
+                  PlainChildren* children, EnclosingElement* enclosing) {
     char* close = tagEnd < end && *tagEnd == '>' ? tagEnd : next_byte(tagEnd, end, '>');
     if (close == nullptr) {
         return kNotFound;
@@ -284,7 +338,8 @@ int match_element(std::string_view tag, char* tagEnd, char* end, XmlElement* ele
     match.tagEnd = tagEnd;
     if (close[-1] == '/') {
         match.elementEnd = close;
-    } else if (const int rc = match_content(tag, close + 1, end, &match, children); rc != kOk) {
+    } else if (const int rc = match_content(tag, close + 1, end, &match, children, enclosing);
+               rc != kOk) {
         return rc;
     }
     *element = match;
@@ -298,8 +353,8 @@ bool is_opening_tag(std::string_view tag, const char* markup, const char* end) {
 }
 
 template <typename Filter>
-int search_opening(const Filter& filter, std::string_view tag, const char* start, const char* end,
-                   const char** found) {
+int search_filtered(const Filter& filter, std::string_view tag, const char* start, const char* end,
+                    const char** found) {
     Lookout lookout(start);
     const char* markup = nullptr;
     int rc = kOk;
@@ -320,35 +375,37 @@ bool is_whole_tag(std::string_view tag, const char* markup, const char* end) {
            markup[1 + tag.size()] == '>';
 }
 
-int find_with_children(std::string_view tag, char* start, char* end, XmlElement* element,
-                       PlainChildren* children) {
-    const char* found = nullptr;
-    const int rc = find_opening(tag, start, end, &found);
-    if (rc != kOk) {
-        return rc;
+int find_element(std::string_view tag, char* start, char* end, XmlElement* element,
+                 PlainChildren* children, EnclosingElement* enclosing) {
+    const char* found = start;
+    if (!is_opening_tag(tag, start, end)) { // the next item of a list is there
+        if (const int rc = find_opening(tag, start, end, &found); rc != kOk) {
+            return rc;
+        }
     }
     char* markup = start + (found - start);
-    return match_element(tag, markup + 1 + tag.size(), end, element, children);
+    return match_element(tag, markup + 1 + tag.size(), end, element, children, enclosing);
 }
 
 } // namespace
 
 int find_opening(std::string_view tag, const char* start, const char* end, const char** found) {
-    if (is_opening_tag(tag, start, end)) { // as the next item of a list is
-        *found = start;
-        return kOk;
-    }
-    return tag.empty() ? search_opening(MarkupFilter(), tag, start, end, found)
-                       : search_opening(OpeningFilter(tag), tag, start, end, found);
+    return tag.empty() ? search_filtered(MarkupFilter(), tag, start, end, found)
+                       : search_filtered(OpeningFilter(tag), tag, start, end, found);
 }
 
 int FindElement(std::string_view tag, char* start, char* end, XmlElement* element) {
-    return find_with_children(tag, start, end, element, nullptr);
+    return find_element(tag, start, end, element, nullptr, nullptr);
+}
+
+int find_inner(std::string_view tag, char* start, char* end, XmlElement* element,
+               EnclosingElement* enclosing) {
+    return find_element(tag, start, end, element, nullptr, enclosing);
 }
 
 int find_item(std::string_view tag, char* start, char* end, ReplyItem* item) {
     item->children.isWhole = false;
-    return find_with_children(tag, start, end, item, &item->children);
+    return find_element(tag, start, end, item, &item->children, nullptr);
 }
 
 void list_children(ReplyItem* item) {
@@ -365,32 +422,39 @@ void list_children(ReplyItem* item) {
     item->children.isWhole = rc == kNotFound;
 }
 
-int find_child(const ReplyItem& item, std::string_view tag, XmlElement* element, size_t* next) {
+namespace {
+
+// As the exact walk does for the only section of an element.
+void remove_markers(const PlainChild& child, XmlElement* element) {
+    char* const end = element->elementEnd + 1;
+    Compaction compaction = {child.section, child.section};
+    remove_marker(compaction, child.section, kCdataOpen.size());
+    remove_marker(compaction, child.sectionEnd, kCdataClose.size());
+    char* const closing = child.content + child.contentLength - gap_of(compaction);
+    finish(compaction, end);
+    set_match(element, child.content, closing, child.tagLength);
+}
+
+} // namespace
+
+int find_child(const ReplyItem& item, std::string_view tag, XmlElement* element) {
     const PlainChildren& children = item.children;
     if (!children.isWhole) {
         return item.contentStart != nullptr
                    ? FindElement(tag, item.contentStart, item.contentEnd + 1, element)
                    : int{kNotFound};
     }
-    const auto has_tag = [&](const PlainChild& child) {
-        return child.tagLength == tag.size() && same_bytes(child.tag, tag.data(), tag.size());
-    };
     const PlainChild* const last = children.list + children.count;
-    const PlainChild* child = children.list + *next;
-    if (child != last && has_tag(*child)) {
-        ++*next;
-    } else {
-        child = std::find_if(children.list, last, has_tag);
-    }
+    const PlainChild* const child = std::find_if(
+        children.list, last, [&](const PlainChild& each) { return has_tag(each, tag); });
     if (child == last) {
         return kNotFound;
     }
-    char* const closing = child->content + child->contentLength;
-    element->tagEnd = child->tag + tag.size();
-    set_match(element, child->content, closing, tag.size());
-    return child->hasSection
-               ? match_content(tag, child->content, element->elementEnd + 1, element, nullptr)
-               : int{kOk};
+    set_element(*child, element);
+    if (child->section != nullptr) {
+        remove_markers(*child, element);
+    }
+    return kOk;
 }
 
 int NextElement(char* start, char* end, XmlElement* element, char** name, size_t* nameLength) {
@@ -409,7 +473,7 @@ int NextElement(char* start, char* end, XmlElement* element, char** name, size_t
             return rc;
         }
         const auto length = static_cast<size_t>(last - first);
-        const int rc = match_element({first, length}, last, end, element, nullptr);
+        const int rc = match_element({first, length}, last, end, element, nullptr, nullptr);
         if (rc == kOk) {
             *name = first;
             *nameLength = length;

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "result.h"
 #include "xml_reader.h"
 
 #pragma GCC visibility push(hidden)
@@ -138,7 +139,8 @@ struct PlainChild {
     size_t tagLength;
     char* content; // with the markers of the section
     size_t contentLength;
-    bool hasSection;
+    char* section;    // its '<', or null
+    char* sectionEnd; // its "]]>"
 };
 
 // The elements of a content in which there is nothing else but text. In such a content FindElement
@@ -154,16 +156,54 @@ struct ReplyItem : XmlElement {
     PlainChildren children;
 };
 
+// An element whose content the next one is looked for in.
+struct EnclosingElement {
+    const char* content = nullptr;
+    int64_t shallowest = 0; // in the content, no CDATA section is in fewer elements
+};
+
+// FindElement for an element in the content of the enclosing one, which then is itself the
+// enclosing one: the sections are counted once for both.
+int find_inner(std::string_view tag, char* start, char* end, XmlElement* element,
+               EnclosingElement* enclosing);
+
 // FindElement, which also lists the element's children.
 int find_item(std::string_view tag, char* start, char* end, ReplyItem* item);
 
 // Lists the children in the item's content.
 void list_children(ReplyItem* item);
 
-// FindElement in the item's content. *next, at first 0, is the child after those that were found
-// one by one: where tags are asked for once each and in the children's order, it is the first of
-// its tag.
-int find_child(const ReplyItem& item, std::string_view tag, XmlElement* element, size_t* next);
+// FindElement in the item's content.
+int find_child(const ReplyItem& item, std::string_view tag, XmlElement* element);
+
+inline bool has_tag(const PlainChild& child, std::string_view tag) {
+    return child.tagLength == tag.size() && same_bytes(child.tag, tag.data(), tag.size());
+}
+
+inline void set_element(const PlainChild& child, XmlElement* element) {
+    char* const closing = child.content + child.contentLength;
+    element->tagEnd = child.tag + child.tagLength;
+    element->contentStart = child.content;
+    element->contentEnd = closing - 1;
+    element->contentLength = static_cast<uint32_t>(child.contentLength);
+    element->elementEnd = closing + 2 + child.tagLength;
+}
+
+// find_child, which first looks at *next, the child after those that were found there; at first 0.
+// No tag is asked for twice, so that no child before it has the tag.
+inline int find_next_child(const ReplyItem& item, std::string_view tag, XmlElement* element,
+                           size_t* next) {
+    const PlainChildren& children = item.children;
+    if (!children.isWhole || *next == children.count || !has_tag(children.list[*next], tag)) {
+        return find_child(item, tag, element);
+    }
+    const PlainChild& child = children.list[(*next)++];
+    if (child.section != nullptr) {
+        return find_child(item, tag, element);
+    }
+    set_element(child, element);
+    return kOk;
+}
 
 // Finds the '<' of the first opening tag of that name, whether the element is whole or not. Returns
 // kOk, kNotFound, or the code of a walk that was broken off.

@@ -101,7 +101,7 @@ int read_fields(std::span<const ReplyField> fields, const ReplyItem& item, void*
     size_t next = 0;
     for (const ReplyField& field : fields) {
         XmlElement element;
-        int rc = find_child(item, field.tag, &element, &next);
+        int rc = find_next_child(item, field.tag, &element, &next);
         rc = rc == kOk ? store_content(field, element, record) : failure_of(rc, kInvalid);
         if (rc != kOk && (rc != kInvalid || !field.isOptional)) {
             return rc;

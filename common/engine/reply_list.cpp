@@ -10,12 +10,13 @@ namespace {
 int enter_path(const ReplyList& list, char* reply, char* end, char** start) {
     *start = reply;
     char* innerEnd = end;
+    EnclosingElement enclosing;
     for (const std::string_view tag : list.path) {
         if (tag.empty()) {
             break;
         }
         XmlElement element;
-        if (const int rc = FindElement(tag, *start, innerEnd, &element); rc != kOk) {
+        if (const int rc = find_inner(tag, *start, innerEnd, &element, &enclosing); rc != kOk) {
             return failure_of(rc, list.missing);
         }
         *start = element.contentStart;
@@ -70,6 +71,14 @@ int next_item(const ReplyList& list, char* reply, int length, int* offset, XmlEl
 
 int next_item(const ReplyList& list, char* reply, int length, int* offset, ReplyItem* item) {
     return find_next(list, reply, length, offset, item);
+}
+
+[[gnu::noinline]] void clear_record(void* record, size_t size) {
+    memset(record, 0, size);
+}
+
+[[gnu::noinline]] void copy_record(void* record, const void* filled, size_t size) {
+    memcpy(record, filled, size);
 }
 
 int check_list(const ReplyList& list, const Reply& reply) {

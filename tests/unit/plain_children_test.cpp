@@ -25,7 +25,7 @@ Texts list(const ReplyItem& item) {
         const PlainChild& child = item.children.list[i];
         texts.push_back(std::string(child.tag, child.tagLength) + "=" +
                         std::string(child.content, child.contentLength) +
-                        (child.hasSection ? " (section)" : ""));
+                        (child.section != nullptr ? " (section)" : ""));
     }
     return texts;
 }

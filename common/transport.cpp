@@ -45,22 +45,11 @@ void note_peer(int fd, ExchangeOutcome* outcome) {
     }
 }
 
-// A socket that waits by itself saves a poll() for each receive. Only an exchange without a limit
-// can wait so: a slice that it has begun does not end earlier.
-Patience patience_of(const ExchangeRequest& request, const Bounds& bounds) {
-    const bool isTold = request.timeoutMs != nullptr && *request.timeoutMs != 0;
-    Patience patience;
-    patience.timeout = to_timeval(std::chrono::milliseconds(isTold ? *request.timeoutMs : 0));
-    patience.flags = isTold || bounds.end != Bounds::Clock::time_point::max() ? MSG_DONTWAIT : 0;
-    return patience;
-}
-
 int transfer(IPCClient& client, const char* name, const ExchangeRequest& request, InFlight& counted,
              uint32_t* status, ExchangeOutcome* outcome) {
     const Bounds bounds = bounds_of(thread_limits());
-    const Patience patience = patience_of(request, bounds);
-    int rc = open_connection(
-        client, name, patience.flags == 0 ? to_timeval(kInterruptSlice) : patience.timeout, bounds);
+    const std::chrono::milliseconds timeout{request.timeoutMs != nullptr ? *request.timeoutMs : 0};
+    int rc = open_connection(client, name, to_timeval(timeout), bounds);
     outcome->stage = rc == kOk ? ExchangeStage::kTransfer : ExchangeStage::kConnect;
     if (rc == kOk) {
         counted.set_connected();
@@ -70,8 +59,8 @@ int transfer(IPCClient& client, const char* name, const ExchangeRequest& request
         rc = send_request(client, request, bounds);
     }
     if (rc == kOk) {
-        rc =
-            receive_reply(client, patience, bounds, status, &outcome->replyLength, &outcome->reply);
+        rc = receive_reply(client, to_timeval(timeout), bounds, status, &outcome->replyLength,
+                           &outcome->reply);
     }
     return rc;
 }

@@ -21,23 +21,28 @@ static_assert(sizeof(sockaddr_un::sun_path) == kMaxSocketName + 2);
 // No exchange gets the number of a standard stream that the program runs without.
 constexpr int kFirstDescriptor = STDERR_FILENO + 1;
 
+// Makes connect() wait for room in the backlog, until it is time to look at the bounds.
+void allow_waiting(int fd, const Bounds& bounds) {
+    const timeval wait = to_timeval(std::max(next_slice(bounds.end, bounds.end), milliseconds{1}));
+    setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &wait, sizeof wait);
+    fcntl(fd, F_SETFL, 0);
+}
+
 // A connect() that an interrupt or the end of the exchange's time can end: a full backlog is not a
-// thing to poll for. The socket keeps the send timeout.
+// thing to poll for. Where there is room, the socket stays one that does not wait.
 int connect_bounded(int fd, const sockaddr* address, socklen_t length, const Bounds& bounds) {
     for (;;) {
         const int rc = bounds.check();
         if (rc != kOk) {
             return rc;
         }
-        const milliseconds slice = next_slice(bounds.end, bounds.end);
-        const timeval wait = to_timeval(std::max(slice, milliseconds{1}));
-        setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &wait, sizeof wait);
         if (connect(fd, address, length) == 0) {
             return kOk;
         }
         if (errno != EAGAIN && errno != EINTR) {
             return errno;
         }
+        allow_waiting(fd, bounds);
     }
 }
 
@@ -71,6 +76,7 @@ int open_step(IPCClient& client, const char* name, const timeval& receiveTimeout
     const int rc = open_connection(client, name, receiveTimeout, {});
     const timeval forever = {};
     setsockopt(client.fd, SOL_SOCKET, SO_SNDTIMEO, &forever, sizeof forever);
+    fcntl(client.fd, F_SETFL, 0);
     return rc;
 }
 
@@ -81,7 +87,7 @@ int open_connection(IPCClient& client, const char* name, const timeval& receiveT
     if (client.fd > 0) {
         close(client.fd); // of an earlier attempt
     }
-    client.fd = lift_descriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    client.fd = lift_descriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (client.fd < 0) {
         return errno;
     }

@@ -11,8 +11,8 @@
 namespace zrp {
 
 // Connects to the abstract name, after closing an earlier connection. A receive timeout of 0 is
-// none. The socket keeps a send timeout. Returns kOk, ECANCELED, ETIMEDOUT, or the errno of
-// socket() or connect().
+// none. The socket does not wait, or has a send timeout of its own. Returns kOk, ECANCELED,
+// ETIMEDOUT, or the errno of socket() or connect().
 int open_connection(IPCClient& client, const char* name, const timeval& receiveTimeout,
                     const Bounds& bounds);
 

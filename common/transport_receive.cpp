@@ -14,21 +14,25 @@ namespace {
 
 using std::chrono::milliseconds;
 
+// What a receive begins with. While a daemon takes a request, a recv() that waits by itself is
+// woken for each piece; a poll() for input is not.
+enum class FirstStep { kReceive, kWait };
+
 // Makes one recv() that an interrupt can end. *count becomes its result, and -1 when the timeout is
 // up. Returns kOk, ECANCELED or ETIMEDOUT.
-int receive_once(int fd, void* data, size_t size, const Patience& patience, const Bounds& bounds,
-                 ssize_t* count) {
-    int flags = patience.flags;
-    int rc = bounds.check();
+int receive_once(int fd, FirstStep first, void* data, size_t size, const timeval& timeout,
+                 const Bounds& bounds, ssize_t* count) {
+    int rc =
+        first == FirstStep::kReceive ? bounds.check() : wait_ready(fd, POLLIN, timeout, bounds);
     while (rc == kOk) {
-        *count = recv(fd, data, size, flags);
+        *count = recv(fd, data, size, MSG_DONTWAIT);
         if (*count >= 0 || (errno != EAGAIN && errno != EINTR)) {
             return kOk;
         }
-        flags = MSG_DONTWAIT;
-        rc = wait_ready(fd, POLLIN, patience.timeout, bounds);
+        rc = wait_ready(fd, POLLIN, timeout, bounds);
     }
     if (rc == EAGAIN) {
+        *count = -1;
         errno = EAGAIN;
         return kOk;
     }
@@ -61,13 +65,14 @@ private:
 // Compatibility: the -1 of a failed recv() is added to the total like any count. Before the first
 // byte that makes the total larger than any length and ends the loop; later it moves the position
 // back by one byte and the loop goes on.
-int receive_body(int fd, char* body, uint64_t length, const Patience& patience,
-                 const Bounds& bounds, uint64_t* filled) {
+int receive_body(int fd, char* body, uint64_t length, const timeval& timeout, const Bounds& bounds,
+                 uint64_t* filled) {
     Gathering gathering;
     uint64_t total = 0;
     while (total < length) {
         ssize_t count = 0;
-        const int rc = receive_once(fd, body + total, length - total, patience, bounds, &count);
+        const int rc = receive_once(fd, FirstStep::kReceive, body + total, length - total, timeout,
+                                    bounds, &count);
         if (rc != kOk) {
             return rc;
         }
@@ -76,7 +81,7 @@ int receive_body(int fd, char* body, uint64_t length, const Patience& patience,
         }
         total += static_cast<uint64_t>(count);
         *filled = count > 0 ? std::max(*filled, total) : *filled;
-        if (count > 0 && total < length && is_none(patience.timeout)) {
+        if (count > 0 && total < length && is_none(timeout)) {
             gathering.after_piece(static_cast<size_t>(count), bounds);
         }
     }
@@ -85,7 +90,7 @@ int receive_body(int fd, char* body, uint64_t length, const Patience& patience,
 
 // The body of a whole reply. What a header announces is only a claim: the block grows with what
 // comes, so that a false one costs no memory.
-int receive_whole_body(int fd, uint64_t length, const Patience& patience, const Bounds& bounds,
+int receive_whole_body(int fd, uint64_t length, const timeval& timeout, const Bounds& bounds,
                        HeapText* body) {
     constexpr uint64_t kFirstRoom = 1U << 16;
     Gathering gathering;
@@ -101,8 +106,8 @@ int receive_whole_body(int fd, uint64_t length, const Patience& patience, const 
             body->reset(grown);
         }
         ssize_t count = 0;
-        const int rc =
-            receive_once(fd, body->get() + total, room - total, patience, bounds, &count);
+        const int rc = receive_once(fd, FirstStep::kReceive, body->get() + total, room - total,
+                                    timeout, bounds, &count);
         if (rc != kOk) {
             return rc;
         }
@@ -115,15 +120,16 @@ int receive_whole_body(int fd, uint64_t length, const Patience& patience, const 
     return kOk;
 }
 
-int receive_header(const IPCClient& client, const Patience& patience, const Bounds& bounds,
+int receive_header(const IPCClient& client, const timeval& timeout, const Bounds& bounds,
                    ReplyHeader* header) {
     size_t total = 0;
     do {
         ssize_t count = 0;
-        const int rc = client.fd < 0
-                           ? int{kShortHeader}
-                           : receive_once(client.fd, reinterpret_cast<char*>(header) + total,
-                                          sizeof *header - total, patience, bounds, &count);
+        const int rc =
+            client.fd < 0
+                ? int{kShortHeader}
+                : receive_once(client.fd, FirstStep::kWait, reinterpret_cast<char*>(header) + total,
+                               sizeof *header - total, timeout, bounds, &count);
         if (rc != kOk) {
             return rc;
         }
@@ -155,11 +161,11 @@ void clear_rest(char* body, uint32_t length, uint64_t filled) {
 
 } // namespace
 
-int receive_reply(const IPCClient& client, const Patience& patience, const Bounds& bounds,
+int receive_reply(const IPCClient& client, const timeval& timeout, const Bounds& bounds,
                   uint32_t* status, uint64_t* length, char** buffer) {
     *buffer = nullptr;
     ReplyHeader header = {};
-    int rc = receive_header(client, patience, bounds, &header);
+    int rc = receive_header(client, timeout, bounds, &header);
     if (rc != kOk) {
         return rc;
     }
@@ -174,13 +180,13 @@ int receive_reply(const IPCClient& client, const Patience& patience, const Bound
     HeapText body;
     uint64_t filled = 0;
     if (bounds.wholeReply) {
-        rc = receive_whole_body(client.fd, header.length, patience, bounds, &body);
+        rc = receive_whole_body(client.fd, header.length, timeout, bounds, &body);
         filled = header.length;
     } else {
         body.reset(allocate_body(header.length));
         rc = body == nullptr
                  ? int{kNoMemory}
-                 : receive_body(client.fd, body.get(), header.length, patience, bounds, &filled);
+                 : receive_body(client.fd, body.get(), header.length, timeout, bounds, &filled);
     }
     if (rc == kOk) {
         clear_rest(body.get(), header.length, filled);
@@ -190,10 +196,10 @@ int receive_reply(const IPCClient& client, const Patience& patience, const Bound
 }
 
 int IPCClient::Receive(uint32_t* status, uint64_t* length, char** buffer) const {
-    Patience patience;
-    socklen_t size = sizeof patience.timeout;
-    getsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience.timeout, &size);
-    return receive_reply(*this, patience, {}, status, length, buffer);
+    timeval timeout = {};
+    socklen_t size = sizeof timeout;
+    getsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, &size);
+    return receive_reply(*this, timeout, {}, status, length, buffer);
 }
 
 } // namespace zrp

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <sys/socket.h>
 #include <sys/time.h>
 
 #include "transport.h"
@@ -12,14 +11,9 @@
 
 namespace zrp {
 
-// How each receive of a reply waits.
-struct Patience {
-    timeval timeout = {};     // 0 for none
-    int flags = MSG_DONTWAIT; // 0 if the socket itself ends a recv() after a slice
-};
-
-// Reads one reply, with the results of IPCClient::Receive, ETIMEDOUT, and kTooLong by the bounds.
-int receive_reply(const IPCClient& client, const Patience& patience, const Bounds& bounds,
+// Reads one reply, with the results of IPCClient::Receive, ETIMEDOUT, and kTooLong by the bounds. A
+// timeout, which is that of each receive, of 0 is none.
+int receive_reply(const IPCClient& client, const timeval& timeout, const Bounds& bounds,
                   uint32_t* status, uint64_t* length, char** buffer);
 
 } // namespace zrp

@@ -52,6 +52,14 @@ TEST_F(Transport, ATimeOutIsThatOfReceivingAlone) {
     }
 }
 
+TEST_F(Transport, AProgramsOwnCallsWaitOnItsSocket) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{wait_for_close()}});
+    IPCClient client;
+    ASSERT_EQ(client.Connect(kMainDaemonSocket), kOk);
+    EXPECT_EQ(fcntl(client.fd, F_GETFL) & O_NONBLOCK, 0);
+    EXPECT_EQ(timeout_of(client, SO_SNDTIMEO), 0);
+}
+
 TEST_F(Transport, ItsAddressMayBeUsedAgain) {
     const ScriptedPeer peer(kMainDaemonSocket, {{wait_for_close()}});
     IPCClient client;

@@ -1,9 +1,12 @@
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <poll.h>
 #include <string>
+#include <sys/resource.h>
 
 #include "common/heap_text.h"
+#include "common/interrupt.h"
 #include "common/result.h"
 #include "tests/support/failing_allocation.h"
 #include "tests/support/huge_replies.h"
@@ -177,6 +180,40 @@ TEST_F(Transport, TimeoutsWithinTheBodyEndIt) {
                 }),
                 std::string("ab\0", 3));
     EXPECT_TRUE(early.passed());
+}
+
+long times_asleep() {
+    rusage usage = {};
+    getrusage(RUSAGE_THREAD, &usage);
+    return usage.ru_nvcsw;
+}
+
+// The kernel frees a piece that the daemon has taken, which is room for more, but no input.
+TEST_F(Transport, AWaitForAReplySleepsWhileTheDaemonTakesTheRequest) {
+    constexpr int kPieces = 20;
+    PeerScript script = {read_bytes(sizeof(RequestHeader))};
+    for (int i = 0; i < kPieces; i++) {
+        script.push_back(read_bytes(1));
+        script.push_back(pause_for(3ms));
+    }
+    script.push_back(send_bytes(reply("taken")));
+    const ScriptedPeer peer(kMainDaemonSocket, {script});
+    IPCClient client;
+    ASSERT_EQ(client.Connect(kMainDaemonSocket), kOk);
+    ASSERT_EQ(client.SendHeader(kMainDaemonRequest, kPieces), kOk);
+    for (int i = 0; i < kPieces; i++) {
+        ASSERT_EQ(client.Send(1, "x"), kOk);
+    }
+    const long before = times_asleep();
+    const auto start = std::chrono::steady_clock::now();
+    expect_text(take([&](uint64_t* length, char** reply) {
+                    uint32_t status = 0;
+                    return client.Receive(&status, length, reply);
+                }),
+                "taken");
+    // It looks for an interrupt now and then.
+    const auto looks = (std::chrono::steady_clock::now() - start) / kInterruptSlice;
+    EXPECT_LE(times_asleep() - before, looks + 3);
 }
 
 TEST_F(Transport, ATimeoutOfZeroWaitsWithoutLimit) {

@@ -1,6 +1,5 @@
 #include "common/range_number.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <limits>
@@ -38,30 +37,32 @@ int take_base(std::string_view* text) {
 // As many decimal digits always fit into 64 bits.
 constexpr size_t kSafeDigits = std::numeric_limits<uint64_t>::digits10;
 
-// Returns false when the text may hold more digits than are safe.
-bool take_short_decimal(std::string_view text, uint64_t* value) {
-    const size_t last = std::min(text.size(), kSafeDigits + 1);
+// The number that the text begins with; 0 without digits.
+uint64_t sum_digits(std::string_view text) {
     uint64_t sum = 0;
-    for (size_t place = 0; place < last; place++) {
-        const auto digit = static_cast<unsigned char>(text[place] - '0');
+    for (const char c : text) {
+        const auto digit = static_cast<unsigned char>(c - '0');
         if (digit >= kDecimalBase) {
-            *value = sum;
-            return true;
+            break;
         }
         sum = sum * kDecimalBase + digit;
     }
-    *value = sum;
-    return last <= kSafeDigits;
+    return sum;
 }
 
-// Returns false when the number needs more than 64 bits. The value of no digits is 0.
+// Returns false when the number needs more than 64 bits. Without digits the value is untouched.
 bool take_digits(std::string_view text, int base, uint64_t* value) {
-    if (base == kDecimalBase && take_short_decimal(text, value)) {
-        return true;
-    }
-    *value = 0;
     const auto result = std::from_chars(text.data(), text.data() + text.size(), *value, base);
     return result.ec != std::errc::result_out_of_range;
+}
+
+// The same for a decimal number, in fewer steps where the text is short.
+bool take_decimal(std::string_view text, uint64_t* value) {
+    if (text.size() > kSafeDigits) {
+        return take_digits(text, kDecimalBase, value);
+    }
+    *value = sum_digits(text);
+    return true;
 }
 
 } // namespace
@@ -70,7 +71,7 @@ int64_t leading_decimal(std::string_view text) {
     using Limits = std::numeric_limits<int64_t>;
     const bool negative = take_sign(&text);
     uint64_t magnitude = 0;
-    const bool fits = take_digits(text, kDecimalBase, &magnitude);
+    const bool fits = take_decimal(text, &magnitude);
     if (!fits || magnitude > static_cast<uint64_t>(Limits::max())) {
         return negative ? Limits::min() : Limits::max();
     }
@@ -82,7 +83,9 @@ uint64_t leading_number(std::string_view text) {
     const bool negative = take_sign(&text);
     const int base = take_base(&text);
     uint64_t magnitude = 0;
-    if (!take_digits(text, base, &magnitude)) {
+    const bool fits =
+        base == kDecimalBase ? take_decimal(text, &magnitude) : take_digits(text, base, &magnitude);
+    if (!fits) {
         return std::numeric_limits<uint64_t>::max();
     }
     return negative ? 0 - magnitude : magnitude;

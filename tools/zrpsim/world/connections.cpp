@@ -1,15 +1,23 @@
 #include "tools/zrpsim/world/connections.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace zrp::sim {
 namespace {
 
-Traffic traffic_at(int64_t ms, uint64_t readPerSecond, uint64_t writtenPerSecond) {
-    const auto passed = static_cast<uint64_t>(std::max<int64_t>(ms, 0));
-    const uint64_t bytesRead = readPerSecond * passed / 1000;
-    const uint64_t bytesWritten = writtenPerSecond * passed / 1000;
-    return {bytesRead, bytesWritten, (bytesRead + bytesWritten) / 1500 + 12};
+constexpr int64_t kMsPerSecond = 1000;
+constexpr uint64_t kBytesPerRequest = 1500;
+constexpr Traffic kLoginTraffic = {0, 0, 12};
+
+Traffic rate_of(const Connection& connection) {
+    const uint64_t bytes = uint64_t{connection.readPerSecond} + connection.writtenPerSecond;
+    return {connection.readPerSecond, connection.writtenPerSecond,
+            (bytes + kBytesPerRequest / 2) / kBytesPerRequest};
+}
+
+void subtract_traffic(Traffic& total, const Traffic& less, uint64_t times) {
+    add_traffic(total, less, 0 - times);
 }
 
 } // namespace
@@ -18,18 +26,20 @@ bool logged_in(const Connection& connection) {
     return connection.name != kNotLoggedIn;
 }
 
-void add_traffic(Traffic& total, const Traffic& more) {
-    total.bytesRead += more.bytesRead;
-    total.bytesWritten += more.bytesWritten;
-    total.requests += more.requests;
+void add_traffic(Traffic& total, const Traffic& more, uint64_t times) {
+    total.bytesRead += more.bytesRead * times;
+    total.bytesWritten += more.bytesWritten * times;
+    total.requests += more.requests * times;
 }
 
 Traffic traffic_until(int64_t upTimeMs, const Connection& connection) {
     if (!logged_in(connection)) {
         return {};
     }
-    return traffic_at(upTimeMs - connection.loginMs, connection.readPerSecond,
-                      connection.writtenPerSecond);
+    Traffic traffic = kLoginTraffic;
+    const int64_t seconds = std::max<int64_t>(upTimeMs - connection.loginMs, 0) / kMsPerSecond;
+    add_traffic(traffic, rate_of(connection), static_cast<uint64_t>(seconds));
+    return traffic;
 }
 
 std::vector<Connection>& Connections::change() {
@@ -44,38 +54,50 @@ const ConnectionCounts& Connections::counts() const {
     return counts_;
 }
 
-const Traffic& Connections::traffic_until(int64_t upTimeMs) const {
+Traffic Connections::traffic_until(int64_t upTimeMs) const {
     if (!isCounted_) {
         count_again();
     }
-    if (trafficMs_ != upTimeMs) {
-        Traffic total{};
-        for (const Rate& rate : rates_) {
-            add_traffic(total, traffic_at(upTimeMs - rate.loginMs, rate.readPerSecond,
-                                          rate.writtenPerSecond));
-        }
-        traffic_ = total;
-        trafficMs_ = upTimeMs;
+    if (upTimeMs >= lastLoginMs_) {
+        Traffic total = offsets_.at(static_cast<size_t>(upTimeMs % kMsPerSecond));
+        add_traffic(total, rate_, static_cast<uint64_t>(upTimeMs / kMsPerSecond));
+        return total;
     }
-    return traffic_;
+    Traffic total{};
+    for (const Connection& connection : all_) {
+        add_traffic(total, sim::traffic_until(upTimeMs, connection));
+    }
+    return total;
 }
 
 void Connections::count_again() const {
     counts_ = {};
-    rates_.clear();
+    rate_ = {};
+    lastLoginMs_ = 0;
+    offsets_.assign(kMsPerSecond, {});
+    Traffic offset{};
     for (const Connection& connection : all_) {
-        if (logged_in(connection)) {
-            rates_.push_back(
-                {connection.loginMs, connection.readPerSecond, connection.writtenPerSecond});
-        } else {
+        if (!logged_in(connection)) {
             counts_.withoutLogin++;
+        } else {
+            const Traffic rate = rate_of(connection);
+            const int64_t login = connection.loginMs;
+            add_traffic(rate_, rate);
+            add_traffic(offset, kLoginTraffic);
+            subtract_traffic(offset, rate, static_cast<uint64_t>(login / kMsPerSecond));
+            add_traffic(offsets_[static_cast<size_t>(login % kMsPerSecond)], rate);
+            lastLoginMs_ = std::max(lastLoginMs_, login);
         }
         counts_.openFiles += connection.files.size();
         counts_.locks +=
             static_cast<size_t>(std::count_if(connection.files.begin(), connection.files.end(),
                                               [](const OpenFile& file) { return file.locked; }));
     }
-    trafficMs_.reset();
+    // A second of a connection ends when the server's has come as far as at the login.
+    for (auto at = offsets_.rbegin(); at != offsets_.rend(); ++at) {
+        const Traffic rate = std::exchange(*at, offset);
+        subtract_traffic(offset, rate, 1);
+    }
     isCounted_ = true;
 }
 

@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -42,9 +41,10 @@ struct Traffic {
     uint64_t requests;
 };
 
-void add_traffic(Traffic& total, const Traffic& more);
+void add_traffic(Traffic& total, const Traffic& more, uint64_t times = 1);
 
-// The traffic of a connection from its login to this up time.
+// The traffic of a connection from its login to this up time, in full seconds: sums of it need no
+// look at each connection.
 Traffic traffic_until(int64_t upTimeMs, const Connection& connection);
 
 struct ConnectionCounts {
@@ -68,16 +68,9 @@ public:
     std::vector<Connection>& change();
 
     [[nodiscard]] const ConnectionCounts& counts() const;
-    [[nodiscard]] const Traffic& traffic_until(int64_t upTimeMs) const;
+    [[nodiscard]] Traffic traffic_until(int64_t upTimeMs) const;
 
 private:
-    // What the traffic of a connection that is logged in follows from.
-    struct Rate {
-        int64_t loginMs;
-        uint32_t readPerSecond;
-        uint32_t writtenPerSecond;
-    };
-
     void count_again() const;
 
     std::vector<Connection> all_;
@@ -85,9 +78,10 @@ private:
     // Of all_ if isCounted_.
     mutable bool isCounted_ = false;
     mutable ConnectionCounts counts_;
-    mutable std::vector<Rate> rates_;
-    mutable std::optional<int64_t> trafficMs_; // the up time of traffic_
-    mutable Traffic traffic_{};
+    mutable Traffic rate_{}; // a second of all that are logged in
+    mutable int64_t lastLoginMs_ = 0;
+    // For each millisecond of a second, what their traffic is more than that rate since the start.
+    mutable std::vector<Traffic> offsets_;
 };
 
 } // namespace zrp::sim

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <poll.h>
+#include <sys/socket.h>
 
 #include "common/heap_text.h"
 #include "common/result.h"

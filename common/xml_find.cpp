@@ -178,7 +178,9 @@ int walk_content(const Filter& filter, std::string_view tag, char* content, char
         finish(walk.compaction, walk.position + 1);
     }
     set_match(element, content, markup - gap, tag.size());
-    if (walk.hasOwnSections) {
+    if (gap != 0) {
+        *shallowest = -kDeepest; // what was in an own section now counts as markup
+    } else if (walk.hasOwnSections) {
         *shallowest = walk.shallowest;
     }
     return kOk;

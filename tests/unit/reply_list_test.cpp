@@ -45,6 +45,30 @@ TEST(NextItem, GivesTheItemsInOrder) {
     EXPECT_EQ(walked.rc, kInvalid);
 }
 
+// The sections are counted for the elements of the path together.
+TEST(NextItem, ASectionOfTheListIsText) {
+    const Walk walked = walk(kList, "<reply><a><![CDATA[<]]></a><list><![CDATA[</list>]]>"
+                                    "<item>1</item></list></reply>");
+    EXPECT_EQ(walked.contents, Contents{"1"});
+    EXPECT_EQ(walk(kList, "<reply><list><![CDATA[<item>1</item></list></reply>").rc, kMissing);
+    EXPECT_EQ(walk(kList, "<reply><b><list><![CDATA[</list>]]><item>2</item></list></b></reply>")
+                  .contents,
+              Contents{"2"});
+}
+
+// Compatibility: without its markers the text of a section of the outer element is markup.
+TEST(NextItem, ASectionBeforeTheListMakesItNoDeeper) {
+    EXPECT_EQ(
+        walk(kList, "<reply><![CDATA[</a></a>]]><list><![CDATA[<item>1</item></list></reply>").rc,
+        kMissing);
+}
+
+TEST(NextItem, ASectionOfAnItemIsMarkupForTheList) {
+    const Walk walked = walk(kList, "<reply><list><item><![CDATA[a]]></item>"
+                                    "<item><![CDATA[</list>]]></item></list></reply>");
+    EXPECT_EQ(walked.contents, (Contents{"a", "</list>"}));
+}
+
 TEST(NextItem, TheEndOfTheReplyHasItsOwnCode) {
     const Walk walked = walk(kPlainList, "<item>1</item><item>2</item>");
     EXPECT_EQ(walked.contents, (Contents{"1", "2"}));

@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <sched.h>
 #include <string>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -15,6 +14,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "bench/one_processor.h"
 #include "bench/plain_calls.h"
 #include "bench/row.h"
 #include "common/transport.h"
@@ -37,18 +37,6 @@ struct Case {
 };
 
 constexpr Case kCases[] = {{"200 B", 200, 400}, {"8 KiB", 8 << 10, 400}, {"1 MiB", 1 << 20, 20}};
-
-void use_one_processor() {
-    cpu_set_t processors;
-    sched_getaffinity(0, sizeof processors, &processors);
-    int last = CPU_SETSIZE - 1;
-    while (!CPU_ISSET(last, &processors)) {
-        last--;
-    }
-    CPU_ZERO(&processors);
-    CPU_SET(last, &processors);
-    sched_setaffinity(0, sizeof processors, &processors);
-}
 
 // Answers every request with so many bytes as its number says.
 [[noreturn]] void serve(int listener) {
@@ -116,7 +104,7 @@ double median(std::vector<double>& times) {
 } // namespace
 
 int main() {
-    use_one_processor();
+    zrp::bench::use_one_processor();
     const std::string name = "zrp-bench-" + std::to_string(getpid());
     const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_un address = {};

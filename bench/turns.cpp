@@ -10,6 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "bench/one_processor.h"
 #include "bench/row.h"
 #include "tools/harness/descriptor.h"
 #include "tools/harness/private_network.h"
@@ -71,6 +72,7 @@ void run_job(const Job& job, const Circumstances& circumstances) {
             hasTurn = true;
         }
     };
+    use_one_processor();
     harness::enter_private_network(); // permitted, as the parent has done it
     demo::install_product();
     run_job(job, {kPassesOfMany, waitTurn});

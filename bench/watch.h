@@ -40,7 +40,7 @@ bool follow(std::vector<Watch*> watches, int passes);
 // never lower.
 double lower_quartile(std::vector<double> figures);
 
-// Per pass. The processor time is the lower quartile, the others are means.
+// Per pass. The processor time is that of the cheapest pass, the others are means.
 Cost cost_of_pass(const Watch& watch);
 
 } // namespace zrp::bench

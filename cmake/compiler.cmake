@@ -38,6 +38,10 @@ endfunction()
 # The monitor and its library throw nothing; the compiler keeps it so.
 function(zrp_product target)
     target_compile_options(${target} PRIVATE -fno-exceptions -fno-rtti)
+    if(NOT ZRP_SANITIZE)
+        # A program that links the library keeps the functions that it calls, and no others.
+        target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections)
+    endif()
     if(ZRP_COVERAGE)
         target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic)
     endif()

@@ -159,6 +159,34 @@ TEST(FindInside, LooksOnlyIntoTheElement) {
     EXPECT_EQ(find_inside(outer, "a", &inner), kNotFound);
 }
 
+// An element whose content is these bytes of a longer text.
+XmlElement element_of(const ExactBlock& text, size_t length) {
+    XmlElement element;
+    element.contentStart = text.begin();
+    element.contentEnd = text.begin() + length - 1;
+    element.contentLength = static_cast<uint32_t>(length);
+    return element;
+}
+
+TEST(FindInside, SeesNothingOfWhatFollowsTheContent) {
+    const ExactBlock text("<a>1</a>");
+    XmlElement inner;
+    EXPECT_EQ(find_inside(element_of(text, 8), "a", &inner), kOk);
+    EXPECT_EQ(find_inside(element_of(text, 7), "a", &inner), kNotFound);
+}
+
+TEST(FindOptional, MayBeMissingButNotCut) {
+    const ExactBlock text("<a>1</a>");
+    XmlElement inner;
+    EXPECT_EQ(find_optional(element_of(text, 8), "a", &inner), kOk);
+    EXPECT_EQ(inner.contentLength, 1U);
+    EXPECT_EQ(find_optional(element_of(text, 7), "a", &inner), kNotFound);
+    EXPECT_EQ(find_optional(element_of(text, 3), "a", &inner), kNotFound);
+    EXPECT_EQ(find_optional(element_of(text, 2), "a", &inner), kOk);
+    EXPECT_EQ(find_optional(element_of(text, 8), "b", &inner), kOk);
+    EXPECT_EQ(find_optional(XmlElement{}, "a", &inner), kOk);
+}
+
 TEST(ReadFields, AnOptionalElementMayBeMissing) {
     constexpr ReplyField kOptional[] = {
         ZRP_OPTIONAL_FIELD("a", kNumber32, Record, number32),
@@ -187,6 +215,15 @@ TEST(ReadFields, AFractionHasAPointInEveryLocale) {
     Load load = {};
     EXPECT_EQ(read_fields(kLoad, outer, &load), kOk);
     EXPECT_EQ(load.value, 1.5F);
+}
+
+TEST(StoreField, OfAFractionSeventyNineCharactersCount) {
+    const ReplyField field = {"l", 0, sizeof(float), FieldKind::kFraction};
+    float value = 7;
+    EXPECT_EQ(store_field(field, std::string(78, '0') + "1", &value), kOk);
+    EXPECT_EQ(value, 1.0F);
+    EXPECT_EQ(store_field(field, std::string(79, '0') + "1", &value), kOk);
+    EXPECT_EQ(value, 0.0F);
 }
 
 } // namespace

@@ -2,12 +2,16 @@
 // time.
 #include "common/xml_depth.h"
 
+#include <cerrno>
+#include <cstring>
 #include <random>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "common/result.h"
+#include "common/thread_limits.h"
+#include "common/transport.h"
 #include "common/xml_scan.h"
 #include "tests/support/exact_block.h"
 
@@ -60,6 +64,23 @@ TEST(Depth, OfMarkupAtEachPlaceOfAStep) {
             expect_plain_depths(std::string(before, '.') + markup + std::string(40, '.') + " ");
         }
     }
+}
+
+// Markup that has to be counted tag by tag.
+TEST(Depth, ACountEndsWithAnInterrupt) {
+    std::string text;
+    while (text.size() < 2 * size_t{kLookDistance}) {
+        text += "<a<b>";
+    }
+    const ExactBlock block(text);
+    IPCServInterrupt();
+    Depth depth = {block.begin()};
+    EXPECT_EQ(count_depth("tag", block.end(), block.end(), &depth), ECANCELED);
+    IPCServInit("reset");
+    IPCServTerm();
+    depth = {block.begin()};
+    EXPECT_EQ(count_depth("tag", block.end(), block.end(), &depth), kOk);
+    EXPECT_EQ(depth.open, static_cast<int64_t>(text.size() / strlen("<a<b>")));
 }
 
 TEST(Depth, OfRandomMarkup) {

@@ -59,6 +59,7 @@ struct ContentWalk {
     Compaction compaction;
 };
 
+// The usual steps are inlined: most walks are of an item, which takes one or two.
 enum class Step { kContinue, kMatched, kTruncated };
 
 // At "</".
@@ -297,6 +298,7 @@ int enter(std::string_view tag, const char* content, const char* end, EnclosingE
     return rc;
 }
 
+// The exact walk, for an element with more than text inside.
 [[gnu::noinline]] int walk_from(std::string_view tag, char* content, char* end, XmlElement* element,
                                 EnclosingElement* enclosing) {
     EnclosingElement outermost;
@@ -380,13 +382,24 @@ bool is_whole_tag(std::string_view tag, const char* markup, const char* end) {
 int find_element(std::string_view tag, char* start, char* end, XmlElement* element,
                  PlainChildren* children, EnclosingElement* enclosing) {
     const char* found = start;
-    if (!is_opening_tag(tag, start, end)) { // the next item of a list is there
+    if (!is_opening_tag(tag, start, end)) { // as that of the next item of a list
         if (const int rc = find_opening(tag, start, end, &found); rc != kOk) {
             return rc;
         }
     }
     char* markup = start + (found - start);
     return match_element(tag, markup + 1 + tag.size(), end, element, children, enclosing);
+}
+
+// Takes the markers of a child's section out of its element, as the exact walk does.
+void remove_markers(const PlainChild& child, XmlElement* element) {
+    char* const end = element->elementEnd + 1;
+    Compaction compaction = {child.section, child.section};
+    remove_marker(compaction, child.section, kCdataOpen.size());
+    remove_marker(compaction, child.sectionEnd, kCdataClose.size());
+    char* const closing = child.content + child.contentLength - gap_of(compaction);
+    finish(compaction, end);
+    set_match(element, child.content, closing, child.tagLength);
 }
 
 } // namespace
@@ -423,21 +436,6 @@ void list_children(ReplyItem* item) {
     }
     item->children.isWhole = rc == kNotFound;
 }
-
-namespace {
-
-// As the exact walk does for the only section of an element.
-void remove_markers(const PlainChild& child, XmlElement* element) {
-    char* const end = element->elementEnd + 1;
-    Compaction compaction = {child.section, child.section};
-    remove_marker(compaction, child.section, kCdataOpen.size());
-    remove_marker(compaction, child.sectionEnd, kCdataClose.size());
-    char* const closing = child.content + child.contentLength - gap_of(compaction);
-    finish(compaction, end);
-    set_match(element, child.content, closing, child.tagLength);
-}
-
-} // namespace
 
 int find_child(const ReplyItem& item, std::string_view tag, XmlElement* element) {
     const PlainChildren& children = item.children;

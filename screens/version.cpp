@@ -57,7 +57,7 @@ constexpr ComponentRow kComponents[] = {
 
 // Refresh thread only.
 VersionSearch searches[std::size(kComponents)];
-VersionText platform = "";
+PlatformAnswer platform;
 
 int probe_file(const ComponentRow& component, VersionText& text) {
     if (component.file == nullptr) {
@@ -112,15 +112,13 @@ int draw_release(WINDOW* window, int row, VersionText& text) {
     return row + 1;
 }
 
-// Asked once: it does not change while the program runs.
 void draw_platform(WINDOW* window, int row) {
-    if (platform[0] == '\0' && getPlatform(&platform) != kOk) {
-        platform[0] = '\0';
+    if (ask_platform(&platform) != kOk) {
         return;
     }
-    drop_line_feed(platform);
+    drop_line_feed(platform.text);
     print_at(window, row, kVersionColumn, "Platform");
-    print_at(window, row + 1, kIndentedColumn, "%s", platform);
+    print_at(window, row + 1, kIndentedColumn, "%s", platform.text);
 }
 
 } // namespace

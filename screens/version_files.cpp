@@ -21,6 +21,7 @@ constexpr const char* kMarkerFile = "/opt/velmora/zrpserv/sbin/v_e_r_s_i_o_n.txt
 constexpr const char* kMarkerFolder = "/opt/velmora/zrpserv/sbin";
 constexpr const char* kSearchTool = "/usr/bin/strings";
 constexpr const char* kPlatformFile = "/opt/velmora/p_i_n_f_o.txt";
+constexpr const char* kPlatformFolder = "/opt/velmora";
 constexpr const char* kReleaseFile = "/etc/velmora-release";
 
 constexpr size_t kCommandSize = 8192;
@@ -197,6 +198,18 @@ int getPlatform(VersionText* text) {
     }
     copy_cut(*text, read, size);
     return kOk;
+}
+
+int ask_platform(PlatformAnswer* answer) {
+    if (answer->isKnown && answer->rc == kOk) {
+        return kOk;
+    }
+    const bool hasFolder = stamp_of(kPlatformFolder).exists;
+    if (hasFolder || !answer->isKnown) {
+        answer->rc = getPlatform(&answer->text);
+        answer->isKnown = answer->rc == kOk || !hasFolder;
+    }
+    return answer->rc;
 }
 
 int getReleaseLines(VersionText* text) {

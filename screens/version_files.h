@@ -68,6 +68,17 @@ int probe_changed_file(VersionSearch* search, const char* file, const VersionMar
 // temporary file.
 int getPlatform(VersionText* text);
 
+// What the platform was when it was asked for.
+struct PlatformAnswer {
+    int rc = 0;
+    VersionText text = "";
+    bool isKnown = false;
+};
+
+// getPlatform() until it has answered: the platform does not change while the program runs. Nor is
+// it asked for again while the folder of the command's file is missing.
+int ask_platform(PlatformAnswer* answer);
+
 // Gives the lines of the release file, each NUL-terminated, with an empty string after the last.
 // Empty lines, and text that does not fit into the buffer, are left out. Returns kOk, kNoData if
 // there is no line, kInvalid for a null text, or the errno of the file.

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
 #include <vector>
@@ -130,6 +131,34 @@ TEST_F(VersionFiles, ThePlatformIsWhatUnameSays) {
     EXPECT_TRUE(std::string(text).ends_with("\n")) << text;
     std::filesystem::remove_all("/opt/velmora");
     EXPECT_NE(getPlatform(&text), kOk);
+}
+
+long pages_of_children() {
+    rusage usage = {};
+    getrusage(RUSAGE_CHILDREN, &usage);
+    return usage.ru_minflt;
+}
+
+TEST_F(VersionFiles, ThePlatformIsAskedForOnce) {
+    PlatformAnswer answer;
+    EXPECT_EQ(ask_platform(&answer), kOk);
+    EXPECT_EQ(getPlatform(&text), kOk);
+    EXPECT_STREQ(answer.text, text);
+    const long before = pages_of_children();
+    EXPECT_EQ(ask_platform(&answer), kOk);
+    EXPECT_EQ(pages_of_children(), before);
+}
+
+TEST_F(VersionFiles, WithoutAFolderThePlatformIsAskedForOnce) {
+    std::filesystem::remove_all("/opt/velmora");
+    PlatformAnswer answer;
+    EXPECT_NE(ask_platform(&answer), kOk);
+    const long before = pages_of_children();
+    EXPECT_NE(ask_platform(&answer), kOk);
+    EXPECT_EQ(pages_of_children(), before);
+    std::filesystem::create_directories("/opt/velmora");
+    EXPECT_EQ(ask_platform(&answer), kOk);
+    EXPECT_GT(pages_of_children(), before);
 }
 
 TEST_F(VersionFiles, ReleaseLinesAreAListOfStrings) {

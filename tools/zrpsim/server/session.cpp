@@ -2,6 +2,8 @@
 
 #include <cinttypes>
 #include <cstdio>
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
 
 #include "common/transport.h"
 
@@ -10,16 +12,16 @@ namespace {
 
 constexpr uint32_t kLongestRequest = 1U << 20U;
 
-// How to send a text: in pieces of so many bytes (0: all at once) with a pause after each.
+// How to send a text: in pieces of so many bytes (0: all at once) with a pause after each, which
+// lasts until the client has taken the piece if it has to find the pieces one by one.
 struct Pace {
     size_t piece;
     std::chrono::microseconds pause;
+    bool oneByOne = false;
 };
 
-// The client must read the first piece of a header before the rest arrives, even on a busy machine;
-// hence the long pause. A body has thousands of pieces.
-constexpr std::chrono::microseconds kBetweenHeaderPieces{50'000};
-constexpr std::chrono::microseconds kBetweenBodyPieces{300};
+constexpr std::chrono::microseconds kBetweenHeaderPieces{2000};
+constexpr std::chrono::microseconds kBetweenBodyPieces{300}; // a body has thousands of them
 
 struct Session {
     Server& server;
@@ -34,6 +36,23 @@ struct Session {
 // The connection is open as long as one of these exists.
 using SessionPointer = std::shared_ptr<Session>;
 
+bool has_untaken_bytes(Session& session) {
+    int count = 0;
+    return ioctl(session.socket.native_handle(), SIOCOUTQ, &count) == 0 && count > 0;
+}
+
+template <typename Then>
+void pause(const SessionPointer& session, Pace pace, Then then) {
+    session->timer.expires_after(pace.pause);
+    session->timer.async_wait([=](std::error_code) {
+        if (pace.oneByOne && has_untaken_bytes(*session)) {
+            pause(session, pace, then);
+        } else {
+            then();
+        }
+    });
+}
+
 void send_pieces(const SessionPointer& session, const std::string& text, size_t from, Pace pace,
                  void (*then)(const SessionPointer&)) {
     if (from >= text.size()) {
@@ -46,8 +65,7 @@ void send_pieces(const SessionPointer& session, const std::string& text, size_t 
                           if (error) {
                               return;
                           }
-                          session->timer.expires_after(pace.pause);
-                          session->timer.async_wait([=, &text](std::error_code) {
+                          pause(session, pace, [=, &text] {
                               send_pieces(session, text, from + sent, pace, then);
                           });
                       });
@@ -86,7 +104,7 @@ void deliver(const SessionPointer& session) {
     if (delivery.silent) {
         stay_silent(session);
     } else if (delivery.headerPiece != 0 || delivery.bodyPiece != 0) {
-        send_pieces(session, delivery.header, 0, {delivery.headerPiece, kBetweenHeaderPieces},
+        send_pieces(session, delivery.header, 0, {delivery.headerPiece, kBetweenHeaderPieces, true},
                     send_body);
     } else {
         send_whole(session);

@@ -142,14 +142,6 @@ bool is_closing_tag(std::string_view tag, const char* markup, const char* end) {
            same_bytes(markup + 2, tag.data(), tag.size()) && markup[2 + tag.size()] == '>';
 }
 
-// The closing tag is at that '<'.
-void set_match(XmlElement* element, char* content, char* closing, size_t tagLength) {
-    element->contentStart = content;
-    element->contentEnd = closing - 1;
-    element->contentLength = static_cast<uint32_t>(closing - content);
-    element->elementEnd = closing + 2 + tagLength;
-}
-
 // Walks from the first byte of the content to the '>' of the closing tag. *shallowest is a depth
 // that no section of the content is above, and becomes the one of the shallowest.
 template <typename Filter>

@@ -180,13 +180,17 @@ inline bool has_tag(const PlainChild& child, std::string_view tag) {
     return child.tagLength == tag.size() && same_bytes(child.tag, tag.data(), tag.size());
 }
 
-inline void set_element(const PlainChild& child, XmlElement* element) {
-    char* const closing = child.content + child.contentLength;
-    element->tagEnd = child.tag + child.tagLength;
-    element->contentStart = child.content;
+// The closing tag is at that '<'.
+inline void set_match(XmlElement* element, char* content, char* closing, size_t tagLength) {
+    element->contentStart = content;
     element->contentEnd = closing - 1;
-    element->contentLength = static_cast<uint32_t>(child.contentLength);
-    element->elementEnd = closing + 2 + child.tagLength;
+    element->contentLength = static_cast<uint32_t>(closing - content);
+    element->elementEnd = closing + 2 + tagLength;
+}
+
+inline void set_element(const PlainChild& child, XmlElement* element) {
+    element->tagEnd = child.tag + child.tagLength;
+    set_match(element, child.content, child.content + child.contentLength, child.tagLength);
 }
 
 // find_child, which first looks at *next, the child after those that were found there; at first 0.

@@ -33,6 +33,11 @@ struct ReplyList {
 int next_item(const ReplyList& list, char* reply, int length, int* offset, XmlElement* item);
 int next_item(const ReplyList& list, char* reply, int length, int* offset, ReplyItem* item);
 
+// memset() with zeros and memcpy(). Compilers put a string instruction in the place of a call with
+// a size that they know, which takes longer to start than all of a record takes.
+void clear_record(void* record, size_t size);
+void copy_record(void* record, const void* filled, size_t size);
+
 // Reads the next item: read(item) takes what it needs and returns kOk or its failure, on which it
 // leaves all outputs alone. The offset moves only on success. An item is read once only, since one
 // whose CDATA markers were taken out does not read the same a second time.
@@ -54,11 +59,6 @@ int scan_next(const ReplyList& list, char* reply, int length, int* offset, Read 
     }
     return rc;
 }
-
-// memset() with zeros and memcpy(). Compilers put a string instruction in the place of a call with
-// a size that they know, which takes longer to start than all of a record takes.
-void clear_record(void* record, size_t size);
-void copy_record(void* record, const void* filled, size_t size);
 
 // The same into a record, which changes only when all of it was read: read(item, filled) fills a
 // new one. Returns kInvalid also for a null record.

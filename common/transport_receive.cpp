@@ -56,7 +56,7 @@ public:
 private:
     static constexpr size_t kSmallPiece = 4096;
     static constexpr int kTolerated = 16;
-    static constexpr int kDoublings = 6; // up to 64 milliseconds
+    static constexpr int kDoublings = 7; // up to 128 milliseconds
 
     int small_ = 0; // pieces in a row
 };

@@ -18,7 +18,7 @@ namespace {
 // More than a row of any terminal can show.
 constexpr size_t kTextSize = 8192;
 
-constexpr char kReplacement = '?';
+constexpr wchar_t kReplacement = L'?';
 
 std::recursive_mutex cursesMutex;
 bool cursorIsHidden = false; // with the mutex held
@@ -27,47 +27,53 @@ constinit thread_local bool collectsUpdates = false;
 std::atomic<bool> hasCollected{false};
 
 struct Glyph {
-    size_t bytes;   // its length in the text
-    int columns;    // its width on the terminal
-    bool printable; // or it is replaced
+    size_t bytes; // its length in the text
+    int columns;  // its width on the terminal
+    wchar_t character;
 };
 
 Glyph next_glyph(const char* text, size_t length, mbstate_t* state) {
     if (*text >= ' ' && *text <= '~' && mbsinit(state) != 0) {
-        return {1, 1, true}; // nearly every one
+        return {1, 1, static_cast<wchar_t>(*text)}; // nearly every one
     }
     wchar_t character = 0;
     const size_t bytes = mbrtowc(&character, text, length, state);
     if (bytes == 0 || bytes > length) {
         *state = {};
-        return {1, 1, false};
+        return {1, 1, kReplacement};
     }
     const int columns = wcwidth(character);
     if (columns < 1 || iswprint(static_cast<wint_t>(character)) == 0) {
-        return {bytes, 1, false};
+        return {bytes, 1, kReplacement};
     }
-    return {bytes, columns, true};
+    return {bytes, columns, character};
 }
 
-// Replaces what is not printable and cuts the text to the columns, in place.
-void make_printable(char* text, int columns) {
+// Writes the part of a text that fits into the columns. Whole rows of cells take a fraction of the
+// time of waddstr(), which looks at each byte by itself, and setcchar() would take as long again.
+void put_text(WINDOW* window, int row, int column, int columns, const char* text) {
+    constexpr int kAtOnce = 128;
     mbstate_t state = {};
     const char* end = text + strlen(text);
-    char* kept = text;
-    for (const char* at = text; at < end;) {
-        const Glyph glyph = next_glyph(at, static_cast<size_t>(end - at), &state);
-        columns -= glyph.columns;
-        if (columns < 0) {
-            break;
+    int count = kAtOnce;
+    while (count == kAtOnce) {
+        cchar_t cells[kAtOnce];
+        const int start = column;
+        for (count = 0; count < kAtOnce && text < end; count++) {
+            const Glyph glyph = next_glyph(text, static_cast<size_t>(end - text), &state);
+            if (glyph.columns > columns) {
+                end = text;
+                break;
+            }
+            cells[count] = {};
+            cells[count].chars[0] = glyph.character;
+            text += glyph.bytes;
+            column += glyph.columns;
+            columns -= glyph.columns;
         }
-        if (glyph.printable) {
-            kept = std::copy_n(at, glyph.bytes, kept);
-        } else {
-            *kept++ = kReplacement;
-        }
-        at += glyph.bytes;
+        mvwadd_wchnstr(window, row, start, cells, count);
     }
-    *kept = '\0';
+    wmove(window, row, column);
 }
 
 // A program that is suspended or in the background must not take the terminal from the shell.
@@ -85,17 +91,15 @@ void collect_beside_cursor(WINDOW* window) {
 
 [[gnu::format(printf, 5, 0)]] void print_list(WINDOW* window, int row, int column, int width,
                                               const char* format, va_list arguments) {
+    const CursesLock lock;
     const Inside inside = inside_of(window);
     if (row < inside.firstRow || row > inside.lastRow || column < inside.firstColumn) {
         return;
     }
     char text[kTextSize];
     vsnprintf(text, sizeof text, format, arguments);
-    make_printable(text, std::clamp(inside.lastColumn - column + 1, 0, std::max(width, 0)));
-
-    const CursesLock lock;
-    wmove(window, row, std::min(column, inside.lastColumn + 1));
-    waddstr(window, text);
+    const int room = std::min(inside.lastColumn - column + 1, width);
+    put_text(window, row, std::min(column, inside.lastColumn + 1), room, text);
 }
 
 } // namespace

@@ -23,7 +23,7 @@ constexpr int kStatisticColumn = 5;
 
 constexpr int kUpTimeRow = 1;
 constexpr int kUpTimeColumn = 17;
-constexpr int kUpTimeBlanks = 67;
+constexpr int kUpTimeWidth = 67;
 
 constexpr uint32_t kMinute = 60;
 constexpr uint32_t kHour = 60 * kMinute;
@@ -73,8 +73,7 @@ int printUpTime(void* /*context*/, char* element, int elementLength) {
     format_up_time(static_cast<uint32_t>(strtol(statistic.value, nullptr, kDecimal)), text);
     WINDOW* strip = monitorState.upTimeWindow;
     const CursesLock lock;
-    print_at(strip, kUpTimeRow, kUpTimeColumn, "%*s", kUpTimeBlanks, "");
-    print_at(strip, kUpTimeRow, kUpTimeColumn, "%s", text);
+    print_at(strip, kUpTimeRow, kUpTimeColumn, "%-*s", kUpTimeWidth, text);
     refresh_window(strip);
     return kOk;
 }

@@ -163,8 +163,9 @@ int probeVersionString(const char* file, size_t markerLength, const char* marker
 int probe_changed_file(VersionSearch* search, const char* file, const VersionMarker& marker,
                        VersionText& text) {
     const FileStamp searched = stamp_of(file);
-    const FileStamp tool = stamp_of(kSearchTool);
-    const FileStamp folder = folder_stamp();
+    // Nothing is found in a file that is not there, whatever else has changed.
+    const FileStamp tool = searched.exists ? stamp_of(kSearchTool) : FileStamp{};
+    const FileStamp folder = searched.exists ? folder_stamp() : FileStamp{};
     if (!search->isKnown || search->file != file || !(search->searched == searched) ||
         !(search->tool == tool) || !(search->folder == folder)) {
         search->rc = probeVersionString(file, marker.length, marker.text, search->text);

@@ -118,6 +118,23 @@ TEST_F(VersionFiles, AFileIsSearchedAgainOnlyAfterAChange) {
     EXPECT_STREQ(text, "3\n");
 }
 
+TEST_F(VersionFiles, AMissingFileIsSearchedAgainOnlyWhenItIsThere) {
+    VersionSearch search;
+    auto look = [&] {
+        return probe_changed_file(&search, kTool, version_markers().component, text);
+    };
+    EXPECT_EQ(WEXITSTATUS(look()), 1);
+    std::filesystem::rename("/opt/velmora/zrpserv/sbin", "/opt/velmora/zrpserv/before");
+    std::filesystem::create_directory("/opt/velmora/zrpserv/sbin");
+    opt->write("velmora/zrpserv/sbin/v_e_r_s_i_o_n.txt", "");
+    EXPECT_EQ(WEXITSTATUS(look()), 1);
+    EXPECT_TRUE(std::filesystem::exists("/opt/velmora/zrpserv/sbin/v_e_r_s_i_o_n.txt"));
+
+    opt->write("tool", "VeRsIoN = 1\n");
+    EXPECT_EQ(look(), kOk);
+    EXPECT_STREQ(text, "1\n");
+}
+
 TEST_F(VersionFiles, LeaveNoTemporaryFileBehind) {
     probe("VeRsIoN = 1\n");
     getPlatform(&text);

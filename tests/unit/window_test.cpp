@@ -1,6 +1,9 @@
 #include "core/window.h"
 
+#include <clocale>
+#include <random>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -82,6 +85,126 @@ TEST_F(Window, TurnsControlCharactersIntoQuestionMarks) {
     EXPECT_EQ(row(1), "a?[2Jb");
     EXPECT_EQ(row(2), "a?b?c?d?");
     EXPECT_EQ(row(3), "a??z");
+}
+
+struct WideLocale {
+    const char* set = setlocale(LC_CTYPE, "C.UTF-8");
+
+    ~WideLocale() {
+        setlocale(LC_CTYPE, "C");
+    }
+};
+
+// The same cells as those of waddstr(), and the cursor in the same place, whatever was there
+// before.
+class WideWindow : WideLocale, public HeadlessCurses { // ncurses looks at the locale first
+protected:
+    static constexpr int kColumns = 400; // more than are written at once
+
+    void SetUp() override {
+        HeadlessCurses::SetUp();
+        ASSERT_NE(set, nullptr);
+        for (WINDOW* window : {printed, added}) {
+            ASSERT_NE(window, nullptr);
+            wattr_on(window, COLOR_PAIR(kMenuPair), nullptr);
+            wbkgd(window, COLOR_PAIR(kBoxedPair) | A_BOLD);
+            werase(window);
+        }
+    }
+
+    ~WideWindow() override {
+        delwin(printed);
+        delwin(added);
+    }
+
+    struct Piece {
+        std::string text;
+        int columns = 0;
+    };
+
+    Piece random_piece() {
+        static const std::vector<Piece> kGlyphs = {{"a", 1}, {" ", 1},      {"~", 1},
+                                                   {"ü", 1}, {"\u2500", 1}, {"\u4e2d", 2}};
+        Piece piece;
+        const size_t first = below(2) == 0 ? 0 : below(kGlyphs.size());
+        for (size_t left = below(below(8) == 0 ? 300 : 30); left > 0; left--) {
+            const Piece& glyph = kGlyphs[below(2) == 0 ? first : below(kGlyphs.size())];
+            piece.text += glyph.text;
+            piece.columns += glyph.columns;
+        }
+        return piece;
+    }
+
+    size_t below(size_t end) {
+        return std::uniform_int_distribution<size_t>(0, end - 1)(random);
+    }
+
+    static cchar_t cell_of(WINDOW* window, int row, int column) {
+        cchar_t cell = {};
+        mvwin_wch(window, row, column, &cell);
+        return cell;
+    }
+
+    // 0 for a character of one column, otherwise 1 for the left half and 2 for the right one.
+    static attr_t half_in(WINDOW* window, int row, int column) {
+        return cell_of(window, row, column).attr & A_CHARTEXT;
+    }
+
+    // waddstr() leaves the half of a character there whose other half it overwrites, which no
+    // terminal can show.
+    [[nodiscard]] cchar_t expected_cell(int row, int column) const {
+        cchar_t cell = cell_of(added, row, column);
+        const attr_t half = cell.attr & A_CHARTEXT;
+        const bool isAlone = (half == 1 && half_in(added, row, column + 1) != 2) ||
+                             (half == 2 && half_in(added, row, column - 1) != 1);
+        if (isAlone) {
+            cell.chars[0] = L' ';
+            cell.attr -= half;
+        }
+        return cell;
+    }
+
+    void expect_equal() const {
+        int rows[2] = {};
+        int columns[2] = {};
+        getyx(printed, rows[0], columns[0]);
+        getyx(added, rows[1], columns[1]);
+        ASSERT_EQ(rows[0], rows[1]);
+        ASSERT_EQ(columns[0], columns[1]);
+        for (int column = 0; column < kColumns; column++) {
+            const cchar_t shown = cell_of(printed, rows[0], column);
+            const cchar_t expected = expected_cell(rows[0], column);
+            ASSERT_EQ(shown.chars[0], expected.chars[0]) << "column " << column;
+            ASSERT_EQ(shown.attr, expected.attr) << "column " << column;
+            ASSERT_EQ(shown.ext_color, expected.ext_color) << "column " << column;
+        }
+        wmove(printed, rows[0], columns[0]);
+        wmove(added, rows[1], columns[1]);
+    }
+
+    std::mt19937 random{7};
+    WINDOW* printed = newpad(3, kColumns);
+    WINDOW* added = newpad(3, kColumns);
+};
+
+TEST_F(WideWindow, PrintsTheCellsOfWaddstr) {
+    for (int i = 0; i < 2000 && !HasFatalFailure(); i++) {
+        const Piece piece = random_piece();
+        const int column = static_cast<int>(1 + below(kColumns - 2));
+        if (column + piece.columns > kColumns - 1) {
+            continue;
+        }
+        SCOPED_TRACE(piece.text);
+        print_at(printed, 1, column, "%s", piece.text.c_str());
+        mvwaddstr(added, 1, column, piece.text.c_str());
+        expect_equal();
+    }
+}
+
+TEST_F(WideWindow, CutsBeforeACharacterThatDoesNotFit) {
+    print_in(printed, 1, 1, 4, "%s", "abc\u4e2d");
+    mvwaddstr(added, 1, 1, "abc");
+    expect_equal();
 }
 
 TEST_F(Window, DestroyingNoWindowLeavesTheTerminalUnchanged) {

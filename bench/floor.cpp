@@ -1,13 +1,14 @@
 // floor PLAN: the least that a program does which shows what the monitor shows. Once a second it
-// makes the plan's exchanges through plain system calls, writes the plan's values into their
-// windows and updates the terminal once. It neither reads replies nor watches for anything but the
-// time and a key, and it has one thread and no C++ library.
+// makes the plan's exchanges through plain system calls, looks whether its files are there, writes
+// the plan's values into their windows and updates the terminal once. It neither reads replies nor
+// watches for anything but the time and a key, and it has one thread and no C++ library.
 #include <clocale>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -44,6 +45,11 @@ void exchange(const PlanRequest& request) {
         free(text);
     }
     close(fd);
+}
+
+void look_at(const char* file) {
+    struct stat status = {};
+    stat(file, &status);
 }
 
 void write_texts(const PlanText* texts, int count) {
@@ -102,6 +108,9 @@ int main(int argc, char** argv) {
     do {
         for (int i = 0; i < plan.requestCount; i++) {
             exchange(plan.requests[i]);
+        }
+        for (int i = 0; i < plan.fileCount; i++) {
+            look_at(plan.files[i]);
         }
         write_texts(plan.values[at], plan.valueCount[at]);
         update();

@@ -38,6 +38,8 @@ struct Plan {
     PlanText labels[48];
     int requestCount;
     PlanRequest requests[24];
+    int fileCount;
+    char files[4][48];
     int screenCount; // one for each pass that was recorded
     int valueCount[kMaxScreens];
     PlanText values[kMaxScreens][24];

@@ -89,6 +89,13 @@ void ask_versions(Plan& plan, const Rows& /*rows*/) {
     ask(plan, kMainDaemon, BuildServerVersionRequest);
     ask(plan, kStorageDaemon, BuildBksVersionRequest);
     ask(plan, kManagementComponent, BuildOmwVersionRequest);
+    // It shows what they hold at this moment.
+    for (const char* file :
+         {"/opt/velmora/zrpserv/sbin/zrpshell", "/opt/velmora/zrpserv/sbin/zrpcon",
+          "/etc/velmora-release", "/opt/velmora"}) {
+        snprintf(plan.files[plan.fileCount], sizeof *plan.files, "%s", file);
+        plan.fileCount++;
+    }
 }
 
 // Cells.

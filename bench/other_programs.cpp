@@ -136,8 +136,8 @@ void measure_other(const std::vector<std::string>& command, const Circumstances&
     circumstances.waitTurn();
     const std::string& name = command.front();
     Terminal terminal(terminal_of(command));
-    Watch watch = {&terminal};
-    if (!follow({&watch}, circumstances.passes / 2)) {
+    std::vector<Watch> watch = {{&terminal}};
+    if (!follow({&watch.front()}, circumstances.passes / 2)) {
         throw std::runtime_error("not installed, or it makes no passes");
     }
     const Cost cost = cost_of_pass(watch);

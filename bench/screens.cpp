@@ -2,8 +2,8 @@
 // floor (floor.cpp) that makes the same exchanges and shows the same cells. Prints the rows of the
 // screens whose names hold TEXT.
 //
-// The two run side by side on one simulated server, while the programs of all other screens are
-// stopped: beside them the caches are warm, and a pass costs less than where nothing else runs.
+// A few of each run side by side on one simulated server, while the programs of all other screens
+// are stopped: beside them the caches are warm, and a pass costs less than where nothing else runs.
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -36,6 +36,8 @@ constexpr double kBytesAim = 1.2;
 constexpr double kMemoryAim = 1.4;
 constexpr double kChildrenLimit = 0.5; // milliseconds of a pass, which is a second
 constexpr int kStarts = 15;
+constexpr int kPairs = 3; // of a monitor and a floor, at as many moments of each second
+constexpr milliseconds kBetweenStarts{kPeriodMs / (2 * kPairs)};
 
 Descriptor memory_file(const char* name) {
     return Descriptor(memfd_create(name, MFD_CLOEXEC));
@@ -157,16 +159,16 @@ std::unique_ptr<Terminal> start_floor(const std::string& plan, const Recorded& r
     return floor;
 }
 
-void print_costs(const std::string& name, const Watch& monitor, const Watch& floor, double bytes,
-                 const Recorded& recorded) {
-    const Cost ours = cost_of_pass(monitor);
-    const Cost other = cost_of_pass(floor);
+void print_costs(const std::string& name, const std::vector<Watch>& monitors,
+                 const std::vector<Watch>& floors, double bytes, const Recorded& recorded) {
+    const Cost ours = cost_of_pass(monitors);
+    const Cost other = cost_of_pass(floors);
     print_row({name + ": CPU, us a pass", ours.cpu, other.cpu, kCpuAim});
     print_row({name + ": wake-ups a pass", ours.wakeUps, other.wakeUps, NAN,
                1.0 + recorded.plan.requestCount});
     print_row({name + ": bytes a pass", bytes, other.bytes, kBytesAim});
-    print_row({name + ": peak memory, KiB", peak_memory(monitor.terminal->child().pid()),
-               peak_memory(floor.terminal->child().pid()), kMemoryAim});
+    print_row({name + ": peak memory, KiB", peak_memory(monitors.front().terminal->child().pid()),
+               peak_memory(floors.front().terminal->child().pid()), kMemoryAim});
     if (name == "Version") {
         print_row({name + ": children, ms a pass", ours.children, NAN, NAN, kChildrenLimit});
     }
@@ -194,27 +196,61 @@ void print_start(const std::string& plan) {
     print_row({"First screen, ms after the start", lower_quartile(ours), lower_quartile(other)});
 }
 
-void measure(const Scene& scene, const Circumstances& circumstances) {
-    const Server server;
-    const auto terminal = open_scene(scene);
-    Watch monitor = {terminal.get()};
-    const Recorded recorded = record(scene, server, monitor, circumstances.passes);
-    // The floor shows what was recorded in these passes.
-    const double bytes = cost_of_pass(monitor).bytes;
-    const Descriptor file = memory_file("plan");
-    const std::string plan = write_plan(recorded.plan, file);
+void wait(Terminal& terminal, milliseconds time) {
+    terminal.wait_until([] { return false; }, time);
+}
 
-    terminal->child().send_signal(SIGSTOP);
-    circumstances.waitTurn();
-    terminal->child().send_signal(SIGCONT);
-    // Half a period after the monitor's passes: right after them its own would find warm caches.
-    terminal->wait_until([] { return false; }, milliseconds{kPeriodMs / 2});
-    const auto floorTerminal = start_floor(plan, recorded);
-    Watch floor = {floorTerminal.get()};
-    if (!follow({&monitor, &floor}, circumstances.passes)) {
+struct Programs {
+    std::vector<std::unique_ptr<Terminal>> terminals;
+    std::vector<Watch> watches;
+
+    void add(std::unique_ptr<Terminal> terminal) {
+        watches.push_back({terminal.get()});
+        terminals.push_back(std::move(terminal));
+    }
+};
+
+void stop(Terminal& monitor) {
+    monitor.child().send_signal(SIGSTOP);
+}
+
+void follow_all(Programs& monitors, Programs& floors, int passes) {
+    std::vector<Watch*> all;
+    for (Programs* programs : {&monitors, &floors}) {
+        for (Watch& watch : programs->watches) {
+            all.push_back(&watch);
+        }
+    }
+    if (!follow(all, passes)) {
         throw std::runtime_error("no passes are made");
     }
-    print_costs(scene.name, monitor, floor, bytes, recorded);
+}
+
+void measure(const Scene& scene, const Circumstances& circumstances) {
+    const Server server;
+    Programs monitors;
+    monitors.add(open_scene(scene));
+    const Recorded recorded = record(scene, server, monitors.watches.front(), circumstances.passes);
+    // The floor shows what was recorded in these passes.
+    const double bytes = cost_of_pass(monitors.watches).bytes;
+    const Descriptor file = memory_file("plan");
+    const std::string plan = write_plan(recorded.plan, file);
+    stop(*monitors.terminals.back());
+    while (monitors.terminals.size() < kPairs) {
+        monitors.add(open_scene(scene));
+        stop(*monitors.terminals.back());
+    }
+
+    circumstances.waitTurn();
+    Programs floors;
+    for (const auto& monitor : monitors.terminals) {
+        monitor->child().send_signal(SIGCONT);
+        wait(*monitor, kBetweenStarts);
+        floors.add(start_floor(plan, recorded));
+        wait(*floors.terminals.back(), kBetweenStarts);
+    }
+    follow_all(monitors, floors, circumstances.passes);
+    print_costs(scene.name, monitors.watches, floors.watches, bytes, recorded);
     if (&scene == &kScenes.front()) {
         print_start(plan);
     }

@@ -95,7 +95,7 @@ double peak_memory(pid_t process) {
     return peak;
 }
 
-bool follow(std::vector<Watch*> watches, int passes) {
+bool follow(const std::vector<Watch*>& watches, int passes) {
     std::vector<Follower> followers;
     for (Watch* watch : watches) {
         watch->costs.clear();
@@ -119,18 +119,20 @@ double lower_quartile(std::vector<double> figures) {
     return figures[figures.size() / 4];
 }
 
-Cost cost_of_pass(const Watch& watch) {
-    const std::vector<Cost>& costs = watch.costs;
-    const auto passes = static_cast<double>(costs.size() - 1);
+Cost cost_of_pass(const std::vector<Watch>& watches) {
     std::vector<double> times;
-    for (size_t i = 1; i < costs.size(); i++) {
-        times.push_back(costs[i].cpu - costs[i - 1].cpu);
+    Cost sum;
+    for (const Watch& watch : watches) {
+        const std::vector<Cost>& costs = watch.costs;
+        for (size_t i = 1; i < costs.size(); i++) {
+            times.push_back(costs[i].cpu - costs[i - 1].cpu);
+        }
+        sum.children += costs.back().children - costs.front().children;
+        sum.wakeUps += costs.back().wakeUps - costs.front().wakeUps;
+        sum.bytes += costs.back().bytes - costs.front().bytes;
     }
-    const Cost& first = costs.front();
-    const Cost& last = costs.back();
-    return {*std::min_element(times.begin(), times.end()),
-            (last.children - first.children) / passes, (last.wakeUps - first.wakeUps) / passes,
-            (last.bytes - first.bytes) / passes};
+    const auto passes = static_cast<double>(times.size());
+    return {lower_quartile(times), sum.children / passes, sum.wakeUps / passes, sum.bytes / passes};
 }
 
 } // namespace zrp::bench

@@ -34,13 +34,14 @@ struct Watch {
 
 // Follows the programs until each has made so many passes after the first that is seen. A pass ends
 // with the program's output. False if one of them does not make them in time.
-bool follow(std::vector<Watch*> watches, int passes);
+bool follow(const std::vector<Watch*>& watches, int passes);
 
 // A quarter of the figures are lower: whatever else runs on the machine makes a figure higher and
 // never lower.
 double lower_quartile(std::vector<double> figures);
 
-// Per pass. The processor time is that of the cheapest pass, the others are means.
-Cost cost_of_pass(const Watch& watch);
+// Per pass of programs that do the same. The processor time is the lower quartile of all passes,
+// the others are means.
+Cost cost_of_pass(const std::vector<Watch>& watches);
 
 } // namespace zrp::bench

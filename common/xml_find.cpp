@@ -183,25 +183,43 @@ int next_far_markup(char* position, const char* end, char** found) {
     return next_hit(MarkupFilter(), position, end, found);
 }
 
-// Finds the next '<', which mostly is in the next step.
-inline int next_near_markup(char* position, const char* end, char** found) {
+// The next byte c if it is in the next step, as it mostly is, or null.
+inline char* near_byte([[maybe_unused]] char* position, [[maybe_unused]] const char* end,
+                       [[maybe_unused]] char c) {
 #ifdef ZRP_BLOCK_STEPS
-    if (end - position >= kStepSize) {
-        if (const uint32_t places = places_of('<', position); places != 0) {
-            *found = position + std::countr_zero(places);
-            return kOk;
-        }
+    const ptrdiff_t left = end - position;
+    uint32_t places = 0;
+    if (left >= kStepSize) {
+        places = places_of(c, position);
+    } else if (left >= kBlockSize) {
+        const Block wanted = block_of(c);
+        places = bits_of(load_block(position) == wanted) |
+                 bits_of(load_block(end - kBlockSize) == wanted) << (left - kBlockSize);
+    }
+    if (places != 0) {
+        return position + std::countr_zero(places);
     }
 #endif
-    return next_far_markup(position, end, found);
+    return nullptr;
 }
 
-// The '>' of an opening tag whose name ends at nameEnd, or null for one that is not plain.
-char* plain_tag_end(char* nameEnd, char* end) {
+// Finds the next '<'.
+inline int next_near_markup(char* position, const char* end, char** found) {
+    *found = near_byte(position, end, '<');
+    return *found != nullptr ? kOk : next_far_markup(position, end, found);
+}
+
+// The '>' of an opening tag whose name ends at nameEnd, or null for one that is not plain. Nobody
+// needs it after the next markup.
+inline char* plain_tag_end(char* nameEnd, const char* markup, const char* end) {
     if (nameEnd == nullptr || *nameEnd == '>') {
         return nameEnd;
     }
-    char* const close = is_blank(*nameEnd) ? next_byte(nameEnd, end, '>') : nullptr;
+    if (!is_blank(*nameEnd)) {
+        return nullptr;
+    }
+    char* close = near_byte(nameEnd, end, '>');
+    close = close != nullptr ? close : next_byte(nameEnd, markup, '>');
     return close != nullptr && close[-1] != '/' ? close : nullptr;
 }
 
@@ -228,7 +246,7 @@ char* take_child(char* markup, char* end, PlainChild* child) {
         return nullptr;
     }
     char* const nameEnd = plain_name_end(name, end);
-    char* const close = plain_tag_end(nameEnd, markup);
+    char* const close = plain_tag_end(nameEnd, markup, end);
     if (close == nullptr || close >= markup || nameEnd == name) {
         return nullptr;
     }
@@ -257,7 +275,10 @@ int add_child(char** markup, char* end, PlainChildren* children) {
         return kInvalid;
     }
     children->count++;
-    if (next < end && *next == '<') {
+    if (next == end) {
+        return kNotFound;
+    }
+    if (*next == '<') {
         *markup = next;
         return kOk;
     }

@@ -6,6 +6,7 @@
 #include "common/interrupt.h"
 #include "common/result.h"
 #include "common/thread_limits.h"
+#include "common/wait_listener.h"
 
 namespace zrp {
 namespace {
@@ -46,6 +47,7 @@ const ThreadLimits& thread_limits() {
 }
 
 int scan_result() {
+    tell_wait_listener();
     if (is_interrupted()) {
         return ECANCELED;
     }

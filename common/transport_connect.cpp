@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "common/result.h"
+#include "common/wait_listener.h"
 
 namespace zrp {
 namespace {
@@ -42,6 +43,7 @@ int connect_bounded(int fd, const sockaddr* address, socklen_t length, const Bou
         if (errno != EAGAIN && errno != EINTR) {
             return errno;
         }
+        tell_wait_listener();
         allow_waiting(fd, bounds);
     }
 }

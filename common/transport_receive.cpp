@@ -9,6 +9,7 @@
 
 #include "common/heap_text.h"
 #include "common/result.h"
+#include "common/wait_listener.h"
 
 namespace zrp {
 namespace {
@@ -50,6 +51,7 @@ public:
             const milliseconds pause = std::min(milliseconds{1 << (small_ - kTolerated)},
                                                 next_slice(bounds.end, bounds.end));
             poll(nullptr, 0, static_cast<int>(pause.count()));
+            tell_wait_listener();
         }
     }
 

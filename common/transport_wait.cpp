@@ -6,6 +6,7 @@
 #include <poll.h>
 
 #include "common/result.h"
+#include "common/wait_listener.h"
 
 namespace zrp {
 namespace {
@@ -76,6 +77,7 @@ int wait_ready(int fd, short events, const timeval& timeout, const Bounds& bound
         } else if (ready == 0 && Clock::now() >= stepEnd) {
             return EAGAIN;
         } else if (ready == 0) {
+            tell_wait_listener();
             wake.open();
         }
     }

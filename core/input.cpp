@@ -209,16 +209,12 @@ void wait_for_event() {
         act_on_stop_and_continue();
     }
     const short events = termination_requested() ? 0 : POLLIN;
-    pollfd watched[3] = {{terminalIsLost || !terminal_is_claimed() ? -1 : STDIN_FILENO, events, 0},
-                         {signal_fd(), POLLIN, 0},
-                         {held_up_fd(), POLLIN, 0}};
+    pollfd watched[2] = {{terminalIsLost || !terminal_is_claimed() ? -1 : STDIN_FILENO, events, 0},
+                         {signal_fd(), POLLIN, 0}};
     const int statusLook = termination_requested() ? -1 : show_status_row();
     if (poll(watched, std::size(watched), shorter(longest_wait(), statusLook)) > 0) {
         if (watched[1].revents != 0) {
             drain_signal_fd();
-        }
-        if (watched[2].revents != 0) {
-            drain_held_up_fd();
         }
         read_terminal(watched[0].revents);
     }

@@ -3,6 +3,7 @@
 #include <sched.h>
 
 #include "common/result.h"
+#include "common/wait_listener.h"
 #include "core/input.h"
 #include "core/monitor.h"
 #include "core/screen.h"
@@ -68,6 +69,7 @@ void end_the_wait() {
 }
 
 void* refresh_thread(void* /*unused*/) {
+    set_wait_listener(note_wait_in_pass);
     while (!stop_requested()) {
         monitorState.refreshBusy.store(1);
         note_start_of_pass();
@@ -91,7 +93,6 @@ int start_refresh_thread() {
     monitorState.refreshStop.store(0);
     monitorState.refreshBusy.store(0);
     monitorState.refreshPaused.store(0);
-    prepare_status_row();
     pthread_mutex_init(&monitorState.refreshMutex, nullptr);
     // With the wall clock, setting the time back would stop the refresh for that long.
     pthread_condattr_t condition;

@@ -10,7 +10,6 @@
 #include <iterator>
 #include <mutex>
 #include <poll.h>
-#include <sys/timerfd.h>
 #include <unistd.h>
 
 #include "common/bounded_copy.h"
@@ -62,18 +61,13 @@ std::mutex statusMutex;
 DaemonStatus daemons[kDaemonCount];
 Fault fault;
 
-Fault faultOfThisPass; // refresh thread only
-StatusText shownText;  // main thread only
+// Refresh thread only.
+Fault faultOfThisPass;
+Clock::time_point passBegan;
+bool mainThreadLooks = false; // it was woken in this pass, and then looks by itself
+
+StatusText shownText; // main thread only
 std::atomic<bool> showsText{false};
-
-// A timer, so that a pass that is not held up does not wake the main thread.
-std::atomic<int> heldUpFd{-1};
-
-void set_timer(milliseconds delay) {
-    itimerspec time = {};
-    time.it_value.tv_sec = delay / seconds{1};
-    timerfd_settime(heldUpFd.load(), 0, &time, nullptr);
-}
 
 bool shown_screen_tolerates_refusal() {
     const Screen* screen = find_screen(monitorState.currentScreen.load());
@@ -230,27 +224,19 @@ void show_unfinished_pass() {
 
 } // namespace
 
-void prepare_status_row() {
-    if (heldUpFd.load() < 0) {
-        heldUpFd.store(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK));
+void note_start_of_pass() {
+    passBegan = Clock::now();
+    mainThreadLooks = false;
+}
+
+void note_wait_in_pass() {
+    if (!mainThreadLooks && Clock::now() - passBegan >= kLookInterval) {
+        mainThreadLooks = true;
+        wake_main_thread();
     }
 }
 
-int held_up_fd() {
-    return heldUpFd.load();
-}
-
-void drain_held_up_fd() {
-    uint64_t count = 0;
-    [[maybe_unused]] const ssize_t size = read(heldUpFd.load(), &count, sizeof count);
-}
-
-void note_start_of_pass() {
-    set_timer(kLookInterval);
-}
-
 bool note_end_of_pass() {
-    set_timer({});
     const std::lock_guard lock(statusMutex);
     note(true);
     fault = faultOfThisPass;
@@ -281,8 +267,7 @@ int show_status_row() {
     if (strcmp(text, shownText) != 0) {
         draw(text);
     }
-    const bool looksAgain =
-        text[0] != '\0' || shownText[0] != '\0' || request_is_under_way() || held_up_fd() < 0;
+    const bool looksAgain = text[0] != '\0' || shownText[0] != '\0' || request_is_under_way();
     return looksAgain ? static_cast<int>(kLookInterval.count()) : -1;
 }
 

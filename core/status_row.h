@@ -6,17 +6,12 @@
 
 namespace zrp {
 
-// Sets up held_up_fd(). Must be called before the first pass. Main thread.
-void prepare_status_row();
-
-// A descriptor that becomes readable when the pass under way is held up; -1 if the system has none.
-int held_up_fd();
-
-// Makes held_up_fd() unreadable again. Main thread.
-void drain_held_up_fd();
-
 // Refresh thread, at the start of a pass.
 void note_start_of_pass();
+
+// Wakes the main thread if the pass has taken a second. Refresh thread, now and then while
+// something else than the drawing holds it up.
+void note_wait_in_pass();
 
 // Notes which daemons have failed since the last note, and forgets the failures of those that have
 // not: they have answered, or the shown screen no longer asks them. Returns true if the main thread

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "core/signals.h"
+#include "core/status_row.h"
 
 // system() does not do here. It ignores SIGINT and SIGQUIT in the whole process while it runs, so a
 // signal for the main thread would be lost. Its child inherits the signal mask of the refresh
@@ -122,6 +123,8 @@ bool read_to_end(int reader, std::chrono::milliseconds timeout) {
             if (size == 0 || (size < 0 && errno != EINTR)) {
                 return true;
             }
+        } else {
+            note_wait_in_pass();
         }
     }
     return false;

@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <poll.h>
 #include <string>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -17,6 +18,7 @@
 #include <gtest/gtest.h>
 
 #include "core/signals.h"
+#include "core/status_row.h"
 #include "tools/harness/deadline.h"
 
 namespace zrp {
@@ -217,6 +219,20 @@ TEST(ShellCommand, LeavesNoDescriptorAndNoChildBehind) {
     const bool groupIsGone = wait_until([shell] { return kill(-shell, 0) != 0; });
     const bool refused = run_shell_command("true") == -1;
     _exit(killed && groupIsGone && refused ? 0 : 1);
+}
+
+// Whether the main thread is woken while the command runs.
+[[noreturn]] void run_in_pass(const char* command) {
+    install_signal_handlers();
+    note_start_of_pass();
+    run_shell_command(command);
+    pollfd woken = {signal_fd(), POLLIN, 0};
+    _exit(poll(&woken, 1, 0) == 1 ? 1 : 0);
+}
+
+TEST(ShellCommandDeathTest, WakesTheMainThreadWhenItHoldsUpThePass) {
+    EXPECT_EXIT(run_in_pass("sleep 1.3"), testing::ExitedWithCode(1), "");
+    EXPECT_EXIT(run_in_pass("true"), testing::ExitedWithCode(0), "");
 }
 
 TEST(ShellCommandDeathTest, IsKilledWithAllItsChildrenByARequestToExit) {

@@ -1,0 +1,20 @@
+#include "common/wait_listener.h"
+
+namespace zrp {
+namespace {
+
+constinit thread_local void (*waitListener)() = nullptr;
+
+} // namespace
+
+void set_wait_listener(void (*listener)()) {
+    waitListener = listener;
+}
+
+void tell_wait_listener() {
+    if (waitListener != nullptr) {
+        waitListener();
+    }
+}
+
+} // namespace zrp

@@ -3,7 +3,9 @@
 namespace zrp {
 namespace {
 
-constinit thread_local void (*waitListener)() = nullptr;
+using Listener = void (*)();
+
+constinit thread_local Listener waitListener = nullptr;
 
 } // namespace
 

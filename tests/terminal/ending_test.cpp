@@ -224,13 +224,12 @@ TEST(Ending, ADaemonThatStopsInTheMiddleOfAReplyDoesNotHoldUpTheExit) {
 TEST(Ending, AScanOfAHugeReplyDoesNotHoldUpTheExit) {
     ZRP_NEEDS_ROOT();
     constexpr size_t kSize = 200'000'000;
-    const std::string_view item = "<parm><name>a</name></parm>";
-    std::string text = "<zrpConsoleReply><serverStatistics>";
-    text.reserve(kSize + 1000);
-    while (text.size() < kSize) {
-        text += item;
+    std::string items = "<parm><name>a</name></parm>";
+    while (items.size() < kSize) {
+        items += items;
     }
-    text += "</serverStatistics></zrpConsoleReply>";
+    std::string text = "<zrpConsoleReply><serverStatistics>" + std::move(items) +
+                       "</serverStatistics></zrpConsoleReply>";
     const auto length = static_cast<uint32_t>(text.size());
     ScriptedPeer peer(kMainDaemonSocket, {{read_request(), send_bytes(reply_header(length)),
                                            send_bytes(std::move(text))}});

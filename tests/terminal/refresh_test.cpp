@@ -236,35 +236,32 @@ TEST(RefreshThread, NeverDrawsWhileTheMainThreadIsInsideNcurses) {
     for (const ScreenCase& entry : {kVolume, kDiagnostics, kGeneral}) {
         ASSERT_TRUE(fixture.show(entry)) << entry.name << fixture.terminal.raw_output();
         ASSERT_TRUE(fixture.open_dialog(kVolume)) << fixture.terminal.raw_output();
-        const size_t before = fixture.strips();
-        const harness::Deadline deadline(harness::kPatience);
-        while (fixture.strips() == before && !deadline.passed()) {
-            fixture.terminal.type("12\x7f\x7f");
-            fixture.terminal.wait_for_output();
-        }
-        ASSERT_GT(fixture.strips(), before);
+        ASSERT_TRUE(repeat_around_passes(
+            fixture.terminal, 2, 1, [&] { return fixture.strips(); },
+            [&] { return type_and_erase(fixture.terminal, "12", kVolume.prompt); }));
         fixture.terminal.type("\x15q\r");
         ASSERT_TRUE(fixture.wait_for_screen(entry)) << fixture.terminal.raw_output();
     }
     expect_clean_end(fixture.terminal);
 }
 
-// Many switches during three passes: every frame stays whole and the figures come back.
+// Many switches around six passes: every frame stays whole and the figures come back.
 TEST(RefreshThread, FastSwitchingLeavesNoWrongCell) {
     ZRP_NEEDS_ROOT();
     const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
     Terminal terminal(monitor());
     ASSERT_TRUE(terminal.wait_until([&] { return shows_figures(terminal); }));
     const harness::Snapshot before = terminal.screen().snapshot();
-    const size_t asked = peer.connections();
-    const harness::Deadline deadline(harness::kPatience);
-    while (peer.connections() < asked + 6 && !deadline.passed()) {
-        for (const Key key : {Key::kF6, Key::kF2}) {
-            terminal.press(key);
-            terminal.wait_for_output();
-        }
-    }
-    ASSERT_GE(peer.connections(), asked + 6);
+    const auto shows_version = [&] { return terminal.screen().find_row(kVersion.shown) != -1; };
+    const auto switch_twice = [&] {
+        terminal.press(kVersion.key);
+        const bool there = terminal.wait_until(shows_version);
+        terminal.press(kGeneral.key);
+        return terminal.wait_until([&] { return !shows_version(); }) && there;
+    };
+    ASSERT_TRUE(repeat_around_passes(
+        terminal, 6, 1, [&] { return peer.connections(); }, switch_twice))
+        << terminal.text();
     EXPECT_TRUE(terminal.wait_until([&] { return terminal.screen().snapshot() == before; }))
         << terminal.text();
 }

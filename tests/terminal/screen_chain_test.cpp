@@ -213,15 +213,9 @@ TEST_P(InDialog, TypingFastWhileTheStripIsRedrawnLeavesNoWrongCell) {
         replies.push_back(statistics(up_time(i % 2 == 0 ? "90061" : "1")));
     }
     fixture.daemon->answer("serverStatistics", replies);
-    const size_t first = fixture.strips();
-    const harness::Deadline deadline(harness::kPatience);
-    while (fixture.strips() < first + 4 && !deadline.passed()) {
-        fixture.terminal.type("1234567890");
-        fixture.terminal.wait_for_output();
-        fixture.terminal.type(std::string(10, '\x7f'));
-        fixture.terminal.wait_for_output();
-    }
-    ASSERT_GE(fixture.strips(), first + 4);
+    ASSERT_TRUE(repeat_around_passes(
+        fixture.terminal, 6, 1, [&] { return fixture.strips(); },
+        [&] { return type_and_erase(fixture.terminal, "1234567890", GetParam().prompt); }));
     fixture.daemon->answer("serverStatistics", {statistics(up_time("9"))});
     EXPECT_TRUE(fixture.terminal.wait_until([&] {
         return fixture.terminal.screen().snapshot() == before;

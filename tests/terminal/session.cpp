@@ -61,6 +61,41 @@ void expect_ended_cleanly(Terminal& terminal) {
     EXPECT_TRUE(terminal.screen().cursor().visible);
 }
 
+bool repeat_around_passes(Terminal& terminal, int passes, size_t requestsOfAPass,
+                          const std::function<size_t()>& count_requests,
+                          const std::function<bool()>& act) {
+    using std::chrono::steady_clock;
+    constexpr harness::milliseconds kRest{900}; // of the second between two passes
+    for (int i = 0; i <= passes; i++) {
+        const size_t before = count_requests();
+        const auto comes = [&] { return count_requests() >= before + requestsOfAPass; };
+        if (i == 0 && !terminal.wait_until(comes)) {
+            return false;
+        }
+        const harness::Deadline deadline(harness::kPatience);
+        while (!comes()) {
+            if (deadline.passed() || !act()) {
+                return false;
+            }
+        }
+        const auto rested = steady_clock::now() + kRest;
+        if (!act()) { // while the pass draws
+            return false;
+        }
+        terminal.wait_until([&] { return steady_clock::now() >= rested; });
+    }
+    return true;
+}
+
+bool type_and_erase(Terminal& terminal, std::string_view text, std::string_view prompt) {
+    const int row = terminal.screen().find_row(prompt);
+    const std::string empty = terminal.row(row);
+    terminal.type(text);
+    const bool shown = terminal.wait_until([&] { return terminal.row(row) != empty; });
+    terminal.type(std::string(text.size(), '\x7f'));
+    return terminal.wait_until([&] { return terminal.row(row) == empty; }) && shown;
+}
+
 void expect_clean_end(Terminal& terminal) {
     terminal.press(Key::kF12);
     expect_ended_cleanly(terminal);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <csignal>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -73,6 +74,16 @@ std::vector<PeerScript> answers(const std::vector<std::string>& replies);
 
 // The screen but for the row that tells what does not answer, which has tests of its own.
 harness::Snapshot but_status_row(harness::Snapshot snapshot);
+
+// Acts again and again around the beginning of each of so many passes, and rests in between, when
+// no pass can meet the act. A pass makes so many of the counted requests. False when passes fail to
+// come, or the act fails.
+bool repeat_around_passes(Terminal& terminal, int passes, size_t requestsOfAPass,
+                          const std::function<size_t()>& count_requests,
+                          const std::function<bool()>& act);
+
+// Types the text at the prompt of a dialog, and erases it. False when it is not shown, or stays.
+bool type_and_erase(Terminal& terminal, std::string_view text, std::string_view prompt);
 
 // Presses F12 and expects the monitor to end with status 0 and the terminal restored.
 void expect_clean_end(Terminal& terminal);

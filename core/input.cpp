@@ -10,6 +10,7 @@
 
 #include <ncurses.h>
 
+#include "common/wait_listener.h"
 #include "core/keyboard.h"
 #include "core/signals.h"
 #include "core/status_row.h"
@@ -28,9 +29,6 @@ constexpr milliseconds kBlindLook{10};
 // wait so long. Until then the keys before it come first, one of which may open a dialog, and F1
 // only leaves a dialog.
 constexpr milliseconds kEndingKeyPatience{500};
-
-// A request that a dialog waits for may begin after the status row was looked at.
-constexpr milliseconds kLookWhileWaiting{1000};
 
 // As many as a terminal keeps. Further keys are lost, as they are there.
 constexpr int kMaxTypedAhead = 4096;
@@ -133,9 +131,6 @@ Clock::time_point end_of_patience() {
 // In milliseconds, -1 for none.
 int longest_wait() {
     int timeout = signal_fd() < 0 ? static_cast<int>(kBlindLook.count()) : -1;
-    if (waitsUntilClear.load()) {
-        timeout = shorter(timeout, static_cast<int>(kLookWhileWaiting.count()));
-    }
     if (key_is_incomplete()) {
         timeout = shorter(timeout, milliseconds_until(end_of_incomplete_key()));
     }
@@ -166,6 +161,7 @@ struct Job {
 
 void* run_job(void* argument) {
     auto* job = static_cast<Job*>(argument);
+    set_wait_listener(wake_main_thread); // which looks at the status row
     job->result = job->work(job->context);
     job->isRunning.store(0);
     wake_main_thread();

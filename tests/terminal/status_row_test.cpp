@@ -148,6 +148,24 @@ TEST(StatusRow, NamesADaemonThatHoldsTheRequestOfADialog) {
     expect_clean_end(terminal);
 }
 
+TEST(StatusRow, NamesADaemonThatHoldsADialogBetweenTwoPasses) {
+    ZRP_NEEDS_ROOT();
+    Simulator server({"--clock", "1000000"});
+    Terminal terminal(monitor());
+    ASSERT_TRUE(terminal.wait_for("packetsAccepted"));
+    ASSERT_TRUE(terminal.wait_for_rest());
+    terminal.type(std::string(9, '+'));
+    ASSERT_TRUE(terminal.wait_for_rest());
+    const size_t before = server.logged("serverStatistics");
+    ASSERT_TRUE(terminal.wait_until([&] { return server.logged("serverStatistics") > before; }));
+    ASSERT_TRUE(terminal.wait_for_rest()); // the next pass comes in ten seconds
+    server.control("fault hang:listVolumes");
+    terminal.press(Key::kF3);
+    EXPECT_TRUE(wait_for_row(terminal, no_answer("main daemon", "waiting"))) << terminal.text();
+    EXPECT_LT(seconds_shown(terminal), 7);
+    expect_clean_end(terminal);
+}
+
 TEST(StatusRow, TellsWhyADialogDoesNotOpen) {
     ZRP_NEEDS_ROOT();
     MonitorFixture fixture;

@@ -11,18 +11,21 @@ add_custom_target(thread_tests)
 #   PLAIN      it touches no daemon name: no private network, no turn to wait for.
 #   THREADS    it also runs under the thread sanitizer in scripts/test (label "threads").
 #   SHARDS     how many processes share its tests; 1 if it is left out.
-#   ALONE      sources that are compiled by themselves: their helpers are named as another source's.
-#              The other sources are compiled several at a time.
+#   ALONE      sources that are compiled by themselves, because they change what they include.
 #   FIXTURE    ctest's fixture that has to be set up before.
 #   LIBRARIES  targets to link.
 #   PROGRAMS   executables that it runs; zrptop is found through the macro ZRPTOP_PROGRAM.
-
+#
+# The other sources are compiled many at a time: for each text the compiler generates what it needs of
+# the templates of GoogleTest and the standard library again. So everything in a test file is in an
+# anonymous namespace within one named after the file, as zrp::xml_find_test: its helpers may have the
+# names of another file's.
 function(zrp_test name)
     cmake_parse_arguments(PARSE_ARGV 1 TEST "PLAIN;THREADS" "FIXTURE;SHARDS"
                           "ALONE;LIBRARIES;PROGRAMS")
     list(REMOVE_DUPLICATES TEST_UNPARSED_ARGUMENTS)
     add_executable(${name} ${TEST_UNPARSED_ARGUMENTS})
-    set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 6)
+    set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 20)
     foreach(source ${TEST_ALONE})
         cmake_path(ABSOLUTE_PATH source)
         set_source_files_properties(${source} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)

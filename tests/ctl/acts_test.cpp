@@ -15,7 +15,7 @@
 #include "tools/harness/private_files.h"
 #include "tools/harness/terminal.h"
 
-namespace zrp {
+namespace zrp::acts_test {
 namespace {
 
 class Acts : public ActTest {};
@@ -298,4 +298,4 @@ TEST_F(Acts, EachLeavesALineInTheSystemLog) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::acts_test

@@ -10,7 +10,7 @@
 #include "tests/ctl/run_zrpctl.h"
 #include "tests/support/simulated_server.h"
 
-namespace zrp {
+namespace zrp::arguments_test {
 namespace {
 
 using Line = std::vector<const char*>;
@@ -135,4 +135,4 @@ TEST(CommandLine, HelpAndVersionNeedNoServer) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::arguments_test

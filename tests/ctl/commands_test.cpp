@@ -14,7 +14,7 @@
 #include "tests/support/needs.h"
 #include "tests/support/simulated_server.h"
 
-namespace zrp {
+namespace zrp::commands_test {
 namespace {
 
 using Words = std::vector<std::string>;
@@ -205,4 +205,4 @@ TEST(CommandTable, EachRowHasAnExampleThatIsItself) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::commands_test

@@ -10,7 +10,7 @@
 #include "tools/harness/deadline.h"
 #include "tools/harness/terminal.h"
 
-namespace zrp {
+namespace zrp::completion_test {
 namespace {
 
 #define NEEDS_SHELL(program)                                                                       \
@@ -117,4 +117,4 @@ TEST(Completion, WorksInFish) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::completion_test

@@ -11,7 +11,7 @@
 #include "tools/harness/keys.h"
 #include "tools/harness/terminal.h"
 
-namespace zrp {
+namespace zrp::effects_test {
 namespace {
 
 class Effects : public ActTest {
@@ -228,4 +228,4 @@ TEST_F(Effects, TheMonitorShowsThem) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::effects_test

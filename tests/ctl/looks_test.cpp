@@ -8,7 +8,7 @@
 #include "tests/ctl/act_test.h"
 #include "tests/support/scripted_peer.h"
 
-namespace zrp {
+namespace zrp::looks_test {
 namespace {
 
 using Answer = nlohmann::ordered_json;
@@ -165,4 +165,4 @@ TEST(Wait, EndsWhenTheServerComes) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::looks_test

@@ -8,7 +8,7 @@
 #include "ctl/command.h"
 #include "ctl/failure.h"
 
-namespace zrp {
+namespace zrp::manual_test {
 namespace {
 
 std::string manual() {
@@ -53,4 +53,4 @@ TEST(Manual, EachOptionAndExitStatusIsThere) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::manual_test

@@ -15,7 +15,7 @@
 #include "tests/support/scripted_peer.h"
 #include "tests/support/simulated_server.h"
 
-namespace zrp {
+namespace zrp::metrics_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -188,4 +188,4 @@ TEST_F(Metrics, WhatCouldTurnTheLineIsReplaced) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::metrics_test

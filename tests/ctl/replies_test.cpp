@@ -12,7 +12,7 @@
 #include "tests/ctl/run_zrpctl.h"
 #include "tests/support/scripted_peer.h"
 
-namespace zrp {
+namespace zrp::replies_test {
 namespace {
 
 std::string console(const std::string& command, const std::string& content) {
@@ -367,4 +367,4 @@ TEST(TimeLimit, HoldsForAllPagesTogether) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::replies_test

@@ -15,7 +15,7 @@
 #include "tests/support/simulated_server.h"
 #include "tools/harness/deadline.h"
 
-namespace zrp {
+namespace zrp::running_test {
 namespace {
 
 using harness::ChildOptions;
@@ -271,4 +271,4 @@ TEST(Size, TwentyThousandConnectionsFitIntoSixtyFourMebibytes) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::running_test

@@ -9,7 +9,7 @@
 #include "tests/ctl/run_zrpctl.h"
 #include "tests/support/simulated_server.h"
 
-namespace zrp {
+namespace zrp::schema_test {
 namespace {
 
 // What the validator says; empty when all lines fit.
@@ -87,4 +87,4 @@ TEST(Schema, AnAnswerThatDoesNotFitIsFound) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::schema_test

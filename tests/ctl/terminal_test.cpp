@@ -14,7 +14,7 @@
 #include "tests/support/scripted_peer.h"
 #include "tests/support/simulated_server.h"
 
-namespace zrp {
+namespace zrp::terminal_test {
 namespace {
 
 constexpr const char* kBold = "\x1b[1m";
@@ -173,4 +173,4 @@ TEST(Send, EachDaemonCanBeMeant) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::terminal_test

@@ -7,7 +7,7 @@
 
 #include "tests/demo/piped.h"
 
-namespace zrp {
+namespace zrp::pictures_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -66,4 +66,4 @@ TEST_F(Demo, AFolderThatCannotBeCreatedIsReported) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::pictures_test

@@ -3,7 +3,7 @@
 #include "tests/support/scripted_peer.h"
 #include "tools/harness/child_process.h"
 
-namespace zrp {
+namespace zrp::zrpdemo_network_test {
 namespace {
 
 using harness::ChildProcess;
@@ -55,4 +55,4 @@ TEST(DemoNetwork, WithoutNamespacesAnOrdinaryUserGetsTheReason) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::zrpdemo_network_test

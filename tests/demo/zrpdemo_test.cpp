@@ -5,7 +5,7 @@
 #include "tools/harness/process_state.h"
 #include "tools/harness/terminal.h"
 
-namespace zrp {
+namespace zrp::zrpdemo_test {
 namespace {
 
 using harness::Key;
@@ -181,4 +181,4 @@ TEST_F(Demo, KillingItLeavesNothingRunning) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::zrpdemo_test

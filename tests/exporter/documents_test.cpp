@@ -9,7 +9,7 @@
 #include "exporter/metric_table.h"
 #include "tests/exporter/exporter_process.h"
 
-namespace zrp::exporter {
+namespace zrp::exporter::documents_test {
 namespace {
 
 std::string source_file(const std::string& path) {
@@ -62,4 +62,4 @@ TEST(Unit, IsHardened) {
 }
 
 } // namespace
-} // namespace zrp::exporter
+} // namespace zrp::exporter::documents_test

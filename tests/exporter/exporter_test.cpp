@@ -8,7 +8,7 @@
 #include "tests/support/needs.h"
 #include "tests/support/simulated_server.h"
 
-namespace zrp {
+namespace zrp::exporter_test {
 namespace {
 
 using harness::ExitStatus;
@@ -189,4 +189,4 @@ TEST(Exporter, EndsOnASignalWithStatus0) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::exporter_test

@@ -18,7 +18,7 @@
 #include "tests/support/scripted_peer.h"
 #include "tests/support/simulated_server.h"
 
-namespace zrp {
+namespace zrp::hostile_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -409,4 +409,4 @@ TEST(Exporter, EndsAtOnceWhileAClientKeepsItsConnection) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::hostile_test

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace zrp::exporter {
+namespace zrp::exporter::label_text_test {
 namespace {
 
 TEST(LabelText, KeepsCharactersOfEveryLength) {
@@ -42,4 +42,4 @@ TEST(LabelText, CutsWithoutSplittingACharacter) {
 }
 
 } // namespace
-} // namespace zrp::exporter
+} // namespace zrp::exporter::label_text_test

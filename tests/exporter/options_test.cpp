@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-namespace zrp::exporter {
+namespace zrp::exporter::options_test {
 namespace {
 
 using std::chrono::milliseconds;
@@ -64,4 +64,4 @@ TEST(ReadOptions, OfConnectionsHaveANumberOrNone) {
 }
 
 } // namespace
-} // namespace zrp::exporter
+} // namespace zrp::exporter::options_test

@@ -18,7 +18,7 @@
 #include "tests/support/needs.h"
 #include "tests/support/simulated_server.h"
 
-namespace zrp {
+namespace zrp::prometheus_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -343,4 +343,4 @@ TEST(Fleet, OfThreeEndsWholeOnASignal) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::prometheus_test

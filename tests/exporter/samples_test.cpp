@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace zrp::exporter {
+namespace zrp::exporter::samples_test {
 namespace {
 
 using prometheus::MetricType;
@@ -46,4 +46,4 @@ TEST(Samples, AHistogramHasASeriesForEachBucketAndTwoMore) {
 }
 
 } // namespace
-} // namespace zrp::exporter
+} // namespace zrp::exporter::samples_test

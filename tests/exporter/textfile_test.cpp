@@ -12,7 +12,7 @@
 
 #include "tests/exporter/new_folder.h"
 
-namespace zrp::exporter {
+namespace zrp::exporter::textfile_test {
 namespace {
 
 std::string content_of(const std::string& path) {
@@ -73,4 +73,4 @@ TEST(WriteTextfile, KeepsTheOldFileWhenTheNewOneDoesNotFit) {
 }
 
 } // namespace
-} // namespace zrp::exporter
+} // namespace zrp::exporter::textfile_test

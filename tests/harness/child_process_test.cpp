@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-namespace zrp::harness {
+namespace zrp::harness::child_process_test {
 namespace {
 
 ChildOptions shell(const std::string& script) {
@@ -119,4 +119,4 @@ TEST(ChildProcess, MovesWithItsProcess) {
 }
 
 } // namespace
-} // namespace zrp::harness
+} // namespace zrp::harness::child_process_test

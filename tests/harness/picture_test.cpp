@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace zrp::harness {
+namespace zrp::harness::picture_test {
 namespace {
 
 // What is drawn of a small screen that received these bytes, without the first three lines, which
@@ -107,4 +107,4 @@ TEST(Picture, TextBesideAFrameIsNotPartOfIt) {
 }
 
 } // namespace
-} // namespace zrp::harness
+} // namespace zrp::harness::picture_test

@@ -11,7 +11,7 @@
 #include "tests/support/needs.h"
 #include "tools/harness/descriptor.h"
 
-namespace zrp {
+namespace zrp::private_files_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -99,4 +99,4 @@ TEST(PrivateFiles, AMissingFolderIsAFailure) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::private_files_test

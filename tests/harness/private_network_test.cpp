@@ -11,7 +11,7 @@
 #include "tests/support/scripted_peer.h"
 #include "tools/harness/child_process.h"
 
-namespace zrp {
+namespace zrp::private_network_test {
 namespace {
 
 using harness::ChildOptions;
@@ -200,4 +200,4 @@ TEST(PrivateNetwork, NoTestRunsBesideARunningServer) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::private_network_test

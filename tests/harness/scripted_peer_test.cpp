@@ -10,7 +10,7 @@
 
 #include "tests/support/needs.h"
 
-namespace zrp {
+namespace zrp::scripted_peer_test {
 namespace {
 
 using harness::Descriptor;
@@ -155,4 +155,4 @@ TEST(ScriptedPeer, ANameWithoutAListenerRefuses) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::scripted_peer_test

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace zrp::harness {
+namespace zrp::harness::terminal_screen_test {
 namespace {
 
 TEST(TerminalScreen, ReadsTextAtItsPosition) {
@@ -105,4 +105,4 @@ TEST(TerminalScreen, AnswersTheProgramsQueries) {
 }
 
 } // namespace
-} // namespace zrp::harness
+} // namespace zrp::harness::terminal_screen_test

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace zrp::harness {
+namespace zrp::harness::terminal_test {
 namespace {
 
 TerminalOptions sample(int rows = 25, int columns = 80) {
@@ -140,4 +140,4 @@ TEST(Terminal, TypingMoreThanTheProgramReadsDoesNotBlock) {
 }
 
 } // namespace
-} // namespace zrp::harness
+} // namespace zrp::harness::terminal_test

@@ -8,7 +8,7 @@
 #include "tests/support/needs.h"
 #include "tests/support/simulated_server.h"
 
-namespace zrp {
+namespace zrp::examples_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -258,4 +258,4 @@ TEST(Examples, ReportWhyAVolumeIsRefused) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::examples_test

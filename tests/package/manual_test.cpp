@@ -10,7 +10,7 @@
 #include "tests/support/simulated_server.h"
 #include "tools/harness/terminal.h"
 
-namespace zrp {
+namespace zrp::manual_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -376,4 +376,4 @@ TEST(ManualExamples, OfTheCommandWork) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::manual_test

@@ -8,7 +8,7 @@
 
 #include "tests/package/installed.h"
 
-namespace zrp {
+namespace zrp::package_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -207,4 +207,4 @@ TEST(Package, HoldsTheManPagesOfWhatItInstalls) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::package_test

@@ -9,7 +9,7 @@
 
 #include "tools/harness/child_process.h"
 
-namespace zrp {
+namespace zrp::header_pages_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -145,4 +145,4 @@ TEST_F(HeaderPages, AreRefusedWhenTheOverviewDoesNotNameThem) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::header_pages_test

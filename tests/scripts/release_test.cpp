@@ -9,7 +9,7 @@
 
 #include "tools/harness/child_process.h"
 
-namespace zrp {
+namespace zrp::release_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -266,4 +266,4 @@ TEST_F(Release, PackagesAreOfACommit) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::release_test

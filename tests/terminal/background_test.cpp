@@ -6,7 +6,7 @@
 #include "tests/terminal/session.h"
 #include "tests/terminal/thread_sleeps.h"
 
-namespace zrp {
+namespace zrp::background_test {
 namespace {
 
 // A shell with job control, as users have it. Before the given lines $MODES has the modes of the
@@ -149,4 +149,4 @@ TEST(Background, AnOrphanEnds) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::background_test

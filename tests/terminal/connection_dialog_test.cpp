@@ -6,7 +6,7 @@
 #include "tests/terminal/simulator.h"
 #include "tests/terminal/trace_folder.h"
 
-namespace zrp {
+namespace zrp::connection_dialog_test {
 namespace {
 
 using namespace connection_fixture;
@@ -405,4 +405,4 @@ TEST_P(ConnectionDialogHangs, UntilASignalEndsTheProgram) {
 INSTANTIATE_TEST_SUITE_P(Kinds, ConnectionDialogHangs, testing::Values("hang"), name_of_fault);
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::connection_dialog_test

@@ -7,7 +7,7 @@
 #include "tests/terminal/connection_fixture.h"
 #include "tests/terminal/simulator.h"
 
-namespace zrp {
+namespace zrp::connection_test {
 namespace {
 
 using namespace connection_fixture;
@@ -279,4 +279,4 @@ INSTANTIATE_TEST_SUITE_P(Requests, ConnectionHang, testing::Values(kInformation,
                          [](const auto& request) { return std::string(request.param); });
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::connection_test

@@ -1,7 +1,7 @@
 // The dialog of the Diagnostics screen.
 #include "tests/terminal/diagnostics_fixture.h"
 
-namespace zrp {
+namespace zrp::diagnostics_dialog_test {
 namespace {
 
 using namespace diagnostics_fixture;
@@ -130,4 +130,4 @@ TEST_F(DiagnosticsDialog, ASignalEndsTheProgram) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::diagnostics_dialog_test

@@ -2,7 +2,7 @@
 #include "tests/terminal/diagnostics_fixture.h"
 #include "tests/terminal/simulator.h"
 
-namespace zrp {
+namespace zrp::diagnostics_groups_test {
 namespace {
 
 using namespace diagnostics_fixture;
@@ -123,4 +123,4 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& group) { return std::string("Group") + group.param.choice; });
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::diagnostics_groups_test

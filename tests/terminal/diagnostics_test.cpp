@@ -2,7 +2,7 @@
 #include "tests/terminal/diagnostics_fixture.h"
 #include "tests/terminal/trace_folder.h"
 
-namespace zrp {
+namespace zrp::diagnostics_test {
 namespace {
 
 using namespace diagnostics_fixture;
@@ -245,4 +245,4 @@ TEST_F(Diagnostics, ReadsTheCountersBeforeADamagedOne) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::diagnostics_test

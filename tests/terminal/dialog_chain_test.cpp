@@ -3,7 +3,7 @@
 #include "tests/terminal/session.h"
 #include "tests/terminal/simulator.h"
 
-namespace zrp {
+namespace zrp::dialog_chain_test {
 namespace {
 
 constexpr const char* kChainParameter = "MAXIMUM_CACHED_FILES_PER_VOLUME";
@@ -108,4 +108,4 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& jump) { return std::string(jump.param.name); });
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::dialog_chain_test

@@ -4,7 +4,7 @@
 #include "tests/terminal/session.h"
 #include "tests/terminal/simulator.h"
 
-namespace zrp {
+namespace zrp::dialog_frame_test {
 namespace {
 
 constexpr int kRows = 25;
@@ -102,4 +102,4 @@ INSTANTIATE_TEST_SUITE_P(Each, SmallDialog,
                          [](const auto& dialog) { return std::string(dialog.param.name); });
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::dialog_frame_test

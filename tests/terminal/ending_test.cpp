@@ -12,7 +12,7 @@
 #include "tests/terminal/thread_sleeps.h"
 #include "tests/terminal/trace_folder.h"
 
-namespace zrp {
+namespace zrp::ending_test {
 namespace {
 
 using harness::milliseconds;
@@ -501,4 +501,4 @@ TEST(Stopping, ContinuedInTheBackgroundItStopsAgain) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::ending_test

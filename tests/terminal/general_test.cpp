@@ -4,7 +4,7 @@
 #include "tests/terminal/session.h"
 #include "tests/terminal/thread_sleeps.h"
 
-namespace zrp {
+namespace zrp::general_test {
 namespace {
 
 constexpr int kFirstRow = 6; // of the list
@@ -254,4 +254,4 @@ TEST(General, WithoutADaemonTheScreenIsEmptyUntilThereIsOne) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::general_test

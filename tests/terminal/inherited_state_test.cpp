@@ -7,7 +7,7 @@
 #include "tests/terminal/monitor_fixture.h"
 #include "tests/terminal/trace_folder.h"
 
-namespace zrp {
+namespace zrp::inherited_state_test {
 namespace {
 
 // What a shell does to the streams before it becomes the monitor, and whether the monitor runs
@@ -135,4 +135,4 @@ TEST(InheritedSignals, AnIgnoredChildSignalTakesNoVersionAway) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::inherited_state_test

@@ -2,7 +2,7 @@
 
 #include "tests/terminal/session.h"
 
-namespace zrp {
+namespace zrp::line_editor_test {
 namespace {
 
 constexpr int kRow = 1;
@@ -228,4 +228,4 @@ TEST(DestroyWin, LeavesNoFrameOnTheTerminal) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::line_editor_test

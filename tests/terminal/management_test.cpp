@@ -8,7 +8,7 @@
 #include "tests/terminal/session.h"
 #include "tests/terminal/simulator.h"
 
-namespace zrp {
+namespace zrp::management_test {
 namespace {
 
 // A small server and the monitor. This process is the other program.
@@ -109,4 +109,4 @@ TEST_F(Management, AClearedConnectionIsNotListed) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::management_test

@@ -10,7 +10,7 @@
 #include "tests/terminal/simulator.h"
 #include "tests/terminal/thread_sleeps.h"
 
-namespace zrp {
+namespace zrp::parameters_test {
 namespace {
 
 constexpr int kFirstParameterRow = kMainTop + 1;
@@ -501,4 +501,4 @@ TEST(Parameters, WithoutADaemonTheScreenIsEmpty) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::parameters_test

@@ -4,7 +4,7 @@
 #include "tests/terminal/session.h"
 #include "tests/terminal/thread_sleeps.h"
 
-namespace zrp {
+namespace zrp::refresh_test {
 namespace {
 
 using std::chrono::seconds;
@@ -267,4 +267,4 @@ TEST(RefreshThread, FastSwitchingLeavesNoWrongCell) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::refresh_test

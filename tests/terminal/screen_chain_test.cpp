@@ -4,7 +4,7 @@
 #include "tests/terminal/monitor_fixture.h"
 #include "tests/terminal/trace_folder.h"
 
-namespace zrp {
+namespace zrp::screen_chain_test {
 namespace {
 
 struct Move {
@@ -248,4 +248,4 @@ TEST(ExitKey, EndsTheProgramInADialog) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::screen_chain_test

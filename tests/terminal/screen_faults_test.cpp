@@ -8,7 +8,7 @@
 #include "tests/terminal/simulator.h"
 #include "tests/terminal/thread_sleeps.h"
 
-namespace zrp {
+namespace zrp::screen_faults_test {
 namespace {
 
 constexpr int kFirstMainRow = kMainTop + 1;
@@ -211,4 +211,4 @@ INSTANTIATE_TEST_SUITE_P(Kinds, DialogFault,
 #undef ON
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::screen_faults_test

@@ -10,7 +10,7 @@
 #include "tests/terminal/thread_sleeps.h"
 #include "tests/terminal/trace_folder.h"
 
-namespace zrp {
+namespace zrp::startup_test {
 namespace {
 
 namespace fs = std::filesystem;
@@ -358,4 +358,4 @@ TEST(StartUp, ATerminalWithoutColoursWorksToo) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::startup_test

@@ -5,7 +5,7 @@
 #include "tests/terminal/monitor_fixture.h"
 #include "tests/terminal/simulator.h"
 
-namespace zrp {
+namespace zrp::status_row_test {
 namespace {
 
 constexpr int kTerminalRows = 25;
@@ -340,4 +340,4 @@ INSTANTIATE_TEST_SUITE_P(Screens, FaultyReply, testing::ValuesIn(kFaultCases),
                          [](const auto& one) { return std::string(one.param.name); });
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::status_row_test

@@ -14,7 +14,7 @@
 #include "tests/terminal/simulator.h"
 #include "tools/harness/process_state.h"
 
-namespace zrp {
+namespace zrp::version_test {
 namespace {
 
 using harness::ChildProcess;
@@ -568,4 +568,4 @@ TEST(Version, DropsALineFeed) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::version_test

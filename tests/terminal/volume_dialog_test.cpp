@@ -5,8 +5,10 @@
 #include "common/requests/volume_list.h"
 #include "tests/terminal/volume_fixture.h"
 
-namespace zrp {
+namespace zrp::volume_dialog_test {
 namespace {
+
+using namespace volume_fixture;
 
 constexpr int kFrameColumn = 78;
 
@@ -489,4 +491,4 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& fault) { return std::string(fault.param.name); });
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::volume_dialog_test

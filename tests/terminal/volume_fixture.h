@@ -8,7 +8,7 @@
 #include "tests/terminal/command_answers.h"
 #include "tests/terminal/session.h"
 
-namespace zrp {
+namespace zrp::volume_fixture {
 
 // Terminal rows and columns: the windows begin at row 5, column 1.
 inline constexpr int kDialogTop = 5;
@@ -80,4 +80,4 @@ struct VolumeFixture {
     Terminal terminal;
 };
 
-} // namespace zrp
+} // namespace zrp::volume_fixture

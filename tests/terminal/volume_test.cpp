@@ -3,8 +3,10 @@
 #include "tests/terminal/trace_folder.h"
 #include "tests/terminal/volume_fixture.h"
 
-namespace zrp {
+namespace zrp::volume_test {
 namespace {
+
+using namespace volume_fixture;
 
 const std::string kTwoVolumes = volume_list(listed(0, "SYS") + listed(3, "DATA"));
 
@@ -470,4 +472,4 @@ TEST(Volume, TracesWhatFails) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::volume_test

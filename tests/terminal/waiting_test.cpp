@@ -8,7 +8,7 @@
 #include "tests/terminal/monitor_fixture.h"
 #include "tests/terminal/trace_folder.h"
 
-namespace zrp {
+namespace zrp::waiting_test {
 namespace {
 
 using std::chrono::seconds;
@@ -374,4 +374,4 @@ TEST(Escape, AndACharacterThatContinuesNoKeyAreTwoKeysAtOnce) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::waiting_test

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace zrp {
+namespace zrp::ascii_case_test {
 namespace {
 
 TEST(EqualIgnoringCase, ComparesWholeTexts) {
@@ -31,4 +31,4 @@ TEST(EqualIgnoringCase, ComparesAtMostTheGivenLength) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::ascii_case_test

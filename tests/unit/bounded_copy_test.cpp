@@ -7,7 +7,7 @@
 
 #include "tests/support/exact_block.h"
 
-namespace zrp {
+namespace zrp::bounded_copy_test {
 namespace {
 
 struct CutCase {
@@ -91,4 +91,4 @@ TEST(CopyCut, NeedsNoTerminatorInItsSource) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::bounded_copy_test

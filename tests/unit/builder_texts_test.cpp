@@ -12,7 +12,7 @@
 #include "common/requests/volume_mounting.h"
 #include "tests/unit/catalogue_fixture.h"
 
-namespace zrp {
+namespace zrp::builder_texts_test {
 namespace {
 
 constexpr size_t kAnyLength = 100000; // such a row has room for every text
@@ -283,4 +283,4 @@ TEST(BuilderWords, AreHeldToTheSameRule) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::builder_texts_test

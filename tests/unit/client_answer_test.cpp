@@ -9,7 +9,7 @@
 #include "common/client.h"
 #include "tests/support/scripted_peer.h"
 
-namespace zrp {
+namespace zrp::client_answer_test {
 namespace {
 
 TEST(ClientAnswer, IsTrueWithAValue) {
@@ -75,4 +75,4 @@ TEST(ClientTexts, AreSendableWithEntities) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::client_answer_test

@@ -10,7 +10,7 @@
 #include "tests/support/scripted_peer.h"
 #include "tests/support/simulated_server.h"
 
-namespace zrp {
+namespace zrp::client_connections_test {
 namespace {
 
 class ClientConnections : public ::testing::Test {
@@ -221,4 +221,4 @@ TEST_F(ClientConnectionPages, AListOfFilesWithoutItsPageIsAFailure) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::client_connections_test

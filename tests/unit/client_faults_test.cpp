@@ -11,7 +11,7 @@
 #include "common/client.h"
 #include "tests/support/scripted_peer.h"
 
-namespace zrp {
+namespace zrp::client_faults_test {
 namespace {
 
 using namespace std::string_view_literals;
@@ -243,4 +243,4 @@ TEST_F(ClientFaults, ATextWithANulInsideIsRefused) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::client_faults_test

@@ -12,7 +12,7 @@
 #include "tests/support/scripted_peer.h"
 #include "tests/support/simulated_server.h"
 
-namespace zrp {
+namespace zrp::client_server_test {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -208,4 +208,4 @@ TEST_F(ClientServerReplies, AnElementWithALongerNameIsNoItem) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::client_server_test

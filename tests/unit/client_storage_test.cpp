@@ -8,7 +8,7 @@
 #include "tests/support/scripted_peer.h"
 #include "tests/support/simulated_server.h"
 
-namespace zrp {
+namespace zrp::client_storage_test {
 namespace {
 
 class ClientStorage : public ::testing::Test {
@@ -93,4 +93,4 @@ TEST(ClientStorageFaults, AReplyWithoutAListIsAFailure) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::client_storage_test

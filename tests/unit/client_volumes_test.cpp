@@ -11,7 +11,7 @@
 #include "tests/support/scripted_peer.h"
 #include "tests/support/simulated_server.h"
 
-namespace zrp {
+namespace zrp::client_volumes_test {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -302,4 +302,4 @@ TEST_F(ClientVolumesOfAServer, AShadowIsMadeAndRemoved) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::client_volumes_test

@@ -10,7 +10,7 @@
 #include "tests/unit/failing_malloc.h"
 #include "tests/unit/operation_faults.h"
 
-namespace zrp {
+namespace zrp::cluster_resource_test {
 namespace {
 
 std::string resource_request(const std::string& content) {
@@ -245,4 +245,4 @@ TEST_F(SimulatedCluster, VolumesAreMountedAndFailuresAreToldOneByOne) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::cluster_resource_test

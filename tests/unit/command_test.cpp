@@ -8,7 +8,7 @@
 #include "common/xml_writer.h"
 #include "tests/unit/catalogue_fixture.h"
 
-namespace zrp {
+namespace zrp::command_test {
 namespace {
 
 constexpr size_t kRoom = 256;
@@ -298,4 +298,4 @@ TEST_F(RunCommand, ANullRecordIsNotSent) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::command_test

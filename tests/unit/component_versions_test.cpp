@@ -14,7 +14,7 @@
 #include "tests/support/needs.h"
 #include "tests/support/scripted_peer.h"
 
-namespace zrp {
+namespace zrp::component_versions_test {
 namespace {
 
 struct Component {
@@ -111,4 +111,4 @@ INSTANTIATE_TEST_SUITE_P(All, ComponentVersion,
                          [](const auto& component) { return std::string(component.param.name); });
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::component_versions_test

@@ -7,7 +7,7 @@
 #include "common/result.h"
 #include "tests/unit/config_test_files.h"
 
-namespace zrp {
+namespace zrp::config_appenders_test {
 namespace {
 
 using ConfigAppendersTest = test::ConfigTest;
@@ -290,4 +290,4 @@ TEST_F(ConfigAppendersTest, ADeviceKeepsItsMode) {
     EXPECT_EQ(test::mode_of(full), 0666U);
 }
 
-} // namespace zrp
+} // namespace zrp::config_appenders_test

@@ -8,7 +8,7 @@
 #include "tests/unit/config_test_files.h"
 #include "tests/unit/failing_malloc.h"
 
-namespace zrp {
+namespace zrp::config_file_system_test {
 namespace {
 
 class FileSystemTest : public test::ConfigTest {
@@ -244,4 +244,4 @@ TEST(PathsMatch, NullMatchesNothing) {
     EXPECT_EQ(PathsMatch(nullptr, nullptr), 0);
 }
 
-} // namespace zrp
+} // namespace zrp::config_file_system_test

@@ -7,7 +7,7 @@
 #include "common/result.h"
 #include "tests/unit/config_test_files.h"
 
-namespace zrp {
+namespace zrp::config_file_test {
 namespace {
 
 using ConfigFileTest = test::ConfigTest;
@@ -137,4 +137,4 @@ TEST_F(ConfigFileTest, FixingPermissionsCreatesNeitherFile) {
     EXPECT_FALSE(test::exists(in("storage.conf")));
 }
 
-} // namespace zrp
+} // namespace zrp::config_file_test

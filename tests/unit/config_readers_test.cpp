@@ -6,7 +6,7 @@
 #include "common/result.h"
 #include "tests/unit/config_test_files.h"
 
-namespace zrp {
+namespace zrp::config_readers_test {
 namespace {
 
 constexpr const char* kUntouched = "untouched";
@@ -437,4 +437,4 @@ TEST_F(GetShadowVolumeEntryTest, AFileThatCannotBeOpenedIsNotFound) {
     EXPECT_EQ(GetShadowVolumeEntry(nullptr, 0, name, nullptr, nullptr, nullptr), kInvalid);
 }
 
-} // namespace zrp
+} // namespace zrp::config_readers_test

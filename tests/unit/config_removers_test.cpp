@@ -15,7 +15,7 @@
 #include "common/result.h"
 #include "tests/unit/config_test_files.h"
 
-namespace zrp {
+namespace zrp::config_removers_test {
 namespace {
 
 class ConfigRemoversTest : public test::ConfigTest {
@@ -423,4 +423,4 @@ TEST_F(ConfigRemoversTest, TheFixedPathsAreTheDaemonsFiles) {
     EXPECT_EQ(rc, 0);
 }
 
-} // namespace zrp
+} // namespace zrp::config_removers_test

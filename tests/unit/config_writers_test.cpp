@@ -16,7 +16,7 @@
 #include "common/result.h"
 #include "tests/unit/config_test_files.h"
 
-namespace zrp {
+namespace zrp::config_writers_test {
 namespace {
 
 #ifdef SYS_unlink
@@ -469,4 +469,4 @@ TEST_F(ConfigWriters, KeepTheirPromisesWhileOthersWriteAndAreKilled) {
     munmap(journal, sizeof(Journal));
 }
 
-} // namespace zrp
+} // namespace zrp::config_writers_test

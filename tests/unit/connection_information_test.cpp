@@ -14,7 +14,7 @@
 #include "tests/support/scripted_peer.h"
 #include "tests/unit/failing_malloc.h"
 
-namespace zrp {
+namespace zrp::connection_information_test {
 namespace {
 
 TEST(BuildConnectionInformationRequest, AsksForOneStation) {
@@ -341,4 +341,4 @@ TEST_F(ConnectionQuery, OnlyTheRequestOfAFailedExchangeGoesToTheTraceHooks) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::connection_information_test

@@ -9,7 +9,7 @@
 #include "common/result.h"
 #include "tests/support/exact_block.h"
 
-namespace zrp {
+namespace zrp::connection_list_test {
 namespace {
 
 std::string request(int startIndex, int maxItems) {
@@ -172,4 +172,4 @@ TEST(ScanListConnectionsReply, ReadsNothingBehindATruncatedReply) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::connection_list_test

@@ -3,7 +3,7 @@
 #include "common/requests/connections.h"
 #include "tests/unit/catalogue_fixture.h"
 
-namespace zrp {
+namespace zrp::connection_management_test {
 namespace {
 
 std::string clear_request(Stations stations) {
@@ -267,4 +267,4 @@ TEST_F(ConnectionsOfTheServer, AMessageIsTaken) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::connection_management_test

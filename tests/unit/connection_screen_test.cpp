@@ -8,7 +8,7 @@
 #include "tests/unit/screen_fixture.h"
 #include "tests/unit/traced.h"
 
-namespace zrp {
+namespace zrp::connection_screen_test {
 namespace {
 
 using namespace connection_fixture;
@@ -165,4 +165,4 @@ TEST_F(ConnectionScreen, WithoutMemory) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::connection_screen_test

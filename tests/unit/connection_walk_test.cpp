@@ -12,7 +12,7 @@
 #include "tests/support/scripted_peer.h"
 #include "tests/unit/catalogue_fixture.h"
 
-namespace zrp {
+namespace zrp::connection_walk_test {
 namespace {
 
 std::string connection(int station) {
@@ -196,4 +196,4 @@ TEST(QueryConnectionPage, AListThatBreaksOffShowsInTheStateAlone) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::connection_walk_test

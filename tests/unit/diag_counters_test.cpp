@@ -12,7 +12,7 @@
 #include "tests/unit/failing_malloc.h"
 #include "tests/unit/traced.h"
 
-namespace zrp {
+namespace zrp::diag_counters_test {
 namespace {
 
 uint32_t bucket(const std::string& name) {
@@ -190,4 +190,4 @@ TEST(DiagTables, WithoutMemoryForTheFirstTheSecondIsNotTried) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::diag_counters_test

@@ -8,7 +8,7 @@
 
 #include "screens/diag_counters.h"
 
-namespace zrp {
+namespace zrp::diag_groups_test {
 namespace {
 
 size_t row_count(const DiagGroup& group) {
@@ -90,4 +90,4 @@ TEST(DiagGroups, PairTheirLabelsWithTheKeysOfTheDaemons) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::diag_groups_test

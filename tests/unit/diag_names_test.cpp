@@ -9,7 +9,7 @@
 #include "common/requests/diag_groups.h"
 #include "common/requests/diag_keys.h"
 
-namespace zrp {
+namespace zrp::diag_names_test {
 namespace {
 
 constexpr const char* kServerCounters[] = {
@@ -279,4 +279,4 @@ TEST(DiagNames, OfEachGroupArePairedWithTheirLabels) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::diag_names_test

@@ -10,7 +10,7 @@
 #include "tests/unit/screen_fixture.h"
 #include "tests/unit/traced.h"
 
-namespace zrp {
+namespace zrp::diagnostics_screen_test {
 namespace {
 
 TEST(DiagnosticsScreen, DrawsNothingWithoutAWindow) {
@@ -165,4 +165,4 @@ TEST(VersionScreen, DrawsNothingWithoutAWindow) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::diagnostics_screen_test

@@ -13,7 +13,7 @@
 #include "common/result.h"
 #include "tests/support/exact_block.h"
 
-namespace zrp {
+namespace zrp::diagnostics_test {
 namespace {
 
 using Counters = std::vector<std::pair<std::string, int32_t>>;
@@ -232,4 +232,4 @@ TEST(DiagnosticsReply, EveryTruncatedPrefixIsReadWithinItsBlock) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::diagnostics_test

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+namespace zrp::dialog_test {
 namespace {
 
 struct QuitCase {
@@ -39,3 +40,4 @@ TEST(Dialog, ANumberOutOfRangeIsTheNearestInRange) {
 }
 
 } // namespace
+} // namespace zrp::dialog_test

@@ -18,7 +18,7 @@
 #include "tests/unit/failing_malloc.h"
 #include "tests/unit/full_peer.h"
 
-namespace zrp {
+namespace zrp::exchange_limits_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -314,4 +314,4 @@ TEST(ExchangeLimits, AnInterruptBeatsADeadline) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::exchange_limits_test

@@ -18,7 +18,7 @@
 #include "common/transport.h"
 #include "tests/support/scripted_peer.h"
 
-namespace zrp {
+namespace zrp::exchange_state_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -249,4 +249,4 @@ TEST(ExchangeState, AChildHasOnlyItsOwnExchangesUnderWay) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::exchange_state_test

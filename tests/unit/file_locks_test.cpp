@@ -1,7 +1,7 @@
 #include "common/requests/open_files.h"
 #include "tests/unit/catalogue_fixture.h"
 
-namespace zrp {
+namespace zrp::file_locks_test {
 namespace {
 
 std::string list_request(const char* fileName) {
@@ -254,4 +254,4 @@ TEST_F(LocksOfTheServer, ARefusalTellsWhy) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::file_locks_test

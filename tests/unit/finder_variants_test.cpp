@@ -12,7 +12,7 @@
 #include "tests/support/exact_block.h"
 #include "tests/support/reference_finder.h"
 
-namespace zrp {
+namespace zrp::finder_variants_test {
 namespace {
 
 struct Variant {
@@ -48,4 +48,4 @@ INSTANTIATE_TEST_SUITE_P(Of, FinderVariant,
                          [](const auto& variant) { return std::string(variant.param.name); });
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::finder_variants_test

@@ -14,7 +14,7 @@
 #include "tests/support/drivers.h"
 #include "tests/unit/catalogue_fixture.h"
 
-namespace zrp {
+namespace zrp::fixed_operations_test {
 namespace {
 
 using Texts = std::vector<std::string>;
@@ -179,4 +179,4 @@ TEST_F(FixedOperation, SetStorageLogLevelAsksTheStorageDaemon) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::fixed_operations_test

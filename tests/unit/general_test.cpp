@@ -12,7 +12,7 @@
 #include "tests/support/scripted_peer.h"
 #include "tests/unit/headless_curses.h"
 
-namespace zrp {
+namespace zrp::general_test {
 namespace {
 
 struct UpTimeCase {
@@ -167,4 +167,4 @@ TEST_F(GeneralScreen, AFailureLeavesTheOldValues) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::general_test

@@ -11,7 +11,7 @@
 
 #include "common/result.h"
 
-namespace zrp {
+namespace zrp::genericCode_test {
 namespace {
 
 constexpr uint64_t kMax = std::numeric_limits<uint64_t>::max();
@@ -71,8 +71,6 @@ void expect_parse(const Parsed& parsed, const ParseCase& expected) {
     EXPECT_EQ(parsed.message, expected.message);
     EXPECT_EQ(parsed.length, strlen(expected.message));
 }
-
-} // namespace
 
 TEST(CvtBytesToString, BytesHaveNoUnit) {
     EXPECT_EQ(size_text(0), "0");
@@ -345,4 +343,5 @@ TEST(CvtStringToU32, RefusesBadArguments) {
     EXPECT_EQ(value, 7U);
 }
 
-} // namespace zrp
+} // namespace
+} // namespace zrp::genericCode_test

@@ -14,7 +14,7 @@
 #include "tests/unit/failing_malloc.h"
 #include "tests/unit/operation_faults.h"
 
-namespace zrp {
+namespace zrp::ipc_context_test {
 namespace {
 
 constexpr const char* kName = "/tmp/.zrpcontext";
@@ -249,4 +249,4 @@ TEST_F(IpcContext, ManyThreadsMayUseAContextAtOnce) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::ipc_context_test

@@ -6,7 +6,7 @@
 #include "common/result.h"
 #include "tests/unit/log_fixture.h"
 
-namespace zrp {
+namespace zrp::library_log_test {
 namespace {
 
 class LibraryLogTest : public LogTest {
@@ -170,4 +170,4 @@ TEST_F(LibraryLogTest, ANullContextIsInvalidAndANullNameIsEmpty) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::library_log_test

@@ -7,7 +7,7 @@
 #include "core/window.h"
 #include "tests/unit/headless_curses.h"
 
-namespace zrp {
+namespace zrp::line_editor_test {
 namespace {
 
 class LineEditor : public HeadlessCurses {
@@ -58,4 +58,4 @@ TEST_F(LineEditor, EraseAtTheStartOfTheTextDoesNothing) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::line_editor_test

@@ -8,7 +8,7 @@
 #include "tests/support/failing_allocation.h"
 #include "tests/unit/log_fixture.h"
 
-namespace zrp {
+namespace zrp::log_context_test {
 namespace {
 
 using LogContextTest = LogTest;
@@ -166,4 +166,4 @@ TEST_F(LogContextTest, WithoutMemoryForThePathNoFileIsOpened) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::log_context_test

@@ -8,7 +8,7 @@
 #include "common/result.h"
 #include "tests/unit/log_fixture.h"
 
-namespace zrp {
+namespace zrp::log_file_test {
 namespace {
 
 constexpr int64_t kStampSize = sizeof("[i 2024-05-06 07:08:09] ") - 1;
@@ -491,4 +491,4 @@ TEST_F(LogFile, AResetWithoutAFileOrOfAPipeDoesNotCount) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::log_file_test

@@ -5,7 +5,7 @@
 #include "common/result.h"
 #include "tests/unit/log_fixture.h"
 
-namespace zrp {
+namespace zrp::log_keywords_test {
 namespace {
 
 constexpr int kUnset = 77;
@@ -221,4 +221,4 @@ TEST_F(LogKeywords, TimestampWordsMayBeFollowedByAnything) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::log_keywords_test

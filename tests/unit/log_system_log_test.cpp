@@ -3,7 +3,7 @@
 #include "common/log/log_keywords.h"
 #include "tests/unit/log_fixture.h"
 
-namespace zrp {
+namespace zrp::log_system_log_test {
 namespace {
 
 class LogSystemLog : public LogTest {
@@ -237,4 +237,4 @@ TEST_F(LogSystemLog, AMissingSystemLogIsIgnored) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::log_system_log_test

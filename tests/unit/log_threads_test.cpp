@@ -4,7 +4,7 @@
 #include "common/log/log_keywords.h"
 #include "tests/unit/log_fixture.h"
 
-namespace zrp {
+namespace zrp::log_threads_test {
 namespace {
 
 using LogThreads = LogTest;
@@ -186,4 +186,4 @@ TEST_F(LogThreads, AChildMayBeForkedWhileOthersLog) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::log_threads_test

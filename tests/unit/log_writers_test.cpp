@@ -6,7 +6,7 @@
 #include "common/result.h"
 #include "tests/unit/log_fixture.h"
 
-namespace zrp {
+namespace zrp::log_writers_test {
 namespace {
 
 using namespace std::string_literals;
@@ -237,4 +237,4 @@ TEST_F(LogWriters, NoOperationChangesErrno) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::log_writers_test

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-namespace zrp {
+namespace zrp::menu_test {
 namespace {
 
 std::vector<std::string> menu_of(const std::vector<Screen>& screens) {
@@ -30,4 +30,4 @@ TEST(Menu, GoesOnOnTheSecondLineAtTheFirstEntryThatDoesNotFit) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::menu_test

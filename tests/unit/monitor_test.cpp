@@ -9,7 +9,7 @@
 
 #include "common/heap_text.h"
 
-namespace zrp {
+namespace zrp::monitor_test {
 namespace {
 
 TEST(Trace, WritesAndFlushesEachEvent) {
@@ -45,4 +45,4 @@ TEST(MonitorState, StartsAtTheGeneralScreenWithOneSecond) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::monitor_test

@@ -16,7 +16,7 @@
 #include "tests/support/drivers.h"
 #include "tests/unit/catalogue_fixture.h"
 
-namespace zrp {
+namespace zrp::null_arguments_test {
 namespace {
 
 // A scanner on a reply that it reads, with its pointers: the test puts null in the place of each.
@@ -415,4 +415,4 @@ TEST(NullArguments, AreRefusedByTheWrapperOfDiagnostics) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::null_arguments_test

@@ -2,7 +2,7 @@
 
 #include "tests/unit/catalogue_fixture.h"
 
-namespace zrp {
+namespace zrp::open_files_test {
 namespace {
 
 using FileName = char[kFileNameSize];
@@ -458,4 +458,4 @@ TEST_F(OpenFilesOfTheServer, ARefusalTellsWhy) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::open_files_test

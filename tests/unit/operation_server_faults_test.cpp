@@ -14,7 +14,7 @@
 #include "tests/unit/catalogue_fixture.h"
 #include "tests/unit/server_faults.h"
 
-namespace zrp {
+namespace zrp::operation_server_faults_test {
 namespace {
 
 constexpr int32_t kStations[] = {999};
@@ -310,4 +310,4 @@ TEST_F(SilentServer, IsBrokenOffInEveryOperation) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::operation_server_faults_test

@@ -10,7 +10,7 @@
 #include "common/requests/component_versions.h"
 #include "common/requests/storage_control.h"
 
-namespace zrp {
+namespace zrp::own_reader_requests_test {
 namespace {
 
 using Builder = std::function<char*(uint32_t* length)>;
@@ -79,4 +79,4 @@ TEST(OwnReaderRequests, ChangeTheFilter) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::own_reader_requests_test

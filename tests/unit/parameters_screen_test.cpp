@@ -9,7 +9,7 @@
 #include "tests/unit/screen_fixture.h"
 #include "tools/harness/child_process.h"
 
-namespace zrp {
+namespace zrp::parameters_screen_test {
 namespace {
 
 constexpr size_t kRequestSize = 1024;
@@ -116,4 +116,4 @@ TEST_F(ParametersScreen, AValueFollowsItsLabelAndAFailureLeavesIt) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::parameters_screen_test

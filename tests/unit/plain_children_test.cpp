@@ -10,7 +10,7 @@
 #include "common/xml_scan.h"
 #include "tests/support/exact_block.h"
 
-namespace zrp {
+namespace zrp::plain_children_test {
 namespace {
 
 using Texts = std::vector<std::string>;
@@ -101,4 +101,4 @@ TEST(PlainChildren, AreListedAsFarAsThereIsRoom) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::plain_children_test

@@ -13,7 +13,7 @@
 #include "common/result.h"
 #include "tests/support/scripted_peer.h"
 
-namespace zrp {
+namespace zrp::query_test {
 namespace {
 
 std::string traced; // what the hooks below were given
@@ -162,4 +162,4 @@ TEST(SendQuery, EitherHookMayBeMissing) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::query_test

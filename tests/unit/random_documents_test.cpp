@@ -11,7 +11,7 @@
 #include "tests/support/document_pieces.h"
 #include "tests/support/drivers.h"
 
-namespace zrp {
+namespace zrp::random_documents_test {
 namespace {
 
 // Items are made of these that a table of fields reads in one pass.
@@ -70,4 +70,4 @@ INSTANTIATE_TEST_SUITE_P(Reader, RandomDocuments, testing::ValuesIn(document_dri
                          [](const auto& driver) { return std::string(driver.param.name); });
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::random_documents_test

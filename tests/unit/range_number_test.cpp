@@ -8,7 +8,7 @@
 
 #include "tests/support/exact_block.h"
 
-namespace zrp {
+namespace zrp::range_number_test {
 namespace {
 
 // Texts that the two readings might read differently.
@@ -78,4 +78,4 @@ TEST(LeadingNumber, ReadsLikeStrtoullWithAutomaticBase) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::range_number_test

@@ -24,7 +24,7 @@
 #include "tools/harness/deadline.h"
 #include "tools/harness/process_state.h"
 
-namespace zrp {
+namespace zrp::refresh_thread_test {
 namespace {
 
 constexpr int kUnknownScreen = KEY_F(11);
@@ -245,4 +245,4 @@ TEST_F(RefreshThread, WithoutAThreadAStopReturnsAtOnce) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::refresh_thread_test

@@ -9,7 +9,7 @@
 #include "common/result.h"
 #include "tests/support/exact_block.h"
 
-namespace zrp {
+namespace zrp::reply_fields_test {
 namespace {
 
 struct Record {
@@ -227,4 +227,4 @@ TEST(StoreField, OfAFractionSeventyNineCharactersCount) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::reply_fields_test

@@ -11,7 +11,7 @@
 
 #include "tests/support/exact_block.h"
 
-namespace zrp {
+namespace zrp::reply_list_test {
 namespace {
 
 constexpr int kMissing = 77;
@@ -271,4 +271,4 @@ TEST(VisitRecords, TheCallbackStopsTheWalk) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::reply_list_test

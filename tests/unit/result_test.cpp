@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-namespace zrp {
+namespace zrp::result_test {
 namespace {
 
 constexpr const char* kServerText = "error reported by the server";
@@ -56,4 +56,4 @@ TEST(ResultText, AnyOtherCodeIsTheServers) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::result_test

@@ -14,7 +14,7 @@
 #include "common/xml_reader.h"
 #include "tests/support/scripted_peer.h"
 
-namespace zrp {
+namespace zrp::scan_limits_test {
 namespace {
 
 constexpr size_t kMegabyte = size_t{1} << 20;
@@ -256,4 +256,4 @@ TEST_F(LongScan, OfTheStorageDaemonsListsIsBrokenOff) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::scan_limits_test

@@ -6,7 +6,7 @@
 #include "core/monitor.h"
 #include "tests/support/expected_screens.h"
 
-namespace zrp {
+namespace zrp::screen_table_test {
 namespace {
 
 class ScreenTable : public testing::Test {
@@ -62,4 +62,4 @@ TEST_F(ScreenTable, TheNeighbourOfTheLastScreenIsTheFirst) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::screen_table_test

@@ -10,7 +10,7 @@
 #include "tests/unit/failing_malloc.h"
 #include "tests/unit/operation_faults.h"
 
-namespace zrp {
+namespace zrp::server_login_test {
 namespace {
 
 constexpr const char* kEnable =
@@ -170,4 +170,4 @@ TEST_F(SimulatedLogin, AVolumeBecomesReadOnlyOrIsRefused) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::server_login_test

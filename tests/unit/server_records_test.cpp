@@ -15,7 +15,7 @@
 #include "tests/unit/failing_malloc.h"
 #include "tests/unit/operation_faults.h"
 
-namespace zrp {
+namespace zrp::server_records_test {
 namespace {
 
 std::string field(const std::string& name, const std::string& value) {
@@ -331,4 +331,4 @@ TEST_F(SimulatedRecords, ASettingThatIsFixedIsRefusedWithAReason) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::server_records_test

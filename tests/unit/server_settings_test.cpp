@@ -11,7 +11,7 @@
 #include "common/result.h"
 #include "tests/support/exact_block.h"
 
-namespace zrp {
+namespace zrp::server_settings_test {
 namespace {
 
 // The document between its head and its trailer, or "null".
@@ -173,4 +173,4 @@ TEST(ScanSetReply, ReadsNothingBehindATruncatedReply) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::server_settings_test

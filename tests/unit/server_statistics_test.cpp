@@ -15,7 +15,7 @@
 #include "tests/support/scripted_peer.h"
 #include "tests/unit/failing_malloc.h"
 
-namespace zrp {
+namespace zrp::server_statistics_test {
 namespace {
 
 constexpr const char* kRequest = "<zrpConsoleRequest><serverStatistics><versionTag>1</versionTag>"
@@ -179,4 +179,4 @@ TEST_F(QueryStatistics, AReplyOfFourGigabytesIsNoList) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::server_statistics_test

@@ -14,7 +14,7 @@
 #include "tests/unit/failing_malloc.h"
 #include "tests/unit/operation_faults.h"
 
-namespace zrp {
+namespace zrp::server_threads_test {
 namespace {
 
 const char* const kNames[] = {
@@ -202,4 +202,4 @@ TEST_F(SimulatedThreads, AreRead) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::server_threads_test

@@ -4,7 +4,7 @@
 #include "common/requests/volume_management.h"
 #include "tests/unit/catalogue_fixture.h"
 
-namespace zrp {
+namespace zrp::shadow_volumes_test {
 namespace {
 
 std::string create_request(const char* name, const char* path, const char* mountPoint,
@@ -296,4 +296,4 @@ TEST_F(ShadowsOfTheServer, ARefusalTellsWhy) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::shadow_volumes_test

@@ -21,7 +21,7 @@
 #include "core/status_row.h"
 #include "tools/harness/deadline.h"
 
-namespace zrp {
+namespace zrp::shell_command_test {
 namespace {
 
 using std::chrono::milliseconds;
@@ -244,4 +244,4 @@ TEST(ShellCommandDeathTest, IsKilledWithAllItsChildrenByARequestToExit) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::shell_command_test

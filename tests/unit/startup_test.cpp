@@ -14,7 +14,7 @@
 #include "core/window.h"
 #include "tests/unit/headless_curses.h"
 
-namespace zrp {
+namespace zrp::startup_test {
 namespace {
 
 class PermanentWindows : public HeadlessCurses {
@@ -100,4 +100,4 @@ TEST(OpenTerminalDeathTest, RegistersTheSevenColourPairs) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::startup_test

@@ -8,7 +8,7 @@
 #include "tests/unit/failing_malloc.h"
 #include "tests/unit/operation_faults.h"
 
-namespace zrp {
+namespace zrp::storage_control_test {
 namespace {
 
 constexpr size_t kRoom = 512;
@@ -367,4 +367,4 @@ TEST_F(SimulatedControl, AnUnknownVolumeIsRefused) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::storage_control_test

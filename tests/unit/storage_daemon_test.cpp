@@ -10,7 +10,7 @@
 #include "tests/unit/failing_malloc.h"
 #include "tests/unit/operation_faults.h"
 
-namespace zrp {
+namespace zrp::storage_daemon_test {
 namespace {
 
 constexpr size_t kRoom = 8192;
@@ -175,4 +175,4 @@ TEST_F(SimulatedStorageDaemon, ChangesItsLogLevelOrRefuses) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::storage_daemon_test

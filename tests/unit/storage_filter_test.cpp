@@ -7,7 +7,7 @@
 #include "tests/unit/failing_malloc.h"
 #include "tests/unit/operation_faults.h"
 
-namespace zrp {
+namespace zrp::storage_filter_test {
 namespace {
 
 constexpr size_t kRoom = 512;
@@ -232,4 +232,4 @@ TEST_F(StorageFilter, TheRefusalOfAnUnknownNameIsNotLookedAt) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::storage_filter_test

@@ -5,7 +5,7 @@
 #include "tests/unit/operation_faults.h"
 #include "tests/unit/server_faults.h"
 
-namespace zrp {
+namespace zrp::storage_server_faults_test {
 namespace {
 
 constexpr const char* kDaemon = "zrp2bks";
@@ -154,4 +154,4 @@ TEST_F(SilentStorageDaemon, IsBrokenOffInEveryOperation) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::storage_server_faults_test

@@ -11,7 +11,7 @@
 #include "common/transport.h"
 #include "tests/support/scripted_peer.h"
 
-namespace zrp {
+namespace zrp::strict_exchange_test {
 namespace {
 
 StrictReply ask_strictly() {
@@ -95,4 +95,4 @@ TEST(StrictExchange, RefusesNull) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::strict_exchange_test

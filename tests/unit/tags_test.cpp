@@ -12,7 +12,7 @@
 
 #include "tests/unit/vocabulary.h"
 
-namespace zrp {
+namespace zrp::tags_test {
 namespace {
 
 using Group = std::vector<std::string_view>;
@@ -75,4 +75,4 @@ TEST(Tags, AConstantIsTheOnlySpellingOfItsName) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::tags_test

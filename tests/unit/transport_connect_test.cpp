@@ -12,7 +12,7 @@
 #include "tests/support/scripted_peer.h"
 #include "tests/unit/transport_fixture.h"
 
-namespace zrp {
+namespace zrp::transport_connect_test {
 namespace {
 
 TEST_F(Transport, WithoutADaemonTheConnectionIsRefused) {
@@ -172,4 +172,4 @@ TEST_F(TransportDeathTest, ANameOf107CharactersAborts) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::transport_connect_test

@@ -24,7 +24,7 @@
 #include "tests/support/scripted_peer.h"
 #include "tests/unit/full_peer.h"
 
-namespace zrp {
+namespace zrp::transport_interrupt_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -451,4 +451,4 @@ TEST_F(Interrupt, IsNotLostWhenTheNextInitFollowsAtOnce) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::transport_interrupt_test

@@ -14,7 +14,7 @@
 #include "tests/unit/failing_malloc.h"
 #include "tests/unit/transport_fixture.h"
 
-namespace zrp {
+namespace zrp::transport_receive_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -223,4 +223,4 @@ TEST_F(Transport, ATimeoutOfZeroWaitsWithoutLimit) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::transport_receive_test

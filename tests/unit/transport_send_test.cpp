@@ -10,7 +10,7 @@
 #include "tests/unit/transport_fixture.h"
 #include "tools/harness/descriptor.h"
 
-namespace zrp {
+namespace zrp::transport_send_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -152,4 +152,4 @@ TEST_F(Transport, ASendOfNothingFails) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::transport_send_test

@@ -13,7 +13,7 @@
 #include "tests/unit/failing_malloc.h"
 #include "tests/unit/transport_fixture.h"
 
-namespace zrp {
+namespace zrp::transport_test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -179,4 +179,4 @@ TEST_F(Transport, TheDefaultPeerMayChangeDuringExchanges) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::transport_test

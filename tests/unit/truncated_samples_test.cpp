@@ -17,7 +17,7 @@
 #include "tests/support/drivers.h"
 #include "tests/support/exact_block.h"
 
-namespace zrp {
+namespace zrp::truncated_samples_test {
 namespace {
 
 class TruncatedSamples : public testing::TestWithParam<Driver> {
@@ -133,4 +133,4 @@ TEST(SampleReplies, AreWholeForTheirScanners) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::truncated_samples_test

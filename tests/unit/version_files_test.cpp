@@ -19,7 +19,7 @@
 #include "tests/support/private_folder.h"
 #include "tools/harness/deadline.h"
 
-namespace zrp {
+namespace zrp::version_files_test {
 namespace {
 
 constexpr const char* kTool = "/opt/tool";
@@ -206,4 +206,4 @@ TEST_F(VersionFiles, AReleaseFileTooLargeForTheBufferIsCut) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::version_files_test

@@ -10,7 +10,7 @@
 #include "common/result.h"
 #include "tests/support/exact_block.h"
 
-namespace zrp {
+namespace zrp::volume_information_test {
 namespace {
 
 // Elements of a complete reply, in no order that a record has. No value repeats.
@@ -439,4 +439,4 @@ TEST(ScanVolumeInformationReply, NeverReadsBeyondATruncatedReply) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::volume_information_test

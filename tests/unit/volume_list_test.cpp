@@ -9,7 +9,7 @@
 #include "common/result.h"
 #include "tests/support/exact_block.h"
 
-namespace zrp {
+namespace zrp::volume_list_test {
 namespace {
 
 std::string request(int startIndex) {
@@ -215,4 +215,4 @@ TEST(ScanStartIndex, WithoutOneThereIsNoNextPage) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::volume_list_test

@@ -5,7 +5,7 @@
 #include "tests/unit/catalogue_fixture.h"
 #include "tests/unit/failing_malloc.h"
 
-namespace zrp {
+namespace zrp::volume_management_test {
 namespace {
 
 std::string create_request(const char* name, const char* mountPoint, int32_t attributes,
@@ -386,4 +386,4 @@ TEST_F(VolumesOfTheServer, APurgeLeavesNothingToPurge) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::volume_management_test

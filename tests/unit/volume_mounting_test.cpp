@@ -2,7 +2,7 @@
 
 #include "tests/unit/catalogue_fixture.h"
 
-namespace zrp {
+namespace zrp::volume_mounting_test {
 namespace {
 
 std::string mount_request(const char* volumes) {
@@ -360,4 +360,4 @@ TEST_F(MountsOfTheServer, AllAreDismountedAndMounted) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::volume_mounting_test

@@ -16,7 +16,7 @@
 #include "tests/unit/screen_fixture.h"
 #include "tests/unit/traced.h"
 
-namespace zrp {
+namespace zrp::volume_screen_test {
 namespace {
 
 constexpr size_t kListRequestSize = 256;
@@ -289,4 +289,4 @@ TEST_F(VolumeScreen, TracesWhatFails) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::volume_screen_test

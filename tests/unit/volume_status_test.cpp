@@ -4,7 +4,7 @@
 
 #include "common/requests/volume_information.h"
 
-namespace zrp {
+namespace zrp::volume_status_test {
 namespace {
 
 std::string words(uint32_t status) {
@@ -66,4 +66,4 @@ TEST(FormatVolumeStatus, AllBitsFitInTheirOrder) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::volume_status_test

@@ -8,7 +8,7 @@
 #include "tests/unit/failing_malloc.h"
 #include "tests/unit/operation_faults.h"
 
-namespace zrp {
+namespace zrp::volume_tree_test {
 namespace {
 
 constexpr size_t kRoom = 4096;
@@ -125,4 +125,4 @@ TEST_F(VolumeTree, TheSimulatedServerFlushesItsVolumes) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::volume_tree_test

@@ -12,7 +12,7 @@
 #include "tests/support/scripted_peer.h"
 #include "tests/unit/failing_malloc.h"
 
-namespace zrp {
+namespace zrp::volume_walk_test {
 namespace {
 
 using Walk = int (*)(VolumeCallback callback, const RequestHooks* hooks, void* context);
@@ -268,4 +268,4 @@ TEST(GetValidVolumes, PassesOverStorageVolumesWithoutAMountPoint) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::volume_walk_test

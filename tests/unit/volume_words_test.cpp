@@ -9,7 +9,7 @@
 #include "common/requests/volume_mounting.h"
 #include "common/result.h"
 
-namespace zrp {
+namespace zrp::volume_words_test {
 namespace {
 
 // The volumes of a request, each as "NAME=NUMBER"; empty when the text is refused.
@@ -85,4 +85,4 @@ TEST(VolumeWords, AMalformedWordRefusesTheWholeText) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::volume_words_test

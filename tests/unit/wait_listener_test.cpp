@@ -16,7 +16,7 @@
 #include "tests/support/scripted_peer.h"
 #include "tests/unit/full_peer.h"
 
-namespace zrp {
+namespace zrp::wait_listener_test {
 namespace {
 
 std::atomic<int> calls{0};
@@ -92,4 +92,4 @@ TEST_F(WaitListener, HearsNothingOfOtherThreads) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::wait_listener_test

@@ -9,7 +9,7 @@
 
 #include "tests/unit/headless_curses.h"
 
-namespace zrp {
+namespace zrp::window_test {
 namespace {
 
 constexpr int kHeight = 5;
@@ -226,4 +226,4 @@ TEST_F(Window, DestroyingAWindowClearsItFromTheTerminal) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::window_test

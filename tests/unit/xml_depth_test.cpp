@@ -15,7 +15,7 @@
 #include "common/xml_scan.h"
 #include "tests/support/exact_block.h"
 
-namespace zrp {
+namespace zrp::xml_depth_test {
 namespace {
 
 int64_t plain_depth(const std::string& text, size_t place) {
@@ -98,4 +98,4 @@ TEST(Depth, OfRandomMarkup) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::xml_depth_test

@@ -8,7 +8,7 @@
 #include "common/xml_scan.h"
 #include "tests/support/exact_block.h"
 
-namespace zrp {
+namespace zrp::xml_escape_test {
 namespace {
 
 constexpr size_t kBufferSize = 64;
@@ -126,4 +126,4 @@ TEST(BeginsReference, ReadsNothingAfterItsRange) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::xml_escape_test

@@ -9,7 +9,7 @@
 #include "common/xml_reader.h"
 #include "tests/support/exact_block.h"
 
-namespace zrp {
+namespace zrp::xml_find_test {
 namespace {
 
 // Returns the content of the first such element, or nothing.
@@ -327,4 +327,4 @@ TEST(FindPlainOpenTag, IsAbsent) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::xml_find_test

@@ -9,7 +9,7 @@
 #include "common/result.h"
 #include "tests/support/exact_block.h"
 
-namespace zrp {
+namespace zrp::xml_reader_test {
 namespace {
 
 TEST(XmlGetTagElement, ReturnsContentAndLength) {
@@ -420,4 +420,4 @@ TEST(CheckForError, NoReplyIsSuccess) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::xml_reader_test

@@ -10,7 +10,7 @@
 #include "common/heap_text.h"
 #include "common/tags.h"
 
-namespace zrp {
+namespace zrp::xml_writer_test {
 namespace {
 
 constexpr size_t kRoom = 512;
@@ -263,4 +263,4 @@ TEST(Sendable, WhatDoesNotFitIsAMatterOfMemory) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::xml_writer_test

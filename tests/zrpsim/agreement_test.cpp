@@ -16,7 +16,7 @@
 #include "tools/zrpsim/world/counters.h"
 #include "tools/zrpsim/world/volume_figures.h"
 
-namespace zrp::sim {
+namespace zrp::sim::agreement_test {
 namespace {
 
 // A reply as the transport returns it: in a block of exactly its size.
@@ -246,4 +246,4 @@ TEST(Agreement, RefusalsAreReadWithTheirDescription) {
 }
 
 } // namespace
-} // namespace zrp::sim
+} // namespace zrp::sim::agreement_test

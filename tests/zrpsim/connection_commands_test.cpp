@@ -1,7 +1,7 @@
 #include "tests/zrpsim/asking.h"
 #include "tools/zrpsim/world/handler.h"
 
-namespace zrp::sim {
+namespace zrp::sim::connection_commands_test {
 namespace {
 
 std::string list_page(World& world, int startIndex, int maxItems) {
@@ -99,4 +99,4 @@ TEST(ConnectionInformation, UnknownStationsAreRefused) {
 }
 
 } // namespace
-} // namespace zrp::sim
+} // namespace zrp::sim::connection_commands_test

@@ -1,7 +1,7 @@
 #include "tests/zrpsim/asking.h"
 #include "tools/zrpsim/world/handler.h"
 
-namespace zrp::sim {
+namespace zrp::sim::connection_management_test {
 namespace {
 
 std::string clear(World& world, const std::string& children) {
@@ -131,4 +131,4 @@ TEST(ConnectionSlots, AgreeWithTheList) {
 }
 
 } // namespace
-} // namespace zrp::sim
+} // namespace zrp::sim::connection_management_test

@@ -4,7 +4,7 @@
 #include "tools/zrpsim/world/counters.h"
 #include "tools/zrpsim/world/handler.h"
 
-namespace zrp::sim {
+namespace zrp::sim::diagnostics_commands_test {
 namespace {
 
 std::string wrapped(const std::string& text) {
@@ -130,4 +130,4 @@ TEST(Versions, EachDaemonHasItsOwn) {
 }
 
 } // namespace
-} // namespace zrp::sim
+} // namespace zrp::sim::diagnostics_commands_test

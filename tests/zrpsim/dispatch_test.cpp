@@ -5,7 +5,7 @@
 #include "tests/zrpsim/asking.h"
 #include "tools/zrpsim/world/handler.h"
 
-namespace zrp::sim {
+namespace zrp::sim::dispatch_test {
 namespace {
 
 constexpr const char* kStatistics =
@@ -120,4 +120,4 @@ TEST(Statistics, CountsAgreeWithTheWorld) {
 }
 
 } // namespace
-} // namespace zrp::sim
+} // namespace zrp::sim::dispatch_test

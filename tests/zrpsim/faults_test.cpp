@@ -6,7 +6,7 @@
 
 #include "common/transport.h"
 
-namespace zrp::sim {
+namespace zrp::sim::faults_test {
 namespace {
 
 const std::string kBody = "<zrpConsoleReply><a>1</a><b>2</b></zrpConsoleReply>";
@@ -133,4 +133,4 @@ TEST(Faults, RefuseAppliesToItsSocketOnly) {
 }
 
 } // namespace
-} // namespace zrp::sim
+} // namespace zrp::sim::faults_test

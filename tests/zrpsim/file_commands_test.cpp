@@ -1,7 +1,7 @@
 #include "tests/zrpsim/asking.h"
 #include "tools/zrpsim/world/handler.h"
 
-namespace zrp::sim {
+namespace zrp::sim::file_commands_test {
 namespace {
 
 World world_with_files() {
@@ -97,4 +97,4 @@ TEST(Locks, AnUnknownStationOrNoRequestIsRefused) {
 }
 
 } // namespace
-} // namespace zrp::sim
+} // namespace zrp::sim::file_commands_test

@@ -1,7 +1,7 @@
 #include "tests/zrpsim/asking.h"
 #include "tools/zrpsim/world/handler.h"
 
-namespace zrp::sim {
+namespace zrp::sim::parameter_commands_test {
 namespace {
 
 std::string set(World& world, const std::string& children) {
@@ -57,4 +57,4 @@ TEST(Parameters, ARequestWithoutNameOrBrowseIsRefused) {
 }
 
 } // namespace
-} // namespace zrp::sim
+} // namespace zrp::sim::parameter_commands_test

@@ -12,7 +12,7 @@
 #include "tests/support/needs.h"
 #include "tools/harness/child_process.h"
 
-namespace zrp {
+namespace zrp::process_test {
 namespace {
 
 using harness::ChildOptions;
@@ -302,4 +302,4 @@ TEST(Simulator, AClientThatClosesEarlyDoesNotAffectOthers) {
 }
 
 } // namespace
-} // namespace zrp
+} // namespace zrp::process_test

@@ -1,7 +1,7 @@
 #include "tests/zrpsim/asking.h"
 #include "tools/zrpsim/world/handler.h"
 
-namespace zrp::sim {
+namespace zrp::sim::server_management_test {
 namespace {
 
 std::string config(World& world, const std::string& children) {
@@ -111,4 +111,4 @@ TEST(Cluster, AVolumeThatCannotBeMountedIsUnchanged) {
 }
 
 } // namespace
-} // namespace zrp::sim
+} // namespace zrp::sim::server_management_test

@@ -1,7 +1,7 @@
 #include "tests/zrpsim/asking.h"
 #include "tools/zrpsim/world/handler.h"
 
-namespace zrp::sim {
+namespace zrp::sim::storage_commands_test {
 namespace {
 
 std::string exclusion(World& world, const std::string& request) {
@@ -103,4 +103,4 @@ TEST(LogLevel, IsChangedByItsName) {
 }
 
 } // namespace
-} // namespace zrp::sim
+} // namespace zrp::sim::storage_commands_test

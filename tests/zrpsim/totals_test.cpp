@@ -4,7 +4,7 @@
 #include "tests/zrpsim/asking.h"
 #include "tools/zrpsim/world/population.h"
 
-namespace zrp::sim {
+namespace zrp::sim::totals_test {
 namespace {
 
 using namespace std::string_literals;
@@ -112,4 +112,4 @@ TEST(Totals, AgreeWithTheListsAfterLogins) {
 }
 
 } // namespace
-} // namespace zrp::sim
+} // namespace zrp::sim::totals_test

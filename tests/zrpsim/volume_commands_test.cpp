@@ -4,7 +4,7 @@
 #include "tools/zrpsim/world/handler.h"
 #include "tools/zrpsim/world/volume_figures.h"
 
-namespace zrp::sim {
+namespace zrp::sim::volume_commands_test {
 namespace {
 
 std::string list_page(World& world, int startIndex, int maxItems) {
@@ -180,4 +180,4 @@ TEST(VolumeInformation, CountsTheConnectionsWithAFileOpenThere) {
 }
 
 } // namespace
-} // namespace zrp::sim
+} // namespace zrp::sim::volume_commands_test

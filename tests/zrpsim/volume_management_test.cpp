@@ -1,7 +1,7 @@
 #include "tests/zrpsim/asking.h"
 #include "tools/zrpsim/world/handler.h"
 
-namespace zrp::sim {
+namespace zrp::sim::volume_management_test {
 namespace {
 
 std::string create(World& world, const std::string& name, const std::string& mountPoint,
@@ -241,4 +241,4 @@ TEST(Shadow, RefusesInvalidRequests) {
 }
 
 } // namespace
-} // namespace zrp::sim
+} // namespace zrp::sim::volume_management_test

@@ -8,7 +8,7 @@
 #include "tools/zrpsim/world/counters.h"
 #include "tools/zrpsim/world/volume_figures.h"
 
-namespace zrp::sim {
+namespace zrp::sim::world_test {
 namespace {
 
 TEST(World, HasAboutThirtyVolumesAndFiftyConnections) {
@@ -123,4 +123,4 @@ TEST(Counters, ValuesWrapAtThirtyTwoBits) {
 }
 
 } // namespace
-} // namespace zrp::sim
+} // namespace zrp::sim::world_test

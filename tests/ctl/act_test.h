@@ -8,18 +8,14 @@
 #include <gtest/gtest.h>
 
 #include "tests/ctl/run_zrpctl.h"
-#include "tests/support/simulated_server.h"
+#include "tests/ctl/server_suite.h"
 
 namespace zrp {
 
 using Strings = std::vector<std::string>;
 
-class ActTest : public testing::Test {
+class ActTest : public ServerSuite {
 protected:
-    void SetUp() override {
-        ASSERT_TRUE(server_.ready());
-    }
-
     // The answer of a command that succeeds.
     static nlohmann::ordered_json done(Strings words) {
         words.insert(words.end(), {"--json", "--yes"});
@@ -43,9 +39,6 @@ protected:
     static size_t connection_count() {
         return done({"connections"})["connections"].size();
     }
-
-private:
-    SimulatedServer server_{{"--clock", "100000"}};
 };
 
 } // namespace zrp

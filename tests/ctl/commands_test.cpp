@@ -10,9 +10,10 @@
 #include "ctl/command.h"
 #include "ctl/failure.h"
 #include "tests/ctl/command_cases.h"
+#include "tests/ctl/run_here.h"
 #include "tests/ctl/run_zrpctl.h"
+#include "tests/ctl/server_suite.h"
 #include "tests/support/needs.h"
-#include "tests/support/simulated_server.h"
 
 namespace zrp {
 namespace {
@@ -29,12 +30,16 @@ Words call(const CommandCase& one, const Words& more = {}) {
     return words;
 }
 
-Ran run_case(const CommandCase& one, const Words& more = {}) {
+void make_possible(const CommandCase& one) {
     if (!one.before.empty()) {
         Words before = one.before;
         before.insert(before.end(), {"--yes", "--timeout", "0.2"});
-        (void)run_zrpctl(before);
+        (void)run_here(before);
     }
+}
+
+Ran run_case(const CommandCase& one, const Words& more) {
+    make_possible(one);
     return run_zrpctl(call(one, more));
 }
 
@@ -83,11 +88,9 @@ void expect_failure(const CommandCase& one, const Ran& ran, int status) {
     EXPECT_EQ(object.size() > 1, one.isPartial) << ran.output;
 }
 
-class Commands : public testing::TestWithParam<CommandCase> {};
+class Commands : public ServerSuite, public testing::WithParamInterface<CommandCase> {};
 
 TEST_P(Commands, Succeeds) {
-    const SimulatedServer server({"--clock", "100000"});
-    ASSERT_TRUE(server.ready());
     const Ran plain = run_case(GetParam(), {"--if-needed"});
     EXPECT_EQ(plain.status, 0) << plain.errors;
     EXPECT_NE(plain.output, "");
@@ -96,8 +99,6 @@ TEST_P(Commands, Succeeds) {
 }
 
 TEST_P(Commands, AnswersWithOneObject) {
-    const SimulatedServer server({"--clock", "100000"});
-    ASSERT_TRUE(server.ready());
     const Ran ran = run_case(GetParam(), {"--json", "--if-needed"});
     EXPECT_EQ(ran.status, 0) << ran.errors;
     EXPECT_TRUE(ran.json().is_object()) << ran.output;
@@ -111,9 +112,7 @@ TEST_P(Commands, NamesEveryFault) {
             break;
         }
         SCOPED_TRACE(fault);
-        const SimulatedServer server(
-            {"--clock", "100000", "--fault", std::string(fault) + ':' + one.element});
-        ASSERT_TRUE(server.ready());
+        ASSERT_TRUE(begin(std::string(fault) + ':' + one.element));
         const int expected = expected_status(one, status);
         const char* limit = status == kTimedOut || expected == kTimedOut ? "0.2" : "20";
         // The fault comes after the change, which would then be found made.
@@ -121,7 +120,8 @@ TEST_P(Commands, NamesEveryFault) {
         if (expected == 0) {
             more.emplace_back("--if-needed");
         }
-        const Ran plain = run_case(one, more);
+        make_possible(one);
+        const Ran plain = run_here(call(one, more));
         more.emplace_back("--json");
         const Ran ran = run_case(one, more);
         EXPECT_EQ(ran.status, expected) << ran.errors;
@@ -135,11 +135,11 @@ TEST_P(Commands, NamesEveryFault) {
 TEST_P(Commands, SaysThatADaemonIsNotThere) {
     const CommandCase& one = GetParam();
     if (one.socket == nullptr) {
+        ASSERT_TRUE(begin("refuse"));
         EXPECT_EQ(run_zrpctl(call(one)).status, 0);
         return;
     }
-    const SimulatedServer server({"--fault", std::string("refuse:") + one.socket});
-    ASSERT_TRUE(server.ready());
+    ASSERT_TRUE(begin(std::string("refuse:") + one.socket));
     const int expected = expected_status(one, kUnreachable);
     const Ran ran = run_zrpctl(call(one, {"--json", "--timeout", one.waits ? "0.2" : "20"}));
     EXPECT_EQ(ran.status, expected);
@@ -149,6 +149,7 @@ TEST_P(Commands, SaysThatADaemonIsNotThere) {
 }
 
 TEST_P(Commands, HasHelpThatNeedsNoServer) {
+    ASSERT_TRUE(begin("refuse"));
     std::istringstream words(GetParam().command);
     Words asking = {"help"};
     asking.insert(asking.end(), std::istream_iterator<std::string>(words), {});

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/ctl/run_here.h"
 #include "tests/ctl/run_zrpctl.h"
 #include "tests/ctl/server_suite.h"
 
@@ -27,7 +28,7 @@ protected:
     // The status of one that does not.
     static int status_of(Strings words) {
         words.emplace_back("--yes");
-        const Ran ran = run_zrpctl(words);
+        const Ran ran = run_here(words);
         EXPECT_NE(ran.errors, "");
         return ran.status;
     }

@@ -38,9 +38,9 @@ void make_possible(const CommandCase& one) {
     }
 }
 
-Ran run_case(const CommandCase& one, const Words& more) {
+Ran run_case_here(const CommandCase& one, const Words& more) {
     make_possible(one);
-    return run_zrpctl(call(one, more));
+    return run_here(call(one, more));
 }
 
 constexpr int kUnreachable = 3;
@@ -91,7 +91,8 @@ void expect_failure(const CommandCase& one, const Ran& ran, int status) {
 class Commands : public ServerSuite, public testing::WithParamInterface<CommandCase> {};
 
 TEST_P(Commands, Succeeds) {
-    const Ran plain = run_case(GetParam(), {"--if-needed"});
+    make_possible(GetParam());
+    const Ran plain = run_zrpctl(call(GetParam(), {"--if-needed"}));
     EXPECT_EQ(plain.status, 0) << plain.errors;
     EXPECT_NE(plain.output, "");
     // Without namespaces the server is not root's, of which status warns.
@@ -99,7 +100,7 @@ TEST_P(Commands, Succeeds) {
 }
 
 TEST_P(Commands, AnswersWithOneObject) {
-    const Ran ran = run_case(GetParam(), {"--json", "--if-needed"});
+    const Ran ran = run_case_here(GetParam(), {"--json", "--if-needed"});
     EXPECT_EQ(ran.status, 0) << ran.errors;
     EXPECT_TRUE(ran.json().is_object()) << ran.output;
     EXPECT_FALSE(ran.json().contains("error"));
@@ -120,10 +121,9 @@ TEST_P(Commands, NamesEveryFault) {
         if (expected == 0) {
             more.emplace_back("--if-needed");
         }
-        make_possible(one);
-        const Ran plain = run_here(call(one, more));
+        const Ran plain = run_case_here(one, more);
         more.emplace_back("--json");
-        const Ran ran = run_case(one, more);
+        const Ran ran = run_case_here(one, more);
         EXPECT_EQ(ran.status, expected) << ran.errors;
         if (expected != 0) {
             expect_failure(one, ran, expected);
@@ -153,7 +153,7 @@ TEST_P(Commands, HasHelpThatNeedsNoServer) {
     std::istringstream words(GetParam().command);
     Words asking = {"help"};
     asking.insert(asking.end(), std::istream_iterator<std::string>(words), {});
-    const Ran help = run_zrpctl(asking);
+    const Ran help = run_here(asking);
     EXPECT_EQ(help.status, 0);
     EXPECT_NE(help.output.find(ctl::find_command(GetParam().command)->example), std::string::npos);
     asking.erase(asking.begin());
@@ -161,6 +161,22 @@ TEST_P(Commands, HasHelpThatNeedsNoServer) {
     const Ran option = run_zrpctl(asking);
     EXPECT_EQ(option.status, 0);
     EXPECT_EQ(option.output, help.output);
+}
+
+// What the commands say of faults, they say in this process.
+class Program : public ServerSuite {};
+
+TEST_F(Program, EndsWithTheStatusOfEachFault) {
+    const CommandCase one = {"volumes", {"volumes", "--json", "--timeout"}};
+    for (const auto& [fault, status] : kFaults) {
+        SCOPED_TRACE(fault);
+        ASSERT_TRUE(begin(fault));
+        const Ran ran = run_zrpctl(call(one, {status == kTimedOut ? "0.2" : "20"}));
+        EXPECT_EQ(ran.status, status) << ran.errors;
+        if (status != 0) {
+            expect_failure(one, ran, status);
+        }
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Ctl, Commands, testing::ValuesIn(command_cases()),

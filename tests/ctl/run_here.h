@@ -12,6 +12,8 @@
 
 #include "ctl/arguments.h"
 #include "ctl/completion.h"
+#include "ctl/failure.h"
+#include "ctl/printing.h"
 #include "ctl/round.h"
 #include "tests/ctl/run_zrpctl.h"
 #include "tools/harness/descriptor.h"
@@ -54,9 +56,17 @@ inline std::vector<const char*> as_line(const std::vector<std::string>& words) {
     return line;
 }
 
-// A command whose line is right.
+inline int status_here(const std::vector<const char*>& line) {
+    try {
+        return ctl::run_command(ctl::read_command_line(line));
+    } catch (const ctl::Failure& failure) {
+        ctl::report(failure, ctl::wants_json(line));
+        return ctl::exit_status(failure.kind);
+    }
+}
+
+// The same as run_zrpctl().
 inline Ran run_here(const std::vector<std::string>& words) {
-    const ctl::Invocation invocation = ctl::read_command_line(as_line(words));
     (void)std::fflush(stdout);
     // Never closed, since leaks are reported after the last destructor.
     static const intptr_t reports = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);
@@ -65,7 +75,7 @@ inline Ran run_here(const std::vector<std::string>& words) {
     }
     const TakenStream output(STDOUT_FILENO);
     const TakenStream errors(STDERR_FILENO);
-    const int status = ctl::run_command(invocation);
+    const int status = status_here(as_line(words));
     return {status, output.text(), errors.text()};
 }
 

@@ -111,6 +111,13 @@ CLI::App* add_app(CLI::App& parent, const std::string& name) {
     return parent.add_subcommand(name)->fallthrough();
 }
 
+// Whether the command's first word is on the line. All others are kept from CLI11, since telling it
+// of each would take most of the time of a start.
+bool may_be_meant(const Command& command, std::span<const char* const> line) {
+    const std::string_view name = command.name;
+    return std::find(line.begin(), line.end(), name.substr(0, name.find(' '))) != line.end();
+}
+
 CommandSlot add_command(CLI::App& root, const Command& command) {
     const std::string name = command.name;
     const size_t blank = name.find(' ');
@@ -216,7 +223,9 @@ Invocation read_command_line(std::span<const char* const> line) {
     root.require_subcommand(1);
     std::vector<CommandSlot> slots;
     for (const Command& command : commands()) {
-        slots.push_back(add_command(root, command));
+        if (may_be_meant(command, line)) {
+            slots.push_back(add_command(root, command));
+        }
     }
     const auto chosen = [&] {
         return std::find_if(slots.begin(), slots.end(), [](const CommandSlot& slot) {

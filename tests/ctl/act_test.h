@@ -7,19 +7,16 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/ctl/run_here.h"
 #include "tests/ctl/run_zrpctl.h"
-#include "tests/support/simulated_server.h"
+#include "tests/ctl/server_suite.h"
 
 namespace zrp {
 
 using Strings = std::vector<std::string>;
 
-class ActTest : public testing::Test {
+class ActTest : public ServerSuite {
 protected:
-    void SetUp() override {
-        ASSERT_TRUE(server_.ready());
-    }
-
     // The answer of a command that succeeds.
     static nlohmann::ordered_json done(Strings words) {
         words.insert(words.end(), {"--json", "--yes"});
@@ -31,7 +28,7 @@ protected:
     // The status of one that does not.
     static int status_of(Strings words) {
         words.emplace_back("--yes");
-        const Ran ran = run_zrpctl(words);
+        const Ran ran = run_here(words);
         EXPECT_NE(ran.errors, "");
         return ran.status;
     }
@@ -43,9 +40,6 @@ protected:
     static size_t connection_count() {
         return done({"connections"})["connections"].size();
     }
-
-private:
-    SimulatedServer server_{{"--clock", "100000"}};
 };
 
 } // namespace zrp

@@ -10,9 +10,10 @@
 #include "ctl/command.h"
 #include "ctl/failure.h"
 #include "tests/ctl/command_cases.h"
+#include "tests/ctl/run_here.h"
 #include "tests/ctl/run_zrpctl.h"
+#include "tests/ctl/server_suite.h"
 #include "tests/support/needs.h"
-#include "tests/support/simulated_server.h"
 
 namespace zrp::commands_test {
 namespace {
@@ -29,13 +30,17 @@ Words call(const CommandCase& one, const Words& more = {}) {
     return words;
 }
 
-Ran run_case(const CommandCase& one, const Words& more = {}) {
+void make_possible(const CommandCase& one) {
     if (!one.before.empty()) {
         Words before = one.before;
         before.insert(before.end(), {"--yes", "--timeout", "0.2"});
-        (void)run_zrpctl(before);
+        (void)run_here(before);
     }
-    return run_zrpctl(call(one, more));
+}
+
+Ran run_case_here(const CommandCase& one, const Words& more) {
+    make_possible(one);
+    return run_here(call(one, more));
 }
 
 constexpr int kUnreachable = 3;
@@ -83,12 +88,11 @@ void expect_failure(const CommandCase& one, const Ran& ran, int status) {
     EXPECT_EQ(object.size() > 1, one.isPartial) << ran.output;
 }
 
-class Commands : public testing::TestWithParam<CommandCase> {};
+class Commands : public ServerSuite, public testing::WithParamInterface<CommandCase> {};
 
 TEST_P(Commands, Succeeds) {
-    const SimulatedServer server({"--clock", "100000"});
-    ASSERT_TRUE(server.ready());
-    const Ran plain = run_case(GetParam(), {"--if-needed"});
+    make_possible(GetParam());
+    const Ran plain = run_zrpctl(call(GetParam(), {"--if-needed"}));
     EXPECT_EQ(plain.status, 0) << plain.errors;
     EXPECT_NE(plain.output, "");
     // Without namespaces the server is not root's, of which status warns.
@@ -96,9 +100,7 @@ TEST_P(Commands, Succeeds) {
 }
 
 TEST_P(Commands, AnswersWithOneObject) {
-    const SimulatedServer server({"--clock", "100000"});
-    ASSERT_TRUE(server.ready());
-    const Ran ran = run_case(GetParam(), {"--json", "--if-needed"});
+    const Ran ran = run_case_here(GetParam(), {"--json", "--if-needed"});
     EXPECT_EQ(ran.status, 0) << ran.errors;
     EXPECT_TRUE(ran.json().is_object()) << ran.output;
     EXPECT_FALSE(ran.json().contains("error"));
@@ -111,9 +113,7 @@ TEST_P(Commands, NamesEveryFault) {
             break;
         }
         SCOPED_TRACE(fault);
-        const SimulatedServer server(
-            {"--clock", "100000", "--fault", std::string(fault) + ':' + one.element});
-        ASSERT_TRUE(server.ready());
+        ASSERT_TRUE(begin(std::string(fault) + ':' + one.element));
         const int expected = expected_status(one, status);
         const char* limit = status == kTimedOut || expected == kTimedOut ? "0.2" : "20";
         // The fault comes after the change, which would then be found made.
@@ -121,9 +121,9 @@ TEST_P(Commands, NamesEveryFault) {
         if (expected == 0) {
             more.emplace_back("--if-needed");
         }
-        const Ran plain = run_case(one, more);
+        const Ran plain = run_case_here(one, more);
         more.emplace_back("--json");
-        const Ran ran = run_case(one, more);
+        const Ran ran = run_case_here(one, more);
         EXPECT_EQ(ran.status, expected) << ran.errors;
         if (expected != 0) {
             expect_failure(one, ran, expected);
@@ -135,11 +135,11 @@ TEST_P(Commands, NamesEveryFault) {
 TEST_P(Commands, SaysThatADaemonIsNotThere) {
     const CommandCase& one = GetParam();
     if (one.socket == nullptr) {
+        ASSERT_TRUE(begin("refuse"));
         EXPECT_EQ(run_zrpctl(call(one)).status, 0);
         return;
     }
-    const SimulatedServer server({"--fault", std::string("refuse:") + one.socket});
-    ASSERT_TRUE(server.ready());
+    ASSERT_TRUE(begin(std::string("refuse:") + one.socket));
     const int expected = expected_status(one, kUnreachable);
     const Ran ran = run_zrpctl(call(one, {"--json", "--timeout", one.waits ? "0.2" : "20"}));
     EXPECT_EQ(ran.status, expected);
@@ -149,10 +149,11 @@ TEST_P(Commands, SaysThatADaemonIsNotThere) {
 }
 
 TEST_P(Commands, HasHelpThatNeedsNoServer) {
+    ASSERT_TRUE(begin("refuse"));
     std::istringstream words(GetParam().command);
     Words asking = {"help"};
     asking.insert(asking.end(), std::istream_iterator<std::string>(words), {});
-    const Ran help = run_zrpctl(asking);
+    const Ran help = run_here(asking);
     EXPECT_EQ(help.status, 0);
     EXPECT_NE(help.output.find(ctl::find_command(GetParam().command)->example), std::string::npos);
     asking.erase(asking.begin());
@@ -160,6 +161,22 @@ TEST_P(Commands, HasHelpThatNeedsNoServer) {
     const Ran option = run_zrpctl(asking);
     EXPECT_EQ(option.status, 0);
     EXPECT_EQ(option.output, help.output);
+}
+
+// What the commands say of faults, they say in this process.
+class Program : public ServerSuite {};
+
+TEST_F(Program, EndsWithTheStatusOfEachFault) {
+    const CommandCase one = {"volumes", {"volumes", "--json", "--timeout"}};
+    for (const auto& [fault, status] : kFaults) {
+        SCOPED_TRACE(fault);
+        ASSERT_TRUE(begin(fault));
+        const Ran ran = run_zrpctl(call(one, {status == kTimedOut ? "0.2" : "20"}));
+        EXPECT_EQ(ran.status, status) << ran.errors;
+        if (status != 0) {
+            expect_failure(one, ran, status);
+        }
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Ctl, Commands, testing::ValuesIn(command_cases()),

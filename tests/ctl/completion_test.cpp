@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "ctl/command.h"
+#include "tests/ctl/run_here.h"
 #include "tests/ctl/run_zrpctl.h"
 #include "tests/support/simulated_server.h"
 #include "tools/harness/deadline.h"
@@ -27,18 +28,22 @@ std::string completed(std::vector<std::string> words) {
     return ran.output;
 }
 
+std::string completed_here(const std::vector<std::string>& words) {
+    return ctl::completions(as_line(words));
+}
+
 TEST(Completion, OffersEveryCommandAndItsOptions) {
     for (const ctl::Command& command : ctl::commands()) {
         const std::string name = command.name;
         const size_t blank = name.find(' ');
         std::vector<std::string> words = {name.substr(0, blank)};
-        EXPECT_NE(completed(words).find(words.back() + '\n'), std::string::npos) << name;
+        EXPECT_NE(completed_here(words).find(words.back() + '\n'), std::string::npos) << name;
         if (blank != name.npos) {
             words.push_back(name.substr(blank + 1));
-            EXPECT_NE(completed(words).find(words.back() + '\n'), std::string::npos) << name;
+            EXPECT_NE(completed_here(words).find(words.back() + '\n'), std::string::npos) << name;
         }
         words.emplace_back("--");
-        const std::string options = '\n' + completed(words);
+        const std::string options = '\n' + completed_here(words);
         EXPECT_NE(options.find("\n--json\n"), std::string::npos) << name;
         for (const ctl::Argument& argument : command.arguments) {
             const bool isOption = std::string_view(argument.name).starts_with("--");

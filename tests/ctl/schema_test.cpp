@@ -6,6 +6,7 @@
 
 #include "ctl/command.h"
 #include "tests/ctl/command_cases.h"
+#include "tests/ctl/run_here.h"
 #include "tests/ctl/run_zrpctl.h"
 #include "tests/support/simulated_server.h"
 
@@ -44,7 +45,7 @@ std::string all_answers(const std::vector<std::string>& faults) {
     EXPECT_TRUE(server.ready());
     std::string lines;
     for (const CommandCase& one : command_cases()) {
-        const Ran ran = run_zrpctl(json_call(one));
+        const Ran ran = run_here(json_call(one));
         EXPECT_TRUE(ran.json().is_object()) << one.command << ": " << ran.output;
         lines += ran.output;
     }

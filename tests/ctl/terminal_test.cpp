@@ -11,6 +11,7 @@
 #include "ctl/command.h"
 #include "tests/ctl/command_cases.h"
 #include "tests/ctl/run_zrpctl.h"
+#include "tests/ctl/server_suite.h"
 #include "tests/support/scripted_peer.h"
 #include "tests/support/simulated_server.h"
 
@@ -79,12 +80,10 @@ TEST(OnATerminal, ObjectsOfAWatchClearNothing) {
     EXPECT_FALSE(contains(terminal.raw_output(), kClear));
 }
 
-class Example : public testing::TestWithParam<const ctl::Command*> {};
+class Example : public ServerSuite, public testing::WithParamInterface<const ctl::Command*> {};
 
 // As the help prints it, by a person who says yes.
 TEST_P(Example, Works) {
-    const SimulatedServer server({"--clock", "100000"});
-    ASSERT_TRUE(server.ready());
     const std::string program = ZRPCTL_PROGRAM;
     const std::string path = program.substr(0, program.rfind('/')) + ":/usr/bin:/bin";
     harness::Terminal terminal({.rows = 60,

@@ -18,6 +18,9 @@ public:
         return ready_;
     }
 
+    // Sends a line to its control input. False if it is not carried out.
+    [[nodiscard]] bool control(const std::string& line);
+
 private:
     harness::ChildProcess child_;
     bool ready_ = false;

@@ -259,6 +259,20 @@ TEST(Simulator, LetsClientsConnect) {
     EXPECT_EQ(answer_to(child, "connect 32763"), "error: there are 32767 connection slots");
 }
 
+TEST(Simulator, RestoresTheWorldOfTheStart) {
+    ChildProcess child = started({"--control", "--clock", "60"});
+    const std::string first = ask_statistics().reply;
+    EXPECT_EQ(answer_to(child, "connect 3"), "ok");
+    EXPECT_EQ(answer_to(child, "login off"), "ok");
+    const std::string changed = ask_statistics().reply;
+    EXPECT_NE(changed, first);
+    EXPECT_EQ(answer_to(child, "restore"), "ok");
+    EXPECT_EQ(ask_statistics().reply, first);
+    EXPECT_EQ(answer_to(child, "fault wrong-magic"), "ok");
+    EXPECT_EQ(answer_to(child, "restore"), "ok");
+    EXPECT_EQ(ask_statistics().code, kBadMagic);
+}
+
 TEST(Simulator, AWrongCommandGetsAnError) {
     ChildProcess child = started({"--control"});
     EXPECT_EQ(answer_to(child, "dance"), "error: unknown command \"dance\"");

@@ -66,6 +66,7 @@ void set_up(Server& server, const Options& options) {
     } else {
         server.world.bootEpoch = std::time(nullptr) - kStartUpTime;
     }
+    server.firstWorld = server.world;
 }
 
 int serve(const Options& options) {

@@ -92,6 +92,11 @@ std::string add_clients(Server& server, std::istringstream& words) {
     return {};
 }
 
+std::string restore_world(Server& server, std::istringstream&) {
+    server.world = server.firstWorld;
+    return {};
+}
+
 std::string quit(Server& server, std::istringstream&) {
     server.io.stop();
     return {};
@@ -108,6 +113,7 @@ constexpr std::array kControls = std::to_array<ControlRow>({
     {"fill", fill_volume},
     {"login", set_login},
     {"connect", add_clients},
+    {"restore", restore_world},
     {"quit", quit},
 });
 

@@ -29,6 +29,7 @@ using LocalSocket = asio::local::stream_protocol;
 struct Server {
     asio::io_context io{1};
     World world;
+    World firstWorld; // as it was at the start
     SimulatedClock clock;
     std::vector<Fault> faults;
     bool verbose = false;

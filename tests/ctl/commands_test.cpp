@@ -180,7 +180,7 @@ TEST_F(Program, EndsWithTheStatusOfEachFault) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Ctl, Commands, testing::ValuesIn(command_cases()),
-                         [](const auto& info) { return test_name(info.param.command); });
+                         [](const auto& one) { return test_name(one.param.command); });
 
 TEST(CommandTable, EachRowHasATest) {
     std::set<std::string> tested;

@@ -106,7 +106,7 @@ std::vector<const ctl::Command*> all_commands() {
 }
 
 INSTANTIATE_TEST_SUITE_P(Ctl, Example, testing::ValuesIn(all_commands()),
-                         [](const auto& info) { return test_name(info.param->name); });
+                         [](const auto& one) { return test_name(one.param->name); });
 
 constexpr const char* kDocument = CTL_TESTS "/threads.xml";
 

@@ -35,7 +35,8 @@ TEST_F(ConnectionDialog, ListsTheConnectionsOfAPage) {
                   (std::to_string(i + 1) + ". " + user(i + 1) + "        ").substr(0, 12));
     }
     EXPECT_EQ(dialog.terminal.screen().text_at(kPromptRow, kPromptColumn, 60), kPrompt);
-    EXPECT_EQ(dialog.terminal.screen().cursor().row, kPromptRow);
+    EXPECT_TRUE(dialog.terminal.wait_until(
+        [&] { return dialog.terminal.screen().cursor().row == kPromptRow; }));
     EXPECT_EQ(dialog.terminal.cell(kMainTop, 1).text, kTopLeft);
     EXPECT_EQ(dialog.terminal.cell(kDialogBottom, 78).text, kBottomRight);
     EXPECT_EQ(daemon.requests(kList).at(0), "<zrpConsoleRequest pid=\"" +

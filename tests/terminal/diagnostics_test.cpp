@@ -225,7 +225,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Fault{"ShortHeader", reply_header(4).substr(0, 8)}, Fault{"NoReply", ""},
                     Fault{"EarlyClose", reply_header(5000) + "<zrpConsoleReply>"},
                     Fault{"ZeroLength", reply_header(0)},
-                    Fault{"FourGigabytes", reply_header(0xFFFFFFFF)},
+                    Fault{"SixtyFourMegabytes", reply_header(64U << 20U)},
                     Fault{"ErrorStatus", reply("<a/>", 5)},
                     Fault{"ErrorElement", reply("<zrpConsoleReply><result value=\"-5\"/>"
                                                 "</zrpConsoleReply>")},

@@ -155,7 +155,7 @@ TEST_P(ScreenFault, LeavesTheOldValuesAndTheNextPassFillsTheScreenAgain) {
 #define ON(screen)                                                                                 \
     ScreenFaultCase{screen, "refuse"}, ScreenFaultCase{screen, "hang"},                            \
         ScreenFaultCase{screen, "drip"}, ScreenFaultCase{screen, "drip-header"},                   \
-        ScreenFaultCase{screen, "swapped-magic"}, ScreenFaultCase{screen, "huge-length"},          \
+        ScreenFaultCase{screen, "swapped-magic"}, ScreenFaultCase{screen, "long-length"},          \
         ScreenFaultCase{screen, "truncated"}, ScreenFaultCase {                                    \
         screen, "unclosed"                                                                         \
     }

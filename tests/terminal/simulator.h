@@ -24,7 +24,7 @@ namespace zrp {
 // What the simulated server can do to a reply. "refuse" is missing: it affects a whole socket.
 inline constexpr const char* kReplyFaults[] = {
     "hang",          "drip",      "drip-header", "short-header", "wrong-magic",
-    "swapped-magic", "status",    "early-close", "zero-length",  "huge-length",
+    "swapped-magic", "status",    "early-close", "zero-length",  "long-length",
     "garbage",       "truncated", "error-reply", "unclosed",
 };
 

@@ -522,7 +522,7 @@ TEST_P(VersionOfFaultyDaemons, OmitsDaemonsWithoutAVersion) {
 INSTANTIATE_TEST_SUITE_P(Kinds, VersionOfFaultyDaemons,
                          testing::Values("refuse", "drip-header", "short-header", "wrong-magic",
                                          "swapped-magic", "status", "early-close", "zero-length",
-                                         "huge-length", "garbage", "truncated", "error-reply",
+                                         "long-length", "garbage", "truncated", "error-reply",
                                          "unclosed"),
                          name_of_fault);
 

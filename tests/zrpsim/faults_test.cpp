@@ -70,6 +70,7 @@ TEST(Faults, ZeroLengthSendsNoBody) {
 }
 
 TEST(Faults, HugeLengthAnnouncesTheLargestLength) {
+    EXPECT_EQ(header_of(damaged("long-length")).length, 64U << 20U);
     EXPECT_EQ(header_of(damaged("huge-length")).length, UINT32_MAX);
 }
 

@@ -73,9 +73,17 @@ void zero_length(Delivery& delivery) {
     delivery.body.clear();
 }
 
-void huge_length(Delivery& delivery) {
-    delivery.header = header_text(kMagic, UINT32_MAX, 0);
+void claim_length(Delivery& delivery, uint32_t length) {
+    delivery.header = header_text(kMagic, length, 0);
     delivery.body.resize(std::min<size_t>(delivery.body.size(), 64));
+}
+
+void long_length(Delivery& delivery) {
+    claim_length(delivery, 64U << 20U);
+}
+
+void huge_length(Delivery& delivery) {
+    claim_length(delivery, UINT32_MAX);
 }
 
 // With many of the characters that a reader looks for: angle brackets, quotes, slashes and NULs.
@@ -124,6 +132,7 @@ constexpr std::array kKinds = std::to_array<FaultKind>({
     {"status", "set the status in the header to 5", client_error},
     {"early-close", "announce the full length, send half and close", early_close},
     {"zero-length", "announce a length of 0 and send no body", zero_length},
+    {"long-length", "announce 64 MiB, send a little and close", long_length},
     {"huge-length", "announce 4 GiB - 1, send a little and close", huge_length},
     {"garbage", "send random bytes of the right length", garbage},
     {"truncated", "cut the document in the middle, with a length to match", truncated},

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "common/config/config_appenders.h"
+#include "common/config/config_lock.h"
 #include "common/config/config_readers.h"
 #include "common/config/config_removers.h"
 #include "common/result.h"
@@ -255,6 +256,19 @@ TEST_F(ConfigWriters, ALockThatIsNeverGivenBackHoldsNobodyForEver) {
     EXPECT_EQ(content(), "C 3\n");
     EXPECT_FALSE(test::exists(temporary()));
     close(folder);
+}
+
+TEST_F(ConfigWriters, TheFolderOfANameAloneIsTheWorkingFolder) {
+    EXPECT_EQ(test::in_child([&] {
+                  const std::string name = std::filesystem::path(path).filename();
+                  if (chdir(directory.c_str()) != 0) {
+                      return 1;
+                  }
+                  const int folder = open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+                  const ConfigLock lock(name.c_str());
+                  return flock(folder, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK ? 0 : 2;
+              }),
+              0);
 }
 
 TEST_F(ConfigWriters, LeaveNoDescriptorOpen) {

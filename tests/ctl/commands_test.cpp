@@ -54,8 +54,8 @@ struct FaultCase {
 constexpr FaultCase kFaults[] = {
     {"hang", 4},        {"drip", 0},          {"drip-header", 0}, {"short-header", 5},
     {"wrong-magic", 5}, {"swapped-magic", 5}, {"status", 1},      {"early-close", 5},
-    {"zero-length", 5}, {"huge-length", 5},   {"garbage", 5},     {"truncated", 5},
-    {"error-reply", 1}, {"unclosed", 5},
+    {"zero-length", 5}, {"long-length", 5},   {"huge-length", 5}, {"garbage", 5},
+    {"truncated", 5},   {"error-reply", 1},   {"unclosed", 5},
 };
 
 // Of the command for what is a failure of another.

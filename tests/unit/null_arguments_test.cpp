@@ -178,9 +178,9 @@ std::string made_long(std::string text, size_t depth) {
     for (size_t i = 0; i < depth; i++) {
         at = text.find('>', at) + 1;
     }
-    std::string padding;
-    while (padding.size() < size_t{5} << 18) {
-        padding += "<x/>";
+    std::string padding = "<x/>";
+    while (padding.size() <= size_t{1} << 20) {
+        padding += padding;
     }
     return text.insert(at, padding);
 }

@@ -189,14 +189,6 @@ std::string announce(uint32_t length) {
 const std::string kNewValues = statistics(parm("figure", "222") + up_time("77"));
 const std::string kRefusedValues = statistics(parm("figure", "333") + up_time("99"));
 
-// Of the claim of four gigabytes. The thread sanitizer looks at each byte that a scan passes, which
-// takes it most of a minute.
-#if defined(__SANITIZE_THREAD__)
-constexpr uint32_t kHugeLength = 1U << 24;
-#else
-constexpr uint32_t kHugeLength = 0xFFFFFFFF;
-#endif
-
 class ServerFault : public testing::TestWithParam<Fault> {};
 
 TEST_P(ServerFault, LeavesTheOldValuesUntilTheNextPassSucceeds) {

@@ -173,7 +173,7 @@ TEST_F(QueryStatistics, TheHooksGetRequestAndReply) {
 
 TEST_F(QueryStatistics, AReplyOfFourGigabytesIsNoList) {
     ZRP_NEEDS_MEMORY_FOR_HUGE_REPLIES();
-    const int rc = query(reply_header(UINT32_MAX) + kReply);
+    const int rc = query(reply_header(kHugeLength) + kReply);
     EXPECT_TRUE(rc == kOk || rc == kNoMemory);
     EXPECT_TRUE(elements.empty());
 }

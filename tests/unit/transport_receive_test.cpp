@@ -110,7 +110,7 @@ TEST_F(Transport, AFailureWithinTheBodyGoesOnToItsEnd) {
 TEST_F(Transport, AReplyOfFourGigabytesIsReadAsFarAsItArrives) {
     ZRP_NEEDS_MEMORY_FOR_HUGE_REPLIES();
     const ScriptedPeer peer(kMainDaemonSocket,
-                            {{read_request(), send_bytes(reply_header(UINT32_MAX) + "abc")}});
+                            {{read_request(), send_bytes(reply_header(kHugeLength) + "abc")}});
     uint64_t length = 7;
     char* text = nullptr;
     const int rc = IPCServRequestEx(kMainDaemonSocket, kMainDaemonRequest, strlen(kText), kText,
@@ -118,11 +118,11 @@ TEST_F(Transport, AReplyOfFourGigabytesIsReadAsFarAsItArrives) {
     const HeapText owned(text);
     if (rc == kNoMemory) {
         EXPECT_EQ(text, nullptr);
-        EXPECT_EQ(length, UINT32_MAX);
+        EXPECT_EQ(length, kHugeLength);
         return;
     }
     EXPECT_EQ(rc, kOk);
-    EXPECT_EQ(length, UINT32_MAX);
+    EXPECT_EQ(length, kHugeLength);
     EXPECT_STREQ(text, "abc");
     EXPECT_EQ(text[length - 1], '\0');
 }

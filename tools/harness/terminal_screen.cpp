@@ -37,18 +37,17 @@ void append_utf8(std::string& text, uint32_t code) {
     }
 }
 
-std::string cell_text(const VTermScreenCell& cell) {
+void append_text(std::string& text, const VTermScreenCell& cell) {
     if (cell.chars[0] == kRightHalf) {
-        return "";
+        return;
     }
     if (cell.chars[0] == 0) {
-        return " ";
+        text += ' ';
+        return;
     }
-    std::string text;
     for (int i = 0; i < VTERM_MAX_CHARS_PER_CELL && cell.chars[i] != 0; i++) {
         append_utf8(text, cell.chars[i]);
     }
-    return text;
 }
 
 int color_number(const VTermColor& color) {
@@ -182,7 +181,8 @@ Cell TerminalScreen::cell(int row, int column) const {
         return {};
     }
     Cell cell;
-    cell.text = cell_text(raw);
+    cell.text.clear();
+    append_text(cell.text, raw);
     cell.foreground = color_number(raw.fg);
     cell.background = color_number(raw.bg);
     cell.bold = raw.attrs.bold != 0;
@@ -193,10 +193,13 @@ Cell TerminalScreen::cell(int row, int column) const {
 }
 
 std::string TerminalScreen::text_at(int row, int column, int count) const {
-    const int end = count > columns() - column ? columns() : column + count;
+    const int width = columns();
+    const int end = count > width - column ? width : column + count;
     std::string text;
     for (int i = column; i < end; i++) {
-        text += cell(row, i).text;
+        VTermScreenCell raw{};
+        vterm_screen_get_cell(vterm_->screen, VTermPos{row, i}, &raw);
+        append_text(text, raw);
     }
     return text;
 }

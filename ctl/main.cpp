@@ -1,60 +1,9 @@
 // zrpctl: every operation of the client library from a shell.
-#include <cstdio>
-#include <cstring>
-#include <new>
-#include <span>
+#include <cstddef>
 
-#include "common/transport.h"
-#include "ctl/arguments.h"
-#include "ctl/completion.h"
-#include "ctl/failure.h"
-#include "ctl/help.h"
-#include "ctl/interrupt.h"
-#include "ctl/printing.h"
-#include "ctl/round.h"
-#include "ctl/text.h"
-
-namespace zrp::ctl {
-namespace {
-
-// Before a line to complete; for the scripts of the shells only.
-constexpr const char* kComplete = "--complete";
-
-int run(std::span<const char* const> line) {
-    try {
-        if (!line.empty() && std::strcmp(line.front(), kComplete) == 0) {
-            write_output(completions(line.subspan(1)));
-            return kSuccess;
-        }
-        const Invocation invocation = read_command_line(line);
-        switch (invocation.wish) {
-        case Invocation::Wish::kHelp:
-            write_output(invocation.command == nullptr ? general_help()
-                                                       : command_help(*invocation.command));
-            return kSuccess;
-        case Invocation::Wish::kVersion:
-            write_output("zrpctl " ZRP_VERSION "\n");
-            return kSuccess;
-        case Invocation::Wish::kRun:
-            break;
-        }
-        install_handlers(invocation.options.watch.has_value());
-        return run_command(invocation);
-    } catch (const Failure& failure) {
-        report(failure, wants_json(line));
-        return exit_status(failure.kind);
-    } catch (const std::bad_alloc&) {
-        report({Kind::kOutput, "out of memory"}, wants_json(line));
-        return exit_status(Kind::kOutput);
-    }
-}
-
-} // namespace
-} // namespace zrp::ctl
+#include "ctl/program.h"
 
 int main(int argc, char** argv) {
-    zrp::ctl::let_a_closed_pipe_end_it();
-    zrp::ctl::reserve_streams();
-    zrp::ctl::prepare_widths();
-    return zrp::ctl::run({argv + 1, static_cast<size_t>(argc > 0 ? argc - 1 : 0)});
+    zrp::ctl::prepare_process();
+    return zrp::ctl::run_program({argv + 1, static_cast<size_t>(argc > 0 ? argc - 1 : 0)});
 }

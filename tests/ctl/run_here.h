@@ -1,7 +1,8 @@
-// Commands and completions of zrpctl without a process for each: under the sanitizers, its start
-// and end take ten times as long as what it does. What main() adds is tested with the real program.
+// Commands of zrpctl without a process for each: under the sanitizers, its start and end take ten
+// times as long as what it does. What prepare_process() does is tested with the real program.
 #pragma once
 
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <fcntl.h>
@@ -10,11 +11,7 @@
 #include <unistd.h>
 #include <vector>
 
-#include "ctl/arguments.h"
-#include "ctl/completion.h"
-#include "ctl/failure.h"
-#include "ctl/printing.h"
-#include "ctl/round.h"
+#include "ctl/program.h"
 #include "tests/ctl/run_zrpctl.h"
 #include "tools/harness/descriptor.h"
 
@@ -56,15 +53,6 @@ inline std::vector<const char*> as_line(const std::vector<std::string>& words) {
     return line;
 }
 
-inline int status_here(const std::vector<const char*>& line) {
-    try {
-        return ctl::run_command(ctl::read_command_line(line));
-    } catch (const ctl::Failure& failure) {
-        ctl::report(failure, ctl::wants_json(line));
-        return ctl::exit_status(failure.kind);
-    }
-}
-
 // The same as run_zrpctl().
 inline Ran run_here(const std::vector<std::string>& words) {
     (void)std::fflush(stdout);
@@ -75,7 +63,9 @@ inline Ran run_here(const std::vector<std::string>& words) {
     }
     const TakenStream output(STDOUT_FILENO);
     const TakenStream errors(STDERR_FILENO);
-    const int status = status_here(as_line(words));
+    const int status = ctl::run_program(as_line(words));
+    std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGTERM, SIG_DFL);
     return {status, output.text(), errors.text()};
 }
 

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "ctl/command.h"
+#include "ctl/completion.h"
 #include "tests/ctl/run_here.h"
 #include "tests/ctl/run_zrpctl.h"
 #include "tests/support/simulated_server.h"

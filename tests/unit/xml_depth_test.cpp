@@ -66,6 +66,24 @@ TEST(Depth, OfMarkupAtEachPlaceOfAStep) {
     }
 }
 
+TEST(Depth, ANameAtTheEndOfTheRangeIsOpen) {
+    const std::string text = "<a/";
+    const char* const end = text.data() + strlen("<a");
+    Depth depth = {text.data()};
+    EXPECT_EQ(count_depth("tag", end, end, &depth), kOk);
+    EXPECT_EQ(depth.open, 1);
+}
+
+// The tag is skipped after "</", whatever it holds.
+TEST(Depth, MarkupInTheSoughtTagIsNotCounted) {
+    const std::string text = "</a><b>" + std::string(80, '.');
+    const char* const end = text.data() + text.size();
+    Depth depth = {text.data()};
+    // Not so near the end that it is counted tag by tag anyway.
+    EXPECT_EQ(count_depth("a><b", end - 40, end, &depth), kOk);
+    EXPECT_EQ(depth.open, -1);
+}
+
 // Markup that has to be counted tag by tag.
 TEST(Depth, ACountEndsWithAnInterrupt) {
     std::string text;

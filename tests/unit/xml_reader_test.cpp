@@ -296,6 +296,8 @@ TEST(GetNameValueParm, WithoutAValueTheValueIsEmpty) {
 TEST(GetNameValueParm, WithoutATypeTheTypeIsEmpty) {
     EXPECT_EQ(parm_of("<name>N</name><value>5</value>"), (Parm{kOk, "N", "", "5"}));
     EXPECT_EQ(parm_of("<name>N</name><value>5</value><x type=\"int\">"), (Parm{kOk, "N", "", "5"}));
+    EXPECT_EQ(parm_of("<name>N</name><value>type=\"t\"</value>"),
+              (Parm{kOk, "N", "", "type=\"t\""}));
 }
 
 TEST(GetNameValueParm, AValueLongerThanTheCapacityIsRefused) {

@@ -1,11 +1,12 @@
 // Completion, in the real shells.
+#include "ctl/completion.h"
+
 #include <string>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include "ctl/command.h"
-#include "ctl/completion.h"
 #include "tests/ctl/run_here.h"
 #include "tests/ctl/run_zrpctl.h"
 #include "tests/support/simulated_server.h"

@@ -233,7 +233,7 @@ TEST(ExchangeState, AChildHasOnlyItsOwnExchangesUnderWay) {
     wait_for(DaemonId::kMain, ExchangePhase::kWaiting);
     const pid_t child = fork();
     if (child == 0) {
-        alarm(5);
+        alarm(60);
         const bool isIdle = GetExchangeState(DaemonId::kMain).phase == ExchangePhase::kIdle;
         IPCServTerm(); // waits for exchanges in flight
         _exit(isIdle ? 0 : 1);

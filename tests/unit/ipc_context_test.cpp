@@ -214,7 +214,7 @@ TEST_F(IpcContext, AChildDoesNotWaitForAnExchangeOfItsParent) {
     ASSERT_TRUE(peer.wait_for_connections(1));
     const pid_t child = fork();
     if (child == 0) {
-        alarm(10);
+        alarm(60);
         const bool isIdle = context.inFlight == 0;
         const bool works = ask(context).code == kOk;
         IPCServContextClose(context);

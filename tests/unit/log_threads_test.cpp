@@ -1,3 +1,4 @@
+#include <semaphore>
 #include <thread>
 #include <vector>
 
@@ -116,7 +117,7 @@ void* write_for_ever(void* /*unused*/) {
 
 TEST_F(LogThreads, AThreadMayBeCancelledWhileItLogs) {
     IN_CHILD("", [&] {
-        alarm(20); // a hanging child ends
+        alarm(120); // a hanging child ends
         InitLogContext(path.c_str(), kLogEverything);
         for (int i = 0; i < 50; i++) {
             pthread_t thread = {};
@@ -135,31 +136,26 @@ TEST_F(LogThreads, AThreadMayBeCancelledWhileItLogs) {
 
 TEST_F(LogThreads, AChildMayBeForkedWhileOthersLog) {
     IN_CHILD("", [&] {
-        alarm(20); // a hanging child ends
+        alarm(120); // a hanging child ends
         InitLogContext(path.c_str(), kLogEverything);
         std::atomic<bool> done = false;
-        std::atomic<int> entries =
-            0; // to write; without an end to them fork() waits long for its turn
+        // To write; without an end to them fork() waits long for its turn.
+        std::counting_semaphore<> entries{0};
         std::vector<std::jthread> writers;
         for (int i = 0; i < 2; i++) {
             writers.emplace_back([&] {
-                while (!done) {
-                    if (entries > 0) {
-                        entries--;
-                        GetLogContext()->operations.LogErrorTag("parent", "%d", 1);
-                    } else {
-                        std::this_thread::yield();
-                    }
+                for (entries.acquire(); !done; entries.acquire()) {
+                    GetLogContext()->operations.LogErrorTag("parent", "%d", 1);
                 }
             });
         }
         constexpr int kChildren = 100;
         constexpr int kEntriesForEach = 50;
         for (int i = 0; i < kChildren; i++) {
-            entries = kEntriesForEach;
+            entries.release(kEntriesForEach);
             const pid_t child = fork();
             if (child == 0) {
-                alarm(5);
+                alarm(60);
                 operations().LogErrorTag("child", "%d", i);
                 operations().LogClose();
                 operations().LogInfo("dropped");
@@ -170,6 +166,7 @@ TEST_F(LogThreads, AChildMayBeForkedWhileOthersLog) {
             EXPECT_EQ(status, 0) << "child " << i;
         }
         done = true;
+        entries.release(2);
         writers.clear();
         constexpr size_t kPrefixSize = sizeof("[! 2024-05-06 07:08:09]");
         std::istringstream lines(bytes_of(path));

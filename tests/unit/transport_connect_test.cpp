@@ -101,7 +101,7 @@ TEST_F(Transport, ATimeOutOfZeroIsNone) {
 void expect_in_bare_child(bool (*check)()) {
     const pid_t child = fork();
     if (child == 0) {
-        alarm(10);
+        alarm(60);
         closefrom(STDERR_FILENO + 1);
         _exit(check() ? 0 : 1);
     }

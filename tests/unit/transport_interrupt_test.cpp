@@ -327,7 +327,7 @@ TEST_F(Interrupt, ASignalDuringConnectIsNotAFailure) {
 void expect_in_child(const std::function<bool()>& check) {
     const pid_t child = fork();
     if (child == 0) {
-        alarm(10);
+        alarm(60);
         _exit(check() ? 0 : 1);
     }
     int status = 0;
@@ -408,7 +408,7 @@ TEST_F(Interrupt, OfTheParentDoesNotReachTheChild) {
     EXPECT_EQ(ask(), kOk);
     const pid_t child = fork();
     if (child == 0) {
-        alarm(10);
+        alarm(60);
         _exit(ask());
     }
     EXPECT_TRUE(peer.wait_for_connections(2));

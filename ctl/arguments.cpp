@@ -238,10 +238,10 @@ Invocation read_command_line(std::span<const char* const> line) {
     try {
         root.parse(words);
     } catch (const CLI::CallForVersion&) {
-        invocation.wish = Invocation::Wish::kVersion;
+        invocation.action = Invocation::Action::kVersion;
         return invocation;
     } catch (const CLI::CallForHelp&) {
-        invocation.wish = Invocation::Wish::kHelp;
+        invocation.action = Invocation::Action::kHelp;
         invocation.command = chosen() == slots.end() ? nullptr : chosen()->command;
         return invocation;
     } catch (const CLI::ParseError& error) {

@@ -11,8 +11,8 @@
 namespace zrp::ctl {
 
 struct Invocation {
-    enum class Wish : uint8_t { kRun, kHelp, kVersion };
-    Wish wish = Wish::kRun;
+    enum class Action : uint8_t { kRun, kHelp, kVersion };
+    Action action = Action::kRun;
     Options options;
     const Command* command = nullptr; // null for general help
     Arguments arguments;

@@ -33,15 +33,15 @@ int run_program(std::span<const char* const> line) {
             return kSuccess;
         }
         const Invocation invocation = read_command_line(line);
-        switch (invocation.wish) {
-        case Invocation::Wish::kHelp:
+        switch (invocation.action) {
+        case Invocation::Action::kHelp:
             write_output(invocation.command == nullptr ? general_help()
                                                        : command_help(*invocation.command));
             return kSuccess;
-        case Invocation::Wish::kVersion:
+        case Invocation::Action::kVersion:
             write_output("zrpctl " ZRP_VERSION "\n");
             return kSuccess;
-        case Invocation::Wish::kRun:
+        case Invocation::Action::kRun:
             break;
         }
         install_handlers(invocation.options.watch.has_value());

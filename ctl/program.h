@@ -5,11 +5,12 @@
 
 namespace zrp::ctl {
 
-// Before anything else: streams that were closed, a closed pipe, and the widths of characters.
+// Called before anything else: opens standard streams that are closed, lets a closed pipe end the
+// process, and makes the widths of all characters known.
 void prepare_process();
 
-// Does what the command line says, without the program's name, and returns the exit status.
-// Messages of failures are printed. Catches Ctrl-C from then on.
+// Does what the command line says, which is without the program's name. Prints the message of a
+// failure and returns the exit status. A command that runs catches Ctrl-C.
 int run_program(std::span<const char* const> line);
 
 } // namespace zrp::ctl

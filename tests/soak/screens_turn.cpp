@@ -48,9 +48,9 @@ struct Play {
     int columns;
     Terminal terminal;
 
-    explicit Play(Turn& turn)
-        : turn(turn), server(turn), rows(turn.between(25, 40)), columns(turn.between(80, 120)),
-          terminal(monitor(rows, columns)) {}
+    explicit Play(Turn& played)
+        : turn(played), server(played), rows(played.between(25, 40)),
+          columns(played.between(80, 120)), terminal(monitor(rows, columns)) {}
 
     [[nodiscard]] pid_t pid() {
         return terminal.child().pid();

@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <regex>
 #include <set>
 #include <thread>
 #include <unistd.h>
@@ -16,6 +15,7 @@
 #include "tests/exporter/exporter_process.h"
 #include "tests/exporter/new_folder.h"
 #include "tests/support/needs.h"
+#include "tests/support/patterns.h"
 #include "tests/support/simulated_server.h"
 
 namespace zrp::prometheus_test {
@@ -62,10 +62,9 @@ std::string source_file(const std::string& path) {
 // What follows a key of the rules, one expression in a line.
 std::vector<std::string> names_in(const std::string& path, const std::string& key) {
     const std::string text = source_file(path);
-    const std::regex pattern(key + ": ([A-Za-z0-9_:]+)");
     std::vector<std::string> names;
-    for (std::sregex_iterator at(text.begin(), text.end(), pattern), end; at != end; ++at) {
-        names.push_back((*at)[1]);
+    for (const PatternMatch& match : find_matches(text, key + ": ([A-Za-z0-9_:]+)")) {
+        names.push_back(match[1]);
     }
     return names;
 }
@@ -73,11 +72,10 @@ std::vector<std::string> names_in(const std::string& path, const std::string& ke
 // The expressions of the dashboard, with its variables replaced as for "All".
 std::vector<std::string> dashboard_expressions() {
     const std::string text = source_file("contrib/grafana/zrp.json");
-    const std::regex pattern("\"expr\": \"((?:[^\"\\\\]|\\\\.)*)\"");
     std::vector<std::string> found;
-    for (std::sregex_iterator at(text.begin(), text.end(), pattern), end; at != end; ++at) {
-        std::string expression = std::regex_replace((*at)[1].str(), std::regex("\\\\\""), "\"");
-        found.push_back(std::regex_replace(expression, std::regex("\\$(instance|volume)"), ".*"));
+    for (const PatternMatch& match : find_matches(text, R"x("expr": "((?:[^"\\]|\\.)*)")x")) {
+        const std::string expression = replace_matches(match[1], R"(\\")", "\"");
+        found.push_back(replace_matches(expression, R"(\$(instance|volume))", ".*"));
     }
     return found;
 }
@@ -141,11 +139,9 @@ public:
     // The prefix runs the script.
     explicit Fleet(std::vector<std::string> prefix = {}) : child_(OptionsFor(std::move(prefix))) {
         started_ = Answer();
-        const std::regex pattern("([0-9.]+:[0-9]+),? ");
         const std::string exporters = started_.substr(0, started_.find("Prometheus"));
-        for (std::sregex_iterator at(exporters.begin(), exporters.end(), pattern), end; at != end;
-             ++at) {
-            addresses_.push_back((*at)[1]);
+        for (const PatternMatch& match : find_matches(exporters, "([0-9.]+:[0-9]+),? ")) {
+            addresses_.push_back(match[1]);
         }
     }
 
@@ -178,15 +174,14 @@ public:
 
     // Name, server and volume of each alert that fires or is about to.
     std::set<std::string> Alerts() {
-        const std::regex pattern("alertname=\"([A-Za-z]+)\".*alertstate=\"([a-z]+)\".*"
-                                 "instance=\"([0-9.:]+)\"(.*volume=\"([^\"]+)\")?");
-        const std::string answer = Ask("query ALERTS");
+        const char* pattern = R"x(alertname="([A-Za-z]+)".*alertstate="([a-z]+)".*)x"
+                              R"x(instance="([0-9.:]+)"(.*volume="([^"]+)")?)x";
         std::set<std::string> alerts;
-        for (std::sregex_iterator at(answer.begin(), answer.end(), pattern), end; at != end; ++at) {
-            const auto server = std::find(addresses_.begin(), addresses_.end(), (*at)[3].str());
-            alerts.insert((*at)[1].str() + " " + std::to_string(server - addresses_.begin() + 1) +
-                          ((*at)[5].length() == 0 ? "" : " " + (*at)[5].str()) +
-                          ((*at)[2] == "firing" ? "" : " " + (*at)[2].str()));
+        for (const PatternMatch& match : find_matches(Ask("query ALERTS"), pattern)) {
+            const auto server = std::find(addresses_.begin(), addresses_.end(), match[3]);
+            alerts.insert(match[1] + " " + std::to_string(server - addresses_.begin() + 1) +
+                          (match[5].empty() ? "" : " " + match[5]) +
+                          (match[2] == "firing" ? "" : " " + match[2]));
         }
         return alerts;
     }
@@ -273,8 +268,8 @@ void expect_results_of_rules_and_dashboard(Fleet& fleet) {
 // once.
 void expect_alerts_as_shipped_but_for_their_times(Fleet& fleet) {
     const std::string shipped = source_file("contrib/prometheus/alerts.yml");
-    EXPECT_EQ(fleet.Ask("alerts"), std::regex_replace(shipped, std::regex("        for: [0-9]+m\n"),
-                                                      "        for: 0s\n"));
+    EXPECT_EQ(fleet.Ask("alerts"),
+              replace_matches(shipped, "        for: [0-9]+m\n", "        for: 0s\n"));
 }
 
 TEST(Fleet, OfThreeFiresTheAlertsThatItMustAndNoOther) {

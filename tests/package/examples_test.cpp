@@ -1,11 +1,11 @@
 // The example programs, built with the installed library and run on the simulated server.
 #include <fstream>
-#include <regex>
 #include <sstream>
 #include <string_view>
 
 #include "tests/package/installed.h"
 #include "tests/support/needs.h"
+#include "tests/support/patterns.h"
 #include "tests/support/simulated_server.h"
 
 namespace zrp::examples_test {
@@ -196,7 +196,7 @@ TEST(Examples, BuildWithTheFlagsOfPkgConfig) {
 TEST(Examples, TheOneInTheManPageListsVolumes) {
     const fs::path page = kPrefix / "share/man/man3/zrpclient.3";
     std::string example = excerpt(page, ".\\\" Example", ".\\\" End");
-    example = std::regex_replace(example, std::regex(R"(\\e)"), "\\");
+    example = replace_matches(example, R"(\\e)", "\\");
     const SimulatedServer server(kThreeVolumeServer);
     ASSERT_TRUE(server.ready());
     const Outcome outcome = build_and_run(written("man_page.cpp", example));
@@ -222,9 +222,7 @@ TEST(Examples, SeeACounterMove) {
     const SimulatedServer server;
     ASSERT_TRUE(server.ready());
     const Outcome outcome = run({example("watch_counter"), "ipcListener requests", "2", "2"});
-    EXPECT_TRUE(
-        std::regex_match(outcome.output, std::regex(R"(\d+ \(\+0\)\n\d+ \(\+[1-9]\d*\)\n)")))
-        << outcome.output;
+    EXPECT_TRUE(matches(outcome.output, R"(\d+ \(\+0\)\n\d+ \(\+[1-9]\d*\)\n)")) << outcome.output;
 }
 
 TEST(Examples, ReportAnUnknownCounter) {

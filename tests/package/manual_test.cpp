@@ -2,11 +2,11 @@
 #include <algorithm>
 #include <fstream>
 #include <iterator>
-#include <regex>
 #include <set>
 
 #include "tests/package/installed.h"
 #include "tests/support/needs.h"
+#include "tests/support/patterns.h"
 #include "tests/support/simulated_server.h"
 #include "tools/harness/terminal.h"
 
@@ -125,21 +125,17 @@ TEST(Manual, NamesEveryFunctionThatTheLibraryExports) {
         }
     }
     std::set<std::string> words;
-    static const std::regex kWord(R"([A-Za-z_]\w*)");
-    for (auto match = std::sregex_iterator(text.begin(), text.end(), kWord);
-         match != std::sregex_iterator(); match++) {
-        words.insert(match->str());
+    for (const PatternMatch& word : find_matches(text, R"([A-Za-z_]\w*)")) {
+        words.insert(word[0]);
     }
     const Outcome symbols =
         run({"nm", "-C", "--defined-only", "--dynamic", kLibraries / "libzrpclient.so"});
     // A name in namespace zrp, or in a class there, that is not of a sanitizer.
-    static const std::regex kName(R"( [TBDR] zrp::(?:\w+::)?~?([A-Za-z]\w*))");
-    size_t count = 0;
-    for (auto match = std::sregex_iterator(symbols.output.begin(), symbols.output.end(), kName);
-         match != std::sregex_iterator(); match++, count++) {
-        EXPECT_TRUE(words.contains((*match)[1])) << match->str();
+    const auto names = find_matches(symbols.output, R"( [TBDR] zrp::(?:\w+::)?~?([A-Za-z]\w*))");
+    for (const PatternMatch& name : names) {
+        EXPECT_TRUE(words.contains(name[1])) << name[0];
     }
-    EXPECT_GT(count, 200U);
+    EXPECT_GT(names.size(), 200U);
 }
 
 TEST(Manual, HasAPageForEachPublicHeader) {
@@ -249,11 +245,11 @@ TEST(ManualExamples, TheExporterShowsItsMetrics) {
 TEST(ManualExamples, TheExporterTakesItsOptions) {
     ZRP_NEEDS_NAMESPACES();
     const std::string options = block("man8/zrp-exporter.8", "ZRP_EXPORTER_OPTIONS=");
-    std::smatch match;
-    ASSERT_TRUE(std::regex_search(options, match, std::regex(R"(=(.* ((\d+\.){3}\d+):\d+.*)\n)")));
-    raise_loopback(match[2]);
+    const auto found = find_matches(options, R"(=(.* ((\d+\.){3}\d+):\d+.*)\n)");
+    ASSERT_EQ(found.size(), 1U);
+    raise_loopback(found[0][2]);
     harness::ChildOptions child;
-    child.arguments = {"sh", "-c", "exec zrp-exporter " + match[1].str()};
+    child.arguments = {"sh", "-c", "exec zrp-exporter " + found[0][1]};
     child.environment = {path_variable()};
     child.standardErrors = harness::kPipe;
     harness::ChildProcess exporter(child);
@@ -366,11 +362,10 @@ TEST(ManualExamples, OfTheCommandWork) {
     }
     EXPECT_GT(lines.size(), 40U);
     // A line of a crontab is its command; the folder is the test's.
-    static const std::regex kSchedule(R"(^(\S+ ){5}root )");
-    static const std::regex kFolder("/var/lib/prometheus/node-exporter");
     for (const std::string& line : lines) {
-        const std::string command = std::regex_replace(line, kSchedule, "");
-        expect_success(std::regex_replace(command, kFolder, kInstalled.string()));
+        const std::string command = replace_matches(line, R"(^(\S+ ){5}root )", "");
+        expect_success(
+            replace_matches(command, "/var/lib/prometheus/node-exporter", kInstalled.string()));
     }
     EXPECT_TRUE(contents(kInstalled / "zrp.prom").find("zrp_up") != std::string::npos);
 }

@@ -1,12 +1,12 @@
 // The contents of the installed tree, and the symbols that its libraries export.
 #include <fstream>
 #include <iterator>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <string_view>
 
 #include "tests/package/installed.h"
+#include "tests/support/patterns.h"
 
 namespace zrp::package_test {
 namespace {
@@ -32,14 +32,12 @@ std::set<std::string> headers_below(const fs::path& folder) {
 // The names that the installed headers declare: every word outside comments after which the name of
 // a function or variable can end.
 std::set<std::string> declared_names() {
-    static const std::regex kComment("//[^\n]*");
-    static const std::regex kName(R"((operator\(\)|~?[A-Za-z_]\w*)\s*[(=;{\[])");
     std::set<std::string> names;
     for (const std::string& header : headers_below(kHeaders)) {
-        const std::string text = std::regex_replace(contents(kHeaders / header), kComment, "");
-        for (auto match = std::sregex_iterator(text.begin(), text.end(), kName);
-             match != std::sregex_iterator(); match++) {
-            names.insert((*match)[1]);
+        const std::string text = replace_matches(contents(kHeaders / header), "//[^\n]*", "");
+        const char* name = R"((operator\(\)|~?[A-Za-z_]\w*)\s*[(=;{\[])";
+        for (const PatternMatch& match : find_matches(text, name)) {
+            names.insert(match[1]);
         }
     }
     return names;
@@ -72,15 +70,12 @@ std::vector<Symbol> symbols_of(const fs::path& library, const std::string& table
     const Outcome outcome = run({"nm", "-C", "--defined-only", table, library});
     EXPECT_EQ(outcome.status, (harness::ExitStatus{0, 0})) << outcome.output;
     std::vector<Symbol> symbols;
-    std::istringstream lines(outcome.output);
-    for (std::string line; std::getline(lines, line);) {
-        // Address, kind, name; the name may hold blanks and end with "@@VERSION".
-        static const std::regex kRow(R"([0-9a-f]+ (\w) ([^@]+)(@@.*)?)");
-        std::smatch match;
+    // Address, kind, name; the name may hold blanks and end with "@@VERSION".
+    const char* row = R"([0-9a-f]+ (\w) ([^@\n]+)(@@.*)?\n)";
+    for (const PatternMatch& match : find_matches(outcome.output, row)) {
         // Symbols of the address sanitizer and of the version script are not the library's.
-        if (std::regex_match(line, match, kRow) && match[1] != "A" &&
-            !match[2].str().starts_with("__odr_asan")) {
-            symbols.push_back({match[1].str()[0], match[2]});
+        if (match[1] != "A" && !match[2].starts_with("__odr_asan")) {
+            symbols.push_back({match[1][0], match[2]});
         }
     }
     EXPECT_GT(symbols.size(), 100U);
@@ -164,11 +159,9 @@ TEST(Package, ACFileGetsOneClearErrorForAnyHeader) {
         const Outcome outcome =
             run({ZRP_COMPILER, "-x", "c", "-fsyntax-only", "-I", kPrefix / "include", source});
         EXPECT_NE(outcome.status, (harness::ExitStatus{0, 0}));
-        static const std::regex kError("(^|\n)[^\n]*error: [^\n]*");
-        const auto first =
-            std::sregex_iterator(outcome.output.begin(), outcome.output.end(), kError);
-        ASSERT_EQ(std::distance(first, std::sregex_iterator()), 1) << outcome.output;
-        EXPECT_NE(first->str().find("zrpclient is a C++20 library: compile this file as C++"),
+        const auto errors = find_matches(outcome.output, "(^|\n)[^\n]*error: [^\n]*");
+        ASSERT_EQ(errors.size(), 1U) << outcome.output;
+        EXPECT_NE(errors[0][0].find("zrpclient is a C++20 library: compile this file as C++"),
                   std::string::npos)
             << outcome.output;
     }

@@ -1,7 +1,6 @@
 // The row that says what does not answer: its text, when it appears, and that nothing else changes.
 
-#include <regex>
-
+#include "tests/support/patterns.h"
 #include "tests/terminal/monitor_fixture.h"
 #include "tests/terminal/simulator.h"
 
@@ -24,9 +23,7 @@ bool row_is_blank(const Terminal& terminal) {
 }
 
 bool wait_for_row(Terminal& terminal, const std::string& pattern) {
-    const std::regex expected(pattern);
-    return terminal.wait_until(
-        [&] { return std::regex_match(terminal.row(kRowOfStatus), expected); });
+    return terminal.wait_until([&] { return matches(terminal.row(kRowOfStatus), pattern); });
 }
 
 std::string no_answer(const std::string& name, const std::string& reason) {
@@ -35,9 +32,8 @@ std::string no_answer(const std::string& name, const std::string& reason) {
 
 // The seconds that the row shows, -1 without any.
 int seconds_shown(const Terminal& terminal) {
-    std::smatch found;
-    const std::string row = terminal.row(kRowOfStatus);
-    return std::regex_search(row, found, std::regex("for ([0-9]+) s")) ? std::stoi(found[1]) : -1;
+    const auto found = find_matches(terminal.row(kRowOfStatus), "for ([0-9]+) s");
+    return found.empty() ? -1 : std::stoi(found[0][1]);
 }
 
 // The rows below the main window but for the status row.

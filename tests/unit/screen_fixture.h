@@ -2,12 +2,12 @@
 // gives each answer once.
 #pragma once
 
-#include <regex>
 #include <string>
 #include <vector>
 
 #include "common/transport.h"
 #include "core/window.h"
+#include "tests/support/patterns.h"
 #include "tests/support/scripted_peer.h"
 #include "tests/unit/headless_curses.h"
 
@@ -50,8 +50,8 @@ struct NoRoomForWindows {
 
 // Whether the trace ends with the dialog's failure to open its window.
 inline bool reports_missing_window(const std::string& traced, const std::string& dialog) {
-    return std::regex_search(
-        traced, std::regex("(^|\n)" + dialog + ": create_newwin\\(\\) failed err=\\d+\n$"));
+    const std::string pattern = "(^|\n)" + dialog + ": create_newwin\\(\\) failed err=\\d+\n$";
+    return !find_matches(traced, pattern).empty();
 }
 
 // Answers the requests with these bytes in order, and further ones with the last.

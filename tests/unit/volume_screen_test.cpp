@@ -1,7 +1,6 @@
 // The exact results and traces of the Volume screen and its dialog.
 #include <algorithm>
 #include <cstring>
-#include <regex>
 
 #include "common/bounded_copy.h"
 #include "common/heap_text.h"
@@ -11,6 +10,7 @@
 #include "screens/volume.h"
 #include "screens/volume_dialog.h"
 #include "tests/support/failing_allocation.h"
+#include "tests/support/patterns.h"
 #include "tests/support/volume_replies.h"
 #include "tests/unit/failing_malloc.h"
 #include "tests/unit/screen_fixture.h"
@@ -24,7 +24,7 @@ constexpr size_t kInformationRequestSize = 1024;
 
 // The trace with its addresses masked.
 std::string masked(const TraceText& traced) {
-    return std::regex_replace(traced.get(), std::regex("=0x0x[0-9a-f]+"), "=ADDRESS");
+    return replace_matches(traced.get(), "=0x0x[0-9a-f]+", "=ADDRESS");
 }
 
 std::string quoted(const std::string& text) {

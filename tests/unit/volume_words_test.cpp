@@ -1,5 +1,4 @@
 #include <cerrno>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -8,6 +7,7 @@
 #include "common/heap_text.h"
 #include "common/requests/volume_mounting.h"
 #include "common/result.h"
+#include "tests/support/patterns.h"
 
 namespace zrp::volume_words_test {
 namespace {
@@ -22,11 +22,10 @@ std::vector<std::string> volumes_of(const char* text) {
         EXPECT_EQ(errno, EINVAL) << text;
         return volumes;
     }
-    static const std::regex kVolume("<volume><name>([^<]*)</name><volumeNumber>([^<]*)</");
     const std::string request(document.get(), length);
-    for (auto match = std::sregex_iterator(request.begin(), request.end(), kVolume);
-         match != std::sregex_iterator(); match++) {
-        volumes.push_back((*match)[1].str() + "=" + (*match)[2].str());
+    const char* volume = "<volume><name>([^<]*)</name><volumeNumber>([^<]*)</";
+    for (const PatternMatch& match : find_matches(request, volume)) {
+        volumes.push_back(match[1] + "=" + match[2]);
     }
     return volumes;
 }

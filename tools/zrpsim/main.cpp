@@ -3,8 +3,7 @@
 #include <cstdio>
 #include <exception>
 
-#include <CLI/CLI.hpp>
-
+#include "tools/zrpsim/options.h"
 #include "tools/zrpsim/server/control.h"
 #include "tools/zrpsim/server/server.h"
 
@@ -13,36 +12,6 @@ namespace {
 using namespace zrp::sim;
 
 constexpr int64_t kStartUpTime = 3 * 86400 + 4 * 3600 + 5 * 60; // like a server in use
-
-struct Options {
-    std::vector<std::string> faults;
-    uint64_t seed = 1;
-    std::optional<int64_t> clock;
-    WorldSize size;
-    bool verbose = false;
-    bool control = false;
-    bool listFaults = false;
-};
-
-void declare(CLI::App& app, Options& options) {
-    app.add_option("--fault", options.faults, "Damage replies: KIND[:COMMAND or :SOCKET]")
-        ->type_name("KIND[:TARGET]")
-        ->allow_extra_args(false);
-    app.add_flag("--list-faults", options.listFaults, "List the kinds of faults and exit");
-    app.add_option("--seed", options.seed, "Create another world");
-    app.add_option("--clock", options.clock,
-                   "Stop the clock at this up time, so that no figure moves")
-        ->type_name("SECONDS")
-        ->check(CLI::Range(0, INT32_MAX));
-    app.add_option("--volumes", options.size.volumes, "Number of volumes")
-        ->capture_default_str()
-        ->check(CLI::Range(0, kMaxVolumes));
-    app.add_option("--connections", options.size.connections, "Number of connections")
-        ->capture_default_str()
-        ->check(CLI::Range(0, 1000000));
-    app.add_flag("--control", options.control, "Read commands from standard input");
-    app.add_flag("-v,--verbose", options.verbose, "Write a line for each request");
-}
 
 int list_faults() {
     for (const FaultKind& kind : fault_kinds()) {
@@ -86,12 +55,8 @@ int serve(const Options& options) {
 
 int run(int argc, char** argv) {
     Options options;
-    CLI::App app{"zrpsim: a simulated ZRP file server", "zrpsim"};
-    declare(app, options);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : 1;
+    if (const std::optional<int> status = read_options(argc, argv, options)) {
+        return *status;
     }
     return options.listFaults ? list_faults() : serve(options);
 }

@@ -20,48 +20,37 @@ using std::chrono::milliseconds;
 // woken for each piece; a poll() for input is not.
 enum class FirstStep { kReceive, kWait };
 
-// Makes one recv() that an interrupt can end. *count becomes its result, and -1 when the timeout is
-// up. Returns kOk, ECANCELED or ETIMEDOUT.
-int receive_once(int fd, FirstStep first, void* data, size_t size, const timeval& timeout,
-                 const Bounds& bounds, ssize_t* count) {
+struct Received {
+    int rc;        // kOk, ECANCELED or ETIMEDOUT
+    ssize_t count; // of bytes, or -1 with errno as recv() sets it; EAGAIN when the timeout is up
+};
+
+// Makes one recv() that an interrupt can end.
+Received receive_once(int fd, FirstStep first, void* data, size_t size, const timeval& timeout,
+                      const Bounds& bounds) {
     int rc =
         first == FirstStep::kReceive ? bounds.check() : wait_ready(fd, POLLIN, timeout, bounds);
     while (rc == kOk) {
-        *count = recv(fd, data, size, MSG_DONTWAIT);
-        if (*count >= 0 || (errno != EAGAIN && errno != EINTR)) {
-            return kOk;
+        const ssize_t count = recv(fd, data, size, MSG_DONTWAIT);
+        if (count >= 0 || (errno != EAGAIN && errno != EINTR)) {
+            return {kOk, count};
         }
         rc = wait_ready(fd, POLLIN, timeout, bounds);
     }
     if (rc == EAGAIN) {
-        *count = -1;
         errno = EAGAIN;
-        return kOk;
+        return {kOk, -1};
     }
-    return rc;
+    return {rc, -1};
 }
 
-// Lets the bytes of a peer that sends a few at a time gather, so that each does not cost a wake-up.
-class Gathering {
-public:
-    // Waits if the pieces have been small for a while, longer each time.
-    void after_piece(size_t count, const Bounds& bounds) {
-        small_ = count < kSmallPiece ? std::min(small_ + 1, kTolerated + kDoublings) : 0;
-        if (small_ > kTolerated) {
-            const milliseconds pause = std::min(milliseconds{1 << (small_ - kTolerated)},
-                                                next_slice(bounds.end, bounds.end));
-            poll(nullptr, 0, static_cast<int>(pause.count()));
-            tell_wait_listener();
-        }
+void let_bytes_gather(milliseconds pause, const Bounds& bounds) {
+    if (pause > milliseconds{0}) {
+        const milliseconds slice = std::min(pause, next_slice(bounds.end, bounds.end));
+        poll(nullptr, 0, static_cast<int>(slice.count()));
+        tell_wait_listener();
     }
-
-private:
-    static constexpr size_t kSmallPiece = 4096;
-    static constexpr int kTolerated = 16;
-    static constexpr int kDoublings = 7; // up to 128 milliseconds
-
-    int small_ = 0; // pieces in a row
-};
+}
 
 // Fills the body as far as the peer sends it. *filled becomes the number of bytes that came.
 //
@@ -70,12 +59,11 @@ private:
 // back by one byte and the loop goes on.
 int receive_body(int fd, char* body, uint64_t length, const timeval& timeout, const Bounds& bounds,
                  uint64_t* filled) {
-    Gathering gathering;
+    SmallPieces pieces;
     uint64_t total = 0;
     while (total < length) {
-        ssize_t count = 0;
-        const int rc = receive_once(fd, FirstStep::kReceive, body + total, length - total, timeout,
-                                    bounds, &count);
+        const auto [rc, count] =
+            receive_once(fd, FirstStep::kReceive, body + total, length - total, timeout, bounds);
         if (rc != kOk) {
             return rc;
         }
@@ -85,7 +73,7 @@ int receive_body(int fd, char* body, uint64_t length, const timeval& timeout, co
         total += static_cast<uint64_t>(count);
         *filled = count > 0 ? std::max(*filled, total) : *filled;
         if (count > 0 && total < length && is_none(timeout)) {
-            gathering.after_piece(static_cast<size_t>(count), bounds);
+            let_bytes_gather(pause_after_piece(&pieces, static_cast<size_t>(count)), bounds);
         }
     }
     return kOk;
@@ -96,7 +84,7 @@ int receive_body(int fd, char* body, uint64_t length, const timeval& timeout, co
 int receive_whole_body(int fd, uint64_t length, const timeval& timeout, const Bounds& bounds,
                        HeapText* body) {
     constexpr uint64_t kFirstRoom = 1U << 16;
-    Gathering gathering;
+    SmallPieces pieces;
     uint64_t room = 0;
     for (uint64_t total = 0; total < length;) {
         if (total == room) {
@@ -108,9 +96,8 @@ int receive_whole_body(int fd, uint64_t length, const timeval& timeout, const Bo
             (void)body->release();
             body->reset(grown);
         }
-        ssize_t count = 0;
-        const int rc = receive_once(fd, FirstStep::kReceive, body->get() + total, room - total,
-                                    timeout, bounds, &count);
+        const auto [rc, count] = receive_once(fd, FirstStep::kReceive, body->get() + total,
+                                              room - total, timeout, bounds);
         if (rc != kOk) {
             return rc;
         }
@@ -118,21 +105,21 @@ int receive_whole_body(int fd, uint64_t length, const timeval& timeout, const Bo
             return count < 0 && errno == EAGAIN ? ETIMEDOUT : int{kShortHeader};
         }
         total += static_cast<uint64_t>(count);
-        gathering.after_piece(static_cast<size_t>(count), bounds);
+        let_bytes_gather(pause_after_piece(&pieces, static_cast<size_t>(count)), bounds);
     }
     return kOk;
 }
 
 int receive_header(const IPCClient& client, const timeval& timeout, const Bounds& bounds,
                    ReplyHeader* header) {
+    if (client.fd < 0) {
+        return kShortHeader;
+    }
     size_t total = 0;
     do {
-        ssize_t count = 0;
-        const int rc =
-            client.fd < 0
-                ? int{kShortHeader}
-                : receive_once(client.fd, FirstStep::kWait, reinterpret_cast<char*>(header) + total,
-                               sizeof *header - total, timeout, bounds, &count);
+        const auto [rc, count] =
+            receive_once(client.fd, FirstStep::kWait, reinterpret_cast<char*>(header) + total,
+                         sizeof *header - total, timeout, bounds);
         if (rc != kOk) {
             return rc;
         }
@@ -196,6 +183,15 @@ int receive_reply(const IPCClient& client, const timeval& timeout, const Bounds&
         *buffer = body.release();
     }
     return rc;
+}
+
+milliseconds pause_after_piece(SmallPieces* pieces, size_t count) {
+    constexpr size_t kSmall = 4096;
+    constexpr int kTolerated = 16;
+    constexpr int kDoublings = 7;
+    pieces->inARow = count < kSmall ? std::min(pieces->inARow + 1, kTolerated + kDoublings) : 0;
+    const int doublings = pieces->inARow - kTolerated;
+    return milliseconds{doublings > 0 ? 1 << doublings : 0};
 }
 
 int IPCClient::Receive(uint32_t* status, uint64_t* length, char** buffer) const {

@@ -1,6 +1,8 @@
 // The last step of an exchange. Internal to the library.
 #pragma once
 
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <sys/time.h>
 
@@ -15,6 +17,16 @@ namespace zrp {
 // timeout, which is that of each receive, of 0 is none.
 int receive_reply(const IPCClient& client, const timeval& timeout, const Bounds& bounds,
                   uint32_t* status, uint64_t* length, char** buffer);
+
+// The pieces of one reply so far.
+struct SmallPieces {
+    int inARow = 0;
+};
+
+// How long to let further bytes gather after a piece of this many, so that a peer that sends a few
+// at a time does not cost a wake-up for each: not at all until 16 pieces in a row were shorter than
+// 4096 bytes, then twice as long after each, up to 128 milliseconds.
+std::chrono::milliseconds pause_after_piece(SmallPieces* pieces, size_t count);
 
 } // namespace zrp
 

@@ -1,3 +1,5 @@
+#include "common/transport_receive.h"
+
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -26,6 +28,21 @@ TEST_F(Transport, AReplyInManyPiecesIsJoined) {
     }
     const ScriptedPeer peer(kMainDaemonSocket, {script});
     expect_text(ask(), "abcdefghijklmnopqrstuvwxyz");
+}
+
+TEST(PauseAfterPiece, BeginsAfterSixteenSmallOnesInARowAndDoubles) {
+    SmallPieces pieces;
+    const auto expect_pauses = [&] {
+        for (int i = 0; i < 16; i++) {
+            EXPECT_EQ(pause_after_piece(&pieces, 4095), 0ms) << i;
+        }
+        for (const auto pause : {2ms, 4ms, 8ms, 16ms, 32ms, 64ms, 128ms, 128ms, 128ms}) {
+            EXPECT_EQ(pause_after_piece(&pieces, 1), pause);
+        }
+    };
+    expect_pauses();
+    EXPECT_EQ(pause_after_piece(&pieces, 4096), 0ms);
+    expect_pauses();
 }
 
 TEST_F(Transport, BytesAfterTheAnnouncedLengthAreNotRead) {

@@ -1,11 +1,13 @@
 // soak [SECONDS] [SEED]: turns until the time is over, at least one. The seeds of the turns count
 // up from SEED, and `soak 0 SEED` repeats one of them.
+#include <charconv>
 #include <chrono>
 #include <cstdio>
 #include <iterator>
+#include <optional>
+#include <random>
 #include <string>
-
-#include <CLI/CLI.hpp>
+#include <string_view>
 
 #include "tests/soak/soak.h"
 #include "tools/harness/private_network.h"
@@ -56,21 +58,27 @@ int run(int seconds, uint64_t seed) {
     return 0;
 }
 
+template <typename Number>
+std::optional<Number> read_number(std::string_view text) {
+    Number number{};
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    CLI::App app("Random work on the monitor and the library, judged after each turn", "soak");
-    int seconds = 60;
-    uint64_t seed = std::random_device()();
-    app.add_option("SECONDS", seconds, "Begin no turn after this time")
-        ->check(CLI::NonNegativeNumber);
-    app.add_option("SEED", seed, "Of the first turn; random if it is missing");
-    CLI11_PARSE(app, argc, argv);
-
+    const auto seconds = argc > 1 ? read_number<int>(argv[1]) : 60;
+    const auto seed = argc > 2 ? read_number<uint64_t>(argv[2]) : std::random_device()();
+    if (argc > 3 || !seconds || *seconds < 0 || !seed) {
+        std::fputs("usage: soak [SECONDS] [SEED]\n", stderr);
+        return 2;
+    }
     const auto network = zrp::harness::enter_private_network();
     if (!network.root) {
         std::printf("needs root: %s\n", network.reason.c_str());
         return 77; // for ctest: skipped
     }
-    return run(seconds, seed);
+    return run(*seconds, *seed);
 }

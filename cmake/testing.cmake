@@ -1,5 +1,8 @@
 # How tests are declared.
 
+# A failed assertion has its line anyway, and a sanitizer names the test. The product keeps its lines.
+set(ZRP_TEST_DEBUG_INFO -g0 CACHE STRING "Debug information of the test programs, such as -g")
+
 # The programs that run under the thread sanitizer.
 add_custom_target(thread_tests)
 
@@ -32,6 +35,7 @@ function(zrp_test name)
     endforeach()
     # g++ takes a source that is compiled with others for a header.
     target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+    target_compile_options(${name} PRIVATE ${ZRP_TEST_DEBUG_INFO})
     target_precompile_headers(${name} REUSE_FROM test_precompiled)
     if(TEST_PLAIN)
         target_link_libraries(${name} PRIVATE GTest::gtest_main ${TEST_LIBRARIES})

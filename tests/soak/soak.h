@@ -27,7 +27,7 @@ struct Turn {
     std::mt19937_64 random; // from the seed
     std::string journal;    // a line for each thing done, printed with a failure
 
-    explicit Turn(uint64_t seed, uint64_t number) : number(number), random(seed) {}
+    explicit Turn(uint64_t seed, uint64_t ofItsKind) : number(ofItsKind), random(seed) {}
 
     // A number from 0 to count - 1.
     size_t below(size_t count) {

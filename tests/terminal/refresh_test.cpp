@@ -245,25 +245,34 @@ TEST(RefreshThread, NeverDrawsWhileTheMainThreadIsInsideNcurses) {
     expect_clean_end(fixture.terminal);
 }
 
-// Many switches around six passes: every frame stays whole and the figures come back.
-TEST(RefreshThread, FastSwitchingLeavesNoWrongCell) {
+// The key of the dialog comes while a pass waits for its figures.
+TEST(RefreshThread, DrawsTheFiguresOfAPassBeforeADialogThatIsOpenedDuringIt) {
     ZRP_NEEDS_ROOT();
-    const ScriptedPeer peer(kMainDaemonSocket, answers({kFigures}));
+    std::vector<PeerScript> scripts;
+    for (int i = 10; i < 90; i++) {
+        const std::string figures = statistics(parm("figure", std::to_string(i)) + up_time("9"));
+        scripts.push_back(
+            {read_request(), pause_for(harness::milliseconds{50}), send_bytes(reply(figures))});
+    }
+    const ScriptedPeer peer(kMainDaemonSocket, std::move(scripts));
     Terminal terminal(monitor());
-    ASSERT_TRUE(terminal.wait_until([&] { return shows_figures(terminal); }));
-    const harness::Snapshot before = terminal.screen().snapshot();
-    const auto shows_version = [&] { return terminal.screen().find_row(kVersion.shown) != -1; };
-    const auto switch_twice = [&] {
-        terminal.press(kVersion.key);
-        const bool there = terminal.wait_until(shows_version);
-        terminal.press(kGeneral.key);
-        return terminal.wait_until([&] { return !shows_version(); }) && there;
+    const auto wait_for_requests = [&](size_t count) {
+        const size_t before = peer.connections();
+        return terminal.wait_until([&] { return peer.connections() >= before + count; });
     };
-    ASSERT_TRUE(repeat_around_passes(
-        terminal, 6, 1, [&] { return peer.connections(); }, switch_twice))
-        << terminal.text();
-    EXPECT_TRUE(terminal.wait_until([&] { return terminal.screen().snapshot() == before; }))
-        << terminal.text();
+    for (int i = 0; i < 3; i++) {
+        ASSERT_TRUE(terminal.wait_for("figure: ")) << terminal.text();
+        ASSERT_TRUE(terminal.wait_for_rest());
+        ASSERT_TRUE(wait_for_requests(2)); // the strip's, and that of the list
+        terminal.press(kDiagnostics.key);
+        ASSERT_TRUE(terminal.wait_for(kDiagnostics.prompt)) << terminal.text();
+        const harness::Snapshot opened = terminal.screen().snapshot();
+        ASSERT_TRUE(wait_for_requests(2)); // both the strip's
+        EXPECT_EQ(terminal.screen().snapshot(), opened) << terminal.text();
+        terminal.press(Key::kF1);
+    }
+    ASSERT_TRUE(terminal.wait_for("figure: "));
+    expect_clean_end(terminal);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 # How tests are declared.
 
-# A failed assertion has its line anyway, and a sanitizer names the test. The product keeps its lines.
+# A failed assertion prints its line anyway, and the report of a sanitizer names the test. The product
+# keeps its debug information.
 set(ZRP_TEST_DEBUG_INFO -g0 CACHE STRING "Debug information of the test programs, such as -g")
 
 # The programs that run under the thread sanitizer.

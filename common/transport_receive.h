@@ -23,9 +23,9 @@ struct SmallPieces {
     int inARow = 0;
 };
 
-// How long to let further bytes gather after a piece of this many, so that a peer that sends a few
-// at a time does not cost a wake-up for each: not at all until 16 pieces in a row were shorter than
-// 4096 bytes, then twice as long after each, up to 128 milliseconds.
+// How long to let further bytes gather after a piece of `count` bytes, so that a peer that sends a
+// few at a time does not cost a wake-up for each: not at all until 16 pieces in a row were shorter
+// than 4096 bytes, then for 2 milliseconds, and twice as long after each further one, up to 128.
 std::chrono::milliseconds pause_after_piece(SmallPieces* pieces, size_t count);
 
 } // namespace zrp

@@ -6,7 +6,7 @@
 namespace zrp {
 namespace {
 
-// Some are used on each line of a long text.
+// Kept, since some are used for each line of a long text.
 const std::regex& compiled(const std::string& pattern) {
     static std::map<std::string, std::regex> patterns;
     const auto at = patterns.find(pattern);

@@ -6,6 +6,7 @@
 #include <poll.h>
 #include <string>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include "common/heap_text.h"
 #include "common/interrupt.h"
@@ -43,6 +44,27 @@ TEST(PauseAfterPiece, BeginsAfterSixteenSmallOnesInARowAndDoubles) {
     expect_pauses();
     EXPECT_EQ(pause_after_piece(&pieces, 4096), 0ms);
     expect_pauses();
+}
+
+// A program that closed its standard input connects over descriptor 0.
+TEST_F(Transport, AReplyIsReadFromDescriptorZero) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{read_request(), send_bytes(reply("abc"))}});
+    IPCClient connected;
+    ASSERT_EQ(connected.Connect(kMainDaemonSocket), kOk);
+    ASSERT_EQ(connected.SendHeader(0, 0), kOk);
+    const harness::Descriptor input(dup(STDIN_FILENO));
+    ASSERT_EQ(dup2(connected.fd, STDIN_FILENO), STDIN_FILENO);
+    uint32_t status = 0;
+    uint64_t length = 0;
+    char* buffer = nullptr;
+    {
+        IPCClient client;
+        client.fd = STDIN_FILENO;
+        EXPECT_EQ(client.Receive(&status, &length, &buffer), kOk);
+    }
+    ASSERT_EQ(dup2(input.get(), STDIN_FILENO), STDIN_FILENO);
+    const HeapText text(buffer);
+    EXPECT_EQ(std::string(text.get(), length), "abc");
 }
 
 TEST_F(Transport, BytesAfterTheAnnouncedLengthAreNotRead) {

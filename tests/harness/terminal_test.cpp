@@ -1,6 +1,8 @@
 #include "tools/harness/terminal.h"
 
+#include <atomic>
 #include <csignal>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -116,6 +118,23 @@ TEST(Terminal, IsAtRestWhenTheProgramAndItsChildrenOnlyWait) {
 
 TEST(Terminal, IsNotAtRestWhileTheProgramRuns) {
     Terminal terminal(shell("while :; do :; done"));
+    EXPECT_FALSE(terminal.wait_for_rest(milliseconds{500}));
+}
+
+// What the program waits for may be the answer of one of them.
+TEST(Terminal, IsNotAtRestWhileAnotherThreadOrProcessOfItsUserRuns) {
+    Terminal terminal(shell("exec sleep 100"));
+    {
+        std::atomic<bool> stops{false};
+        const std::jthread peer([&] {
+            while (!stops.load()) {
+            }
+        });
+        EXPECT_FALSE(terminal.wait_for_rest(milliseconds{500}));
+        stops.store(true);
+    }
+    EXPECT_TRUE(terminal.wait_for_rest());
+    const ChildProcess server({.arguments = {"sh", "-c", "while :; do :; done"}});
     EXPECT_FALSE(terminal.wait_for_rest(milliseconds{500}));
 }
 

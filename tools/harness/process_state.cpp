@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <unistd.h>
 
 namespace zrp::harness {
 namespace {
@@ -29,6 +30,15 @@ char state_in(const fs::path& folder) {
 bool thread_sleeps(pid_t process, pid_t thread) {
     const char state = state_in(task_of(process, thread));
     return state != 'R' && state != 'D';
+}
+
+bool tree_sleeps_but(pid_t exempt, pid_t process) {
+    const std::vector<pid_t> threads = threads_of(process);
+    const std::vector<pid_t> children = children_of(process);
+    return std::all_of(
+               threads.begin(), threads.end(),
+               [&](pid_t thread) { return thread == exempt || thread_sleeps(process, thread); }) &&
+           std::all_of(children.begin(), children.end(), tree_sleeps);
 }
 
 } // namespace
@@ -64,11 +74,11 @@ std::vector<pid_t> children_of(pid_t process) {
 }
 
 bool tree_sleeps(pid_t process) {
-    const std::vector<pid_t> threads = threads_of(process);
-    const std::vector<pid_t> children = children_of(process);
-    return std::all_of(threads.begin(), threads.end(),
-                       [&](pid_t thread) { return thread_sleeps(process, thread); }) &&
-           std::all_of(children.begin(), children.end(), tree_sleeps);
+    return tree_sleeps_but(0, process);
+}
+
+bool all_but_the_caller_sleep() {
+    return tree_sleeps_but(gettid(), getpid());
 }
 
 long sleeps_of_thread(pid_t process, pid_t thread) {

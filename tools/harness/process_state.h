@@ -21,6 +21,9 @@ std::vector<pid_t> children_of(pid_t process);
 // each waits for an event or a timeout. True for a process that does not exist.
 bool tree_sleeps(pid_t process);
 
+// The same for the calling process, whose calling thread does not count.
+bool all_but_the_caller_sleep();
+
 // How often a thread has gone to sleep so far.
 long sleeps_of_thread(pid_t process, pid_t thread);
 

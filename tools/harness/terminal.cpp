@@ -9,6 +9,8 @@
 #include <system_error>
 #include <thread>
 
+#include "tools/harness/process_state.h"
+
 namespace zrp::harness {
 namespace {
 
@@ -147,7 +149,7 @@ bool Terminal::wait_for_rest(milliseconds patience) {
     int looks = 0;
     return wait_until(
         [&] {
-            const bool rests = raw_.size() == printed && child_.sleeps();
+            const bool rests = raw_.size() == printed && all_but_the_caller_sleep();
             looks = rests ? looks + 1 : 0;
             printed = raw_.size();
             return looks > kLooks; // the first look comes without a wait

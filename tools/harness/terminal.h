@@ -64,8 +64,9 @@ public:
     bool wait_for_output(milliseconds patience = kPatience);
 
     // Reads output until the program is at rest: it has printed nothing at several looks in a row,
-    // and all threads of it and its descendants slept at each of them. By then it has read the keys
-    // typed before the call and waits for a key, a timeout or a reply. False at the deadline.
+    // and at each of them its threads and descendants slept, and so did all others of the calling
+    // process, one of which may owe it an answer. By then it has read the keys typed before the
+    // call and waits for a key, a timeout or a peer that is silent. False at the deadline.
     bool wait_for_rest(milliseconds patience = kPatience);
 
     // False once the program has closed its side, usually by ending.

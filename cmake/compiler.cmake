@@ -17,6 +17,11 @@ if(ZRP_SANITIZE)
     endif()
 endif()
 
+if(ZRP_SANITIZE STREQUAL "thread")
+    add_library(thread_sanitizer OBJECT ${CMAKE_CURRENT_LIST_DIR}/thread_sanitizer.cpp)
+    link_libraries($<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:thread_sanitizer>)
+endif()
+
 if(ZRP_LINKER)
     add_link_options(-fuse-ld=${ZRP_LINKER})
 endif()

@@ -116,11 +116,6 @@ TEST_P(Signal, EndsTheProgramOnceEvenIfOthersArriveWithIt) {
 
 TEST_P(Signal, EndsTheProgramAtItsStart) {
     ZRP_NEEDS_ROOT();
-#ifdef __SANITIZE_THREAD__
-    // The sanitizer's run-time library defers a signal that arrives outside a blocking call, and
-    // now and then keeps it while the program already waits in poll().
-    GTEST_SKIP() << "needs signals that the thread sanitizer does not defer";
-#endif
     // The handlers are installed before the first output.
     const std::function<bool(Terminal&)> moments[] = {
         [](Terminal& terminal) { return terminal.wait_for_output(); },

@@ -27,10 +27,12 @@ struct Answer {
 
 Answer ask(IPCServContext& context, const std::string& request = "<q/>") {
     Answer answer;
-    char* text = nullptr;
+    char unowned = '#';
+    char* text = &unowned;
     answer.code =
         IPCServRequestEx(context, 17, request.size(), request.data(), &answer.length, &text);
-    answer.text.reset(text);
+    EXPECT_NE(text, &unowned);
+    answer.text.reset(text != &unowned ? text : nullptr);
     return answer;
 }
 

@@ -129,6 +129,15 @@ TEST_F(Transport, AnExchangeNeverGetsTheNumberOfAStandardStream) {
     });
 }
 
+TEST_F(Transport, AnotherConnectClosesTheDescriptorOfTheFirst) {
+    const ScriptedPeer peer(kMainDaemonSocket, {{wait_for_close()}});
+    expect_in_bare_child([] {
+        IPCClient client;
+        client.fd = STDOUT_FILENO; // the lowest that it closes
+        return client.Connect(kMainDaemonSocket) == kOk && fcntl(STDOUT_FILENO, F_GETFD) < 0;
+    });
+}
+
 TEST_F(Transport, AClientClosesItsDescriptorButNeverDescriptorZero) {
     int fd = -1;
     {

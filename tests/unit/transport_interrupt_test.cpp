@@ -211,6 +211,15 @@ TEST_F(Interrupt, DoesNotKeepAWaitBusyWhoseDescriptorIsAnotherFileNow) {
     close(file);
 }
 
+TEST_F(Interrupt, IsAwaitedAsleepInAConnectToAFullBacklog) {
+    const FullPeer peer;
+    ASSERT_TRUE(peer.full());
+    const ExchangeLimitsGuard limits({.exchangeMs = 500});
+    const auto before = processor_time();
+    EXPECT_EQ(ask(), ETIMEDOUT);
+    EXPECT_LT(processor_time() - before, 50ms);
+}
+
 TEST_F(Interrupt, EndsEveryExchangeInFlight) {
     ScriptedPeer peer(kMainDaemonSocket, {{read_request(), hang()},
                                           {read_request(), send_bytes(reply_header(9)), hang()}});

@@ -105,6 +105,26 @@ TEST_F(Transport, ASendIntoAFullSocketBeginsWithTheFirstByte) {
     EXPECT_EQ(received.substr(before), kText);
 }
 
+// A program that closed its standard input may connect over descriptor 0 by itself.
+TEST_F(Transport, ARequestIsSentOverDescriptorZero) {
+    int ends[2] = {};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+    const harness::Descriptor connected(ends[0]);
+    const harness::Descriptor peer(ends[1]);
+    const harness::Descriptor input(dup(STDIN_FILENO));
+    ASSERT_EQ(dup2(connected.get(), STDIN_FILENO), STDIN_FILENO);
+    {
+        IPCClient client;
+        client.fd = STDIN_FILENO;
+        EXPECT_EQ(client.Send(strlen(kText), kText), kOk);
+    }
+    ASSERT_EQ(dup2(input.get(), STDIN_FILENO), STDIN_FILENO);
+    std::string received(strlen(kText), '\0');
+    EXPECT_EQ(recv(peer.get(), received.data(), received.size(), MSG_DONTWAIT),
+              static_cast<ssize_t>(received.size()));
+    EXPECT_EQ(received, kText);
+}
+
 TEST_F(Transport, WithoutAConnectionASendIsSilentAndAReceiveIsShort) {
     const IPCClient client;
     EXPECT_EQ(client.SendHeader(kMainDaemonRequest, strlen(kText)), kOk);

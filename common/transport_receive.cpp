@@ -105,7 +105,9 @@ int receive_whole_body(int fd, uint64_t length, const timeval& timeout, const Bo
             return count < 0 && errno == EAGAIN ? ETIMEDOUT : int{kShortHeader};
         }
         total += static_cast<uint64_t>(count);
-        let_bytes_gather(pause_after_piece(&pieces, static_cast<size_t>(count)), bounds);
+        if (total < length) {
+            let_bytes_gather(pause_after_piece(&pieces, static_cast<size_t>(count)), bounds);
+        }
     }
     return kOk;
 }

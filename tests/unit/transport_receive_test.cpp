@@ -6,11 +6,13 @@
 #include <poll.h>
 #include <string>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include "common/heap_text.h"
 #include "common/interrupt.h"
 #include "common/result.h"
+#include "common/wait_listener.h"
 #include "tests/support/failing_allocation.h"
 #include "tests/support/huge_replies.h"
 #include "tests/support/scripted_peer.h"
@@ -44,6 +46,51 @@ TEST(PauseAfterPiece, BeginsAfterSixteenSmallOnesInARowAndDoubles) {
     expect_pauses();
     EXPECT_EQ(pause_after_piece(&pieces, 4096), 0ms);
     expect_pauses();
+}
+
+int pauses = 0;
+
+void count_pause() {
+    pauses++;
+}
+
+// Receives a reply whose body comes in packets of one byte, each of them a piece, and returns how
+// often that paused.
+int count_pauses(int packets, const timeval& timeout, const Bounds& bounds) {
+    int ends[2] = {};
+    EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
+    const harness::Descriptor peer(ends[0]);
+    IPCClient client;
+    client.fd = ends[1];
+    const std::string header = reply_header(static_cast<uint32_t>(packets));
+    EXPECT_EQ(send(peer.get(), header.data(), header.size(), MSG_DONTWAIT),
+              static_cast<ssize_t>(header.size()));
+    for (int i = 0; i < packets; i++) {
+        EXPECT_EQ(send(peer.get(), "x", 1, MSG_DONTWAIT), 1);
+    }
+    pauses = 0;
+    set_wait_listener(count_pause);
+    uint32_t status = 0;
+    uint64_t length = 0;
+    char* buffer = nullptr;
+    EXPECT_EQ(receive_reply(client, timeout, bounds, &status, &length, &buffer), kOk);
+    set_wait_listener(nullptr);
+    const HeapText text(buffer);
+    EXPECT_EQ(std::string(text.get(), length), std::string(static_cast<size_t>(packets), 'x'));
+    return pauses;
+}
+
+TEST(PauseAfterPiece, IsNotMadeAfterTheLastOne) {
+    EXPECT_EQ(count_pauses(17, {}, {}), 0);
+    EXPECT_EQ(count_pauses(19, {}, {}), 2);
+    Bounds whole;
+    whole.wholeReply = true;
+    EXPECT_EQ(count_pauses(17, {}, whole), 0);
+    EXPECT_EQ(count_pauses(19, {}, whole), 2);
+}
+
+TEST(PauseAfterPiece, IsNotMadeWhereAReceiveHasATimeout) {
+    EXPECT_EQ(count_pauses(19, {1, 0}, {}), 0);
 }
 
 // A program that closed its standard input connects over descriptor 0.

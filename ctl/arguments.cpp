@@ -164,8 +164,8 @@ Options read_options(const TypedOptions& typed) {
 }
 
 void check_options(const Command& command, const Options& options) {
-    if (options.watch && command.effect != Effect::kLooks) {
-        fail_usage("--watch: " + std::string(command.name) + " does not only look");
+    if (options.watch && command.effect != Effect::kReadOnly) {
+        fail_usage("--watch: " + std::string(command.name) + " is not read-only");
     }
 }
 

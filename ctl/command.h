@@ -70,7 +70,7 @@ private:
 };
 
 enum class Effect : uint8_t {
-    kLooks,
+    kReadOnly,
     kChanges, // something of the server
     kSends,   // a document that the user wrote, which may change something
 };

@@ -28,7 +28,7 @@ constexpr CommonOption kCommonOptions[] = {
     {"--no-heading", nullptr, "leave the line of headings out"},
     {"--timeout", "SECONDS", "time for all that the command asks, 0.01 to 86400 (10)"},
     {"--watch", "[=SECONDS]",
-     "repeat a command that looks, every 2 seconds or SECONDS, at least 0.1"},
+     "repeat a read-only command, every 2 seconds or SECONDS, at least 0.1"},
     {"--yes", nullptr, "do not ask before something changes"},
     {"--dry-run", nullptr, "print the document that would be sent, and send nothing"},
     {"--if-needed", nullptr, "a change that is there already is a success"},

@@ -221,10 +221,10 @@ constexpr Argument kConnectionArguments[] = {
 };
 
 constexpr Command kConnectionCommands[] = {
-    {"connections", kConnectionGroup, "List the connections", Effect::kLooks, kConnectionsArguments,
-     "zrpctl connections --sort bytesRead --limit 5", show_connections},
+    {"connections", kConnectionGroup, "List the connections", Effect::kReadOnly,
+     kConnectionsArguments, "zrpctl connections --sort bytesRead --limit 5", show_connections},
     {"connection", kConnectionGroup, "Show all that the server says of a connection",
-     Effect::kLooks, kConnectionArguments, "zrpctl connection 3", show_connection},
+     Effect::kReadOnly, kConnectionArguments, "zrpctl connection 3", show_connection},
 };
 
 } // namespace

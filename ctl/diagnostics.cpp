@@ -192,9 +192,9 @@ constexpr const char* kDiagnosticsGroup = "Diagnostics";
 
 constexpr Command kDiagnosticsCommands[] = {
     {"diagnostics server", kDiagnosticsGroup, "Show the counters of the main daemon",
-     Effect::kLooks, kDiagnosticsArguments, "zrpctl diagnostics server 1", show_server_counters},
+     Effect::kReadOnly, kDiagnosticsArguments, "zrpctl diagnostics server 1", show_server_counters},
     {"diagnostics storage", kDiagnosticsGroup, "Show the counters of the storage daemon",
-     Effect::kLooks, kDiagnosticsArguments, "zrpctl diagnostics storage --words requests",
+     Effect::kReadOnly, kDiagnosticsArguments, "zrpctl diagnostics storage --words requests",
      show_storage_counters},
 };
 

@@ -110,9 +110,9 @@ constexpr Argument kLocksArguments[] = {
 };
 
 constexpr Command kFileCommands[] = {
-    {"files", kFileGroup, "List the open files by connection", Effect::kLooks, kFilesArguments,
+    {"files", kFileGroup, "List the open files by connection", Effect::kReadOnly, kFilesArguments,
      "zrpctl files --volume DATA", show_files},
-    {"locks", kFileGroup, "List the locks of a file", Effect::kLooks, kLocksArguments,
+    {"locks", kFileGroup, "List the locks of a file", Effect::kReadOnly, kLocksArguments,
      "zrpctl locks DATABASE:mail/inbox.db", show_locks},
 };
 

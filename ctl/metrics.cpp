@@ -79,7 +79,7 @@ constexpr Argument kMetricsArguments[] = {
 };
 
 constexpr Command kMetricsCommands[] = {
-    {"metrics", "Server", "Show all figures in the text format of Prometheus", Effect::kLooks,
+    {"metrics", "Server", "Show all figures in the text format of Prometheus", Effect::kReadOnly,
      kMetricsArguments, "zrpctl metrics | grep zrp_up", show_metrics},
 };
 

@@ -1,4 +1,4 @@
-// A document of the user's own, sent as it stands.
+// A document of the user's own, sent unchanged.
 #include <algorithm>
 #include <cerrno>
 #include <cstring>

@@ -29,7 +29,7 @@ std::string ask_value(const Session& session, const std::string& name) {
     return *value;
 }
 
-// The value stands beside the name, or has to be asked for.
+// The list has the value with the name, or it is asked for.
 Setting read_setting(const Session& session, Node node) {
     const std::string name = text_of(node);
     if (name.empty()) {
@@ -143,19 +143,19 @@ constexpr Argument kParametersArguments[] = {
 };
 
 constexpr Command kSettingsCommands[] = {
-    {"parameters", kSettingsGroup, "Show the settings of the server", Effect::kLooks,
+    {"parameters", kSettingsGroup, "Show the settings of the server", Effect::kReadOnly,
      kParametersArguments, "zrpctl parameters", show_parameters},
     {"configuration",
      kSettingsGroup,
      "Show the configuration of the server",
-     Effect::kLooks,
+     Effect::kReadOnly,
      {},
      "zrpctl configuration",
      show_configuration},
     {"threads",
      kSettingsGroup,
      "Show how busy the threads of the server are",
-     Effect::kLooks,
+     Effect::kReadOnly,
      {},
      "zrpctl threads",
      show_threads},

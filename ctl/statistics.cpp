@@ -119,7 +119,7 @@ constexpr Argument kStatisticsArguments[] = {
 };
 
 constexpr Command kStatisticsCommands[] = {
-    {"statistics", "Server", "Show the statistics of the server", Effect::kLooks,
+    {"statistics", "Server", "Show the statistics of the server", Effect::kReadOnly,
      kStatisticsArguments, "zrpctl statistics bytesRead bytesWritten", show_statistics},
 };
 

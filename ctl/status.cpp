@@ -158,19 +158,19 @@ constexpr Argument kHelpArguments[] = {
 };
 
 constexpr Command kStatusCommands[] = {
-    {"help", "Help", "Explain a command", Effect::kLooks, kHelpArguments, "zrpctl help volumes",
+    {"help", "Help", "Explain a command", Effect::kReadOnly, kHelpArguments, "zrpctl help volumes",
      show_help},
     {"status",
      kAboutServer,
      "Show how the server and its daemons are",
-     Effect::kLooks,
+     Effect::kReadOnly,
      {},
      "zrpctl status",
      show_status},
     {"versions",
      kAboutServer,
      "Show the versions of the three daemons",
-     Effect::kLooks,
+     Effect::kReadOnly,
      {},
      "zrpctl versions",
      show_versions},

@@ -203,9 +203,9 @@ constexpr Argument kVolumeArguments[] = {
 };
 
 constexpr Command kVolumeCommands[] = {
-    {"volumes", kVolumeGroup, "List the volumes", Effect::kLooks, kVolumesArguments,
+    {"volumes", kVolumeGroup, "List the volumes", Effect::kReadOnly, kVolumesArguments,
      "zrpctl volumes --mounted", show_volumes},
-    {"volume", kVolumeGroup, "Show all that the server says of a volume", Effect::kLooks,
+    {"volume", kVolumeGroup, "Show all that the server says of a volume", Effect::kReadOnly,
      kVolumeArguments, "zrpctl volume SYS", show_volume},
 };
 

@@ -93,11 +93,11 @@ constexpr Command kWaitCommands[] = {
     {"wait server",
      kWaitGroup,
      "Wait until the server answers",
-     Effect::kLooks,
+     Effect::kReadOnly,
      {},
      "zrpctl wait server --timeout 30",
      wait_server},
-    {"wait volume", kWaitGroup, "Wait until a volume is mounted or gone", Effect::kLooks,
+    {"wait volume", kWaitGroup, "Wait until a volume is mounted or gone", Effect::kReadOnly,
      kWaitVolumeArguments, "zrpctl wait volume DATA mounted", wait_volume},
 };
 

@@ -80,7 +80,7 @@ constexpr const char* kThreadElements[] = {
     tag::peakSSGThreads,         tag::peakZRPStreams,         tag::peakAverageSSGThreadLoad,
 };
 
-// Unlike the library's own scanner, this one tells a figure that is missing from one that is 0.
+// Unlike the library's own scanner, this one distinguishes a missing figure from one that is 0.
 int scan_threads(char* reply, int length, std::vector<ThreadFigure>* figures) {
     uint32_t size = 0;
     char* threads = XML_GetTagElement(reply, length, tag::threads, &size);

@@ -1,4 +1,4 @@
-// What the screens find in replies, for the row that tells the user (status_row.h).
+// What the screens find in replies, for the row that informs the user (status_row.h).
 #pragma once
 
 #include "common/exchange_state.h"

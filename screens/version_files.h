@@ -37,7 +37,7 @@ const VersionMarkers& version_markers();
 int probeVersionString(const char* file, size_t markerLength, const char* marker,
                        VersionText& text);
 
-// What tells whether a file is still the one that was searched.
+// By which a file is known to be the one that was searched, unchanged.
 struct FileStamp {
     bool exists = false;
     dev_t device = 0;

@@ -104,7 +104,7 @@ int query_volume(const char* name, Reply* reply) {
     return kOk;
 }
 
-// The server's words without the name, which stands before them in the row.
+// The server's words without the name, which precedes them in the row.
 void drop_name_at_end(char* words, const char* name) {
     char ending[sizeof ": " + kVolumeListNameSize];
     snprintf(ending, sizeof ending, ": %s", name);

@@ -107,7 +107,7 @@ TEST(CommandLine, HelpSuggestsTheNearestCommandToo) {
               "zrpctl: unknown command \"cluster server\"; did you mean \"cluster servers\"?\n");
 }
 
-TEST(CommandLine, ACommandThatWatchesOnlyLooks) {
+TEST(CommandLine, ACommandThatIsRepeatedIsReadOnly) {
     EXPECT_EQ(complaint({"statistics", "--watch", "--rate"}), "");
 }
 

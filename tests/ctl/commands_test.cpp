@@ -20,10 +20,10 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-// What changes something is told not to ask.
+// A command that changes something must not ask first.
 Words call(const CommandCase& one, const Words& more = {}) {
     Words words = one.arguments;
-    if (ctl::find_command(one.command)->effect != ctl::Effect::kLooks) {
+    if (ctl::find_command(one.command)->effect != ctl::Effect::kReadOnly) {
         words.emplace_back("--yes");
     }
     words.insert(words.end(), more.begin(), more.end());

@@ -72,7 +72,7 @@ inline const std::string kFigures = statistics(parm("figure", "1") + up_time("9"
 // A pass on the General screen asks twice.
 std::vector<PeerScript> answers(const std::vector<std::string>& replies);
 
-// The screen but for the row that tells what does not answer, which has tests of its own.
+// The screen but for the row that says what does not answer, which has tests of its own.
 harness::Snapshot but_status_row(harness::Snapshot snapshot);
 
 // Acts again and again around the beginning of each of so many passes, and rests in between, when

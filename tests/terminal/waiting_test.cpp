@@ -16,7 +16,7 @@ using std::chrono::steady_clock;
 
 constexpr const char* kStatistics = "serverStatistics";
 
-// The monitor on a main daemon that answers, until it is told to fall silent.
+// The monitor on a main daemon that answers, until it is made to fall silent.
 struct HeldMonitor {
     explicit HeldMonitor(const TerminalOptions& options = monitor())
         : daemon(MonitorFixture::prepared()), peer(kMainDaemonSocket, {script()}),

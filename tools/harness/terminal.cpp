@@ -144,7 +144,7 @@ bool Terminal::wait_for_output(milliseconds patience) {
 }
 
 bool Terminal::wait_for_rest(milliseconds patience) {
-    constexpr int kLooks = 5;
+    constexpr int kReadOnly = 5;
     size_t printed = raw_.size();
     int looks = 0;
     return wait_until(
@@ -152,7 +152,7 @@ bool Terminal::wait_for_rest(milliseconds patience) {
             const bool rests = raw_.size() == printed && all_but_the_caller_sleep();
             looks = rests ? looks + 1 : 0;
             printed = raw_.size();
-            return looks > kLooks; // the first look comes without a wait
+            return looks > kReadOnly; // the first look comes without a wait
         },
         patience);
 }

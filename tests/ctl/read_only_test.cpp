@@ -1,4 +1,4 @@
-// What the commands that look show of a server whose clock stands still.
+// What read-only commands show of a server whose clock does not move.
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -8,12 +8,12 @@
 #include "tests/ctl/act_test.h"
 #include "tests/support/scripted_peer.h"
 
-namespace zrp::looks_test {
+namespace zrp::read_only_test {
 namespace {
 
 using Answer = nlohmann::ordered_json;
 
-class Looks : public ActTest {
+class ReadOnly : public ActTest {
 protected:
     static Answer connections(Strings options) {
         options.insert(options.begin(), "connections");
@@ -31,7 +31,7 @@ bool contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
-TEST_F(Looks, ConnectionsAreChosenByLoginAndName) {
+TEST_F(ReadOnly, ConnectionsAreChosenByLoginAndName) {
     const Answer all = connections({});
     const Answer some = connections({"--logged-in"});
     EXPECT_GT(all.size(), some.size());
@@ -46,7 +46,7 @@ TEST_F(Looks, ConnectionsAreChosenByLoginAndName) {
     EXPECT_EQ(connections({"--user", "nobody at all"}).size(), 0U);
 }
 
-TEST_F(Looks, ConnectionsAreSortedAndThenLimited) {
+TEST_F(ReadOnly, ConnectionsAreSortedAndThenLimited) {
     const Answer byTraffic = connections({"--sort", "BYTESREAD"});
     EXPECT_TRUE(
         std::is_sorted(byTraffic.begin(), byTraffic.end(), [](const Answer& a, const Answer& b) {
@@ -61,7 +61,7 @@ TEST_F(Looks, ConnectionsAreSortedAndThenLimited) {
     EXPECT_EQ(connections({"--limit", "2147483647"}).size(), byNumber.size());
 }
 
-TEST_F(Looks, AConnectionHasItsFilesAndSecurityEquals) {
+TEST_F(ReadOnly, AConnectionHasItsFilesAndSecurityEquals) {
     const Answer one = done({"connection", "4"})["connection"];
     EXPECT_EQ(one["number"], 4);
     EXPECT_EQ(one["openFiles"].size(), one["openFilesCount"]);
@@ -71,7 +71,7 @@ TEST_F(Looks, AConnectionHasItsFilesAndSecurityEquals) {
     EXPECT_EQ(status_of({"connection", "31999"}), 1);
 }
 
-TEST_F(Looks, CountersOfAGroupAreNamedByItsNumberOrTitle) {
+TEST_F(ReadOnly, CountersOfAGroupAreNamedByItsNumberOrTitle) {
     const Answer byNumber = counters({"storage", "13"});
     std::string title;
     const Answer groups = done({"diagnostics", "storage"})["groups"];
@@ -85,7 +85,7 @@ TEST_F(Looks, CountersOfAGroupAreNamedByItsNumberOrTitle) {
     EXPECT_EQ(counters({"storage", "013"}), byNumber);
 }
 
-TEST_F(Looks, CountersAreChosenByWords) {
+TEST_F(ReadOnly, CountersAreChosenByWords) {
     for (const char* daemon : {"server", "storage"}) {
         const Answer chosen = counters({daemon, "--words", "requests, Volume"});
         EXPECT_GT(chosen.size(), 0U);
@@ -97,14 +97,14 @@ TEST_F(Looks, CountersAreChosenByWords) {
     EXPECT_EQ(status_of({"diagnostics", "server", "--words", "a b c d e f g h i j k"}), 2);
 }
 
-TEST_F(Looks, ParametersAreAllEvenThoseThatTheScreenHides) {
+TEST_F(ReadOnly, ParametersAreAllEvenThoseThatTheScreenHides) {
     const std::string all = done({"parameters"}).dump();
     EXPECT_TRUE(contains(all, "\"FIRST_WATCHDOG_PACKET\""));
     EXPECT_TRUE(contains(all, "\"ZRP_FILE_SERVER_NAME\"")) << all;
     EXPECT_TRUE(contains(all, "\"SHADOW_VOLUME\"")) << all;
 }
 
-TEST_F(Looks, FilesAreThoseOfTheVolume) {
+TEST_F(ReadOnly, FilesAreThoseOfTheVolume) {
     const Answer files = done({"files", "--volume", "DATA"})["files"];
     EXPECT_GT(files.size(), 0U);
     for (const Answer& connection : files) {
@@ -115,7 +115,7 @@ TEST_F(Looks, FilesAreThoseOfTheVolume) {
     EXPECT_GT(done({"files"})["files"].size(), files.size());
 }
 
-TEST_F(Looks, SizesAreInBytesAsWell) {
+TEST_F(ReadOnly, SizesAreInBytesAsWell) {
     const Answer shown = volume("DATA");
     const auto unit =
         shown["sectorSize"].get<uint64_t>() * shown["sectorPerCluster"].get<uint64_t>();
@@ -125,7 +125,7 @@ TEST_F(Looks, SizesAreInBytesAsWell) {
     EXPECT_EQ(done({"mount-point", "DATA"})["mountPoint"]["mountPoint"], shown["mountPoint"]);
 }
 
-TEST_F(Looks, StatusAgreesWithTheStatistics) {
+TEST_F(ReadOnly, StatusAgreesWithTheStatistics) {
     const Answer status = done({"status"})["status"];
     EXPECT_EQ(status["serverUpTime"], 100000);
     EXPECT_EQ(status["connectionSlotsInUse"],
@@ -139,7 +139,7 @@ TEST_F(Looks, StatusAgreesWithTheStatistics) {
     EXPECT_EQ(done({"threads"})["threads"].size(), 12U);
 }
 
-TEST_F(Looks, AWaitEndsWhenItIsSo) {
+TEST_F(ReadOnly, AWaitEndsWhenItIsSo) {
     harness::ChildOptions options;
     options.arguments = {ZRPCTL_PROGRAM, "wait", "volume", "data", "gone"};
     options.standardOutput = harness::kPipe;
@@ -165,4 +165,4 @@ TEST(Wait, EndsWhenTheServerComes) {
 }
 
 } // namespace
-} // namespace zrp::looks_test
+} // namespace zrp::read_only_test

@@ -160,7 +160,7 @@ void compare_information(const ConnectionInformation& record, const Connection& 
     EXPECT_EQ(record.openFilesCount, own.files.size());
     EXPECT_EQ(record.openFiles.count, own.files.size());
     EXPECT_EQ(record.securityEquals.count, own.equivalences.size());
-    EXPECT_EQ((record.status & 0x221U) != 0, logged_in(own));
+    EXPECT_EQ((record.status & kAnyDetailsStatus) != 0, logged_in(own));
 }
 
 TEST(Agreement, InformationAboutEveryConnection) {

@@ -1,6 +1,7 @@
 // Short ways for tests to send requests to a simulated world.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -22,6 +23,9 @@ inline std::string ask_storage(World& world, const std::string& command) {
     const std::string request = "<zrp2bks_request pid=\"7\">" + command + "</zrp2bks_request>";
     return answer_request(world, Peer::kStorageDaemon, kStorageDaemonRequest, request).text;
 }
+
+// The bits of a connection's status of which one has to be set for the monitor to show its details.
+inline constexpr uint32_t kAnyDetailsStatus = 0x200 | 0x20 | 0x1;
 
 // Returns the text of the first element of that name, or "(none)".
 inline std::string text_of(const std::string& reply, const std::string& tag) {

@@ -30,7 +30,7 @@ using harness::ExitStatus;
 
 // The sanitizer takes more than any limit.
 #if defined(__SANITIZE_ADDRESS__) || ZRP_HAS_FEATURE(address_sanitizer)
-#define ZRP_NEEDS_PLAIN_MEMORY() GTEST_SKIP() << "the sanitizer needs more"
+#define ZRP_NEEDS_PLAIN_MEMORY() GTEST_SKIP() << "the sanitizer needs more memory than the limit"
 #else
 #define ZRP_NEEDS_PLAIN_MEMORY() static_assert(true, "takes the semicolon")
 #endif

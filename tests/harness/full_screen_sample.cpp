@@ -1,6 +1,8 @@
 // A small full-screen program: coloured text, a frame, an invisible cursor. Prints the size of the
 // screen, and the code of each key until F12.
 #include <clocale>
+#include <csignal>
+#include <poll.h>
 
 #include <ncurses.h>
 
@@ -19,19 +21,38 @@ void draw() {
     mvaddch(4, 3, ACS_HLINE);
 }
 
+// The next key. SIGWINCH arrives during the wait alone: between a look for it and a read that
+// blocks it would be seen only with the next key. Returns ERR when the terminal is gone.
+int next_key(const sigset_t& during_wait) {
+    pollfd input = {.fd = 0, .events = POLLIN, .revents = 0};
+    int key = getch();
+    while (key == ERR && (input.revents & POLLHUP) == 0) {
+        ppoll(&input, 1, nullptr, &during_wait);
+        key = getch();
+    }
+    return key;
+}
+
 } // namespace
 
 int main() {
+    sigset_t resize;
+    sigset_t during_wait;
+    sigemptyset(&resize);
+    sigaddset(&resize, SIGWINCH);
+    sigprocmask(SIG_BLOCK, &resize, &during_wait);
     std::setlocale(LC_ALL, "");
     initscr();
     cbreak();
     noecho();
     keypad(stdscr, TRUE);
+    nodelay(stdscr, TRUE);
     curs_set(0);
     start_color();
     init_pair(1, COLOR_WHITE, COLOR_BLUE);
     draw();
-    for (int key = getch(); key != KEY_F(12) && key != ERR; key = getch()) {
+    for (int key = next_key(during_wait); key != KEY_F(12) && key != ERR;
+         key = next_key(during_wait)) {
         if (key == KEY_RESIZE) {
             draw();
         }

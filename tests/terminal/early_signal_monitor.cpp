@@ -8,14 +8,14 @@
 #include "core/startup.h"
 #include "screens/screen_table.h"
 
-// NOLINTBEGIN(bugprone-reserved-identifier): the linker's own names
+// NOLINTBEGIN(clang-diagnostic-reserved-identifier): the linker's own names
 extern "C" WINDOW* __real_initscr();
 extern "C" WINDOW* __wrap_initscr();
 WINDOW* __wrap_initscr() {
     raise(SIGTERM);
     return __real_initscr();
 }
-// NOLINTEND(bugprone-reserved-identifier)
+// NOLINTEND(clang-diagnostic-reserved-identifier)
 
 int main(int argc, char** argv) {
     return zrp::run_monitor(argc, argv, zrp::kMonitorScreens);

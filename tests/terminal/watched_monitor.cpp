@@ -34,7 +34,7 @@ struct CursesCall {
 
 } // namespace
 
-// NOLINTBEGIN(bugprone-reserved-identifier): the linker's own names
+// NOLINTBEGIN(clang-diagnostic-reserved-identifier): the linker's own names
 #define WATCHED(result, function, parameters, arguments)                                           \
     extern "C" result __real_##function parameters;                                                \
     extern "C" result __wrap_##function parameters;                                                \
@@ -57,7 +57,7 @@ WATCHED(int, werase, (WINDOW * window), (window))
 WATCHED(int, wgetch, (WINDOW * window), (window))
 WATCHED(int, wmove, (WINDOW * window, int row, int column), (window, row, column))
 WATCHED(int, wrefresh, (WINDOW * window), (window))
-// NOLINTEND(bugprone-reserved-identifier)
+// NOLINTEND(clang-diagnostic-reserved-identifier)
 
 int main(int argc, char** argv) {
     return zrp::run_monitor(argc, argv, zrp::kMonitorScreens);

@@ -131,7 +131,7 @@ TEST(Alerts, HaveATestASeverityASummaryAndAParagraph) {
 constexpr harness::milliseconds kFleetPatience = 4 * harness::kPatience;
 
 // Asking takes more time of the processor than the fleet itself does.
-constexpr harness::milliseconds kBetweenQuestions{300};
+constexpr harness::milliseconds kBetweenQuestions{1000};
 
 // Simulated servers, each with its exporter, and one Prometheus.
 class Fleet {

@@ -83,10 +83,10 @@ TEST(Watch, ShowsDifferencesASecond) {
                              answering(statistics("10"))});
     ChildProcess child(piped({"statistics", "--json", "--rate", "--watch=0.2"}));
     const auto item = [&] {
-        return nlohmann::json::parse(child.read_line().value_or("null"))["statistics"][0];
+        return nlohmann::ordered_json::parse(child.read_line().value_or("null"))["statistics"][0];
     };
     EXPECT_FALSE(item().contains("rate"));
-    const nlohmann::json second = item();
+    const nlohmann::ordered_json second = item();
     const double rate = second.value("rate", 0.0);
     EXPECT_LT(rate, 1e5); // a slow first round makes the second come sooner
     EXPECT_GT(rate, 0.0);

@@ -9,10 +9,11 @@
 #include <string_view>
 #include <vector>
 
-#include "ctl/outcome.h"
 #include "ctl/session.h"
 
 namespace zrp::ctl {
+
+class Outcome;
 
 enum class ArgumentKind : uint8_t {
     kFlag,        // an option without a value

@@ -7,6 +7,7 @@
 #include "common/tags.h"
 #include "ctl/command.h"
 #include "ctl/interrupt.h"
+#include "ctl/outcome.h"
 #include "ctl/volume_list.h"
 
 namespace zrp::ctl {

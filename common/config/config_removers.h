@@ -32,7 +32,8 @@ int RemoveZrpServerName();
 // the key is followed by that value and white space. Comments stay. A null or empty key is
 // kInvalid.
 //
-// Compatibility: the key need not be a whole word, so that VOL removes VOLUME lines too.
+// Compatibility: the key need not be a whole word, so that VOL removes VOLUME lines too. A line
+// with other white space than blanks and tabs before its key stays, though readers take it.
 int RemoveConfigEntry(const char* path, const char* key, const char* value);
 
 } // namespace zrp

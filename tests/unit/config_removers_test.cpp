@@ -115,6 +115,11 @@ TEST_F(ConfigRemoversTest, AKeyMatchesByPrefix) {
     expect_rewrite("VOL a\nVOLUME A /a\nVO b\n", "VO b\n", [this] { return remove("VOL"); });
 }
 
+TEST_F(ConfigRemoversTest, AKeyAfterOtherWhiteSpaceThanBlanksAndTabsStays) {
+    expect_rewrite("\fVOLUME a\n\vVOLUME b\n\rVOLUME c\n\t VOLUME d\n",
+                   "\fVOLUME a\n\vVOLUME b\n\rVOLUME c\n", [this] { return remove("VOLUME"); });
+}
+
 TEST_F(ConfigRemoversTest, CommentsStayEvenForAKeyThatLooksLikeOne) {
     expect_rewrite("# note\n ;KEY\nKEY 1\n", "# note\n ;KEY\nKEY 1\n",
                    [this] { return remove("#") == kOk ? remove(";KEY") : int{kInvalid}; });

@@ -28,6 +28,12 @@ constexpr long kDelete = SYS_unlinkat;
 constexpr long kRename = SYS_renameat;
 #endif
 
+timespec processor_time() {
+    timespec time = {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return time;
+}
+
 bool is_asleep_or_ended(pid_t child) {
     int status = 0;
     if (waitpid(child, &status, WNOHANG | WNOWAIT) != 0) {
@@ -251,11 +257,46 @@ TEST_F(ConfigWriters, ALockThatIsNeverGivenBackHoldsNobodyForEver) {
     const int folder = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     ASSERT_EQ(flock(folder, LOCK_EX), 0);
     const auto begin = std::chrono::steady_clock::now();
+    const timespec before = processor_time();
     EXPECT_EQ(remove("A"), kOk);
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(kConfigLockPatience));
+    EXPECT_LE(processor_time().tv_sec - before.tv_sec, kConfigLockPatience / 2); // it sleeps
     EXPECT_EQ(content(), "C 3\n");
     EXPECT_FALSE(test::exists(temporary()));
     close(folder);
+}
+
+TEST_F(ConfigWriters, AChildThatWasForkedMeanwhileDoesNotKeepTheLock) {
+    const int folder = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    pid_t child = -1;
+    {
+        const ConfigLock lock(path.c_str());
+        child = fork();
+        if (child == 0) {
+            pause();
+            _exit(0);
+        }
+    }
+    EXPECT_EQ(flock(folder, LOCK_EX | LOCK_NB), 0);
+    close(folder);
+    kill(child, SIGKILL);
+    EXPECT_EQ(waitpid(child, nullptr, 0), child);
+}
+
+TEST_F(ConfigWriters, AProgramWithoutStandardInputLocksAndUnlocksToo) {
+    EXPECT_EQ(test::in_child([this] {
+                  const int folder = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+                  close(STDIN_FILENO); // the lock gets its number
+                  {
+                      const ConfigLock lock(path.c_str());
+                      if (flock(folder, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) {
+                          return 1;
+                      }
+                  }
+                  const bool isFree = flock(folder, LOCK_EX | LOCK_NB) == 0;
+                  return isFree && fcntl(STDIN_FILENO, F_GETFD) < 0 ? 0 : 2;
+              }),
+              0);
 }
 
 TEST_F(ConfigWriters, TheFolderOfANameAloneIsTheWorkingFolder) {

@@ -23,11 +23,11 @@ void draw() {
 
 // The next key. SIGWINCH arrives during the wait alone: between a look for it and a read that
 // blocks it would be seen only with the next key. Returns ERR when the terminal is gone.
-int next_key(const sigset_t& during_wait) {
+int next_key(const sigset_t& duringWait) {
     pollfd input = {.fd = 0, .events = POLLIN, .revents = 0};
     int key = getch();
     while (key == ERR && (input.revents & POLLHUP) == 0) {
-        ppoll(&input, 1, nullptr, &during_wait);
+        ppoll(&input, 1, nullptr, &duringWait);
         key = getch();
     }
     return key;
@@ -37,10 +37,10 @@ int next_key(const sigset_t& during_wait) {
 
 int main() {
     sigset_t resize;
-    sigset_t during_wait;
+    sigset_t duringWait;
     sigemptyset(&resize);
     sigaddset(&resize, SIGWINCH);
-    sigprocmask(SIG_BLOCK, &resize, &during_wait);
+    sigprocmask(SIG_BLOCK, &resize, &duringWait);
     std::setlocale(LC_ALL, "");
     initscr();
     cbreak();
@@ -51,8 +51,8 @@ int main() {
     start_color();
     init_pair(1, COLOR_WHITE, COLOR_BLUE);
     draw();
-    for (int key = next_key(during_wait); key != KEY_F(12) && key != ERR;
-         key = next_key(during_wait)) {
+    for (int key = next_key(duringWait); key != KEY_F(12) && key != ERR;
+         key = next_key(duringWait)) {
         if (key == KEY_RESIZE) {
             draw();
         }

@@ -277,6 +277,7 @@ TEST_F(ConfigWriters, AChildThatWasForkedMeanwhileDoesNotKeepTheLock) {
             _exit(0);
         }
     }
+    ASSERT_GT(child, 0);
     EXPECT_EQ(flock(folder, LOCK_EX | LOCK_NB), 0);
     close(folder);
     kill(child, SIGKILL);

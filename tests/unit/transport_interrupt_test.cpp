@@ -22,6 +22,7 @@
 #include "common/result.h"
 #include "common/transport.h"
 #include "tests/support/needs.h"
+#include "tests/support/processor_time.h"
 #include "tests/support/scripted_peer.h"
 #include "tests/unit/full_peer.h"
 
@@ -186,14 +187,6 @@ TEST_F(Interrupt, LeavesAFileThatHasTheNumberOfItsDescriptorAlone) {
     EXPECT_EQ(fstat(file, &state), 0);
     EXPECT_EQ(state.st_size, 0);
     close(file);
-}
-
-// Processor time of this thread.
-std::chrono::microseconds processor_time() {
-    rusage usage = {};
-    getrusage(RUSAGE_THREAD, &usage);
-    return std::chrono::seconds(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
-           std::chrono::microseconds(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
 }
 
 TEST_F(Interrupt, DoesNotKeepAWaitBusyWhoseDescriptorIsAnotherFileNow) {
